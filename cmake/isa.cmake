@@ -1,0 +1,34 @@
+# One codelet object library per vector target: the same sources, compiled in the target's own
+# namespace with the target's own flags.
+set(lyra_codelet_sources
+    src/codelets/family_2_6.cpp src/codelets/family_7_9.cpp src/codelets/family_10_12.cpp
+    src/codelets/family_13_16.cpp src/codelets/family_17_23.cpp src/codelets/family_29_37.cpp
+    src/codelets/table.cpp)
+
+# lyra_add_isa(NAME HEADER FLAGS...): objects lyra_codelets_NAME from vector header
+# src/codelets/simd/HEADER.
+function(lyra_add_isa name header)
+    set(target lyra_codelets_${name})
+    add_library(${target} OBJECT)
+    foreach(source IN LISTS lyra_codelet_sources)
+        target_sources(${target} PRIVATE ${PROJECT_SOURCE_DIR}/${source})
+    endforeach()
+    target_compile_definitions(${target} PRIVATE LYR_ISA=${name}
+                                                 LYR_ISA_HEADER="codelets/simd/${header}")
+    # Straight-line kernels are worth -O3 in every configuration.
+    target_compile_options(${target} PRIVATE ${ARGN} -O3)
+    lyra_library_settings(${target})
+endfunction()
+
+set(lyra_isas generic128)
+lyra_add_isa(generic128 vec_generic128.h -ffp-contract=fast)
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
+    list(APPEND lyra_isas avx2 avx512)
+    lyra_add_isa(avx2 vec_avx2.h -mavx2 -mfma -ffp-contract=off)
+    # GCC 12 takes the undefined operands of its own AVX-512 intrinsics for a mistake of ours.
+    lyra_add_isa(avx512 vec_avx512.h -mavx512f -mavx512dq -mavx512vl -mfma -ffp-contract=off
+                 -Wno-maybe-uninitialized)
+elseif(CMAKE_SYSTEM_PROCESSOR MATCHES "aarch64|arm64")
+    list(APPEND lyra_isas neon_fcma)
+    lyra_add_isa(neon_fcma vec_neon.h -march=armv8.3-a -ffp-contract=off)
+endif()

@@ -1,0 +1,63 @@
+#include "api/construct.h"
+
+#include <cstdlib>
+
+#include "threads/threads.h"
+
+namespace lyr {
+
+namespace {
+
+// Adds the extent of one dimension, in elements; false on overflow.
+bool add_extent(int64_t &extent, int64_t n, int64_t stride) {
+    int64_t span;
+    return !__builtin_mul_overflow(n - 1, stride, &span) &&
+           !__builtin_add_overflow(extent, span, &extent);
+}
+
+bool count(int64_t &points, int64_t &in_extent, int64_t &out_extent, const lyr_fft_iodim64 *dims,
+           int rank) {
+    for (int k = 0; k < rank; ++k) {
+        if (__builtin_mul_overflow(points, dims[k].n, &points)) return false;
+        if (!add_extent(in_extent, dims[k].n, dims[k].is)) return false;
+        if (!add_extent(out_extent, dims[k].n, dims[k].os)) return false;
+    }
+    return true;
+}
+
+// Whether byte sizes and offsets of the problem, and of buffers a few times as large, fit in 64
+// bits.
+bool problem_is_addressable(const plan *p) {
+    constexpr int64_t limit = INT64_MAX / 128;
+    int64_t points = 1;
+    int64_t in_extent = 1;
+    int64_t out_extent = 1;
+    return count(points, in_extent, out_extent, p->dims, p->rank) &&
+           count(points, in_extent, out_extent, p->howmany_dims, p->howmany_rank) &&
+           points <= limit && in_extent <= limit && out_extent <= limit;
+}
+
+}  // namespace
+
+plan *plan_create(int32_t kind, int64_t sign, int64_t split, const plan_arrays &arrays) {
+    plan *p = static_cast<plan *>(calloc(1, sizeof(plan)));
+    if (!p) return nullptr;
+    p->kind = kind;
+    p->sign = sign;
+    p->split = split;
+    p->in = arrays.in;
+    p->in_imag = arrays.in_imag;
+    p->out = arrays.out;
+    p->out_imag = arrays.out_imag;
+    p->nthreads = library_threads();
+    return p;
+}
+
+plan *plan_finish(plan *p) {
+    const bool arrays_missing = p->split == 1 && !p->in_imag && !p->out_imag;
+    if (!arrays_missing && problem_is_addressable(p) && plan_solve(p) == 0) return p;
+    lyr_fft_destroy_plan(p);
+    return nullptr;
+}
+
+}  // namespace lyr

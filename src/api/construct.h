@@ -1,0 +1,27 @@
+// What all plan constructors share.
+#pragma once
+
+#include "planner/plan.h"
+
+namespace lyr {
+
+// The arrays and the kind of a problem, as a constructor receives them.
+struct plan_arrays {
+    double *in;
+    double *in_imag;
+    double *out;
+    double *out_imag;
+};
+
+// A zero-filled record with everything but the dimensions filled in; null when memory runs out.
+plan *plan_create(int32_t kind, int64_t sign, int64_t split, const plan_arrays &arrays);
+
+// Plans the filled record. Returns it, or destroys it and returns null when no solver accepts the
+// problem or when its arrays could not be addressed.
+plan *plan_finish(plan *p);
+
+inline double *reals(lyr_fft_complex *array) {
+    return reinterpret_cast<double *>(array);
+}
+
+}  // namespace lyr

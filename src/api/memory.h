@@ -1,0 +1,15 @@
+// The allocator behind every buffer of the library and behind lyr_fft_malloc.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace lyr {
+
+// A zero-filled block of `bytes` bytes, aligned to 64 bytes, or null.
+void *aligned_alloc_zero(uint64_t bytes);
+
+// Releases a block of aligned_alloc_zero; null and foreign pointers are left alone.
+void aligned_free(void *p);
+
+}  // namespace lyr

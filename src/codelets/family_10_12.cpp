@@ -1,0 +1,5 @@
+#include "codelets/kernel/members.h"
+
+LYR_DEFINE_CODELETS(10)
+LYR_DEFINE_CODELETS(11)
+LYR_DEFINE_CODELETS(12)

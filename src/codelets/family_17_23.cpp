@@ -1,0 +1,5 @@
+#include "codelets/kernel/members.h"
+
+LYR_DEFINE_CODELETS(17)
+LYR_DEFINE_CODELETS(19)
+LYR_DEFINE_CODELETS(23)

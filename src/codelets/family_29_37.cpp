@@ -1,0 +1,5 @@
+#include "codelets/kernel/members.h"
+
+LYR_DEFINE_CODELETS(29)
+LYR_DEFINE_CODELETS(31)
+LYR_DEFINE_CODELETS(37)

@@ -1,0 +1,5 @@
+#include "codelets/kernel/members.h"
+
+LYR_DEFINE_CODELETS(7)
+LYR_DEFINE_CODELETS(8)
+LYR_DEFINE_CODELETS(9)

@@ -1,0 +1,104 @@
+// Chooses the codelet table for this processor, once, when the library is loaded, and looks
+// codelets up in it.
+#include <unistd.h>
+
+#include <cstdlib>
+
+#include "codelets/codelet.h"
+#include "codelets/cpu.h"
+
+namespace lyr {
+
+namespace generic128 {
+extern const codelet_table table;
+}
+#if defined(__x86_64__)
+namespace avx2 {
+extern const codelet_table table;
+}
+namespace avx512 {
+extern const codelet_table table;
+}
+#elif defined(__aarch64__)
+namespace neon_fcma {
+extern const codelet_table table;
+}
+#endif
+
+namespace {
+
+constexpr int max_tables = 3;
+const codelet_table *supported[max_tables + 1];
+const codelet_table *active;
+
+[[maybe_unused]] void refuse_processor() {
+    static const char text[] = "FFT: The software is running into an error, please check CPU ID.\n";
+    if (write(STDERR_FILENO, text, sizeof text - 1) < 0) abort();
+    abort();
+}
+
+// Runs before other constructors, so that code that transforms while it is being loaded works.
+__attribute__((constructor(101))) void select_table() {
+    [[maybe_unused]] const cpu_features cpu = read_cpu_features();
+    const codelet_table **next = supported;
+#if defined(__x86_64__)
+    if (cpu.avx512) *next++ = &avx512::table;
+    if (cpu.avx2) *next++ = &avx2::table;
+#elif defined(__aarch64__)
+    if (cpu.fcma) *next++ = &neon_fcma::table;
+    #ifndef LYRA_PORTABLE_FALLBACK
+    else
+        refuse_processor();
+    #endif
+#endif
+    *next++ = &generic128::table;
+    active = supported[0];
+}
+
+const codelet_set *lookup(const plan *p, int64_t n) {
+    if (static_cast<uint64_t>(n) - 1 >= max_radix) return nullptr;
+    return active->sets[p->sign != -1][n - 1];
+}
+
+}  // namespace
+
+const codelet_table *active_table() {
+    return active;
+}
+const codelet_table *const *supported_tables() {
+    return supported;
+}
+void set_active_table(const codelet_table *table) {
+    active = table;
+}
+
+const codelet_set *codelets_for(const plan *p, int64_t n) {
+    return lookup(p, n);
+}
+
+stage_codelet codelet_first_stage(const plan *p, int64_t n) {
+    const codelet_set *set = lookup(p, n);
+    if (!set) return nullptr;
+    return unit_strides(p) ? set->first_unit : set->first_general;
+}
+
+stage_codelet codelet_middle_stage(const plan *p, int64_t n) {
+    const codelet_set *set = lookup(p, n);
+    return set ? set->middle : nullptr;
+}
+
+stage_codelet codelet_last_stage(const plan *p, int64_t n) {
+    const codelet_set *set = lookup(p, n);
+    if (!set) return nullptr;
+    return unit_strides(p) ? set->last_unit : set->last_general;
+}
+
+// Real-data codelets: none yet.
+void *codelet_r2c(const plan *, int64_t) {
+    return nullptr;
+}
+void *codelet_r2c_many(const plan *, int64_t) {
+    return nullptr;
+}
+
+}  // namespace lyr

@@ -1,0 +1,45 @@
+// What a vector target provides. A vector holds `lanes` whole complex numbers (real, imaginary).
+//
+//   load(p) store(p)              contiguous complex numbers, any alignment of doubles
+//   gather(p, s) scatter(p, s)    lanes s doubles apart
+//   a + b   a - b
+//   add_i(a, b)   sub_i(a, b)     a + ib, a - ib: the primitive rotations; a bare "times i" would
+//                                 cost an instruction more on every target
+//   scale(a, s)                   s*a, s real
+//   fma(a, b, s)   fma_i(a, b, s) a + s*b, a + i*s*b, fused
+//   tw_one(p)   tw_lanes(p)       a twiddle factor for all lanes, or one per lane
+//   cmul(a, w)                    a*w
+//
+// Targets define `vec` (native width), `vec1` (one complex number) and `vec_half` (half of vec, at
+// least vec1).
+// Everything is inlined, and nothing but intrinsics and compiler vectors is used: a
+// function that the linker could share with another translation unit must not be compiled for a
+// special processor.
+#pragma once
+
+#include <cstdint>
+
+#define LYR_INLINE __attribute__((always_inline)) inline
+
+namespace lyr {
+
+template <class V>
+concept complex_vec = requires(V a, typename V::tw w, const double *p, double *q, int64_t s) {
+    {V::lanes};
+    {V::load(p)};
+    {V::gather(p, s)};
+    {V::tw_one(p)};
+    {V::tw_lanes(p)};
+    a.store(q);
+    a.scatter(q, s);
+    {a + a};
+    {a - a};
+    {add_i(a, a)};
+    {sub_i(a, a)};
+    {scale(a, 1.0)};
+    {fma(a, a, 1.0)};
+    {fma_i(a, a, 1.0)};
+    {cmul(a, w)};
+};
+
+}  // namespace lyr

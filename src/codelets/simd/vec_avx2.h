@@ -1,0 +1,118 @@
+// AVX2 + FMA: two complex numbers in a 256-bit register, and one in a 128-bit register.
+#pragma once
+
+#include <immintrin.h>
+
+#include "codelets/simd/contract.h"
+
+namespace lyr::LYR_ISA {
+namespace {
+
+struct vec1 {
+    static constexpr int lanes = 1;
+    __m128d v;
+    struct tw {
+        __m128d re, im;
+    };
+
+    LYR_INLINE static vec1 load(const double *p) { return {_mm_loadu_pd(p)}; }
+    LYR_INLINE void store(double *p) const { _mm_storeu_pd(p, v); }
+    LYR_INLINE static vec1 gather(const double *p, int64_t) { return load(p); }
+    LYR_INLINE void scatter(double *p, int64_t) const { store(p); }
+    LYR_INLINE static tw tw_one(const double *p) {
+        return {_mm_loaddup_pd(p), _mm_loaddup_pd(p + 1)};
+    }
+    LYR_INLINE static tw tw_lanes(const double *p) { return tw_one(p); }
+};
+
+LYR_INLINE __m128d swapped(vec1 a) {
+    return _mm_permute_pd(a.v, 1);
+}
+
+LYR_INLINE vec1 operator+(vec1 a, vec1 b) {
+    return {_mm_add_pd(a.v, b.v)};
+}
+LYR_INLINE vec1 operator-(vec1 a, vec1 b) {
+    return {_mm_sub_pd(a.v, b.v)};
+}
+LYR_INLINE vec1 scale(vec1 a, double s) {
+    return {_mm_mul_pd(a.v, _mm_set1_pd(s))};
+}
+LYR_INLINE vec1 fma(vec1 a, vec1 b, double s) {
+    return {_mm_fmadd_pd(b.v, _mm_set1_pd(s), a.v)};
+}
+LYR_INLINE vec1 fma_i(vec1 a, vec1 b, double s) {
+    return {_mm_fmadd_pd(swapped(b), _mm_setr_pd(-s, s), a.v)};
+}
+LYR_INLINE vec1 add_i(vec1 a, vec1 b) {
+    return {_mm_addsub_pd(a.v, swapped(b))};
+}
+LYR_INLINE vec1 sub_i(vec1 a, vec1 b) {
+    return fma_i(a, b, -1.0);
+}
+LYR_INLINE vec1 cmul(vec1 a, vec1::tw w) {
+    return {_mm_fmaddsub_pd(a.v, w.re, _mm_mul_pd(swapped(a), w.im))};
+}
+
+struct vec2 {
+    static constexpr int lanes = 2;
+    __m256d v;
+    struct tw {
+        __m256d re, im;
+    };
+
+    LYR_INLINE static vec2 load(const double *p) { return {_mm256_loadu_pd(p)}; }
+    LYR_INLINE void store(double *p) const { _mm256_storeu_pd(p, v); }
+    LYR_INLINE static vec2 gather(const double *p, int64_t s) {
+        return {
+            _mm256_insertf128_pd(_mm256_castpd128_pd256(_mm_loadu_pd(p)), _mm_loadu_pd(p + s), 1)};
+    }
+    LYR_INLINE void scatter(double *p, int64_t s) const {
+        _mm_storeu_pd(p, _mm256_castpd256_pd128(v));
+        _mm_storeu_pd(p + s, _mm256_extractf128_pd(v, 1));
+    }
+    LYR_INLINE static tw tw_one(const double *p) {
+        return {_mm256_broadcast_sd(p), _mm256_broadcast_sd(p + 1)};
+    }
+    LYR_INLINE static tw tw_lanes(const double *p) {
+        const __m256d w = _mm256_loadu_pd(p);
+        return {_mm256_movedup_pd(w), _mm256_permute_pd(w, 0xf)};
+    }
+};
+
+LYR_INLINE __m256d swapped(vec2 a) {
+    return _mm256_permute_pd(a.v, 5);
+}
+
+LYR_INLINE vec2 operator+(vec2 a, vec2 b) {
+    return {_mm256_add_pd(a.v, b.v)};
+}
+LYR_INLINE vec2 operator-(vec2 a, vec2 b) {
+    return {_mm256_sub_pd(a.v, b.v)};
+}
+LYR_INLINE vec2 scale(vec2 a, double s) {
+    return {_mm256_mul_pd(a.v, _mm256_set1_pd(s))};
+}
+LYR_INLINE vec2 fma(vec2 a, vec2 b, double s) {
+    return {_mm256_fmadd_pd(b.v, _mm256_set1_pd(s), a.v)};
+}
+LYR_INLINE vec2 fma_i(vec2 a, vec2 b, double s) {
+    return {_mm256_fmadd_pd(swapped(b), _mm256_setr_pd(-s, s, -s, s), a.v)};
+}
+LYR_INLINE vec2 add_i(vec2 a, vec2 b) {
+    return {_mm256_addsub_pd(a.v, swapped(b))};
+}
+LYR_INLINE vec2 sub_i(vec2 a, vec2 b) {
+    return fma_i(a, b, -1.0);
+}
+LYR_INLINE vec2 cmul(vec2 a, vec2::tw w) {
+    return {_mm256_fmaddsub_pd(a.v, w.re, _mm256_mul_pd(swapped(a), w.im))};
+}
+
+#ifndef LYR_WIDER_THAN_AVX2
+using vec = vec2;
+using vec_half = vec1;
+#endif
+
+}  // namespace
+}  // namespace lyr::LYR_ISA

@@ -1,0 +1,76 @@
+// AVX-512 F/DQ/VL: four complex numbers in a 512-bit register; the narrower vectors are those of
+// AVX2, with twice the registers.
+#pragma once
+
+#ifdef LYR_EMULATE_AVX512  // tests on machines without AVX-512
+    #define SIMDE_ENABLE_NATIVE_ALIASES
+    #include <simde/x86/avx512.h>
+    #include <simde/x86/fma.h>
+#endif
+
+#define LYR_WIDER_THAN_AVX2
+#include "codelets/simd/vec_avx2.h"
+
+namespace lyr::LYR_ISA {
+namespace {
+
+struct vec4 {
+    static constexpr int lanes = 4;
+    __m512d v;
+    struct tw {
+        __m512d re, im;
+    };
+
+    LYR_INLINE static vec4 load(const double *p) { return {_mm512_loadu_pd(p)}; }
+    LYR_INLINE void store(double *p) const { _mm512_storeu_pd(p, v); }
+    LYR_INLINE static vec4 gather(const double *p, int64_t s) {
+        const __m256d low = vec2::gather(p, s).v;
+        const __m256d high = vec2::gather(p + 2 * s, s).v;
+        return {_mm512_insertf64x4(_mm512_castpd256_pd512(low), high, 1)};
+    }
+    LYR_INLINE void scatter(double *p, int64_t s) const {
+        vec2{_mm512_castpd512_pd256(v)}.scatter(p, s);
+        vec2{_mm512_extractf64x4_pd(v, 1)}.scatter(p + 2 * s, s);
+    }
+    LYR_INLINE static tw tw_one(const double *p) {
+        return {_mm512_set1_pd(p[0]), _mm512_set1_pd(p[1])};
+    }
+    LYR_INLINE static tw tw_lanes(const double *p) {
+        const __m512d w = _mm512_loadu_pd(p);
+        return {_mm512_movedup_pd(w), _mm512_permute_pd(w, 0xff)};
+    }
+};
+using vec = vec4;
+using vec_half = vec2;
+
+LYR_INLINE __m512d swapped(vec4 a) {
+    return _mm512_permute_pd(a.v, 0x55);
+}
+
+LYR_INLINE vec4 operator+(vec4 a, vec4 b) {
+    return {_mm512_add_pd(a.v, b.v)};
+}
+LYR_INLINE vec4 operator-(vec4 a, vec4 b) {
+    return {_mm512_sub_pd(a.v, b.v)};
+}
+LYR_INLINE vec4 scale(vec4 a, double s) {
+    return {_mm512_mul_pd(a.v, _mm512_set1_pd(s))};
+}
+LYR_INLINE vec4 fma(vec4 a, vec4 b, double s) {
+    return {_mm512_fmadd_pd(b.v, _mm512_set1_pd(s), a.v)};
+}
+LYR_INLINE vec4 fma_i(vec4 a, vec4 b, double s) {
+    return {_mm512_fmadd_pd(swapped(b), _mm512_setr_pd(-s, s, -s, s, -s, s, -s, s), a.v)};
+}
+LYR_INLINE vec4 add_i(vec4 a, vec4 b) {
+    return fma_i(a, b, 1.0);
+}
+LYR_INLINE vec4 sub_i(vec4 a, vec4 b) {
+    return fma_i(a, b, -1.0);
+}
+LYR_INLINE vec4 cmul(vec4 a, vec4::tw w) {
+    return {_mm512_fmaddsub_pd(a.v, w.re, _mm512_mul_pd(swapped(a), w.im))};
+}
+
+}  // namespace
+}  // namespace lyr::LYR_ISA

@@ -1,0 +1,63 @@
+// Portable vectors: one complex number in a compiler vector of two doubles. Compiled with
+// -ffp-contract=fast, so that machines with fused multiply-add use it.
+#pragma once
+
+#include "codelets/simd/contract.h"
+
+namespace lyr::LYR_ISA {
+namespace {
+
+typedef double double2 __attribute__((vector_size(16)));
+typedef double double2_unaligned __attribute__((vector_size(16), aligned(8), may_alias));
+typedef long long mask2 __attribute__((vector_size(16)));
+
+struct vec1 {
+    static constexpr int lanes = 1;
+    using tw = vec1;
+    double2 v;
+
+    LYR_INLINE static vec1 load(const double *p) {
+        return {*reinterpret_cast<const double2_unaligned *>(p)};
+    }
+    LYR_INLINE void store(double *p) const { *reinterpret_cast<double2_unaligned *>(p) = v; }
+    LYR_INLINE static vec1 gather(const double *p, int64_t) { return load(p); }
+    LYR_INLINE void scatter(double *p, int64_t) const { store(p); }
+    LYR_INLINE static tw tw_one(const double *p) { return load(p); }
+    LYR_INLINE static tw tw_lanes(const double *p) { return load(p); }
+};
+using vec = vec1;
+using vec_half = vec1;
+
+LYR_INLINE double2 swapped(vec1 a) {
+    return __builtin_shuffle(a.v, mask2{1, 0});
+}
+
+LYR_INLINE vec1 operator+(vec1 a, vec1 b) {
+    return {a.v + b.v};
+}
+LYR_INLINE vec1 operator-(vec1 a, vec1 b) {
+    return {a.v - b.v};
+}
+LYR_INLINE vec1 scale(vec1 a, double s) {
+    return {a.v * s};
+}
+LYR_INLINE vec1 fma(vec1 a, vec1 b, double s) {
+    return {a.v + b.v * s};
+}
+LYR_INLINE vec1 fma_i(vec1 a, vec1 b, double s) {
+    return {a.v + swapped(b) * double2{-s, s}};
+}
+LYR_INLINE vec1 add_i(vec1 a, vec1 b) {
+    return fma_i(a, b, 1.0);
+}
+LYR_INLINE vec1 sub_i(vec1 a, vec1 b) {
+    return fma_i(a, b, -1.0);
+}
+LYR_INLINE vec1 cmul(vec1 a, vec1 w) {
+    const double2 re = __builtin_shuffle(w.v, mask2{0, 0});
+    const double2 im = __builtin_shuffle(w.v, mask2{1, 1}) * double2{-1.0, 1.0};
+    return {a.v * re + swapped(a) * im};
+}
+
+}  // namespace
+}  // namespace lyr::LYR_ISA

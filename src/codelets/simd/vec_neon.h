@@ -1,0 +1,54 @@
+// AArch64 Advanced SIMD with the Armv8.3-A complex-number instructions: one complex number in a
+// 128-bit register. fcadd adds with a rotation; fcmla #90 adds (i * Im n) * m.
+#pragma once
+
+#include <arm_neon.h>
+
+#include "codelets/simd/contract.h"
+
+namespace lyr::LYR_ISA {
+namespace {
+
+struct vec1 {
+    static constexpr int lanes = 1;
+    using tw = vec1;
+    float64x2_t v;
+
+    LYR_INLINE static vec1 load(const double *p) { return {vld1q_f64(p)}; }
+    LYR_INLINE void store(double *p) const { vst1q_f64(p, v); }
+    LYR_INLINE static vec1 gather(const double *p, int64_t) { return load(p); }
+    LYR_INLINE void scatter(double *p, int64_t) const { store(p); }
+    LYR_INLINE static tw tw_one(const double *p) { return load(p); }
+    LYR_INLINE static tw tw_lanes(const double *p) { return load(p); }
+};
+using vec = vec1;
+using vec_half = vec1;
+
+LYR_INLINE vec1 operator+(vec1 a, vec1 b) {
+    return {vaddq_f64(a.v, b.v)};
+}
+LYR_INLINE vec1 operator-(vec1 a, vec1 b) {
+    return {vsubq_f64(a.v, b.v)};
+}
+LYR_INLINE vec1 add_i(vec1 a, vec1 b) {
+    return {vcaddq_rot90_f64(a.v, b.v)};
+}
+LYR_INLINE vec1 sub_i(vec1 a, vec1 b) {
+    return {vcaddq_rot270_f64(a.v, b.v)};
+}
+LYR_INLINE vec1 scale(vec1 a, double s) {
+    return {vmulq_n_f64(a.v, s)};
+}
+LYR_INLINE vec1 fma(vec1 a, vec1 b, double s) {
+    return {vfmaq_n_f64(a.v, b.v, s)};
+}
+LYR_INLINE vec1 fma_i(vec1 a, vec1 b, double s) {
+    return {vcmlaq_rot90_f64(a.v, vdupq_n_f64(s), b.v)};
+}
+// Two instructions: no zeroed accumulator.
+LYR_INLINE vec1 cmul(vec1 a, vec1 w) {
+    return {vcmlaq_rot90_f64(vmulq_laneq_f64(a.v, w.v, 0), w.v, a.v)};
+}
+
+}  // namespace
+}  // namespace lyr::LYR_ISA

@@ -1,0 +1,80 @@
+// One complex transform of any length whose prime factors are at most 37: a sequence of stages,
+// each one pass of butterflies over the data (Cooley and Tukey, 1965; self-sorting in Stockham's
+// order, 1966, so that no reordering pass is needed).
+//
+// aux holds the stages (dft/stages.h). work holds n complex numbers, or 2n when a stride is not 1.
+#include "api/memory.h"
+#include "dft/stages.h"
+#include "planner/registry.h"
+
+namespace lyr {
+
+namespace {
+
+void run(const stage *s, const double *in, double *out) {
+    s->codelet(s, in, out);
+}
+
+void execute_1d_two_stages(plan *p, double *in, double *out) {
+    const stage *stages = two_stages_of(p->aux);
+    double *work = static_cast<double *>(p->work);
+    run(stages, in, work);
+    run(stages + 1, work, out);
+}
+
+// Back and forth between the scratch and the output, so that the last stage writes the output.
+void execute_1d(plan *p, double *in, double *out) {
+    const auto [count, stages] = stages_of(p->aux);
+    double *work = static_cast<double *>(p->work);
+    const double *from = in;
+    for (int64_t s = 0; s < count; ++s) {
+        double *to = (count - 1 - s) % 2 == 0 ? out : work;
+        run(stages + s, from, to);
+        from = to;
+    }
+}
+
+// A strided output cannot hold intermediate results: back and forth between the halves of the
+// scratch.
+void execute_1d_discrete(plan *p, double *in, double *out) {
+    const auto [count, stages] = stages_of(p->aux);
+    double *half_a = static_cast<double *>(p->work);
+    double *half_b = half_a + 2 * p->dims[0].n;
+    const double *from = in;
+    for (int64_t s = 0; s < count; ++s) {
+        double *to = s == count - 1 ? out : (count - s) % 2 == 0 ? half_a : half_b;
+        run(stages + s, from, to);
+        from = to;
+    }
+}
+
+}  // namespace
+
+int solve_problem_c2c_1d(plan *p) {
+    if (p->kind != kind_complex) return -1;
+    if (p->howmany_rank != 0) return -1;
+    if (p->rank != 1) return -1;
+
+    const int count = build_stages(p, stage_form::single);
+    if (count < 1) return -1;
+
+    const int64_t halves = unit_strides(p) ? 1 : 2;
+    const uint64_t bytes = static_cast<uint64_t>(p->dims[0].n) * 16 * halves;
+    p->work = aligned_alloc_zero(bytes);
+    if (!p->work) return -1;
+    p->work_bytes = bytes;
+
+    if (count == 2) {
+        p->execute_fn = execute_1d_two_stages;
+        p->execute_name = "execute_1d_two_stages";
+    } else if (unit_strides(p)) {
+        p->execute_fn = execute_1d;
+        p->execute_name = "execute_1d";
+    } else {
+        p->execute_fn = execute_1d_discrete;
+        p->execute_name = "execute_1d_discrete";
+    }
+    return 0;
+}
+
+}  // namespace lyr

@@ -1,0 +1,37 @@
+// Roots of unity. Every entry of every table comes from one sincos call on an angle that was
+// reduced to the first octant in exact integer arithmetic, so accuracy does not depend on the
+// length. W(t, N) = (cos 2 pi t/N, sin 2 pi t/N).
+#pragma once
+
+#include <cstdint>
+
+namespace lyr {
+
+// Writes W(t, N) to out[0], out[1]. t has either sign, N > 0 and 4*N fits in 63 bits.
+void compute_twiddle(int64_t t, int64_t N, double *out);
+
+// The distinct roots of one N, so that a large table costs one sincos call for about every eighth
+// entry. Same bits as compute_twiddle.
+struct root_source {
+    int64_t N;
+    int64_t step;    // reduced angles are multiples of step
+    double *octant;  // W(i * step, 4 * N); null: compute each root
+    double local[2 * 129];
+};
+
+// Prepares the roots for about `entries` reads. Without memory the roots are computed one by one.
+void root_source_init(root_source *source, int64_t N, int64_t entries);
+void root_source_release(root_source *source);
+
+// Writes L*(r-1) twiddles: row j = 0..L-1, column k = 1..r-1, entry [j*(r-1) + k-1] =
+// W(sign*m*j*k, N). Writes nothing when table is null, L is 0 or r is below 2.
+void fill_stage_twiddles(double *table, int64_t N, int64_t r, int64_t L, int64_t m, int64_t sign);
+void fill_stage_twiddles(double *table, const root_source *source, int64_t r, int64_t L, int64_t m,
+                         int64_t sign);
+
+// Fixed patterns of the real-data transforms; nothing is written for n = 0.
+void fill_half_angle(double *table, int64_t n);           // W(-k, 2n), k = 1, 2, .. while 2k < n
+void fill_quarter_angle(double *table, int64_t n);        // W(-k, 4n), k = 0..n-1
+void fill_odd_sixteenth_angle(double *table, int64_t n);  // W(2k+1, 16n), k = 0..n-1
+
+}  // namespace lyr

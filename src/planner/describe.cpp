@@ -1,0 +1,77 @@
+#include "planner/describe.h"
+
+#include <cinttypes>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+
+#include "codelets/codelet.h"
+#include "dft/factorize.h"
+
+namespace lyr {
+
+namespace {
+
+struct text {
+    char chars[600];
+    size_t length;
+};
+
+__attribute__((format(printf, 2, 3))) void append(text &t, const char *format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    const int n = vsnprintf(t.chars + t.length, sizeof t.chars - t.length, format, arguments);
+    va_end(arguments);
+    if (n > 0) t.length += static_cast<size_t>(n);
+    if (t.length >= sizeof t.chars) t.length = sizeof t.chars - 1;
+}
+
+void append_dims(text &t, const char *separator, const lyr_fft_iodim64 *dims, int rank) {
+    for (int k = 0; k < rank; ++k)
+        append(t, "%s%" PRId64 ":%" PRId64 ":%" PRId64, k ? separator : "", dims[k].n, dims[k].is,
+               dims[k].os);
+}
+
+void append_radices(text &t, int64_t n) {
+    int64_t factors[max_factors];
+    const int count = factorize_size(n, factors);
+    for (int k = 0; k < count; ++k) append(t, "%s%" PRId64, k ? "x" : ", radices ", factors[k]);
+}
+
+bool has_stages(const plan *p) {
+    return strncmp(p->execute_name, "execute_1d", 10) == 0 ||
+           strcmp(p->execute_name, "execute_many_transpose") == 0;
+}
+
+void describe(const plan *p, int depth, void (*line)(void *, int, const char *), void *context) {
+    static const char *const kinds[] = {"complex", "c2r", "r2c", "r2r"};
+    text t = {};
+    append(t, "%s: %s, %s", p->solver_name, p->execute_name,
+           p->kind <= kind_r2r ? kinds[p->kind] : "rotated batch");
+    if (p->kind == kind_complex) append(t, p->sign == -1 ? " forward" : " backward");
+    append(t, " ");
+    append_dims(t, "x", p->dims, p->rank);
+    if (p->rank == 0) append(t, "copy");
+    if (p->howmany_rank > 0) {
+        append(t, " * ");
+        append_dims(t, " * ", p->howmany_dims, p->howmany_rank);
+    }
+    if (has_stages(p)) append_radices(t, p->dims[0].n);
+    if (p->work_bytes) append(t, ", work %" PRIu64 " bytes", p->work_bytes);
+    if (p->aux_bytes && p->aux_owned) append(t, ", tables %" PRIu64 " bytes", p->aux_bytes);
+    line(context, depth, t.chars);
+    for (int32_t i = 0; i < p->nchildren; ++i) describe(&p->children[i], depth + 1, line, context);
+}
+
+}  // namespace
+
+void plan_describe(const lyr_fft_plan_s *plan, void (*line)(void *, int, const char *),
+                   void *context) {
+    if (plan && line) describe(plan, 0, line, context);
+}
+
+const char *active_target() {
+    return active_table()->name;
+}
+
+}  // namespace lyr

@@ -1,0 +1,91 @@
+// The plan record: problem descriptor and solved plan in one.
+//
+// Vocabulary used everywhere in the library:
+//   n      length of a transform                 L      product of the radices of earlier stages
+//   r      radix of a stage                      m      n / (L * r): butterflies per row of a stage
+//   is,os  input and output stride, in elements  sign   -1 forward, +1 backward
+//   h      number of transforms in a batch       work   scratch memory    twiddles  roots of unity
+// Lengths, strides and distances count elements of the array they belong to, never bytes.
+#pragma once
+
+#include <cstdint>
+
+#include "lyr_fft.h"
+
+enum { kind_complex = 0, kind_c2r = 1, kind_r2c = 2, kind_r2r = 3, kind_rotated_batch = 7 };
+
+struct lyr_fft_plan_s {
+    // The problem: filled by constructors and by the solvers that make child plans.
+    int32_t kind;
+    int64_t sign;   // -1 forward, +1 backward, 0 for real-to-real
+    int64_t split;  // -1 interleaved arrays, 1 separate real and imaginary arrays
+    int32_t rank;
+    lyr_fft_iodim64 dims[3];  // dims[rank - 1] is the innermost
+    int32_t r2r_kinds[3];
+    int32_t howmany_rank;
+    lyr_fft_iodim64 howmany_dims[3];
+    double *in;
+    double *in_imag;
+    double *out;
+    double *out_imag;
+
+    // The solution: filled by the solver that accepts the problem.
+    unsigned char solver_words[48];
+    void (*execute_fn)(lyr_fft_plan_s *plan, double *in, double *out);
+    void (*execute_split_fn)(lyr_fft_plan_s *plan, double *ri, double *ii, double *ro, double *io);
+    const char *execute_name;
+    void *work;
+    uint64_t work_bytes;
+    void *aux;
+    uint64_t aux_bytes;
+    uint32_t aux_owned;
+    int32_t nchildren;
+    lyr_fft_plan_s *children;
+
+    int64_t nthreads;         // the thread count in force when the plan was made
+    const char *solver_name;  // registry name of the solver that accepted the problem
+};
+
+namespace lyr {
+
+using plan = lyr_fft_plan_s;
+using executor = void (*)(plan *, double *, double *);
+using split_executor = void (*)(plan *, double *, double *, double *, double *);
+
+// Stands for inembed or onembed: extents n when null.
+void plan_fill_dims(plan *p, int rank, const int *n, const int *inembed, int istride,
+                    const int *onembed, int ostride);
+
+// A zero-filled array of `count` records, or null (count below 1, out of memory). The plan that
+// stores it in `children` owns it.
+plan *plan_alloc_children(int64_t count);
+
+// Copies the problem fields of `from` into the zero-filled record `to`.
+void plan_copy_problem(plan *to, const plan *from);
+
+// Releases all that a solver attached; the problem fields stay. Null is ignored.
+void plan_clear(plan *p);
+
+// Tries the solvers of the registry in order. 0: solved. -1: no solver accepts the problem, the
+// record holds only its problem again.
+int32_t plan_solve(plan *p);
+
+// Bytes of one input or output element.
+inline int64_t input_element_bytes(const plan *p) {
+    return p->kind == kind_r2c || p->kind == kind_r2r ? 8 : 16;
+}
+inline int64_t output_element_bytes(const plan *p) {
+    return p->kind == kind_c2r || p->kind == kind_r2r ? 8 : 16;
+}
+
+// Byte-wise step into an array of doubles.
+inline double *advance(double *array, int64_t bytes) {
+    return reinterpret_cast<double *>(reinterpret_cast<char *>(array) + bytes);
+}
+
+// True for the layout that contiguous codelets serve: one dimension, both strides 1.
+inline bool unit_strides(const plan *p) {
+    return p->dims[0].is == 1 && p->dims[0].os == 1;
+}
+
+}  // namespace lyr

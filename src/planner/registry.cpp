@@ -1,0 +1,58 @@
+// The whole planning policy on one screen: the first solver that accepts a problem wins. Special
+// layouts come first, then batches, then codelets, then the general one-dimensional algorithms,
+// then the decomposition of higher ranks.
+#include "planner/registry.h"
+
+namespace lyr {
+
+namespace {
+
+// Holds the place of a solver that is not written yet.
+int decline(plan *) {
+    return -1;
+}
+
+}  // namespace
+
+const registry_entry registry[registry_size] = {
+    {decline, "solve_problem_rearrange_inplace"},
+    {decline, "solve_problem_dft_split"},
+    {decline, "solve_problem_dft_many_split"},
+    {solve_problem_nop, "solve_problem_nop"},
+    {decline, "solve_problem_c2r_multidimension_many"},
+    {decline, "solve_problem_r2c_multidimension_many"},
+    {decline, "solve_problem_dft_many_multithread"},
+    {decline, "solve_bufferized_problem"},
+    {decline, "solve_indirect_problem"},
+    {solve_problem_dft_many_transpose, "solve_problem_dft_many_transpose"},
+    {decline, "solve_problem_dft_many_post_transpose"},
+    {decline, "solve_problem_r2c_1d_direct"},
+    {decline, "solve_problem_r2c_many_direct"},
+    {decline, "solve_problem_c2r_direct"},
+    {decline, "solve_problem_r2hc_direct"},
+    {decline, "solve_problem_hc2r_direct"},
+    {decline, "solve_problem_dht_direct"},
+    {decline, "solve_problem_redft00_direct"},
+    {decline, "solve_problem_c2r_many"},
+    {decline, "solve_problem_r2c_many"},
+    {decline, "solve_problem_r2hc_many"},
+    {solve_problem_dft_many, "solve_problem_dft_many"},
+    {decline, "solve_problem_c2c_1d_rader"},
+    {decline, "solve_problem_c2c_1d_bluestein"},
+    {decline, "solve_problem_c2c_1d_large"},
+    {solve_problem_dft_direct, "solve_problem_dft_direct"},
+    {solve_problem_c2c_1d, "solve_problem_c2c_1d"},
+    {decline, "solve_problem_r2c_1d"},
+    {decline, "solve_problem_c2r_1d"},
+    {decline, "solve_problem_r2hc_1d"},
+    {decline, "solve_problem_hc2r_1d"},
+    {decline, "solve_problem_dht_1d"},
+    {decline, "solve_problem_redft00_1d"},
+    {decline, "solve_problem_r2r_1d"},
+    {solve_problem_multidimension, "solve_problem_multidimension"},
+    {decline, "solve_problem_c2r_multidimension"},
+    {decline, "solve_problem_rearrange_outplace"},
+    {decline, "solve_problem_dft_many_transpose_rotate"},
+};
+
+}  // namespace lyr

@@ -1,0 +1,28 @@
+// The solvers, in the order in which the planner tries them.
+#pragma once
+
+#include "planner/plan.h"
+
+namespace lyr {
+
+// A solver returns 0 when it has solved the problem and -1 when the problem is not its kind or its
+// plan could not be built; what it attached to the record is then released by the planner.
+using solver = int (*)(plan *);
+
+struct registry_entry {
+    solver solve;
+    const char *name;
+};
+
+inline constexpr int registry_size = 38;
+extern const registry_entry registry[registry_size];
+
+// One function per file named for it; see registry.cpp for what each accepts.
+int solve_problem_nop(plan *p);
+int solve_problem_dft_many_transpose(plan *p);
+int solve_problem_dft_many(plan *p);
+int solve_problem_dft_direct(plan *p);
+int solve_problem_c2c_1d(plan *p);
+int solve_problem_multidimension(plan *p);
+
+}  // namespace lyr
