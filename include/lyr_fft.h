@@ -47,6 +47,9 @@
 #ifdef __cplusplus
 extern "C" {
 #endif
+#ifdef __GNUC__
+    #pragma GCC visibility push(default)
+#endif
 
 /* A plan handle. Null means "no plan". */
 typedef struct lyr_fft_plan_s *lyr_fft_plan;
@@ -328,6 +331,9 @@ int LFFTGetVersion(LFFTVersionRecord *record);
 /* The version of the programming interface, as text. */
 extern const char lyr_fft_version[];
 
+#ifdef __GNUC__
+    #pragma GCC visibility pop
+#endif
 #ifdef __cplusplus
 }
 #endif

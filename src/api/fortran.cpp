@@ -2,6 +2,7 @@
 // arrays and plans' arrays as the addresses they already are, plan handles as 64-bit integers.
 #include "lyr_fft.h"
 
+#pragma GCC visibility push(default)
 extern "C" {
 
 lyr_fft_plan lyr_fft_plan_dft_1d_(const int *n, lyr_fft_complex *in, lyr_fft_complex *out,
@@ -289,3 +290,4 @@ void lyr_fft_cleanup_threads_() {
 }
 
 }  // extern "C"
+#pragma GCC visibility pop

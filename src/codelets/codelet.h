@@ -54,9 +54,10 @@ inline constexpr int max_radix = 37;
 // Everything one vector target provides.
 struct codelet_table {
     const char *name;
-    // Complex numbers in a vector. The twiddle table of a last stage (m = 1) is stored in groups of
-    // `lanes` rows: entry (k, q) of a full group at (k - k % lanes)*(r-1) + (q-1)*lanes + k %
-    // lanes, rows of an incomplete group in plain order.
+    // Complex numbers in a vector. With more than one, the twiddle table of a last stage (m = 1)
+    // holds groups of `lanes` rows, and in a group for each input q = 1..r-1 the real parts of all
+    // rows, each twice, then the imaginary parts, each twice: vectors that need no shuffle. The
+    // rows of an incomplete group follow in plain order.
     int64_t lanes;
     const codelet_set *sets[2][max_radix];  // [0 forward, 1 backward][length - 1], null: none
 };

@@ -6,10 +6,10 @@
 #define LYR_TEXT_(x) #x
 #define LYR_TEXT(x) LYR_TEXT_(x)
 
-#define LYR_LENGTHS(X)                                                                             \
-    X(2)                                                                                           \
-    X(3) X(4) X(5) X(6) X(7) X(8) X(9) X(10) X(11) X(12) X(13) X(16) X(17) X(19) X(23) X(29) X(31) \
-        X(37)
+#define LYR_LENGTHS(X) \
+    X(2)               \
+    X(3)               \
+    X(4) X(5) X(6) X(7) X(8) X(9) X(10) X(11) X(12) X(13) X(16) X(17) X(19) X(23) X(29) X(31) X(37)
 
 namespace lyr::LYR_ISA {
 

@@ -1,7 +1,5 @@
 #include "dft/stages.h"
 
-#include <cstring>
-
 #include "api/memory.h"
 #include "dft/twiddle.h"
 
@@ -9,27 +7,32 @@ namespace lyr {
 
 namespace {
 
-// Last-stage codelets take the twiddles of `lanes` rows at a time: stores full groups of rows with
-// the rows of a group side by side. table holds `rows` rows of `columns` complex numbers; scratch
-// holds one group.
-void group_rows(double *table, int64_t rows, int64_t columns, int64_t lanes, double *scratch) {
-    const int64_t group_doubles = 2 * lanes * columns;
-    for (int64_t k = 0; k + lanes <= rows; k += lanes, table += group_doubles) {
-        memcpy(scratch, table, static_cast<size_t>(group_doubles) * sizeof(double));
-        for (int64_t lane = 0; lane < lanes; ++lane)
-            for (int64_t q = 0; q < columns; ++q) {
-                const double *from = scratch + 2 * (lane * columns + q);
-                double *to = table + 2 * (q * lanes + lane);
-                to[0] = from[0];
-                to[1] = from[1];
-            }
+// The last stage's table: full groups of `lanes` rows as vectors of doubled parts
+// (codelet_table::lanes), the rest in plain order. row holds one row.
+void fill_grouped_twiddles(double *table, const root_source *roots, int64_t r, int64_t L,
+                           int64_t sign, int64_t lanes) {
+    double row[2 * (max_radix - 1)];
+    const int64_t grouped = L - L % lanes;
+    for (int64_t k = 0; k < grouped; ++k) {
+        fill_twiddle_row(row, roots, r, k, sign);
+        const int64_t lane = k % lanes;
+        double *group = table + 4 * (k - lane) * (r - 1);
+        for (int64_t q = 0; q < r - 1; ++q) {
+            double *re = group + 4 * lanes * q + 2 * lane;
+            double *im = re + 2 * lanes;
+            re[0] = re[1] = row[2 * q];
+            im[0] = im[1] = row[2 * q + 1];
+        }
     }
+    table += 4 * grouped * (r - 1);
+    for (int64_t k = grouped; k < L; ++k, table += 2 * (r - 1))
+        fill_twiddle_row(table, roots, r, k, sign);
 }
 
 stage_codelet choose_codelet(const plan *p, stage_form form, int s, int count, int64_t r) {
     if (form == stage_form::slab) {
         const codelet_set *set = codelets_for(p, r);
-        return reinterpret_cast<stage_codelet>(s == 0 ? set->first_slab : set->twiddle_slab);
+        return stored_slab_codelet(s == 0 ? set->first_slab : set->twiddle_slab);
     }
     if (s == 0) return codelet_first_stage(p, r);
     if (s < count - 1) return codelet_middle_stage(p, r);
@@ -38,8 +41,9 @@ stage_codelet choose_codelet(const plan *p, stage_form form, int s, int count, i
 
 }  // namespace
 
-uint64_t stage_block_bytes(int64_t n, int count) {
-    return static_cast<uint64_t>(n + 4 * count) * 16 + 72;
+uint64_t stage_block_bytes(int64_t n, int count, int64_t last_radix, int64_t lanes) {
+    const int64_t wide = count > 1 && lanes > 1 ? n / last_radix * (last_radix - 1) : 0;
+    return static_cast<uint64_t>(n + wide + 4 * count) * 16 + 72;
 }
 
 int build_stages(plan *p, stage_form form) {
@@ -50,9 +54,11 @@ int build_stages(plan *p, stage_form form) {
     for (int s = 0; s < count; ++s)
         if (!codelets_for(p, factors[s])) return -1;
 
-    p->aux = aligned_alloc_zero(stage_block_bytes(n, count));
+    const int64_t lanes = active_table()->lanes;
+    const uint64_t bytes = stage_block_bytes(n, count, factors[count - 1], lanes);
+    p->aux = aligned_alloc_zero(bytes);
     if (!p->aux) return -1;
-    p->aux_bytes = stage_block_bytes(n, count);
+    p->aux_bytes = bytes;
     p->aux_owned = 1;
 
     const int64_t header = count == 2 ? 0 : 8;
@@ -63,7 +69,6 @@ int build_stages(plan *p, stage_form form) {
     double *twiddles = reinterpret_cast<double *>(block + tables);
 
     const int64_t sign = p->sign == -1 ? -1 : +1;
-    const int64_t lanes = active_table()->lanes;
     root_source roots;
     root_source_init(&roots, n, n - factors[0]);
     int64_t L = 1, m = n;
@@ -72,9 +77,10 @@ int build_stages(plan *p, stage_form form) {
         m /= r;
         stages[s] = {choose_codelet(p, form, s, count, r), m, L, 1, 1, nullptr, r, sign};
         if (s > 0) {
-            fill_stage_twiddles(twiddles, &roots, r, L, m, sign);
-            double group[2 * 4 * (max_radix - 1)];
-            if (m == 1) group_rows(twiddles, L, r - 1, lanes, group);
+            if (s == count - 1 && lanes > 1)
+                fill_grouped_twiddles(twiddles, &roots, r, L, sign, lanes);
+            else
+                fill_stage_twiddles(twiddles, &roots, r, L, m, sign);
             stages[s].twiddles = twiddles;
             twiddles += 2 * L * (r - 1);
         }

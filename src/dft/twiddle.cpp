@@ -86,21 +86,24 @@ void root_source_release(root_source *source) {
     if (source->octant != source->local) free(source->octant);
 }
 
+void fill_twiddle_row(double *row, const root_source *source, int64_t r, int64_t step,
+                      int64_t sign) {
+    const int64_t N = source->N;
+    step %= N;
+    if (sign < 0 && step) step = N - step;
+    int64_t u = 0;
+    for (int64_t k = 1; k < r; ++k, row += 2) {
+        u += step;
+        if (u >= N) u -= N;
+        read_root(source, u, row);
+    }
+}
+
 void fill_stage_twiddles(double *table, const root_source *source, int64_t r, int64_t L, int64_t m,
                          int64_t sign) {
     if (!table || L == 0 || r < 2) return;
-    const int64_t N = source->N;
-    for (int64_t j = 0; j < L; ++j) {
-        // m*j < N in a stage of a transform of length N = L*r*m; each step adds less than N.
-        int64_t step = m * j % N;
-        if (sign < 0 && step) step = N - step;
-        int64_t u = 0;
-        for (int64_t k = 1; k < r; ++k, table += 2) {
-            u += step;
-            if (u >= N) u -= N;
-            read_root(source, u, table);
-        }
-    }
+    for (int64_t j = 0; j < L; ++j, table += 2 * (r - 1))
+        fill_twiddle_row(table, source, r, m * j, sign);
 }
 
 void fill_stage_twiddles(double *table, int64_t N, int64_t r, int64_t L, int64_t m, int64_t sign) {

@@ -23,6 +23,10 @@ struct root_source {
 void root_source_init(root_source *source, int64_t N, int64_t entries);
 void root_source_release(root_source *source);
 
+// Writes W(sign*step*k, source->N), k = 1..r-1. step >= 0.
+void fill_twiddle_row(double *row, const root_source *source, int64_t r, int64_t step,
+                      int64_t sign);
+
 // Writes L*(r-1) twiddles: row j = 0..L-1, column k = 1..r-1, entry [j*(r-1) + k-1] =
 // W(sign*m*j*k, N). Writes nothing when table is null, L is 0 or r is below 2.
 void fill_stage_twiddles(double *table, int64_t N, int64_t r, int64_t L, int64_t m, int64_t sign);

@@ -65,9 +65,9 @@ void describe(const plan *p, int depth, void (*line)(void *, int, const char *),
 
 }  // namespace
 
-void plan_describe(const lyr_fft_plan_s *plan, void (*line)(void *, int, const char *),
+void plan_describe(const lyr_fft_plan_s *root, void (*line)(void *, int, const char *),
                    void *context) {
-    if (plan && line) describe(plan, 0, line, context);
+    if (root && line) describe(root, 0, line, context);
 }
 
 const char *active_target() {

@@ -12,6 +12,30 @@ namespace {
 
 static_assert(complex_vec<vec> && complex_vec<vec1>);
 
+// The R inputs (or outputs) of a butterfly in memory, `step` complex numbers apart, as one pointer
+// for every four of them and offsets of one, two and three steps: few pointers to advance, few
+// registers, one instruction per access.
+template <int R>
+struct stream {
+    static constexpr int groups = (R + 3) / 4;
+    double *base[groups];
+    int64_t step1, step3;
+
+    LYR_INLINE stream(const double *p, int64_t step) : step1(2 * step), step3(6 * step) {
+        // Opaque to the compiler, which would else keep a pointer per access and advance them all.
+        __asm__("" : "+r"(step1), "+r"(step3));
+        unroll<groups>(LYR_LAMBDA(auto g) { base[g] = const_cast<double *>(p) + 4 * g * step1; });
+    }
+    template <int Q>
+    LYR_INLINE double *at(index<Q>) const {
+        constexpr int rest = Q % 4;
+        return base[Q / 4] + (rest == 3 ? step3 : rest * step1);
+    }
+    LYR_INLINE void advance(int64_t complex_numbers) {
+        unroll<groups>(LYR_LAMBDA(auto g) { base[g] += 2 * complex_numbers; });
+    }
+};
+
 // Butterflies in rows; within a row, neighbouring butterflies are neighbours in memory and lanes
 // run along the row. All distances in complex numbers.
 struct column_walk {
@@ -21,167 +45,310 @@ struct column_walk {
     int64_t count;              // butterflies in a row
 };
 
+// Where the twiddles of one row are: the parts of that of input 1, and the distance (in doubles) to
+// the next input's.
+struct row_place {
+    const double *re, *im;
+    int64_t q_step;
+};
+
+// Rows in plain order.
+template <int R>
+LYR_INLINE row_place plain_row(const double *table, int64_t row) {
+    const double *p = table + 2 * row * (R - 1);
+    return {p, p + 1, 2};
+}
+
+// Rows of a last stage's table: groups of vec::lanes rows as tw_lanes reads them, then the rest in
+// plain order.
+template <int R>
+LYR_INLINE row_place grouped_row(const double *table, int64_t row, int64_t rows) {
+    constexpr int64_t W = vec::lanes;
+    if constexpr (W == 1) return plain_row<R>(table, row);
+    constexpr int64_t group_doubles = 4 * W * (R - 1);
+    const int64_t grouped = rows & -W;
+    if (row >= grouped) return plain_row<R>(table + grouped / W * group_doubles, row - grouped);
+    const double *p = table + row / W * group_doubles + 2 * (row % W);
+    return {p, p + 2 * W, 4 * W};
+}
+
 // Twiddles of one row, the same for all lanes.
 template <int R, class V>
 struct row_twiddles {
     typename V::tw w[R];
 
-    LYR_INLINE row_twiddles(const double *p, int64_t q_step) {
-        unroll<R - 1>(LYR_LAMBDA(auto q) { w[q + 1] = V::tw_one(p + q * q_step); });
-    }
-};
-
-template <int R, int S, class V>
-LYR_INLINE void plain_butterfly(const double *in, int64_t in_q, double *out, int64_t out_p) {
-    V x[R];
-    unroll<R>(LYR_LAMBDA(auto q) { x[q] = V::load(in + q * in_q); });
-    butterfly<S>(x);
-    unroll<R>(LYR_LAMBDA(auto p) { x[p].store(out + p * out_p); });
-}
-
-template <int R, int S, class V>
-LYR_INLINE void twiddled_butterfly(const double *in, int64_t in_q, double *out, int64_t out_p,
-                                   const row_twiddles<R, V> &t) {
-    V x[R];
-    x[0] = V::load(in);
-    unroll<R - 1>(
-        LYR_LAMBDA(auto q) { x[q + 1] = cmul(V::load(in + (q + 1) * in_q), t.w[q + 1]); });
-    butterfly<S>(x);
-    unroll<R>(LYR_LAMBDA(auto p) { x[p].store(out + p * out_p); });
-}
-
-template <int R, int S, class V>
-LYR_INLINE int64_t plain_run(const column_walk &w, const double *in, double *out, int64_t j) {
-    for (; j + V::lanes <= w.count; j += V::lanes)
-        plain_butterfly<R, S, V>(in + 2 * j, 2 * w.in_q, out + 2 * j, 2 * w.out_p);
-    return j;
-}
-
-template <int R, int S, class V>
-LYR_INLINE int64_t twiddled_run(const column_walk &w, const double *in, double *out, int64_t j,
-                                const double *twiddles, int64_t q_step) {
-    if (j + V::lanes > w.count) return j;
-    const row_twiddles<R, V> t(twiddles, q_step);
-    for (; j + V::lanes <= w.count; j += V::lanes)
-        twiddled_butterfly<R, S, V>(in + 2 * j, 2 * w.in_q, out + 2 * j, 2 * w.out_p, t);
-    return j;
-}
-
-// First stages.
-template <int R, int S>
-__attribute__((noinline)) void walk_columns(const column_walk &w, const double *in, double *out) {
-    for (int64_t k = 0; k < w.rows; ++k) {
-        int64_t j = plain_run<R, S, vec>(w, in, out, 0);
-        if constexpr (vec::lanes > 2) j = plain_run<R, S, vec_half>(w, in, out, j);
-        if constexpr (vec::lanes > 1) plain_run<R, S, vec1>(w, in, out, j);
-        in += 2 * w.in_step;
-        out += 2 * w.out_step;
-    }
-}
-
-// Middle stages and interleaved batches. `group` is the number of rows whose twiddles are stored
-// side by side (codelet_table::lanes).
-template <int R, int S>
-__attribute__((noinline)) void walk_columns_twiddled(const column_walk &w, const double *in,
-                                                     double *out, const double *twiddles,
-                                                     int64_t group) {
-    const int64_t grouped = w.rows & -group;
-    for (int64_t k = 0; k < w.rows; ++k) {
-        const int64_t lane = k < grouped ? k & (group - 1) : 0;
-        const int64_t q_step = k < grouped ? 2 * group : 2;
-        const double *t = twiddles + 2 * ((k - lane) * (R - 1) + lane);
-        int64_t j = twiddled_run<R, S, vec>(w, in, out, 0, t, q_step);
-        if constexpr (vec::lanes > 2) j = twiddled_run<R, S, vec_half>(w, in, out, j, t, q_step);
-        if constexpr (vec::lanes > 1) twiddled_run<R, S, vec1>(w, in, out, j, t, q_step);
-        in += 2 * w.in_step;
-        out += 2 * w.out_step;
-    }
-}
-
-// Butterflies anywhere: lanes run along neighbouring butterflies, in_lane and out_lane complex
-// numbers apart.
-struct lane_walk {
-    int64_t count;
-    int64_t in_lane, out_lane;
-    int64_t in_q, out_p;
-};
-
-enum class output { contiguous, scattered };
-
-template <int R, int S, class V, bool Twiddled, output Out>
-LYR_INLINE int64_t lane_run(const lane_walk &w, const double *in, double *out, int64_t k,
-                            const double *twiddles) {
-    for (; k + V::lanes <= w.count; k += V::lanes) {
-        V x[R];
-        const double *from = in + 2 * k * w.in_lane;
-        unroll<R>(LYR_LAMBDA(auto q) { x[q] = V::gather(from + 2 * q * w.in_q, 2 * w.in_lane); });
-        if constexpr (Twiddled) {
-            const double *t = twiddles + 2 * k * (R - 1);
-            unroll<R - 1>(LYR_LAMBDA(auto q) {
-                x[q + 1] = cmul(x[q + 1], V::tw_lanes(t + 2 * q * V::lanes));
-            });
-        }
-        butterfly<S>(x);
-        double *to = out + 2 * k * w.out_lane;
-        unroll<R>(LYR_LAMBDA(auto p) {
-            if constexpr (Out == output::contiguous)
-                x[p].store(to + 2 * p * w.out_p);
-            else
-                x[p].scatter(to + 2 * p * w.out_p, 2 * w.out_lane);
+    LYR_INLINE row_twiddles(const row_place &at) {
+        unroll<R - 1>(LYR_LAMBDA(auto q) {
+            w[q + 1] = V::tw_one(at.re + q * at.q_step, at.im + q * at.q_step);
         });
     }
-    return k;
+};
+
+struct no_twiddles {};
+
+// Runs as many butterflies of V's lanes as fit into `count` and advances the streams; returns the
+// rest of count.
+template <int R, int S, class V, class Twiddles>
+LYR_INLINE int64_t column_run(stream<R> &in, stream<R> &out, int64_t count, const Twiddles &t) {
+    for (; count >= V::lanes; count -= V::lanes) {
+        V x[R];
+        unroll<R>(LYR_LAMBDA(auto q) {
+            x[q] = V::load(in.at(q));
+            if constexpr (q > 0 && !__is_same(Twiddles, no_twiddles)) x[q] = cmul(x[q], t.w[q]);
+        });
+        butterfly<S>(x);
+        unroll<R>(LYR_LAMBDA(auto p) { x[p].store(out.at(p)); });
+        in.advance(V::lanes);
+        out.advance(V::lanes);
+    }
+    return count;
 }
 
-template <int R, int S, bool Twiddled, output Out>
-LYR_INLINE void walk_lanes(const lane_walk &w, const double *in, double *out,
-                           const double *twiddles) {
-    const int64_t k = lane_run<R, S, vec, Twiddled, Out>(w, in, out, 0, twiddles);
-    if constexpr (vec::lanes > 1) lane_run<R, S, vec1, Twiddled, Out>(w, in, out, k, twiddles);
+// The same for streams that fall into few cache sets (steps that are multiples of a large power of
+// two). A cache line would be evicted between the two visits of a vector of half a line, so each
+// line is read whole and written whole: the second halves wait in `held` while the first are
+// transformed.
+template <int R, int S, class V, class Twiddles>
+LYR_INLINE int64_t column_run_by_lines(stream<R> &in, stream<R> &out, int64_t count,
+                                       const Twiddles &t) {
+    static_assert(V::lanes == 2);
+    alignas(64) double held[4 * R], done[4 * R];
+    for (; count >= 4; count -= 4) {
+        V x[R];
+        unroll<R>(LYR_LAMBDA(auto q) {
+            x[q] = V::load(in.at(q));
+            V::load(in.at(q) + 4).store(held + 4 * q);
+            if constexpr (q > 0 && !__is_same(Twiddles, no_twiddles)) x[q] = cmul(x[q], t.w[q]);
+        });
+        __asm__ volatile("" ::"r"(held) : "memory");
+        butterfly<S>(x);
+        unroll<R>(LYR_LAMBDA(auto p) { x[p].store(done + 4 * p); });
+        __asm__ volatile("" ::"r"(done) : "memory");
+        unroll<R>(LYR_LAMBDA(auto q) {
+            x[q] = V::load(held + 4 * q);
+            if constexpr (q > 0 && !__is_same(Twiddles, no_twiddles)) x[q] = cmul(x[q], t.w[q]);
+        });
+        butterfly<S>(x);
+        unroll<R>(LYR_LAMBDA(auto p) {
+            V::load(done + 4 * p).store(out.at(p));
+            x[p].store(out.at(p) + 4);
+        });
+        in.advance(4);
+        out.advance(4);
+    }
+    return count;
+}
+
+// A 32 KiB first-level cache of 8 ways repeats its sets every 4096 bytes. Whether R streams `step`
+// complex numbers apart take more than half of the ways of the sets they fall into.
+template <int R>
+LYR_INLINE bool streams_collide(int64_t step) {
+    const int64_t bytes = 16 * step;
+    const int64_t power_of_two = bytes & -bytes;
+    return power_of_two >= 4096 || R * power_of_two > 4 * 4096;
+}
+
+template <int R, int S, class V>
+LYR_INLINE int64_t twiddled_run(stream<R> &in, stream<R> &out, int64_t count,
+                                const row_place &twiddles) {
+    if (count < V::lanes) return count;
+    return column_run<R, S, V>(in, out, count, row_twiddles<R, V>(twiddles));
+}
+
+// How a walk visits memory: lines is column_run_by_lines where vectors are half a line.
+enum class visit { vectors, lines };
+
+// First stages.
+template <int R, int S, visit Visit>
+__attribute__((noinline)) void walk_columns(const column_walk w, const double *in, double *out) {
+    for (int64_t k = 0; k < w.rows; ++k) {
+        stream<R> from(in, w.in_q), to(out, w.out_p);
+        int64_t count = w.count;
+        if constexpr (Visit == visit::lines)
+            count = column_run_by_lines<R, S, vec>(from, to, count, no_twiddles{});
+        count = column_run<R, S, vec>(from, to, count, no_twiddles{});
+        if constexpr (vec::lanes > 2)
+            count = column_run<R, S, vec_half>(from, to, count, no_twiddles{});
+        if constexpr (vec::lanes > 1) column_run<R, S, vec1>(from, to, count, no_twiddles{});
+        in += 2 * w.in_step;
+        out += 2 * w.out_step;
+    }
+}
+
+// Middle stages and interleaved batches. `grouped`: the table is that of a last stage.
+template <int R, int S, visit Visit>
+__attribute__((noinline)) void walk_columns_twiddled(const column_walk w, const double *in,
+                                                     double *out, const double *twiddles,
+                                                     bool grouped) {
+    for (int64_t k = 0; k < w.rows; ++k) {
+        const row_place t =
+            grouped ? grouped_row<R>(twiddles, k, w.rows) : plain_row<R>(twiddles, k);
+        stream<R> from(in, w.in_q), to(out, w.out_p);
+        int64_t count = w.count;
+        if constexpr (Visit == visit::lines)
+            count = column_run_by_lines<R, S, vec>(from, to, count, row_twiddles<R, vec>(t));
+        count = twiddled_run<R, S, vec>(from, to, count, t);
+        if constexpr (vec::lanes > 2) count = twiddled_run<R, S, vec_half>(from, to, count, t);
+        if constexpr (vec::lanes > 1) twiddled_run<R, S, vec1>(from, to, count, t);
+        in += 2 * w.in_step;
+        out += 2 * w.out_step;
+    }
+}
+
+template <int R>
+LYR_INLINE bool collides(const column_walk &w) {
+    return w.count >= 4 && (streams_collide<R>(w.in_q) || streams_collide<R>(w.out_p));
+}
+
+template <int R, int S>
+LYR_INLINE void walk(const column_walk &w, const double *in, double *out) {
+    if constexpr (vec::lanes == 2)
+        if (collides<R>(w)) return walk_columns<R, S, visit::lines>(w, in, out);
+    walk_columns<R, S, visit::vectors>(w, in, out);
+}
+
+template <int R, int S>
+LYR_INLINE void walk_twiddled(const column_walk &w, const double *in, double *out,
+                              const double *twiddles, bool grouped) {
+    if constexpr (vec::lanes == 2)
+        if (collides<R>(w))
+            return walk_columns_twiddled<R, S, visit::lines>(w, in, out, twiddles, grouped);
+    walk_columns_twiddled<R, S, visit::vectors>(w, in, out, twiddles, grouped);
+}
+
+// First stages at any stride: lanes run along neighbouring butterflies.
+template <int R, int S, class V>
+LYR_INLINE int64_t strided_run(stream<R> &in, int64_t is, stream<R> &out, int64_t os,
+                               int64_t count) {
+    for (; count >= V::lanes; count -= V::lanes) {
+        V x[R];
+        unroll<R>(LYR_LAMBDA(auto q) { x[q] = V::gather(in.at(q), 2 * is); });
+        butterfly<S>(x);
+        unroll<R>(LYR_LAMBDA(auto p) { x[p].scatter(out.at(p), 2 * os); });
+        in.advance(V::lanes * is);
+        out.advance(V::lanes * os);
+    }
+    return count;
+}
+
+// Last stages: row k is R neighbouring complex numbers, output p goes to out + (k + p*L)*os. Lanes
+// run along the rows, a transposition in the loads.
+enum class output { contiguous, scattered };
+
+template <class V>
+constexpr int64_t lane_twiddle_doubles = V::lanes == 1 ? 2 : 4 * V::lanes;
+
+// V::lanes rows: loads, twiddles, butterfly.
+template <int R, int S, class V>
+LYR_INLINE void last_butterfly(V (&x)[R], const double *&in, const double *&twiddles) {
+    unroll<R>(LYR_LAMBDA(auto q) {
+        x[q] = V::gather(in + 2 * q, 2 * R);
+        if constexpr (q > 0)
+            x[q] = cmul(x[q], V::tw_lanes(twiddles + (q - 1) * lane_twiddle_doubles<V>));
+    });
+    butterfly<S>(x);
+    in += 2 * R * V::lanes;
+    twiddles += (R - 1) * lane_twiddle_doubles<V>;
+}
+
+template <int R, int S, class V, output Out>
+LYR_INLINE int64_t last_run(const double *&in, stream<R> &out, int64_t os, int64_t count,
+                            const double *&twiddles) {
+    for (; count >= V::lanes; count -= V::lanes) {
+        V x[R];
+        last_butterfly<R, S>(x, in, twiddles);
+        unroll<R>(LYR_LAMBDA(auto p) {
+            if constexpr (Out == output::contiguous)
+                x[p].store(out.at(p));
+            else
+                x[p].scatter(out.at(p), 2 * os);
+        });
+        out.advance(V::lanes * os);
+    }
+    return count;
+}
+
+// See column_run_by_lines; only the output collides.
+template <int R, int S, class V>
+LYR_INLINE int64_t last_run_by_lines(const double *&in, stream<R> &out, int64_t count,
+                                     const double *&twiddles) {
+    static_assert(V::lanes == 2);
+    alignas(64) double done[4 * R];
+    for (; count >= 4; count -= 4) {
+        V x[R];
+        last_butterfly<R, S>(x, in, twiddles);
+        unroll<R>(LYR_LAMBDA(auto p) { x[p].store(done + 4 * p); });
+        __asm__ volatile("" ::"r"(done) : "memory");
+        last_butterfly<R, S>(x, in, twiddles);
+        unroll<R>(LYR_LAMBDA(auto p) {
+            V::load(done + 4 * p).store(out.at(p));
+            x[p].store(out.at(p) + 4);
+        });
+        out.advance(4);
+    }
+    return count;
+}
+
+template <int R, int S, output Out>
+LYR_INLINE void walk_last(const stage *d, const double *in, double *out, int64_t os) {
+    const double *twiddles = d->twiddles;
+    stream<R> to(out, d->L * os);
+    int64_t rest = d->L;
+    if constexpr (vec::lanes == 2 && Out == output::contiguous)
+        if (streams_collide<R>(d->L)) rest = last_run_by_lines<R, S, vec>(in, to, rest, twiddles);
+    rest = last_run<R, S, vec, Out>(in, to, os, rest, twiddles);
+    if constexpr (vec::lanes > 1) last_run<R, S, vec1, Out>(in, to, os, rest, twiddles);
 }
 
 // ---- Members ------------------------------------------------------------------------------------
 
 template <int R, int S>
+LYR_INLINE void direct(double *out, int64_t os, const double *in, int64_t is) {
+    vec1 x[R];
+    unroll<R>(LYR_LAMBDA(auto q) { x[q] = vec1::load(in + 2 * q * is); });
+    butterfly<S>(x);
+    unroll<R>(LYR_LAMBDA(auto p) { x[p].store(out + 2 * p * os); });
+}
+
+template <int R, int S>
 void direct_unit(double *out, const double *in, int64_t, int64_t, double *) {
-    plain_butterfly<R, S, vec1>(in, 2, out, 2);
+    direct<R, S>(out, 1, in, 1);
 }
 
 template <int R, int S>
 void direct_general(double *out, const double *in, int64_t istride_bytes, int64_t ostride_bytes,
                     double *) {
-    const int64_t is = static_cast<int32_t>(istride_bytes >> 4);
-    const int64_t os = static_cast<int32_t>(ostride_bytes >> 4);
-    plain_butterfly<R, S, vec1>(in, 2 * is, out, 2 * os);
+    direct<R, S>(out, static_cast<int32_t>(ostride_bytes >> 4), in,
+                 static_cast<int32_t>(istride_bytes >> 4));
 }
 
 template <int R, int S>
 void first_unit(const stage *d, const double *in, double *out) {
-    walk_columns<R, S>({1, 0, 0, d->m, d->m, d->m}, in, out);
+    walk<R, S>({1, 0, 0, d->m, d->m, d->m}, in, out);
 }
 
 template <int R, int S>
 void first_general(const stage *d, const double *in, double *out) {
     const int64_t is = d->in_stride, os = d->out_stride;
-    walk_lanes<R, S, false, output::scattered>({d->m, is, os, d->m * is, d->m * os}, in, out,
-                                               nullptr);
+    stream<R> from(in, d->m * is), to(out, d->m * os);
+    const int64_t rest = strided_run<R, S, vec>(from, is, to, os, d->m);
+    if constexpr (vec::lanes > 1) strided_run<R, S, vec1>(from, is, to, os, rest);
 }
 
 template <int R, int S>
 void middle(const stage *d, const double *in, double *out) {
     const int64_t L = d->L, m = d->m;
-    walk_columns_twiddled<R, S>({L, R * m, m, m, L * m, m}, in, out, d->twiddles, 1);
+    walk_twiddled<R, S>({L, R * m, m, m, L * m, m}, in, out, d->twiddles, false);
 }
 
 template <int R, int S>
 void last_unit(const stage *d, const double *in, double *out) {
-    walk_lanes<R, S, true, output::contiguous>({d->L, R, 1, 1, d->L}, in, out, d->twiddles);
+    walk_last<R, S, output::contiguous>(d, in, out, 1);
 }
 
 template <int R, int S>
 void last_general(const stage *d, const double *in, double *out) {
-    const int64_t os = d->out_stride;
-    walk_lanes<R, S, true, output::scattered>({d->L, R, os, 1, d->L * os}, in, out, d->twiddles);
+    walk_last<R, S, output::scattered>(d, in, out, d->out_stride);
 }
 
 template <int R, int S>
@@ -189,9 +356,9 @@ void first_slab(const stage *d, const double *in, int64_t in_row, double *out, i
                 int64_t h) {
     const int64_t m = d->m;
     if (in_row == h && out_row == h)  // no gaps: one row of m*h butterflies
-        walk_columns<R, S>({1, 0, 0, m * h, m * h, m * h}, in, out);
+        walk<R, S>({1, 0, 0, m * h, m * h, m * h}, in, out);
     else
-        walk_columns<R, S>({m, in_row, out_row, m * in_row, m * out_row, h}, in, out);
+        walk<R, S>({m, in_row, out_row, m * in_row, m * out_row, h}, in, out);
 }
 
 template <int R, int S>
@@ -199,11 +366,11 @@ void twiddle_slab(const stage *d, const double *in, int64_t in_row, double *out,
                   int64_t h) {
     const int64_t L = d->L, m = d->m;
     if (m == 1)
-        walk_columns_twiddled<R, S>({L, R * in_row, out_row, in_row, L * out_row, h}, in, out,
-                                    d->twiddles, vec::lanes);
+        walk_twiddled<R, S>({L, R * in_row, out_row, in_row, L * out_row, h}, in, out, d->twiddles,
+                            true);
     else  // between scratch buffers, rows without gaps
-        walk_columns_twiddled<R, S>({L, R * m * h, m * h, m * h, L * m * h, m * h}, in, out,
-                                    d->twiddles, 1);
+        walk_twiddled<R, S>({L, R * m * h, m * h, m * h, L * m * h, m * h}, in, out, d->twiddles,
+                            false);
 }
 
 template <int R, int S>

@@ -7,7 +7,10 @@
 //                                 cost an instruction more on every target
 //   scale(a, s)                   s*a, s real
 //   fma(a, b, s)   fma_i(a, b, s) a + s*b, a + i*s*b, fused
-//   tw_one(p)   tw_lanes(p)       a twiddle factor for all lanes, or one per lane
+//   tw_one(re, im)                a twiddle factor for all lanes, its parts at re and im (for one
+//                                 lane im is re + 1)
+//   tw_lanes(p)                   a twiddle factor per lane: for one lane a complex number, else
+//                                 every real part twice, then every imaginary part twice
 //   cmul(a, w)                    a*w
 //
 // Targets define `vec` (native width), `vec1` (one complex number) and `vec_half` (half of vec, at
@@ -28,7 +31,7 @@ concept complex_vec = requires(V a, typename V::tw w, const double *p, double *q
     {V::lanes};
     {V::load(p)};
     {V::gather(p, s)};
-    {V::tw_one(p)};
+    {V::tw_one(p, p)};
     {V::tw_lanes(p)};
     a.store(q);
     a.scatter(q, s);

@@ -19,10 +19,10 @@ struct vec1 {
     LYR_INLINE void store(double *p) const { _mm_storeu_pd(p, v); }
     LYR_INLINE static vec1 gather(const double *p, int64_t) { return load(p); }
     LYR_INLINE void scatter(double *p, int64_t) const { store(p); }
-    LYR_INLINE static tw tw_one(const double *p) {
-        return {_mm_loaddup_pd(p), _mm_loaddup_pd(p + 1)};
+    LYR_INLINE static tw tw_one(const double *re, const double *im) {
+        return {_mm_loaddup_pd(re), _mm_loaddup_pd(im)};
     }
-    LYR_INLINE static tw tw_lanes(const double *p) { return tw_one(p); }
+    LYR_INLINE static tw tw_lanes(const double *p) { return tw_one(p, p + 1); }
 };
 
 LYR_INLINE __m128d swapped(vec1 a) {
@@ -61,7 +61,12 @@ struct vec2 {
         __m256d re, im;
     };
 
-    LYR_INLINE static vec2 load(const double *p) { return {_mm256_loadu_pd(p)}; }
+    // Opaque, or the compiler loads a value twice instead of keeping it for its permutation.
+    LYR_INLINE static vec2 load(const double *p) {
+        __m256d v = _mm256_loadu_pd(p);
+        __asm__("" : "+x"(v));
+        return {v};
+    }
     LYR_INLINE void store(double *p) const { _mm256_storeu_pd(p, v); }
     LYR_INLINE static vec2 gather(const double *p, int64_t s) {
         return {
@@ -71,12 +76,11 @@ struct vec2 {
         _mm_storeu_pd(p, _mm256_castpd256_pd128(v));
         _mm_storeu_pd(p + s, _mm256_extractf128_pd(v, 1));
     }
-    LYR_INLINE static tw tw_one(const double *p) {
-        return {_mm256_broadcast_sd(p), _mm256_broadcast_sd(p + 1)};
+    LYR_INLINE static tw tw_one(const double *re, const double *im) {
+        return {_mm256_broadcast_sd(re), _mm256_broadcast_sd(im)};
     }
     LYR_INLINE static tw tw_lanes(const double *p) {
-        const __m256d w = _mm256_loadu_pd(p);
-        return {_mm256_movedup_pd(w), _mm256_permute_pd(w, 0xf)};
+        return {_mm256_loadu_pd(p), _mm256_loadu_pd(p + 4)};
     }
 };
 

@@ -32,12 +32,11 @@ struct vec4 {
         vec2{_mm512_castpd512_pd256(v)}.scatter(p, s);
         vec2{_mm512_extractf64x4_pd(v, 1)}.scatter(p + 2 * s, s);
     }
-    LYR_INLINE static tw tw_one(const double *p) {
-        return {_mm512_set1_pd(p[0]), _mm512_set1_pd(p[1])};
+    LYR_INLINE static tw tw_one(const double *re, const double *im) {
+        return {_mm512_set1_pd(*re), _mm512_set1_pd(*im)};
     }
     LYR_INLINE static tw tw_lanes(const double *p) {
-        const __m512d w = _mm512_loadu_pd(p);
-        return {_mm512_movedup_pd(w), _mm512_permute_pd(w, 0xff)};
+        return {_mm512_loadu_pd(p), _mm512_loadu_pd(p + 8)};
     }
 };
 using vec = vec4;

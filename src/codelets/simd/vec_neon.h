@@ -18,7 +18,7 @@ struct vec1 {
     LYR_INLINE void store(double *p) const { vst1q_f64(p, v); }
     LYR_INLINE static vec1 gather(const double *p, int64_t) { return load(p); }
     LYR_INLINE void scatter(double *p, int64_t) const { store(p); }
-    LYR_INLINE static tw tw_one(const double *p) { return load(p); }
+    LYR_INLINE static tw tw_one(const double *re, const double *) { return load(re); }
     LYR_INLINE static tw tw_lanes(const double *p) { return load(p); }
 };
 using vec = vec1;
