@@ -21,6 +21,7 @@ void execute_many(plan *p, double *in, double *out) {
 }  // namespace
 
 int solve_problem_dft_many(plan *p) {
+    if (p->split == 1) return -1;
     if (p->rank < 1) return -1;
     if (p->howmany_rank < 1) return -1;
     if (p->kind > kind_r2r) return -1;

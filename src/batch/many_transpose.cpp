@@ -71,6 +71,7 @@ int64_t slab_width(int64_t n, int64_t howmany, int stage_count) {
 }
 
 int solve_problem_dft_many_transpose(plan *p) {
+    if (p->split == 1) return -1;
     if (p->kind != kind_complex) return -1;
     if (p->rank != 1) return -1;
     if (p->howmany_rank != 1) return -1;

@@ -50,6 +50,7 @@ void make_outer(plan *child, const plan *p) {
 }  // namespace
 
 int solve_problem_multidimension(plan *p) {
+    if (p->split == 1) return -1;
     if (p->kind == kind_c2r) return -1;
     if (p->howmany_rank != 0) return -1;
     if (p->rank < 2) return -1;

@@ -29,6 +29,7 @@ void execute_nop(plan *p, double *in, double *out) {
 }  // namespace
 
 int solve_problem_nop(plan *p) {
+    if (p->split == 1) return -1;
     if (p->kind != kind_complex) return -1;
     if (p->rank > 1) return -1;
     if (p->howmany_rank > 1) return -1;

@@ -51,6 +51,7 @@ void execute_1d_discrete(plan *p, double *in, double *out) {
 }  // namespace
 
 int solve_problem_c2c_1d(plan *p) {
+    if (p->split == 1) return -1;
     if (p->kind != kind_complex) return -1;
     if (p->howmany_rank != 0) return -1;
     if (p->rank != 1) return -1;

@@ -43,6 +43,7 @@ bool strides_fit_codelets(const plan *p) {
 }  // namespace
 
 int solve_problem_dft_direct(plan *p) {
+    if (p->split == 1) return -1;
     if (p->kind != kind_complex) return -1;
     if (p->howmany_rank != 0) return -1;
     if (p->rank != 1) return -1;

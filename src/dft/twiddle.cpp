@@ -1,5 +1,6 @@
 #include "dft/twiddle.h"
 
+#include <bit>
 #include <cmath>
 #include <cstdlib>
 
@@ -9,21 +10,25 @@ namespace {
 
 constexpr double two_pi = 6.283185307179586476925286766559;
 
-// An angle of u/N turns, 0 <= u < N, as q/(4N) turns in the first octant and what leads back.
+// An angle of u/N turns as q/(4N) turns in the first octant and the way back: which of the root's
+// parts is the cosine, and their signs. Computed without branches: the quadrants of a table's
+// angles come in no order that a processor could predict.
 struct reduced_angle {
-    int64_t q;  // 0 <= q <= N/2
-    bool swap, quarter_turn, negate_sine;
+    int64_t q;         // 0 <= q <= N/2
+    int64_t exchange;  // 1: cosine and sine change places
+    uint64_t cosine_sign, sine_sign;
 };
 
 inline reduced_angle reduce(int64_t u, int64_t N) {
     int64_t q = 4 * u;
     const bool lower_half = q > 4 * N - q;
-    if (lower_half) q = 4 * N - q;
+    q = lower_half ? 4 * N - q : q;
     const bool quarter_turn = q > N;
-    if (quarter_turn) q -= N;
-    const bool swap = q > N - q;
-    if (swap) q = N - q;
-    return {q, swap, quarter_turn, lower_half};
+    q -= quarter_turn ? N : 0;
+    const bool beyond_octant = q > N - q;
+    q = beyond_octant ? N - q : q;
+    return {q, beyond_octant != quarter_turn, uint64_t{quarter_turn} << 63,
+            uint64_t{lower_half} << 63};
 }
 
 inline void octant_root(int64_t q, int64_t N, double *out) {
@@ -31,29 +36,24 @@ inline void octant_root(int64_t q, int64_t N, double *out) {
     sincos(x, out + 1, out);
 }
 
-inline void unreduce(const reduced_angle &angle, const double *root, double *out) {
-    double c = root[0], s = root[1];
-    if (angle.swap) {
-        const double t = c;
-        c = s, s = t;
-    }
-    if (angle.quarter_turn) {
-        const double t = c;
-        c = -s, s = t;
-    }
-    out[0] = c;
-    out[1] = angle.negate_sine ? -s : s;
+inline double with_sign(double value, uint64_t sign) {
+    return std::bit_cast<double>(std::bit_cast<uint64_t>(value) ^ sign);
+}
+
+inline void restore(const reduced_angle &angle, const double *root, double *out) {
+    out[0] = with_sign(root[angle.exchange], angle.cosine_sign);
+    out[1] = with_sign(root[1 - angle.exchange], angle.sine_sign);
 }
 
 inline void read_root(const root_source *source, int64_t u, double *out) {
     const reduced_angle angle = reduce(u, source->N);
-    double root[2];
-    const double *found = root;
-    if (source->octant)
-        found = source->octant + 2 * (angle.q / source->step);
-    else
+    if (source->octant) {
+        restore(angle, source->octant + 2 * (angle.q >> source->step_log2), out);
+    } else {
+        double root[2];
         octant_root(angle.q, source->N, root);
-    unreduce(angle, found, out);
+        restore(angle, root, out);
+    }
 }
 
 }  // namespace
@@ -64,14 +64,14 @@ void compute_twiddle(int64_t t, int64_t N, double *out) {
     const reduced_angle angle = reduce(u, N);
     double root[2];
     octant_root(angle.q, N, root);
-    unreduce(angle, root, out);
+    restore(angle, root, out);
 }
 
 void root_source_init(root_source *source, int64_t N, int64_t entries) {
-    const int64_t step = N % 4 == 0 ? 4 : N % 2 == 0 ? 2 : 1;
-    const int64_t distinct = N / 2 / step + 1;
+    const int step_log2 = N % 4 == 0 ? 2 : N % 2 == 0 ? 1 : 0;
+    const int64_t distinct = (N / 2 >> step_log2) + 1;
     source->N = N;
-    source->step = step;
+    source->step_log2 = step_log2;
     source->octant = nullptr;
     if (distinct > entries) return;
     const int64_t local_entries = sizeof source->local / (2 * sizeof(double));
@@ -79,7 +79,7 @@ void root_source_init(root_source *source, int64_t N, int64_t entries) {
                          ? source->local
                          : static_cast<double *>(malloc(static_cast<size_t>(distinct) * 16));
     if (!source->octant) return;
-    for (int64_t i = 0; i < distinct; ++i) octant_root(i * step, N, source->octant + 2 * i);
+    for (int64_t i = 0; i < distinct; ++i) octant_root(i << step_log2, N, source->octant + 2 * i);
 }
 
 void root_source_release(root_source *source) {

@@ -14,8 +14,8 @@ void compute_twiddle(int64_t t, int64_t N, double *out);
 // entry. Same bits as compute_twiddle.
 struct root_source {
     int64_t N;
-    int64_t step;    // reduced angles are multiples of step
-    double *octant;  // W(i * step, 4 * N); null: compute each root
+    int step_log2;   // reduced angles are multiples of this power of two
+    double *octant;  // W(i << step_log2, 4 * N); null: compute each root
     double local[2 * 129];
 };
 

@@ -46,8 +46,10 @@ bool has_stages(const plan *p) {
 void describe(const plan *p, int depth, void (*line)(void *, int, const char *), void *context) {
     static const char *const kinds[] = {"complex", "c2r", "r2c", "r2r"};
     text t = {};
-    append(t, "%s: %s, %s", p->solver_name, p->execute_name,
-           p->kind <= kind_r2r ? kinds[p->kind] : "rotated batch");
+    append(t, "%s: %s", p->solver_name, p->execute_name);
+    line(context, depth, t.chars);
+    t.length = 0;
+    append(t, "  %s", p->kind <= kind_r2r ? kinds[p->kind] : "rotated batch");
     if (p->kind == kind_complex) append(t, p->sign == -1 ? " forward" : " backward");
     append(t, " ");
     append_dims(t, "x", p->dims, p->rank);

@@ -7,8 +7,8 @@
 
 namespace lyr {
 
-// Calls line(context, depth, text) for each record of the plan tree, parents before children:
-// solver and executor names, the problem, radices, buffer sizes.
+// Calls line(context, depth, text) twice for each record of the plan tree, parents before children:
+// first with solver and executor names, then with the problem, radices and buffer sizes.
 void plan_describe(const lyr_fft_plan_s *plan,
                    void (*line)(void *context, int depth, const char *text), void *context);
 

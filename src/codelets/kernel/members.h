@@ -12,27 +12,38 @@ namespace {
 
 static_assert(complex_vec<vec> && complex_vec<vec1>);
 
-// The R inputs (or outputs) of a butterfly in memory, `step` complex numbers apart, as one pointer
-// for every four of them and offsets of one, two and three steps: few pointers to advance, few
-// registers, one instruction per access.
+// The R inputs (or outputs) of a butterfly in memory, `step` complex numbers apart: a pointer for
+// every `accesses_per_pointer` of them and offsets of one, two, three.. steps. Few pointers to
+// advance, few registers, one instruction per access.
 template <int R>
 struct stream {
-    static constexpr int groups = (R + 3) / 4;
-    double *base[groups];
-    int64_t step1, step3;
+    static constexpr int span = accesses_per_pointer;
+    static constexpr int pointers = (R + span - 1) / span;
+    double *base[pointers];
+    int64_t offset[span];  // in doubles
 
-    LYR_INLINE stream(const double *p, int64_t step) : step1(2 * step), step3(6 * step) {
-        // Opaque to the compiler, which would else keep a pointer per access and advance them all.
-        __asm__("" : "+r"(step1), "+r"(step3));
-        unroll<groups>(LYR_LAMBDA(auto g) { base[g] = const_cast<double *>(p) + 4 * g * step1; });
+    LYR_INLINE stream(const double *p, int64_t step) {
+        unroll<span>(LYR_LAMBDA(auto i) {
+            offset[i] = 2 * i * step;
+            // Opaque to the compiler, which would else keep a pointer per access and advance them
+            // all. (x86 addresses twice the first offset without a register.)
+            if constexpr (i != 0 && (i != 2 || span > 4)) __asm__("" : "+r"(offset[i]));
+        });
+        unroll<pointers>(
+            LYR_LAMBDA(auto g) { base[g] = const_cast<double *>(p) + 2 * span * g * step; });
+    }
+    // Elsewhere, with the steps of another stream.
+    LYR_INLINE stream(double *p, const stream &other) {
+        unroll<span>(LYR_LAMBDA(auto i) { offset[i] = other.offset[i]; });
+        unroll<pointers>(LYR_LAMBDA(auto g) { base[g] = p + (other.base[g] - other.base[0]); });
     }
     template <int Q>
     LYR_INLINE double *at(index<Q>) const {
-        constexpr int rest = Q % 4;
-        return base[Q / 4] + (rest == 3 ? step3 : rest * step1);
+        constexpr int i = Q % span;
+        return base[Q / span] + (i == 2 && span == 4 ? 2 * offset[1] : offset[i]);
     }
     LYR_INLINE void advance(int64_t complex_numbers) {
-        unroll<groups>(LYR_LAMBDA(auto g) { base[g] += 2 * complex_numbers; });
+        unroll<pointers>(LYR_LAMBDA(auto g) { base[g] += 2 * complex_numbers; });
     }
 };
 
@@ -45,6 +56,10 @@ struct column_walk {
     int64_t count;              // butterflies in a row
 };
 
+// The order of a twiddle table: rows of plain complex numbers (middle stages), or, for a last
+// stage, groups of vec::lanes rows as tw_lanes reads them, then the rest in plain order.
+enum class table_order { plain, grouped };
+
 // Where the twiddles of one row are: the parts of that of input 1, and the distance (in doubles) to
 // the next input's.
 struct row_place {
@@ -52,19 +67,16 @@ struct row_place {
     int64_t q_step;
 };
 
-// Rows in plain order.
 template <int R>
 LYR_INLINE row_place plain_row(const double *table, int64_t row) {
     const double *p = table + 2 * row * (R - 1);
     return {p, p + 1, 2};
 }
 
-// Rows of a last stage's table: groups of vec::lanes rows as tw_lanes reads them, then the rest in
-// plain order.
-template <int R>
-LYR_INLINE row_place grouped_row(const double *table, int64_t row, int64_t rows) {
+template <int R, table_order Order>
+LYR_INLINE row_place row_in_table(const double *table, int64_t row, int64_t rows) {
     constexpr int64_t W = vec::lanes;
-    if constexpr (W == 1) return plain_row<R>(table, row);
+    if constexpr (Order == table_order::plain || W == 1) return plain_row<R>(table, row);
     constexpr int64_t group_doubles = 4 * W * (R - 1);
     const int64_t grouped = rows & -W;
     if (row >= grouped) return plain_row<R>(table + grouped / W * group_doubles, row - grouped);
@@ -72,7 +84,7 @@ LYR_INLINE row_place grouped_row(const double *table, int64_t row, int64_t rows)
     return {p, p + 2 * W, 4 * W};
 }
 
-// Twiddles of one row, the same for all lanes.
+// Twiddles of one row, the same for all lanes, in registers.
 template <int R, class V>
 struct row_twiddles {
     typename V::tw w[R];
@@ -82,20 +94,58 @@ struct row_twiddles {
             w[q + 1] = V::tw_one(at.re + q * at.q_step, at.im + q * at.q_step);
         });
     }
+    LYR_INLINE void begin_butterfly() {}
+    template <int Q>
+    LYR_INLINE V multiply(V x, index<Q>) const {
+        if constexpr (Q == 0)
+            return x;
+        else
+            return cmul(x, w[Q]);
+    }
 };
 
-struct no_twiddles {};
+// The same, read again for every butterfly: for more twiddles than registers, where one complex
+// number is one load.
+template <int R, class V>
+struct row_twiddles_in_memory {
+    const double *p;
+
+    LYR_INLINE row_twiddles_in_memory(const row_place &at) : p(at.re) {}
+    LYR_INLINE void begin_butterfly() { __asm__("" : "+r"(p)); }  // no hoisting to the stack
+    template <int Q>
+    LYR_INLINE V multiply(V x, index<Q>) const {
+        if constexpr (Q == 0)
+            return x;
+        else
+            return cmul(x, V::tw_lanes(p + 2 * (Q - 1)));
+    }
+};
+
+template <int R, class V>
+struct twiddle_choice {
+    using type = row_twiddles<R, V>;
+};
+template <int R, class V>
+requires(R > 12 && vec::lanes == 1) struct twiddle_choice<R, V> {
+    using type = row_twiddles_in_memory<R, V>;
+};
+
+struct no_twiddles {
+    LYR_INLINE void begin_butterfly() {}
+    template <class V, int Q>
+    LYR_INLINE V multiply(V x, index<Q>) const {
+        return x;
+    }
+};
 
 // Runs as many butterflies of V's lanes as fit into `count` and advances the streams; returns the
 // rest of count.
 template <int R, int S, class V, class Twiddles>
-LYR_INLINE int64_t column_run(stream<R> &in, stream<R> &out, int64_t count, const Twiddles &t) {
+LYR_INLINE int64_t column_run(stream<R> &in, stream<R> &out, int64_t count, Twiddles t) {
     for (; count >= V::lanes; count -= V::lanes) {
         V x[R];
-        unroll<R>(LYR_LAMBDA(auto q) {
-            x[q] = V::load(in.at(q));
-            if constexpr (q > 0 && !__is_same(Twiddles, no_twiddles)) x[q] = cmul(x[q], t.w[q]);
-        });
+        t.begin_butterfly();
+        unroll<R>(LYR_LAMBDA(auto q) { x[q] = t.multiply(V::load(in.at(q)), q); });
         butterfly<S>(x);
         unroll<R>(LYR_LAMBDA(auto p) { x[p].store(out.at(p)); });
         in.advance(V::lanes);
@@ -109,25 +159,20 @@ LYR_INLINE int64_t column_run(stream<R> &in, stream<R> &out, int64_t count, cons
 // line is read whole and written whole: the second halves wait in `held` while the first are
 // transformed.
 template <int R, int S, class V, class Twiddles>
-LYR_INLINE int64_t column_run_by_lines(stream<R> &in, stream<R> &out, int64_t count,
-                                       const Twiddles &t) {
+LYR_INLINE int64_t column_run_by_lines(stream<R> &in, stream<R> &out, int64_t count, Twiddles t) {
     static_assert(V::lanes == 2);
     alignas(64) double held[4 * R], done[4 * R];
     for (; count >= 4; count -= 4) {
         V x[R];
         unroll<R>(LYR_LAMBDA(auto q) {
-            x[q] = V::load(in.at(q));
+            x[q] = t.multiply(V::load(in.at(q)), q);
             V::load(in.at(q) + 4).store(held + 4 * q);
-            if constexpr (q > 0 && !__is_same(Twiddles, no_twiddles)) x[q] = cmul(x[q], t.w[q]);
         });
         __asm__ volatile("" ::"r"(held) : "memory");
         butterfly<S>(x);
         unroll<R>(LYR_LAMBDA(auto p) { x[p].store(done + 4 * p); });
         __asm__ volatile("" ::"r"(done) : "memory");
-        unroll<R>(LYR_LAMBDA(auto q) {
-            x[q] = V::load(held + 4 * q);
-            if constexpr (q > 0 && !__is_same(Twiddles, no_twiddles)) x[q] = cmul(x[q], t.w[q]);
-        });
+        unroll<R>(LYR_LAMBDA(auto q) { x[q] = t.multiply(V::load(held + 4 * q), q); });
         butterfly<S>(x);
         unroll<R>(LYR_LAMBDA(auto p) {
             V::load(done + 4 * p).store(out.at(p));
@@ -152,7 +197,7 @@ template <int R, int S, class V>
 LYR_INLINE int64_t twiddled_run(stream<R> &in, stream<R> &out, int64_t count,
                                 const row_place &twiddles) {
     if (count < V::lanes) return count;
-    return column_run<R, S, V>(in, out, count, row_twiddles<R, V>(twiddles));
+    return column_run<R, S, V>(in, out, count, typename twiddle_choice<R, V>::type(twiddles));
 }
 
 // How a walk visits memory: lines is column_run_by_lines where vectors are half a line.
@@ -161,8 +206,8 @@ enum class visit { vectors, lines };
 // First stages.
 template <int R, int S, visit Visit>
 __attribute__((noinline)) void walk_columns(const column_walk w, const double *in, double *out) {
+    stream<R> from(in, w.in_q), to(out, w.out_p);
     for (int64_t k = 0; k < w.rows; ++k) {
-        stream<R> from(in, w.in_q), to(out, w.out_p);
         int64_t count = w.count;
         if constexpr (Visit == visit::lines)
             count = column_run_by_lines<R, S, vec>(from, to, count, no_twiddles{});
@@ -170,28 +215,26 @@ __attribute__((noinline)) void walk_columns(const column_walk w, const double *i
         if constexpr (vec::lanes > 2)
             count = column_run<R, S, vec_half>(from, to, count, no_twiddles{});
         if constexpr (vec::lanes > 1) column_run<R, S, vec1>(from, to, count, no_twiddles{});
-        in += 2 * w.in_step;
-        out += 2 * w.out_step;
+        from.advance(w.in_step - w.count);
+        to.advance(w.out_step - w.count);
     }
 }
 
-// Middle stages and interleaved batches. `grouped`: the table is that of a last stage.
-template <int R, int S, visit Visit>
+// Middle stages and interleaved batches.
+template <int R, int S, visit Visit, table_order Order>
 __attribute__((noinline)) void walk_columns_twiddled(const column_walk w, const double *in,
-                                                     double *out, const double *twiddles,
-                                                     bool grouped) {
+                                                     double *out, const double *twiddles) {
+    stream<R> from(in, w.in_q), to(out, w.out_p);
     for (int64_t k = 0; k < w.rows; ++k) {
-        const row_place t =
-            grouped ? grouped_row<R>(twiddles, k, w.rows) : plain_row<R>(twiddles, k);
-        stream<R> from(in, w.in_q), to(out, w.out_p);
+        const row_place t = row_in_table<R, Order>(twiddles, k, w.rows);
         int64_t count = w.count;
         if constexpr (Visit == visit::lines)
             count = column_run_by_lines<R, S, vec>(from, to, count, row_twiddles<R, vec>(t));
         count = twiddled_run<R, S, vec>(from, to, count, t);
         if constexpr (vec::lanes > 2) count = twiddled_run<R, S, vec_half>(from, to, count, t);
         if constexpr (vec::lanes > 1) twiddled_run<R, S, vec1>(from, to, count, t);
-        in += 2 * w.in_step;
-        out += 2 * w.out_step;
+        from.advance(w.in_step - w.count);
+        to.advance(w.out_step - w.count);
     }
 }
 
@@ -207,13 +250,13 @@ LYR_INLINE void walk(const column_walk &w, const double *in, double *out) {
     walk_columns<R, S, visit::vectors>(w, in, out);
 }
 
-template <int R, int S>
+template <int R, int S, table_order Order>
 LYR_INLINE void walk_twiddled(const column_walk &w, const double *in, double *out,
-                              const double *twiddles, bool grouped) {
+                              const double *twiddles) {
     if constexpr (vec::lanes == 2)
         if (collides<R>(w))
-            return walk_columns_twiddled<R, S, visit::lines>(w, in, out, twiddles, grouped);
-    walk_columns_twiddled<R, S, visit::vectors>(w, in, out, twiddles, grouped);
+            return walk_columns_twiddled<R, S, visit::lines, Order>(w, in, out, twiddles);
+    walk_columns_twiddled<R, S, visit::vectors, Order>(w, in, out, twiddles);
 }
 
 // First stages at any stride: lanes run along neighbouring butterflies.
@@ -324,7 +367,14 @@ void direct_general(double *out, const double *in, int64_t istride_bytes, int64_
 
 template <int R, int S>
 void first_unit(const stage *d, const double *in, double *out) {
-    walk<R, S>({1, 0, 0, d->m, d->m, d->m}, in, out);
+    const column_walk w = {1, 0, 0, d->m, d->m, d->m};
+    if constexpr (vec::lanes == 2)
+        if (collides<R>(w)) return walk_columns<R, S, visit::lines>(w, in, out);
+    stream<R> from(in, d->m), to(out, from);
+    int64_t count = column_run<R, S, vec>(from, to, d->m, no_twiddles{});
+    if constexpr (vec::lanes > 2)
+        count = column_run<R, S, vec_half>(from, to, count, no_twiddles{});
+    if constexpr (vec::lanes > 1) column_run<R, S, vec1>(from, to, count, no_twiddles{});
 }
 
 template <int R, int S>
@@ -338,7 +388,7 @@ void first_general(const stage *d, const double *in, double *out) {
 template <int R, int S>
 void middle(const stage *d, const double *in, double *out) {
     const int64_t L = d->L, m = d->m;
-    walk_twiddled<R, S>({L, R * m, m, m, L * m, m}, in, out, d->twiddles, false);
+    walk_twiddled<R, S, table_order::plain>({L, R * m, m, m, L * m, m}, in, out, d->twiddles);
 }
 
 template <int R, int S>
@@ -366,11 +416,11 @@ void twiddle_slab(const stage *d, const double *in, int64_t in_row, double *out,
                   int64_t h) {
     const int64_t L = d->L, m = d->m;
     if (m == 1)
-        walk_twiddled<R, S>({L, R * in_row, out_row, in_row, L * out_row, h}, in, out, d->twiddles,
-                            true);
+        walk_twiddled<R, S, table_order::grouped>({L, R * in_row, out_row, in_row, L * out_row, h},
+                                                  in, out, d->twiddles);
     else  // between scratch buffers, rows without gaps
-        walk_twiddled<R, S>({L, R * m * h, m * h, m * h, L * m * h, m * h}, in, out, d->twiddles,
-                            false);
+        walk_twiddled<R, S, table_order::plain>({L, R * m * h, m * h, m * h, L * m * h, m * h}, in,
+                                                out, d->twiddles);
 }
 
 template <int R, int S>

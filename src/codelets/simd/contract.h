@@ -14,7 +14,8 @@
 //   cmul(a, w)                    a*w
 //
 // Targets define `vec` (native width), `vec1` (one complex number) and `vec_half` (half of vec, at
-// least vec1).
+// least vec1), and `accesses_per_pointer`: how many steps from a pointer addressing reaches with
+// registers to spare (see stream).
 // Everything is inlined, and nothing but intrinsics and compiler vectors is used: a
 // function that the linker could share with another translation unit must not be compiled for a
 // special processor.

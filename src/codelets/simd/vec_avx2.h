@@ -113,6 +113,8 @@ LYR_INLINE vec2 cmul(vec2 a, vec2::tw w) {
     return {_mm256_fmaddsub_pd(a.v, w.re, _mm256_mul_pd(swapped(a), w.im))};
 }
 
+constexpr int accesses_per_pointer = 4;
+
 #ifndef LYR_WIDER_THAN_AVX2
 using vec = vec2;
 using vec_half = vec1;

@@ -27,6 +27,7 @@ struct vec1 {
 };
 using vec = vec1;
 using vec_half = vec1;
+constexpr int accesses_per_pointer = 8;
 
 LYR_INLINE double2 swapped(vec1 a) {
     return __builtin_shuffle(a.v, mask2{1, 0});

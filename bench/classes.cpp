@@ -1,0 +1,62 @@
+#include "classes.h"
+
+#include <sstream>
+
+namespace lyr_bench {
+
+const std::vector<problem_class> &problem_classes() {
+    static const std::vector<problem_class> classes = {
+        {"pow2-c2c", "powers of two", true, "ocf",
+         "2 4 8 16 32 64 128 256 512 1024 2048 4096 8192 16384 32768 65536 131072 262144 524288 "
+         "1048576 2097152 4194304"},
+        {"pow2-small", "powers of two that fit the first-level cache, or nearly", false, "ocf",
+         "2 4 8 16 32 64 128 256 512 1024 2048 4096 8192"},
+        {"smooth-c2c", "products of 2, 3, 5, 7 and sometimes 13", true, "ocf",
+         "6 10 12 15 20 24 30 36 48 60 80 96 100 120 144 180 200 240 320 360 480 500 600 720 840 "
+         "1000 1200 1536 1920 2000 2520 3000 4000 5040 6000 7680 10000 12000 20000 30000 40320 "
+         "50000 65520 100000 120000 250000 500000 720720 1000000"},
+        {"tabled", "small and middle lengths, densely", false, "ocf",
+         "12 16 24 30 32 36 45 48 54 56 60 64 80 96 112 120 128 135 144 160 162 175 180 189 210 "
+         "216 240 252 256 270 288 300 324 336 360 378 384 400 416 420 432 480 486 512 540 560 576 "
+         "600 640 720 768 800 896 900 945 960 1008 1024 1050 1056 1080 1134 1152 1200 1215 1280 "
+         "1296 1323 1350 1440 1458 1470 1500 1512 1568 1620 1680 1701 1728 1764 1792 1800 1890 "
+         "1944 2000 2016 2048 2100 2160 2268 2304 2352 2400 2430 2520 2560 2592 2646 2688 2700 "
+         "2800 2880 2916 2940 3000 3024 3072 3136 3150 3200 3240 3360 3375 3402 3456 3600 3780 "
+         "3840 3888 3920 4000 4096 4200 4320 4374 4500 4800 4860 5040 5145 5184 5376 5400 5600 "
+         "5760 6000 6048 6144 6300 6400 6480 6720 6912 7056 7200 7350 7500 7680 7776 7938 8000 "
+         "8100 8192 8505 8640 8820 8960 9000 9216 9408 9450 16384"},
+        {"awkward-c2c", "primes and products of large primes", true, "ocf",
+         "11 13 17 19 23 29 31 37 41 47 53 83 97 101 127 131 211 331 509 1009 1763 1949 4099 8191 "
+         "10007 65537 100003"},
+        {"inplace-c2c", "in place", true, "icf",
+         "16 64 120 256 1000 1024 4096 10000 65536 1048576 256x256 64x64x64 64*4096"},
+        {"batch-c2c-contiguous", "batches, one transform after another", true, "ocf",
+         "4*16384 8*16384 16*16384 32*16384 64*16384 100*10485 128*8192 256*4096 1024*1024"},
+        {"batch-c2c-interleaved", "batches, transforms side by side", true, "ocf",
+         "4*16384i 8*16384i 16*16384i 32*16384i 64*16384i 100*10485i 128*8192i 256*4096i "
+         "1024*1024i"},
+        {"batch-c2c-small", "batches that fit the first-level cache", true, "ocf",
+         "8*128 16*64 64*16 100*10 8*128i 16*64i 64*16i 100*10i"},
+        {"2d-c2c", "two dimensions", true, "ocf",
+         "64x64 100x100 256x256 512x512 1000x1000 1024x1024 2048x2048"},
+        {"3d-c2c", "three dimensions", true, "ocf",
+         "32x32x32 64x64x64 100x100x100 128x128x128 256x256x256"},
+    };
+    return classes;
+}
+
+const problem_class *find_class(std::string_view name) {
+    for (const problem_class &c : problem_classes()) {
+        if (name == c.name) return &c;
+    }
+    return nullptr;
+}
+
+std::vector<std::string> problems_of(const problem_class &c) {
+    std::vector<std::string> problems;
+    std::istringstream shapes(c.shapes);
+    for (std::string shape; shapes >> shape;) problems.push_back(c.prefix + shape);
+    return problems;
+}
+
+}  // namespace lyr_bench

@@ -1,0 +1,205 @@
+// Lengths: every one that codelets serve, in every layout of one dimension, with every table.
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <limits>
+
+#include "codelets/cpu.h"
+#include "dft/factorize.h"
+#include "support.h"
+
+namespace lyr_test {
+namespace {
+
+using lyr_tools::accuracy;
+using lyr_tools::buffers;
+using lyr_tools::problem;
+using lyr_tools::side;
+
+constexpr int64_t longest = 2048;
+
+enum prime_class { powers_of_two, primes_to_7, primes_to_37, class_count };
+constexpr const char *class_names[] = {"powers of two", "largest prime 3 to 7",
+                                       "largest prime 11 to 37"};
+
+prime_class class_of(int64_t n) {
+    for (const int64_t prime : {2, 3, 5, 7}) {
+        while (n % prime == 0) n /= prime;
+        if (n == 1) return prime == 2 ? powers_of_two : primes_to_7;
+    }
+    return primes_to_37;
+}
+
+// Largest relative L2 error of one transform, in units of 2^-53 sqrt(log2 n).
+double bound_of(int64_t n) {
+    switch (class_of(n)) {
+        case powers_of_two:
+            return 1.0;
+        case primes_to_7:
+            return n < 8 ? 1.5 : 1.1;
+        default:
+            return 1.2;
+    }
+}
+
+// The lengths to test: all that codelets serve, or where things are slow a part of them.
+std::vector<int64_t> lengths() {
+    std::vector<int64_t> list;
+    int64_t served = 0;
+    for (int64_t n = 1; n <= longest; ++n) {
+        if (lyr::part_above_37(n) != 1) continue;
+        if (served++ % test_scale == 0 || n <= 40 || class_of(n) == powers_of_two)
+            list.push_back(n);
+    }
+    return list;
+}
+
+struct layout {
+    bool in_place;
+    int64_t is, os;
+    bool misaligned;
+};
+constexpr layout layouts[] = {{false, 1, 1, false}, {false, 3, 2, false}, {true, 1, 1, false},
+                              {true, 3, 3, false},  {false, 1, 1, true},  {true, 2, 3, true}};
+
+problem line_problem(int64_t n, int sign, const layout &l) {
+    problem p;
+    p.in_place = l.in_place;
+    p.sign = sign;
+    p.rank = 1;
+    p.dims[0] = {n, l.is, l.os};
+    return p;
+}
+
+// Plans and runs a problem and checks errors, guards, gaps and inputs; returns the L2 error.
+double check_problem(const problem &p, bool misaligned, uint64_t seed) {
+    SCOPED_TRACE(format_problem(p) + " with " + lyr::active_table()->name +
+                 (misaligned ? " misaligned" : ""));
+    buffers b = buffers_of(p, misaligned);
+    const plan_holder holder(make_plan(p, b));
+    if (!holder.plan) {
+        ADD_FAILURE() << "no plan";
+        return HUGE_VAL;
+    }
+    const lyr_tools::verdict v = verify(p, b, holder.plan, seed);
+    const double levels = std::max(1.0, std::log2(static_cast<double>(point_count(p))));
+    const double unit = 0x1p-53 * std::sqrt(levels);
+    EXPECT_EQ(v.damage, "");
+    EXPECT_LE(v.error.l2, bound_of(p.dims[0].n)) << "L2 error in units";
+    EXPECT_LE(v.error.linf / unit, 2.0) << "largest error in units of the largest output";
+    return v.error.l2;
+}
+
+TEST(accuracy, the_best_supported_table_is_active) {
+    const lyr::cpu_features cpu = lyr::read_cpu_features();
+    const char *expected = cpu.avx512 ? "avx512"
+                           : cpu.avx2 ? "avx2"
+                           : cpu.fcma ? "neon_fcma"
+                                      : "generic128";
+    EXPECT_STREQ(lyr::active_table()->name, expected);
+    EXPECT_EQ(lyr::active_table(), lyr::supported_tables()[0]);
+#if defined(__x86_64__)
+    EXPECT_EQ(cpu.avx2, __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma"));
+    EXPECT_EQ(cpu.avx512, __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
+                              __builtin_cpu_supports("avx512vl"));
+#endif
+}
+
+TEST(accuracy, every_length_in_every_layout_with_every_table) {
+    for (const lyr::codelet_table *table : all_tables()) {
+        const with_table active(table);
+        double log_sum[class_count] = {}, worst[class_count] = {};
+        int count[class_count] = {};
+        for (const int64_t n : lengths()) {
+            for (const int sign : {LYR_FFT_FORWARD, LYR_FFT_BACKWARD}) {
+                for (const layout &l : layouts) {
+                    const double error = check_problem(line_problem(n, sign, l), l.misaligned,
+                                                       static_cast<uint64_t>(n));
+                    if (error == 0) continue;  // exact, as length 1 is
+                    log_sum[class_of(n)] += std::log(error);
+                    worst[class_of(n)] = std::max(worst[class_of(n)], error);
+                    ++count[class_of(n)];
+                }
+            }
+            if (HasFailure()) return;
+        }
+        for (int c = 0; c < class_count; ++c)
+            std::printf("%-15s %-23s mean error %.3f, worst %.3f, %d transforms\n", table->name,
+                        class_names[c], std::exp(log_sum[c] / std::max(1, count[c])), worst[c],
+                        count[c]);
+    }
+}
+
+// Lengths of more stages than the small ones have.
+TEST(accuracy, long_transforms) {
+    const std::vector<int64_t> long_lengths =
+        test_scale > 1 ? std::vector<int64_t>{4096, 6006}
+                       : std::vector<int64_t>{4096,  8192,  15015, 16384,  19683, 32768,
+                                              46189, 65536, 78125, 117649, 131072};
+    for (const lyr::codelet_table *table : all_tables()) {
+        const with_table active(table);
+        for (const int64_t n : long_lengths)
+            for (const layout &l : layouts)
+                check_problem(line_problem(n, n % 2 ? LYR_FFT_FORWARD : LYR_FFT_BACKWARD, l),
+                              l.misaligned, 1);
+    }
+}
+
+// Outputs of a forward transform of length n whose input is scaled by `factor`.
+std::vector<double> outputs_scaled(int64_t n, double factor) {
+    const problem p = line_problem(n, LYR_FFT_FORWARD, layouts[0]);
+    buffers b = buffers_of(p);
+    for (int64_t k = 0; k < 2 * n; ++k) b.in[0][k] *= factor;
+    const plan_holder holder(make_plan(p, b));
+    lyr_fft_execute(holder.plan);
+    return {b.out[0], b.out[0] + 2 * n};
+}
+
+TEST(accuracy, the_range_of_double_is_used_whole) {
+    for (const lyr::codelet_table *table : all_tables()) {
+        const with_table active(table);
+        for (const int64_t n : {7, 16, 37, 60, 64, 1001, 1024}) {
+            SCOPED_TRACE(std::to_string(n) + " with " + table->name);
+            const std::vector<double> plain = outputs_scaled(n, 1.0);
+            // Sums stay below n/sqrt(2): the largest scale leaves exactly that room.
+            const double large = std::ldexp(1.0, 1023 - static_cast<int>(std::log2(n)));
+            for (const double factor : {0x1p-900, large}) {
+                std::vector<double> scaled = outputs_scaled(n, factor);
+                for (double &x : scaled) x /= factor;
+                EXPECT_EQ(scaled, plain) << "scaled by " << factor;
+            }
+        }
+    }
+}
+
+TEST(accuracy, subnormal_numbers_and_non_numbers_reach_the_outputs) {
+    for (const lyr::codelet_table *table : all_tables()) {
+        const with_table active(table);
+        for (const int64_t n : {2, 13, 16, 48, 900, 1024}) {
+            SCOPED_TRACE(std::to_string(n) + " with " + table->name);
+            const problem p = line_problem(n, LYR_FFT_BACKWARD, layouts[0]);
+            buffers b = buffers_of(p);
+            const plan_holder holder(make_plan(p, b));
+            const double tiny = 3 * std::numeric_limits<double>::denorm_min();
+            std::fill_n(b.in[0], 2 * n, 0.0);
+            b.in[0][0] = tiny;
+            lyr_fft_execute(holder.plan);
+            EXPECT_TRUE(std::all_of(b.out[0], b.out[0] + 2 * n, [&](const double &x) {
+                return x == ((&x - b.out[0]) % 2 ? 0.0 : tiny);
+            })) << "impulse of a subnormal number";
+
+            for (const double bad : {std::nan(""), HUGE_VAL}) {
+                std::fill_n(b.in[0], 2 * n, 1.0);
+                b.in[0][n] = bad;
+                lyr_fft_execute(holder.plan);
+                for (int64_t k = 0; k < n; ++k)
+                    EXPECT_FALSE(std::isfinite(b.out[0][2 * k]) &&
+                                 std::isfinite(b.out[0][2 * k + 1]))
+                        << bad << " is lost at output " << k;
+            }
+        }
+    }
+}
+
+}  // namespace
+}  // namespace lyr_test

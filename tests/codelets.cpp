@@ -1,0 +1,386 @@
+// Every codelet of every table against the definition of a stage, called directly.
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstring>
+#include <map>
+
+#include "codelets/codelet.h"
+#include "dft/twiddle.h"
+#include "support.h"
+
+namespace lyr_test {
+namespace {
+
+using lyr::codelet_set;
+using lyr::codelet_table;
+using lyr::stage;
+
+constexpr int64_t codelet_lengths[] = {2,  3,  4,  5,  6,  7,  8,  9,  10, 11,
+                                       12, 13, 16, 17, 19, 23, 29, 31, 37};
+
+struct wide {
+    long double re, im;
+};
+
+// exp(sign 2 pi i t/n), from an angle in the first quarter.
+wide root(int64_t t, int64_t n, int64_t sign) {
+    t %= n;
+    const int64_t quarter = 4 * t / n;
+    const long double angle = 2 * 3.14159265358979323846264338327950288L *
+                              static_cast<long double>(4 * t - quarter * n) /
+                              static_cast<long double>(4 * n);
+    wide w = {std::cos(angle), std::sin(angle)};
+    for (int64_t k = 0; k < quarter; ++k) w = {-w.im, w.re};
+    return {w.re, static_cast<long double>(sign) * w.im};
+}
+
+// The roots of one length, computed once.
+const std::vector<wide> &roots(int64_t n, int64_t sign) {
+    static std::map<std::pair<int64_t, int64_t>, std::vector<wide>> known;
+    std::vector<wide> &table = known[{n, sign}];
+    if (table.empty())
+        for (int64_t t = 0; t < n; ++t) table.push_back(root(t, n, sign));
+    return table;
+}
+
+// Complex numbers that a codelet reads or writes: a window around the origin, so that strides may
+// be negative. Written places are those that differ from the pattern.
+struct window {
+    int64_t reach;  // complex numbers on either side of the origin
+    std::vector<double> doubles;
+
+    static constexpr uint64_t pattern = 0x7ff8'5eed'0000'0001U;
+
+    explicit window(int64_t r)
+        : reach(r), doubles(static_cast<size_t>(4 * r), std::bit_cast<double>(pattern)) {}
+    double *origin() { return doubles.data() + 2 * reach; }
+    double *at(int64_t element) { return origin() + 2 * element; }
+};
+
+// One pass over h transforms in general form: butterfly (k, j) of transform t, input q at
+// in_at(k, j, q, t), output p at out_at(k, j, p, t). Strides go to the codelet by way of `call`.
+struct pass {
+    int64_t r, L, m, h;
+    bool twiddled;
+    int64_t in_element, in_row, out_element, out_row;  // strides: elements, transforms
+
+    int64_t in_at(int64_t k, int64_t j, int64_t q, int64_t t) const {
+        return (k * r * m + j + q * m) * in_element + t * in_row;
+    }
+    int64_t out_at(int64_t k, int64_t j, int64_t p, int64_t t) const {
+        return ((k + p * L) * m + j) * out_element + t * out_row;
+    }
+    int64_t reach() const {
+        const int64_t n = r * L * m;
+        return n * std::max(std::abs(in_element), std::abs(out_element)) +
+               h * std::max(std::abs(in_row), std::abs(out_row)) + 64;
+    }
+};
+
+std::string text_of(const pass &s) {
+    std::string text;
+    for (const int64_t x : {s.r, s.L, s.m, s.h, s.in_element, s.in_row, s.out_element, s.out_row})
+        text += std::to_string(x) + " ";
+    return text + "(r L m h, strides of input elements and transforms, of output)";
+}
+
+// In units of 2^-53 times the size of the largest butterfly output; a twiddle product adds one.
+constexpr double tolerance(int64_t r) {
+    return 4 + static_cast<double>(r) / 12;
+}
+
+// The twiddle table of a stage for vectors of `lanes` complex numbers (codelet_table::lanes).
+std::vector<double> twiddle_table(const pass &s, int64_t sign, int64_t lanes) {
+    if (!s.twiddled) return {};
+    const int64_t columns = s.r - 1;
+    std::vector<double> plain(static_cast<size_t>(2 * s.L * columns));
+    lyr::fill_stage_twiddles(plain.data(), s.r * s.L * s.m, s.r, s.L, s.m, sign);
+    if (s.m != 1 || lanes == 1) return plain;
+    const int64_t grouped = s.L / lanes * lanes;
+    std::vector<double> table;
+    for (int64_t group = 0; group < grouped; group += lanes)
+        for (int64_t q = 0; q < columns; ++q)
+            for (int64_t part = 0; part < 2; ++part)
+                for (int64_t k = group; k < group + lanes; ++k)
+                    table.insert(table.end(), 2,
+                                 plain[static_cast<size_t>(2 * (k * columns + q) + part)]);
+    table.insert(table.end(), plain.begin() + 2 * grouped * columns, plain.end());
+    return table;
+}
+
+// Expected outputs of butterfly (k, j) of transform t.
+void butterfly(const pass &s, int64_t sign, const std::vector<wide> &in, int64_t k,
+               std::vector<wide> &out) {
+    const std::vector<wide> &w = roots(s.r, sign);
+    const std::vector<wide> &turn = roots(s.r * s.L, sign);
+    std::vector<wide> x = in;
+    for (int64_t q = 1; s.twiddled && q < s.r; ++q) {
+        const wide t = turn[static_cast<size_t>(k * q % (s.r * s.L))];
+        const wide v = x[static_cast<size_t>(q)];
+        x[static_cast<size_t>(q)] = {v.re * t.re - v.im * t.im, v.re * t.im + v.im * t.re};
+    }
+    for (int64_t p = 0; p < s.r; ++p) {
+        wide sum = {0, 0};
+        for (int64_t q = 0; q < s.r; ++q) {
+            const wide f = w[static_cast<size_t>(p * q % s.r)];
+            const wide v = x[static_cast<size_t>(q)];
+            sum.re += v.re * f.re - v.im * f.im;
+            sum.im += v.re * f.im + v.im * f.re;
+        }
+        out[static_cast<size_t>(p)] = sum;
+    }
+}
+
+// Runs call(descriptor, in, out) on random data and compares all outputs with the definition;
+// nothing but outputs may be written. Equal strides may be tried in place.
+template <class function>
+void check_pass(const pass &s, int64_t sign, int64_t lanes, bool in_place, function call) {
+    SCOPED_TRACE(text_of(s) + (in_place ? " in place" : ""));
+    window in(s.reach());
+    window out(in_place ? 0 : s.reach());
+    random_source random{static_cast<uint64_t>(s.r * 1000 + s.m)};
+    const int64_t n = s.r * s.L * s.m;
+    for (int64_t e = 0; e < n; ++e)
+        for (int64_t t = 0; t < s.h; ++t)
+            for (int64_t part = 0; part < 2; ++part)
+                in.at(e * s.in_element + t * s.in_row)[part] = random.uniform();
+    window before = in;
+    window &result = in_place ? in : out;
+
+    const std::vector<double> twiddles = twiddle_table(s, sign, lanes);
+    const stage descriptor = {nullptr,         s.m, s.L, s.in_element, s.out_element,
+                              twiddles.data(), s.r, sign};
+    call(descriptor, in.origin(), result.origin());
+
+    std::vector<wide> x(static_cast<size_t>(s.r)), y(static_cast<size_t>(s.r));
+    double worst = 0;
+    for (int64_t t = 0; t < s.h; ++t)
+        for (int64_t k = 0; k < s.L; ++k)
+            for (int64_t j = 0; j < s.m; ++j) {
+                for (int64_t q = 0; q < s.r; ++q) {
+                    const double *from = before.at(s.in_at(k, j, q, t));
+                    x[static_cast<size_t>(q)] = {from[0], from[1]};
+                }
+                butterfly(s, sign, x, k, y);
+                double size = 0, error = 0;
+                for (int64_t p = 0; p < s.r; ++p) {
+                    double *to = result.at(s.out_at(k, j, p, t));
+                    const wide v = y[static_cast<size_t>(p)];
+                    const auto re = static_cast<double>(static_cast<long double>(to[0]) - v.re);
+                    const auto im = static_cast<double>(static_cast<long double>(to[1]) - v.im);
+                    size = std::max(size, static_cast<double>(std::hypot(v.re, v.im)));
+                    const double e = std::hypot(re, im);
+                    if (!(e <= error)) error = e;  // NaN stays
+                    to[0] = to[1] = std::bit_cast<double>(window::pattern);
+                }
+                error /= size * 0x1p-53;
+                if (!(error <= worst)) worst = error;
+            }
+    EXPECT_LE(worst, tolerance(s.r)) << "largest error, in units of 2^-53";
+    // The outputs are the pattern again: all that differs from it was written by mistake.
+    EXPECT_TRUE(std::ranges::all_of(result.doubles, [](double v) {
+        return std::bit_cast<uint64_t>(v) == window::pattern;
+    })) << "wrote between or around the outputs";
+    if (!in_place) {
+        EXPECT_EQ(std::memcmp(in.doubles.data(), before.doubles.data(),
+                              in.doubles.size() * sizeof(double)),
+                  0)
+            << "changed its input";
+    }
+}
+
+// Calls f(table, set, r, sign) for every codelet; stops at the first failure.
+template <class function>
+void for_each_codelet(function f) {
+    for (const codelet_table *table : all_tables())
+        for (const int64_t r : codelet_lengths)
+            for (const int64_t sign : {-1, +1}) {
+                const codelet_set *set = table->sets[sign == +1][r - 1];
+                ASSERT_NE(set, nullptr) << r << " in " << table->name;
+                SCOPED_TRACE(std::string(table->name) + (sign < 0 ? " forward " : " backward ") +
+                             std::to_string(r));
+                f(table, set, r, sign);
+                if (testing::Test::HasFailure()) return;
+            }
+}
+
+TEST(codelets, tables_hold_the_19_lengths) {
+    for (const codelet_table *table : all_tables())
+        for (int64_t n = 1; n <= lyr::max_radix; ++n) {
+            const bool expected =
+                std::ranges::find(codelet_lengths, n) != std::end(codelet_lengths);
+            for (const auto &sets : table->sets) {
+                const codelet_set *set = sets[n - 1];
+                EXPECT_EQ(set != nullptr, expected) << n << " in " << table->name;
+                if (!set) continue;
+                EXPECT_TRUE(set->direct_unit && set->direct_general && set->first_unit &&
+                            set->first_general && set->middle && set->last_unit &&
+                            set->last_general && set->first_slab && set->twiddle_slab)
+                    << n << " in " << table->name;
+            }
+        }
+}
+
+TEST(codelets, lookups) {
+    lyr::plan unit = {};
+    unit.rank = 1;
+    unit.sign = -1;
+    unit.dims[0] = {64, 1, 1};
+    lyr::plan strided = unit;
+    strided.sign = +1;
+    strided.dims[0].os = 2;
+    for (const codelet_table *table : all_tables()) {
+        const with_table active(table);
+        for (const int64_t n : {int64_t{0}, int64_t{-1}, int64_t{1}, int64_t{14}, int64_t{15},
+                                int64_t{36}, int64_t{38}, int64_t{1} << 32 | 16, INT64_MAX}) {
+            EXPECT_EQ(lyr::codelets_for(&unit, n), nullptr) << n;
+            EXPECT_EQ(lyr::codelet_first_stage(&unit, n), nullptr) << n;
+            EXPECT_EQ(lyr::codelet_middle_stage(&unit, n), nullptr) << n;
+            EXPECT_EQ(lyr::codelet_last_stage(&strided, n), nullptr) << n;
+        }
+        const codelet_set *forward = table->sets[0][15], *backward = table->sets[1][15];
+        EXPECT_EQ(lyr::codelets_for(&unit, 16), forward);
+        EXPECT_EQ(lyr::codelet_first_stage(&unit, 16), forward->first_unit);
+        EXPECT_EQ(lyr::codelet_middle_stage(&unit, 16), forward->middle);
+        EXPECT_EQ(lyr::codelet_last_stage(&unit, 16), forward->last_unit);
+        EXPECT_EQ(lyr::codelets_for(&strided, 16), backward);
+        EXPECT_EQ(lyr::codelet_first_stage(&strided, 16), backward->first_general);
+        EXPECT_EQ(lyr::codelet_middle_stage(&strided, 16), backward->middle);
+        EXPECT_EQ(lyr::codelet_last_stage(&strided, 16), backward->last_general);
+        strided.sign = 0;
+        EXPECT_EQ(lyr::codelets_for(&strided, 16), backward) << "any sign but -1 is backward";
+        strided.sign = +1;
+    }
+}
+
+TEST(codelets, direct) {
+    struct strides {
+        int64_t in, out;
+    };
+    constexpr strides cases[] = {{1, 1}, {2, 3}, {5, 1}, {1, 4}, {-1, 1}, {3, -2}, {-2, -2}};
+    for_each_codelet([&](const codelet_table *, const codelet_set *set, int64_t r, int64_t sign) {
+        std::vector<double> scratch(static_cast<size_t>(2 * r));
+        for (const strides &c : cases)
+            for (const bool in_place : {false, true}) {
+                if (in_place && c.in != c.out) continue;
+                check_pass({r, 1, 1, 1, false, c.in, 0, c.out, 0}, sign, 1, in_place,
+                           [&](const stage &, const double *in, double *out) {
+                               set->direct_general(out, in, 16 * c.in, 16 * c.out, scratch.data());
+                           });
+                if (c.in != 1 || c.out != 1) continue;
+                check_pass({r, 1, 1, 1, false, 1, 0, 1, 0}, sign, 1, in_place,
+                           [&](const stage &, const double *in, double *out) {
+                               set->direct_unit(out, in, 48, -32, scratch.data());
+                           });
+            }
+    });
+}
+
+// Output p for an impulse at q is one root of unity: each coefficient of a butterfly by itself.
+TEST(codelets, impulses) {
+    for_each_codelet([&](const codelet_table *, const codelet_set *set, int64_t r, int64_t sign) {
+        std::vector<double> in(static_cast<size_t>(2 * r)), out(in);
+        for (int64_t q = 0; q < r; ++q)
+            for (int64_t part = 0; part < 2; ++part) {
+                std::ranges::fill(in, 0.0);
+                in[static_cast<size_t>(2 * q + part)] = 1;
+                set->direct_unit(out.data(), in.data(), 16, 16, nullptr);
+                for (int64_t p = 0; p < r; ++p) {
+                    wide w = roots(r, sign)[static_cast<size_t>(p * q % r)];
+                    if (part == 1) w = {-w.im, w.re};
+                    const size_t at = static_cast<size_t>(2 * p);
+                    const long double error = std::hypot(out[at] - w.re, out[at + 1] - w.im);
+                    EXPECT_LE(static_cast<double>(error), 0x1p-52)
+                        << "impulse at " << q << ", output " << p;
+                }
+            }
+    });
+}
+
+// Row lengths around all vector widths and their tails; long powers of two are walked in an order
+// of their own.
+std::vector<int64_t> widths(int64_t r) {
+    std::vector<int64_t> list = {1, 2, 3, 4, 5, 6, 7, 9};
+    if (test_scale > 1) list = {1, 2, 3, 7};
+    if (r == 2 || r == 4 || r == 5 || r == 16 || r == 37) list.push_back(256);
+    return list;
+}
+
+TEST(codelets, first_stages) {
+    for_each_codelet([&](const codelet_table *, const codelet_set *set, int64_t r, int64_t sign) {
+        for (const int64_t m : widths(r)) {
+            check_pass({r, 1, m, 1, false, 1, 0, 1, 0}, sign, 1, false,
+                       [&](const stage &d, const double *in, double *out) {
+                           set->first_unit(&d, in, out);
+                       });
+            for (const int64_t is : {2, 3})
+                check_pass({r, 1, m, 1, false, is, 0, 1, 0}, sign, 1, false,
+                           [&](const stage &d, const double *in, double *out) {
+                               set->first_general(&d, in, out);
+                           });
+        }
+    });
+}
+
+TEST(codelets, middle_stages) {
+    for_each_codelet([&](const codelet_table *, const codelet_set *set, int64_t r, int64_t sign) {
+        for (const int64_t m : widths(r))
+            for (const int64_t L : {2, 5}) {
+                if (m == 1) continue;  // a middle stage has others after it
+                check_pass({r, L, m, 1, true, 1, 0, 1, 0}, sign, 1, false,
+                           [&](const stage &d, const double *in, double *out) {
+                               set->middle(&d, in, out);
+                           });
+            }
+    });
+}
+
+TEST(codelets, last_stages) {
+    for_each_codelet(
+        [&](const codelet_table *table, const codelet_set *set, int64_t r, int64_t sign) {
+            for (const int64_t L : widths(r)) {
+                check_pass({r, L, 1, 1, true, 1, 0, 1, 0}, sign, table->lanes, false,
+                           [&](const stage &d, const double *in, double *out) {
+                               set->last_unit(&d, in, out);
+                           });
+                for (const int64_t os : {2, 3})
+                    check_pass({r, L, 1, 1, true, 1, 0, os, 0}, sign, table->lanes, false,
+                               [&](const stage &d, const double *in, double *out) {
+                                   set->last_general(&d, in, out);
+                               });
+            }
+        });
+}
+
+// Transforms side by side: rows with gaps in the input of the first stage and the output of the
+// last one.
+TEST(codelets, slab_stages) {
+    for_each_codelet(
+        [&](const codelet_table *table, const codelet_set *set, int64_t r, int64_t sign) {
+            for (const int64_t h : {1, 2, 3, 7, 10})
+                for (const int64_t gap : {int64_t{0}, int64_t{3}, 256 - h}) {
+                    if (test_scale > 1 && (gap > 3 || h == 10)) continue;
+                    const int64_t row = h + gap;
+                    for (const int64_t m : {1, 3})
+                        for (const int64_t out_row : {h, row})
+                            check_pass({r, 1, m, h, false, row, 1, out_row, 1}, sign, 1, false,
+                                       [&](const stage &d, const double *in, double *out) {
+                                           set->first_slab(&d, in, row, out, out_row, h);
+                                       });
+                    for (const int64_t L : {2, 6})
+                        check_pass({r, L, 1, h, true, h, 1, row, 1}, sign, table->lanes, false,
+                                   [&](const stage &d, const double *in, double *out) {
+                                       set->twiddle_slab(&d, in, h, out, row, h);
+                                   });
+                    if (gap == 0)
+                        check_pass({r, 3, 4, h, true, h, 1, h, 1}, sign, table->lanes, false,
+                                   [&](const stage &d, const double *in, double *out) {
+                                       set->twiddle_slab(&d, in, h, out, h, h);
+                                   });
+                }
+        });
+}
+
+}  // namespace
+}  // namespace lyr_test

@@ -1,0 +1,112 @@
+"""What the built library shows to the outside.
+
+usage: library_check.py header COMPILER... -- INCLUDE_DIR
+       library_check.py exports NM HEADER LIBRARY
+       library_check.py needed READELF LIBRARY
+       library_check.py codelets NM ISA OBJECT...
+
+Exits with 1 and one line per fault when something is not as it should be.
+"""
+
+import re
+import subprocess
+import sys
+import tempfile
+from pathlib import Path
+
+
+def run(*command):
+    return subprocess.run(command, check=True, capture_output=True, text=True).stdout
+
+
+def check_exports(nm, header, library):
+    """The functions of the header, their Fortran twins, the version: nothing more, nothing less."""
+    text = re.sub(r"/\*.*?\*/", "", Path(header).read_text(), flags=re.S)
+    functions = set(re.findall(r"\b(lyr_fft_\w+)\s*\(", text))
+    expected = functions | {f + "_" for f in functions} | {"LFFTGetVersion", "lyr_fft_version"}
+    found = set()
+    for line in run(nm, "-D", "--defined-only", library).splitlines():
+        kind, name = line.split()[-2:]
+        if kind != "A":  # the version node itself
+            found.add(name.split("@")[0])
+    yield from (f"not exported: {name}" for name in sorted(expected - found))
+    yield from (f"exported, but not in the header: {name}" for name in sorted(found - expected))
+    if len(functions) < 40:
+        yield f"only {len(functions)} functions found in {header}"
+
+
+def check_needed(readelf, library):
+    """No other library than those of C."""
+    needed = set(re.findall(r"\(NEEDED\).*\[(.*)\]", run(readelf, "-dW", library)))
+    if needed != {"libm.so.6", "libc.so.6"}:
+        yield "needed libraries: " + " ".join(sorted(needed))
+
+
+def check_codelets(nm, isa, objects):
+    """Nothing built for one kind of processor may be found by, or replace, code of another."""
+    own = re.compile(rf"_Z[A-Z]*N?K?3lyr{len(isa)}{isa}\d")
+    from_outside = {"memcpy", "memset", "memmove", "__stack_chk_fail", "_GLOBAL_OFFSET_TABLE_"}
+    defined = 0
+    for item in objects:
+        for line in run(nm, item).splitlines():
+            kind, name = line.split()[-2:]
+            if kind.islower() and kind not in "uvw":  # local to the object
+                continue
+            defined += kind != "U"
+            if not own.match(name) and not (kind == "U" and name in from_outside):
+                yield f"{Path(item).name}: {kind} {name}"
+    if defined < 19:
+        yield f"only {defined} symbols found"
+
+
+def check_header(compilers, include):
+    """The header is C99, C11 and C++11, and follows <complex.h>."""
+    plain = "#include <lyr_fft.h>\nlyr_fft_plan p;\n"
+    pairs = plain + "lyr_fft_complex z = {1.0, 2.0};\n"
+    native = (
+        "#include <complex.h>\n" + plain + "lyr_fft_complex z = 1.0 + 2.0 * I;\n"
+        "_Static_assert(_Generic(z, double _Complex: 1, default: 0), \"type\");\n"
+    )
+    languages = [
+        (".c", "c99", pairs),
+        (".c", "c11", pairs),
+        (".c", "c11", native),
+        (".cpp", "c++11", pairs),
+        (".cpp", "c++20", "#include <complex>\n" + pairs),
+    ]
+    with tempfile.TemporaryDirectory() as folder:
+        for compiler in compilers:
+            for suffix, standard, text in languages:
+                if (suffix == ".cpp") != ("++" in Path(compiler).name):
+                    continue
+                source = Path(folder) / ("header" + suffix)
+                source.write_text(text)
+                result = subprocess.run(
+                    [compiler, f"-std={standard}", "-Wall", "-Wextra", "-pedantic", "-Werror",
+                     "-fsyntax-only", f"-I{include}", str(source)],
+                    capture_output=True, text=True)
+                if result.returncode:
+                    yield f"{compiler} -std={standard}:\n{result.stderr}"
+
+
+def main(arguments):
+    match arguments:
+        case ["header", *compilers, "--", include] if compilers:
+            faults = check_header(compilers, include)
+        case ["exports", nm, header, library]:
+            faults = check_exports(nm, header, library)
+        case ["needed", readelf, library]:
+            faults = check_needed(readelf, library)
+        case ["codelets", nm, isa, *objects] if objects:
+            faults = check_codelets(nm, isa, objects)
+        case _:
+            print(__doc__, file=sys.stderr)
+            return 2
+    faults = list(faults)
+    for fault in faults:
+        print(fault)
+    return 1 if faults else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1:]))

@@ -1,0 +1,483 @@
+// The parts of the planner: dimension records, factors, roots of unity, the choice of solvers.
+#include <bit>
+#include <cmath>
+#include <cstring>
+#include <numeric>
+
+#include "api/memory.h"
+#include "batch/many_transpose.h"
+#include "dft/factorize.h"
+#include "dft/twiddle.h"
+#include "planner/registry.h"
+#include "support.h"
+
+namespace lyr_test {
+namespace {
+
+__extension__ typedef __int128 int128;
+using lyr::plan;
+using testing::AssertionFailure;
+using testing::AssertionResult;
+using testing::AssertionSuccess;
+
+// ---- Records ------------------------------------------------------------------------------------
+
+AssertionResult dims_are(const plan &p, std::vector<lyr_fft_iodim64> expected) {
+    if (p.rank != static_cast<int>(expected.size())) return AssertionFailure() << "rank " << p.rank;
+    for (int k = 0; k < p.rank; ++k) {
+        const auto &[n, is, os] = expected[static_cast<size_t>(k)];
+        if (p.dims[k].n != n || p.dims[k].is != is || p.dims[k].os != os)
+            return AssertionFailure() << "dims[" << k << "] = " << p.dims[k].n << ", "
+                                      << p.dims[k].is << ", " << p.dims[k].os;
+    }
+    return AssertionSuccess();
+}
+
+TEST(records, dims_from_lengths_and_extents) {
+    double a[1], b[1];
+    struct example {
+        int32_t kind;
+        bool in_place;
+        std::vector<int> n, inembed;
+        int istride;
+        std::vector<int> onembed;
+        int ostride;
+        std::vector<lyr_fft_iodim64> dims;
+    };
+    const example examples[] = {
+        {kind_complex, false, {9}, {}, 2, {}, 5, {{9, 2, 5}}},
+        {kind_complex, false, {4, 6}, {}, 1, {}, 1, {{4, 6, 6}, {6, 1, 1}}},
+        {kind_complex, false, {4, 6}, {5, 8}, 3, {1, 7}, 2, {{4, 24, 14}, {6, 3, 2}}},
+        {kind_complex, true, {2, 3, 5}, {}, 2, {}, 2, {{2, 30, 30}, {3, 10, 10}, {5, 2, 2}}},
+        {kind_complex,
+         false,
+         {2, 3, 5},
+         {9, 4, 6},
+         1,
+         {9, 3, 7},
+         1,
+         {{2, 24, 21}, {3, 6, 7}, {5, 1, 1}}},
+        {kind_r2c, false, {4, 6}, {}, 1, {}, 1, {{4, 6, 4}, {6, 1, 1}}},
+        {kind_r2c, true, {4, 6}, {}, 1, {}, 1, {{4, 8, 4}, {6, 1, 1}}},
+        {kind_r2c, true, {4, 7}, {}, 1, {}, 1, {{4, 8, 4}, {7, 1, 1}}},
+        {kind_c2r, false, {4, 6}, {}, 1, {}, 1, {{4, 4, 6}, {6, 1, 1}}},
+        {kind_c2r, true, {4, 6}, {}, 1, {}, 1, {{4, 4, 8}, {6, 1, 1}}},
+        {kind_r2c, false, {2, 3, 6}, {}, 1, {}, 1, {{2, 18, 12}, {3, 6, 4}, {6, 1, 1}}},
+        {kind_r2c, true, {4, 6}, {4, 10}, 1, {4, 5}, 1, {{4, 10, 5}, {6, 1, 1}}},
+        {kind_r2r, true, {4, 6}, {}, 1, {}, 1, {{4, 6, 6}, {6, 1, 1}}},
+    };
+    for (const example &e : examples) {
+        plan p = {};
+        p.kind = e.kind;
+        p.in = a;
+        p.out = e.in_place ? a : b;
+        lyr::plan_fill_dims(&p, static_cast<int>(e.n.size()), e.n.data(),
+                            e.inembed.empty() ? nullptr : e.inembed.data(), e.istride,
+                            e.onembed.empty() ? nullptr : e.onembed.data(), e.ostride);
+        EXPECT_TRUE(dims_are(p, e.dims)) << "example " << &e - examples;
+    }
+}
+
+TEST(records, clearing) {
+    lyr::plan_clear(nullptr);
+    plan p = {};
+    p.rank = 1;
+    p.dims[0] = {7, 1, 1};
+    lyr::plan_clear(&p);
+
+    double not_owned[4], part_of_another[4];
+    p.aux = not_owned;
+    p.aux_bytes = sizeof not_owned;
+    p.work = part_of_another;
+    lyr::plan_clear(&p);
+    EXPECT_EQ(p.aux, not_owned);
+    EXPECT_EQ(p.work, part_of_another);
+
+    // Released blocks and children are gone from the record; what stays alive is a leak.
+    p.aux = lyr::aligned_alloc_zero(64);
+    p.aux_owned = 1;
+    p.aux_bytes = 64;
+    p.work = lyr::aligned_alloc_zero(128);
+    p.work_bytes = 128;
+    p.children = lyr::plan_alloc_children(2);
+    p.nchildren = 2;
+    p.children[1].work = lyr::aligned_alloc_zero(32);
+    p.children[1].work_bytes = 32;
+    lyr::plan_clear(&p);
+    EXPECT_TRUE(!p.aux && !p.aux_bytes && !p.aux_owned && !p.work && !p.work_bytes && !p.children &&
+                !p.nchildren);
+    EXPECT_TRUE(dims_are(p, {{7, 1, 1}}));
+    lyr::plan_clear(&p);
+    EXPECT_EQ(lyr::plan_alloc_children(0), nullptr);
+    EXPECT_EQ(lyr::plan_alloc_children(-1), nullptr);
+}
+
+// ---- The choice of solvers ----------------------------------------------------------------------
+
+TEST(choice, registry_order) {
+    constexpr const char *names[] = {
+        "solve_problem_rearrange_inplace",
+        "solve_problem_dft_split",
+        "solve_problem_dft_many_split",
+        "solve_problem_nop",
+        "solve_problem_c2r_multidimension_many",
+        "solve_problem_r2c_multidimension_many",
+        "solve_problem_dft_many_multithread",
+        "solve_bufferized_problem",
+        "solve_indirect_problem",
+        "solve_problem_dft_many_transpose",
+        "solve_problem_dft_many_post_transpose",
+        "solve_problem_r2c_1d_direct",
+        "solve_problem_r2c_many_direct",
+        "solve_problem_c2r_direct",
+        "solve_problem_r2hc_direct",
+        "solve_problem_hc2r_direct",
+        "solve_problem_dht_direct",
+        "solve_problem_redft00_direct",
+        "solve_problem_c2r_many",
+        "solve_problem_r2c_many",
+        "solve_problem_r2hc_many",
+        "solve_problem_dft_many",
+        "solve_problem_c2c_1d_rader",
+        "solve_problem_c2c_1d_bluestein",
+        "solve_problem_c2c_1d_large",
+        "solve_problem_dft_direct",
+        "solve_problem_c2c_1d",
+        "solve_problem_r2c_1d",
+        "solve_problem_c2r_1d",
+        "solve_problem_r2hc_1d",
+        "solve_problem_hc2r_1d",
+        "solve_problem_dht_1d",
+        "solve_problem_redft00_1d",
+        "solve_problem_r2r_1d",
+        "solve_problem_multidimension",
+        "solve_problem_c2r_multidimension",
+        "solve_problem_rearrange_outplace",
+        "solve_problem_dft_many_transpose_rotate",
+    };
+    ASSERT_EQ(std::size(names), static_cast<size_t>(lyr::registry_size));
+    for (size_t k = 0; k < std::size(names); ++k)
+        EXPECT_STREQ(lyr::registry[k].name, names[k]) << "entry " << k;
+}
+
+TEST(choice, unsolvable_problems_leave_nothing_behind) {
+    EXPECT_EQ(lyr::plan_solve(nullptr), -1);
+    double in[64], out[64];
+    plan p = {};
+    p.kind = kind_rotated_batch;
+    p.sign = -1;
+    p.split = -1;
+    p.rank = 2;
+    p.dims[0] = {4, 4, 4};
+    p.dims[1] = {4, 1, 1};
+    p.in = in;
+    p.out = out;
+    EXPECT_EQ(lyr::plan_solve(&p), -1);
+    EXPECT_TRUE(!p.children && !p.nchildren && !p.aux && !p.work);
+    EXPECT_TRUE(dims_are(p, {{4, 4, 4}, {4, 1, 1}}));
+}
+
+// Solver and executor of a plan and of its descendants: "solver/executor(child child)".
+std::string names_of(const plan *p) {
+    std::string text = p->solver_name;
+    text += "/";
+    text += p->execute_name;
+    for (int k = 0; k < p->nchildren; ++k) {
+        text += k == 0 ? "(" : " ";
+        text += names_of(&p->children[k]);
+    }
+    if (p->nchildren > 0) text += ")";
+    return text;
+}
+
+TEST(choice, solvers_and_executors) {
+    struct example {
+        const char *problem;
+        const char *names;
+    };
+#define DIRECT "solve_problem_dft_direct/execute_dft_direct"
+#define SLAB "solve_problem_dft_many_transpose/execute_many_transpose"
+    constexpr example examples[] = {
+        {"ocf1", "solve_problem_nop/execute_nop"},
+        {"ocf1:1:1*5:2:1", "solve_problem_nop/execute_nop"},
+        {"ocf1:7:7", "solve_problem_nop/execute_nop"},
+        {"ocf16", DIRECT},
+        {"icb37:3:3", DIRECT},
+        {"ocf16:1:1*1:90:90", DIRECT},
+        {"ocf64", "solve_problem_c2c_1d/execute_1d_two_stages"},
+        {"ocf64:2:3", "solve_problem_c2c_1d/execute_1d_two_stages"},
+        {"ocf1024", "solve_problem_c2c_1d/execute_1d"},
+        {"icf1024", "solve_problem_c2c_1d/execute_1d"},
+        {"ocf1024:2:1", "solve_problem_c2c_1d/execute_1d_discrete"},
+        {"icf1024:2:2", "solve_problem_c2c_1d/execute_1d_discrete"},
+        {"ocf16*8i", SLAB},
+        {"icf100*8i", SLAB},
+        {"ocf16*8", "solve_problem_dft_many/execute_many(" DIRECT ")"},
+        {"ocf64*5*8i", "solve_problem_dft_many/execute_many(" SLAB ")"},
+        {"ocf12x16",
+         "solve_problem_multidimension/execute_multidimension("
+         "solve_problem_dft_many/execute_many(" DIRECT ") " SLAB ")"},
+    };
+#undef DIRECT
+#undef SLAB
+    for (const example &e : examples) {
+        const lyr_tools::problem p = problem_of(e.problem);
+        const lyr_tools::buffers b = buffers_of(p);
+        const plan_holder holder(make_plan(p, b, lyr_tools::constructor::guru64));
+        ASSERT_NE(holder.plan, nullptr) << e.problem;
+        EXPECT_EQ(names_of(holder.plan), e.names) << e.problem;
+    }
+}
+
+TEST(choice, plans_as_text) {
+    const lyr_tools::problem p = problem_of("ocb30x64");
+    const lyr_tools::buffers b = buffers_of(p);
+    const plan_holder holder(make_plan(p, b));
+    const std::string text = plan_text(holder.plan);
+    // Sizes of buffers and tables, at the ends of the lines, are the solvers' business.
+    for (const char *part : {"solve_problem_multidimension: execute_multidimension\n"
+                             "  complex backward 30:64:64x64:1:1\n"
+                             "  solve_problem_dft_many: execute_many\n"
+                             "    complex backward 64:1:1 * 30:64:64\n"
+                             "    solve_problem_c2c_1d: execute_1d_two_stages\n"
+                             "      complex backward 64:1:1, radices 8x8,",
+                             "\n"
+                             "  solve_problem_dft_many_transpose: execute_many_transpose\n"
+                             "    complex backward 30:64:64 * 64:1:1, radices 3x10,"})
+        EXPECT_NE(text.find(part), std::string::npos) << part << "\nis not in\n" << text;
+    EXPECT_EQ(plan_text(nullptr), "");
+}
+
+TEST(choice, slab_widths) {
+    for (const int64_t n : {2, 37, 60, 1024, 4096, 1 << 20})
+        for (const int64_t howmany : {2, 3, 63, 64, 65, 100000}) {
+            EXPECT_EQ(lyr::slab_width(n, howmany, 1), howmany) << n;
+            const int64_t width = lyr::slab_width(n, howmany, 2);
+            EXPECT_GE(width, 1);
+            EXPECT_LE(width, std::min(howmany, lyr::slab_width_limit));
+            EXPECT_TRUE(width == howmany || width % lyr::slab_quantum == 0) << n << " " << howmany;
+            EXPECT_TRUE(width <= lyr::slab_quantum || 16 * n * width <= lyr::slab_scratch_bytes);
+        }
+}
+
+// ---- Factors ------------------------------------------------------------------------------------
+
+std::vector<int64_t> factors_of(int64_t n) {
+    int64_t list[lyr::max_factors];
+    return {list, list + lyr::factorize_size(n, list)};
+}
+
+TEST(factors, examples) {
+    using list = std::vector<int64_t>;
+    const std::pair<int64_t, list> examples[] = {
+        {2, {2}},
+        {16, {16}},
+        {18, {6, 3}},
+        {27, {9, 3}},
+        {30, {3, 10}},
+        {41, {41}},
+        {82, {2, 41}},
+        {1056, {6, 11, 16}},
+        {37 * 37, {37, 37}},
+        {32768, {8, 8, 8, 8, 8}},
+        {43 * 47, {43 * 47}},
+    };
+    for (const auto &[n, expected] : examples) EXPECT_EQ(factors_of(n), expected) << n;
+    EXPECT_EQ(factors_of(1), list{});
+    EXPECT_EQ(factors_of(0), list{});
+    EXPECT_EQ(factors_of(-8), list{});
+    EXPECT_EQ(lyr::factorize_size(8, nullptr), 0);
+    for (const int64_t factor : factors_of(24576)) EXPECT_NE(factor, 16);
+}
+
+AssertionResult well_factored(int64_t n) {
+    const std::vector<int64_t> factors = factors_of(n);
+    int64_t product = 1;
+    for (size_t k = 0; k < factors.size(); ++k) {
+        product *= factors[k];
+        const bool served = factors[k] <= lyr::max_radix && lyr::part_above_37(factors[k]) == 1;
+        if (factors[k] < 2 || (!served && k + 1 < factors.size()) ||
+            (!served && factors[k] != lyr::part_above_37(n)))
+            return AssertionFailure() << "factor " << factors[k] << " of " << n;
+    }
+    if (product != n) return AssertionFailure() << "product " << product << " for " << n;
+    return AssertionSuccess();
+}
+
+TEST(factors, products) {
+    for (int64_t n = 2; n <= 20000; ++n) ASSERT_TRUE(well_factored(n));
+    int64_t three_39 = 1, five_27 = 1;
+    for (int k = 0; k < 39; ++k) three_39 *= 3;
+    for (int k = 0; k < 27; ++k) five_27 *= 5;
+    for (const int64_t n : {int64_t{1} << 62, three_39, five_27, INT64_MAX, INT64_MAX - 1})
+        EXPECT_TRUE(well_factored(n));
+}
+
+TEST(factors, part_above_37) {
+    EXPECT_EQ(lyr::part_above_37(1), 1);
+    EXPECT_EQ(lyr::part_above_37(int64_t{1} << 62), 1);
+    EXPECT_EQ(lyr::part_above_37(int64_t{2} * 3 * 5 * 7 * 11 * 13 * 17 * 19 * 23 * 29 * 31 * 37),
+              1);
+    EXPECT_EQ(lyr::part_above_37(41), 41);
+    EXPECT_EQ(lyr::part_above_37(74 * 41 * 43), 41 * 43);
+}
+
+// ---- Roots of unity -----------------------------------------------------------------------------
+
+struct root {
+    double re, im;
+    bool operator==(const root &) const = default;
+};
+
+root twiddle(int64_t t, int64_t N) {
+    root w;
+    lyr::compute_twiddle(t, N, &w.re);
+    return w;
+}
+
+bool same_bits(const double *a, const double *b, int64_t count) {
+    return std::memcmp(a, b, static_cast<size_t>(count) * sizeof *a) == 0;
+}
+
+constexpr int64_t root_lengths[] = {1,
+                                    2,
+                                    3,
+                                    4,
+                                    5,
+                                    12,
+                                    37,
+                                    64,
+                                    100,
+                                    1001,
+                                    4096,
+                                    int64_t{3} << 30,
+                                    9973,
+                                    65537,
+                                    1 << 20,
+                                    (int64_t{1} << 50) + 4,
+                                    (int64_t{1} << 61) - 1};
+
+TEST(twiddles, symmetries_are_exact) {
+    for (const int64_t N : root_lengths) {
+        EXPECT_EQ(twiddle(0, N), (root{1, 0}));
+        if (N % 2 == 0) {
+            EXPECT_EQ(twiddle(N / 2, N), (root{-1, 0})) << N;
+        }
+        if (N % 4 == 0) {
+            EXPECT_EQ(twiddle(N / 4, N), (root{0, 1})) << N;
+            EXPECT_EQ(twiddle(-N / 4, N), (root{0, -1})) << N;
+        }
+        if (N % 8 == 0) {
+            const root w = twiddle(N / 8, N);
+            EXPECT_NEAR(w.re, w.im, 0x1p-53) << N;
+        }
+        random_source random{static_cast<uint64_t>(N)};
+        for (int i = 0; i < 200; ++i) {
+            const int64_t t = random.below(N);
+            const root w = twiddle(t, N), conjugate = twiddle(-t, N);
+            const root expected = {w.re, -w.im};
+            EXPECT_TRUE(same_bits(&conjugate.re, &expected.re, 2) || w.im == 0) << t << "/" << N;
+            EXPECT_EQ(twiddle(t, N), twiddle(t + N, N)) << t << "/" << N;
+        }
+    }
+}
+
+// The error is relative to each component, so that small sines are right too.
+TEST(twiddles, are_accurate) {
+    constexpr long double pi = 3.14159265358979323846264338327950288L;
+    for (const int64_t N : root_lengths) {
+        random_source random{static_cast<uint64_t>(N)};
+        double worst = 0;
+        for (int i = 0; i < 2000 / test_scale; ++i) {
+            // The exact angle is taken from the nearest axis.
+            const int64_t t = random.below(N);
+            const auto quarter = static_cast<int64_t>((int128{8} * t + N) / (int128{2} * N));
+            const int128 rest = int128{4} * t - int128{quarter} * N;
+            const long double angle =
+                pi / 2 * static_cast<long double>(rest) / static_cast<long double>(N);
+            long double c = std::cos(angle), s = std::sin(angle);
+            for (int64_t k = 0; k < quarter % 4; ++k) {
+                const long double old = c;
+                c = -s, s = old;
+            }
+            const root w = twiddle(t, N);
+            const auto error = [](double x, long double exact) {
+                const auto e = static_cast<double>(std::fabs(x - exact));
+                return e == 0 ? 0 : e / static_cast<double>(std::fabs(exact)) / 0x1p-53;
+            };
+            worst = std::max({worst, error(w.re, c), error(w.im, s)});
+        }
+        // The angle is rounded three times on the way.
+        EXPECT_LE(worst, 4.0) << "units of 2^-53, N = " << N;
+    }
+}
+
+// Entry by entry the same bits as compute_twiddle, from shared roots too.
+TEST(twiddles, stage_tables) {
+    struct example {
+        int64_t N, r, L, m;
+    };
+    constexpr example examples[] = {{60, 10, 6, 1},
+                                    {60, 6, 1, 10},
+                                    {1024, 8, 16, 8},
+                                    {1024, 8, 128, 1},
+                                    {1001, 11, 7, 13},
+                                    {41 * 64, 41, 16, 4},
+                                    {65536, 16, 4096, 1},
+                                    {3 * 16384, 3, 16384, 1},
+                                    {(int64_t{1} << 40), 4, 8, int64_t{1} << 35}};
+    for (const auto &[N, r, L, m] : examples)
+        for (const int64_t sign : {-1, +1}) {
+            const int64_t entries = L * (r - 1);
+            std::vector<double> table(static_cast<size_t>(2 * entries) + 2, 7.0), shared(table);
+            lyr::fill_stage_twiddles(table.data(), N, r, L, m, sign);
+            lyr::root_source source;
+            lyr::root_source_init(&source, N, entries);
+            lyr::fill_stage_twiddles(shared.data(), &source, r, L, m, sign);
+            lyr::root_source_release(&source);
+            EXPECT_EQ(table.back(), 7.0) << "wrote past the end";
+            EXPECT_TRUE(same_bits(table.data(), shared.data(), 2 * entries + 2)) << N;
+            const int64_t step = std::max<int64_t>(1, L / (400 / test_scale));
+            for (int64_t j = 0; j < L; j += step)
+                for (int64_t k = 1; k < r; ++k) {
+                    const root w = twiddle(sign * m * j % N * k, N);
+                    ASSERT_TRUE(
+                        same_bits(&w.re, &table[static_cast<size_t>(2 * (j * (r - 1) + k - 1))], 2))
+                        << N << ": row " << j << ", column " << k;
+                }
+        }
+    double untouched[2] = {7, 7};
+    lyr::fill_stage_twiddles(untouched, 16, 1, 4, 4, -1);
+    lyr::fill_stage_twiddles(untouched, 16, 4, 0, 4, -1);
+    lyr::fill_stage_twiddles(nullptr, 16, 4, 4, 1, -1);
+    EXPECT_EQ(untouched[0], 7);
+    EXPECT_EQ(untouched[1], 7);
+}
+
+TEST(twiddles, fixed_patterns) {
+    struct pattern {
+        void (*fill)(double *, int64_t);
+        int64_t (*count)(int64_t n);
+        int64_t first, step, turns;  // W(first + step*k, turns*n), k = 0 .. count-1
+    };
+    const pattern patterns[] = {
+        {lyr::fill_half_angle, [](int64_t n) { return n == 0 ? 0 : (n - 1) / 2; }, -1, -1, 2},
+        {lyr::fill_quarter_angle, [](int64_t n) { return n; }, 0, -1, 4},
+        {lyr::fill_odd_sixteenth_angle, [](int64_t n) { return n; }, 1, 2, 16},
+    };
+    for (const pattern &p : patterns)
+        for (const int64_t n : {0, 1, 2, 3, 8, 15}) {
+            std::vector<double> table(static_cast<size_t>(2 * n + 2), 7.0);
+            p.fill(table.data(), n);
+            const auto count = static_cast<size_t>(p.count(n));
+            for (size_t k = 0; k < count; ++k) {
+                const root w = twiddle(p.first + p.step * static_cast<int64_t>(k), p.turns * n);
+                EXPECT_TRUE(same_bits(&w.re, &table[2 * k], 2)) << n << ", entry " << k;
+            }
+            for (size_t k = 2 * count; k < table.size(); ++k)
+                EXPECT_EQ(table[k], 7.0) << "pattern " << &p - patterns << " wrote too much";
+        }
+}
+
+}  // namespace
+}  // namespace lyr_test

@@ -1,0 +1,184 @@
+// Batches and several dimensions: random problems in random layouts. A failure names the problem
+// in the notation of the lyr-fft tool.
+#include <algorithm>
+#include <numeric>
+
+#include "support.h"
+
+namespace lyr_test {
+namespace {
+
+using lyr_tools::buffers;
+using lyr_tools::constructor;
+using lyr_tools::max_rank;
+using lyr_tools::problem;
+using lyr_tools::side;
+
+constexpr int64_t most_points = 3000;
+
+int64_t random_length(random_source &random, int64_t limit) {
+    constexpr int64_t lengths[] = {1,  2,  3,  4,  5,  6,  7,  8,  9,  10,  11,  12,  13,  14,
+                                   15, 16, 17, 18, 19, 22, 23, 24, 29, 30,  31,  32,  33,  36,
+                                   37, 45, 48, 60, 64, 74, 91, 96, 99, 100, 128, 210, 256, 1024};
+    const auto *end = std::upper_bound(std::begin(lengths), std::end(lengths), limit);
+    return lengths[random.below(end - lengths)];
+}
+
+// Row-major in a random order of all dimensions, batch and transform alike, with random gaps.
+void choose_strides(random_source &random, problem &p, side s) {
+    int64_t *stride[2 * max_rank];
+    int64_t length[2 * max_rank];
+    int count = 0;
+    for (int d = 0; d < p.batch_rank; ++d, ++count) {
+        stride[count] = s == side::in ? &p.batch[d].is : &p.batch[d].os;
+        length[count] = p.batch[d].n;
+    }
+    for (int d = 0; d < p.rank; ++d, ++count) {
+        stride[count] = s == side::in ? &p.dims[d].is : &p.dims[d].os;
+        length[count] = p.dims[d].n;
+    }
+    int order[2 * max_rank];
+    std::iota(order, order + count, 0);
+    if (random.below(4) != 0)
+        for (int k = count - 1; k > 0; --k) std::swap(order[k], order[random.below(k + 1)]);
+    const bool gaps = random.below(2) != 0;
+    int64_t step = gaps ? 1 + random.below(3) : 1;
+    for (int k = count - 1; k >= 0; --k) {
+        *stride[order[k]] = step;
+        step = step * length[order[k]] + (gaps ? random.below(4) : 0);
+    }
+}
+
+problem random_problem(random_source &random) {
+    problem p;
+    p.sign = random.below(2) ? LYR_FFT_FORWARD : LYR_FFT_BACKWARD;
+    p.in_place = random.below(3) == 0;
+    p.rank = 1 + static_cast<int>(random.below(3));
+    p.batch_rank = static_cast<int>(random.below(4));
+    int64_t room = most_points;
+    for (int d = 0; d < p.rank; ++d) {
+        p.dims[d].n = random_length(random, p.rank == 1 ? room : std::min<int64_t>(room, 64));
+        room /= p.dims[d].n;
+    }
+    for (int d = 0; d < p.batch_rank; ++d) {
+        p.batch[d].n = 1 + random.below(std::min<int64_t>(room, p.batch_rank == 1 ? 70 : 9));
+        room = std::max<int64_t>(1, room / p.batch[d].n);
+    }
+    choose_strides(random, p, side::in);
+    if (!p.in_place) {
+        choose_strides(random, p, side::out);
+    } else {
+        for (lyr_fft_iodim64 &d : p.dims) d.os = d.is;
+        for (lyr_fft_iodim64 &d : p.batch) d.os = d.is;
+    }
+    return p;
+}
+
+// The same plan run twice, and on arrays of another alignment, gives the same bits.
+void check_repetition(const problem &p, const buffers &b, lyr_fft_plan plan, uint64_t seed) {
+    buffers again = buffers_of(p, true);
+    for (int run = 0; run < 2; ++run) {
+        fill_buffers(p, seed, again);
+        execute_on(p, again, plan);
+        EXPECT_TRUE(same_outputs(p, b, again)) << "other bits in run " << run + 2;
+        EXPECT_EQ(check_buffers(p, again), "");
+    }
+}
+
+void check_problem(const problem &p, constructor with, uint64_t seed) {
+    SCOPED_TRACE(format_problem(p) + " with " + lyr::active_table()->name);
+    buffers b = buffers_of(p);
+    if (testing::Test::HasFailure()) return;
+    const plan_holder holder(make_plan(p, b, with));
+    ASSERT_NE(holder.plan, nullptr);
+    const lyr_tools::verdict v = verify(p, b, holder.plan, seed);
+    EXPECT_EQ(v.damage, "");
+    // The worst of many short transforms is worse than one of them usually is.
+    EXPECT_LE(v.error.l2, point_count(p) < 32 ? 2.0 : v.bound);
+    EXPECT_LE(v.error.linf, 1e-15);
+    check_repetition(p, b, holder.plan, seed);
+}
+
+TEST(random_problems, any_dimensions_any_batch_any_layout) {
+    const int64_t count = 3000 / test_scale;
+    for (const lyr::codelet_table *table : all_tables()) {
+        const with_table active(table);
+        random_source random{20};
+        for (int64_t i = 0; i < count && !HasFailure(); ++i) {
+            const problem p = random_problem(random);
+            // The advanced constructor refuses some strided in-place batches.
+            const bool plain = !p.in_place && random.below(2) != 0;
+            check_problem(p, plain ? constructor::automatic : constructor::guru64,
+                          static_cast<uint64_t>(i + 1));
+        }
+    }
+}
+
+// Shapes that select particular ways through the solvers.
+TEST(random_problems, usual_batches) {
+    constexpr const char *problems[] = {
+        "ocf16*1000",
+        "ocf16*1000i",
+        "icb100*37i",
+        "ocf128*67i",
+        "ocb1024*5i",
+        "ocf4096*6i",
+        "ocf37*64i",
+        "ocf37:64:1*64:1:37",
+        "ocf60x48",
+        "icb60x48",
+        "ocb30x16x25",
+        "icf8x9x10*7",
+        "ocf64x64*3i",
+        "ocf2x1024",
+        "ocf1024x2",
+        "icf256:300:300*256:1:1",
+        "ocf1:1:1*9:2:3",
+        "ocf1:1:1x1:1:1x1:1:1*9:2:3",
+        "ocb1x16",
+        "ocb16x1*2*3*4",
+        "ocf243:9:2*9:1:500",
+        "ocf512:4096:4096*5:1:1",
+    };
+    for (const lyr::codelet_table *table : all_tables()) {
+        const with_table active(table);
+        for (const char *text : problems) {
+            if (test_scale > 1 && batch_count(problem_of(text)) > 64) continue;
+            check_problem(problem_of(text), constructor::automatic, 1);
+        }
+    }
+}
+
+// Equal transforms of a batch give equal bits, wherever in vectors and tails they fall.
+TEST(random_problems, results_do_not_depend_on_the_place_in_a_batch) {
+    for (const lyr::codelet_table *table : all_tables()) {
+        const with_table active(table);
+        for (const char *text : {"ocf37*7i", "ocf60*71i", "ocb210:80:90*71:1:1", "icf1024*19i",
+                                 "ocf48x20*6i", "ocf100*5", "icb81*3*5"}) {
+            const problem p = problem_of(text);
+            SCOPED_TRACE(std::string(text) + " with " + table->name);
+            buffers b = buffers_of(p);
+            const plan_holder holder(make_plan(p, b));
+            ASSERT_NE(holder.plan, nullptr);
+            for_each_transform(p, side::in, [&](int64_t start) {
+                for_each_element(p, side::in, [&](int64_t offset) {
+                    store_element(p, b, side::in, start + offset,
+                                  load_element(p, b, side::in, offset));
+                });
+            });
+            lyr_fft_execute(holder.plan);
+            int64_t different = 0;
+            for_each_transform(p, side::out, [&](int64_t start) {
+                for_each_element(p, side::out, [&](int64_t offset) {
+                    const auto x = load_element(p, b, side::out, offset);
+                    const auto y = load_element(p, b, side::out, start + offset);
+                    different += !(x.re == y.re && x.im == y.im);
+                });
+            });
+            EXPECT_EQ(different, 0);
+        }
+    }
+}
+
+}  // namespace
+}  // namespace lyr_test

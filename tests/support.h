@@ -1,0 +1,75 @@
+// What the tests share: codelet tables, problems as text, plans as text.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "buffers.h"
+#include "codelets/codelet.h"
+#include "planner/plan.h"
+#include "problem.h"
+#include "reference.h"
+
+namespace lyr_test {
+
+// 1 natively; where everything is many times slower (emulators, sanitizers) tests do about one of
+// so many cases.
+inline constexpr int64_t test_scale = LYRA_TEST_SCALE;
+
+// The tables this processor supports, and emulated ones.
+const std::vector<const lyr::codelet_table *> &all_tables();
+
+// Makes a table the active one for the lifetime of the object.
+class with_table {
+  public:
+    explicit with_table(const lyr::codelet_table *table);
+    ~with_table();
+    with_table(const with_table &) = delete;
+    with_table &operator=(const with_table &) = delete;
+
+  private:
+    const lyr::codelet_table *before;
+};
+
+// Reproducible numbers (splitmix64).
+struct random_source {
+    uint64_t state;
+
+    uint64_t next();
+    int64_t below(int64_t limit) {  // 0 .. limit - 1
+        return static_cast<int64_t>(next() % static_cast<uint64_t>(limit));
+    }
+    double uniform() { return static_cast<double>(next() >> 11) * 0x1p-53 - 0.5; }
+};
+
+// A problem from its notation; a test failure and an empty problem when it is none.
+lyr_tools::problem problem_of(const std::string &text);
+
+// Tracked arrays of a problem, filled from the seed.
+lyr_tools::buffers buffers_of(const lyr_tools::problem &p, bool misaligned = false);
+
+// Destroys the plan at the end of its scope.
+struct plan_holder {
+    lyr_fft_plan plan;
+
+    explicit plan_holder(lyr_fft_plan p) : plan(p) {}
+    ~plan_holder() { lyr_fft_destroy_plan(plan); }
+    plan_holder(const plan_holder &) = delete;
+    plan_holder &operator=(const plan_holder &) = delete;
+};
+
+// The plan tree as plan_describe prints it, two blanks before a line for each level.
+std::string plan_text(const lyr_fft_plan_s *plan);
+
+// True when the outputs of two arrays of the same problem have the same bits.
+bool same_outputs(const lyr_tools::problem &p, const lyr_tools::buffers &a,
+                  const lyr_tools::buffers &b);
+
+inline lyr_fft_complex *complexes(double *p) {
+    return reinterpret_cast<lyr_fft_complex *>(p);
+}
+
+}  // namespace lyr_test
