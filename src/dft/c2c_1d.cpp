@@ -59,7 +59,7 @@ int solve_problem_c2c_1d(plan *p) {
     const int count = build_stages(p, stage_form::single);
     if (count < 1) return -1;
 
-    const int64_t halves = unit_strides(p) ? 1 : 2;
+    const uint64_t halves = unit_strides(p) ? 1 : 2;
     const uint64_t bytes = static_cast<uint64_t>(p->dims[0].n) * 16 * halves;
     p->work = aligned_alloc_zero(bytes);
     if (!p->work) return -1;

@@ -6,7 +6,7 @@ namespace {
 
 struct known_length {
     int16_t n;
-    int8_t factors[5];
+    uint8_t factors[5];
 };
 
 // Orders that were found to be fast. They are not sorted: 30 is 3 then 10.
@@ -88,7 +88,7 @@ int factorize_size(int64_t n, int64_t *factors) {
     if (n < 2 || !factors) return 0;
     int count = 0;
     if (const known_length *known = find_known(n)) {
-        for (int8_t factor : known->factors)
+        for (uint8_t factor : known->factors)
             if (factor) factors[count++] = factor;
         return count;
     }

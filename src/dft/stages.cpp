@@ -41,7 +41,7 @@ stage_codelet choose_codelet(const plan *p, stage_form form, int s, int count, i
 
 }  // namespace
 
-uint64_t stage_block_bytes(int64_t n, int count, int64_t last_radix, int64_t lanes) {
+uint64_t stage_block_bytes(int64_t n, int64_t count, int64_t last_radix, int64_t lanes) {
     const int64_t wide = count > 1 && lanes > 1 ? n / last_radix * (last_radix - 1) : 0;
     return static_cast<uint64_t>(n + wide + 4 * count) * 16 + 72;
 }

@@ -19,7 +19,7 @@ struct stage_list {
 };
 
 // lanes: codelet_table::lanes; wide tables of a last stage of radix r take twice the room.
-uint64_t stage_block_bytes(int64_t n, int count, int64_t last_radix, int64_t lanes);
+uint64_t stage_block_bytes(int64_t n, int64_t count, int64_t last_radix, int64_t lanes);
 
 // Finds the stages in a block.
 inline stage_list stages_of(void *block) {

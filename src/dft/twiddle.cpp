@@ -50,7 +50,7 @@ inline void read_root(const root_source *source, int64_t u, double *out) {
     if (source->octant) {
         restore(angle, source->octant + 2 * (angle.q >> source->step_log2), out);
     } else {
-        double root[2];
+        double root[2] = {};
         octant_root(angle.q, source->N, root);
         restore(angle, root, out);
     }
@@ -62,7 +62,7 @@ void compute_twiddle(int64_t t, int64_t N, double *out) {
     int64_t u = t % N;
     if (u < 0) u += N;
     const reduced_angle angle = reduce(u, N);
-    double root[2];
+    double root[2] = {};
     octant_root(angle.q, N, root);
     restore(angle, root, out);
 }
