@@ -9,7 +9,6 @@ namespace {
 
 typedef double double2 __attribute__((vector_size(16)));
 typedef double double2_unaligned __attribute__((vector_size(16), aligned(8), may_alias));
-typedef long long mask2 __attribute__((vector_size(16)));
 
 struct vec1 {
     static constexpr int lanes = 1;
@@ -30,7 +29,7 @@ using vec_half = vec1;
 constexpr int accesses_per_pointer = 8;
 
 LYR_INLINE double2 swapped(vec1 a) {
-    return __builtin_shuffle(a.v, mask2{1, 0});
+    return __builtin_shufflevector(a.v, a.v, 1, 0);
 }
 
 LYR_INLINE vec1 operator+(vec1 a, vec1 b) {
@@ -55,8 +54,8 @@ LYR_INLINE vec1 sub_i(vec1 a, vec1 b) {
     return fma_i(a, b, -1.0);
 }
 LYR_INLINE vec1 cmul(vec1 a, vec1 w) {
-    const double2 re = __builtin_shuffle(w.v, mask2{0, 0});
-    const double2 im = __builtin_shuffle(w.v, mask2{1, 1}) * double2{-1.0, 1.0};
+    const double2 re = __builtin_shufflevector(w.v, w.v, 0, 0);
+    const double2 im = __builtin_shufflevector(w.v, w.v, 1, 1) * double2{-1.0, 1.0};
     return {a.v * re + swapped(a) * im};
 }
 
