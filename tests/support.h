@@ -11,7 +11,7 @@
 #include "codelets/codelet.h"
 #include "planner/plan.h"
 #include "problem.h"
-#include "reference.h"
+#include "verdict.h"
 
 namespace lyr_test {
 

@@ -7,7 +7,7 @@
 #include "buffers.h"
 #include "commands.h"
 #include "problem.h"
-#include "reference.h"
+#include "verdict.h"
 
 namespace lyr_tools {
 

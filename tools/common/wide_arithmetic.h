@@ -1,0 +1,40 @@
+// What the checks count with: complex numbers wider than double, roots of unity, and the integers
+// behind them.
+#pragma once
+
+#include <cstdint>
+
+#include "double_double.h"
+
+namespace lyr_tools {
+
+// long double where the processor computes it, double-double elsewhere.
+#if defined(__x86_64__) || defined(__i386__)
+using real = long double;
+#else
+using real = double_double;
+#endif
+
+struct wide_complex {
+    real re{};
+    real im{};
+};
+
+inline wide_complex operator+(const wide_complex &a, const wide_complex &b) {
+    return {a.re + b.re, a.im + b.im};
+}
+
+inline wide_complex operator*(const wide_complex &a, const wide_complex &b) {
+    return {a.re * b.re - a.im * b.im, a.re * b.im + a.im * b.re};
+}
+
+// exp(2 pi i k/n). The angle is folded into the first octant as an exact fraction.
+wide_complex root_of_unity(int64_t k, int64_t n);
+
+// a b mod n.
+int64_t multiply_mod(int64_t a, int64_t b, int64_t n);
+
+// The largest prime that divides n; 1 for 1.
+int64_t largest_prime_factor(int64_t n);
+
+}  // namespace lyr_tools
