@@ -7,6 +7,7 @@
 #include "buffers.h"
 #include "commands.h"
 #include "problem.h"
+#include "problem_arguments.h"
 
 namespace lyr_tools {
 
@@ -17,9 +18,8 @@ namespace {
 constexpr double sample_time = 20e-6;
 
 struct bench_arguments {
-    std::vector<std::string> problems;
+    problem_arguments problems;
     double seconds = 0.5;
-    int threads = 1;
 };
 
 struct timing {
@@ -70,18 +70,11 @@ std::string format_time(double seconds) {
 }
 
 int run_bench(const bench_arguments &arguments) {
-    lyr_fft_plan_with_nthreads(arguments.threads);
     std::vector<problem> problems;
-    size_t width = 7;
-    for (const std::string &text : arguments.problems) {
-        problem p;
-        std::string error;
-        if (!parse_problem(text, memory_limit(), p, error)) return fail("%s", error.c_str());
-        problems.push_back(p);
-        width = std::max(width, format_problem(p).size());
-    }
-    const int column = static_cast<int>(std::min<size_t>(width, 24));
-
+    std::string error;
+    if (!take_problems(arguments.problems, memory_limit(), problems, error))
+        return fail("%s", error.c_str());
+    const int column = problem_column(problems, 24);
     int status = 0;
     print("%-*s %10s %10s %10s %8s %10s\n", column, "problem", "planning", "least", "median",
           "mflops", "executions");
@@ -90,7 +83,6 @@ int run_bench(const bench_arguments &arguments) {
         buffers b;
         buffer_options options;
         options.tracked = false;
-        std::string error;
         if (!make_buffers(p, options, b, error)) return fail("%s", error.c_str());
         fill_for_timing(p, 1, b);
         const double start = now();
@@ -121,15 +113,10 @@ int run_bench(const bench_arguments &arguments) {
 command add_bench(CLI::App &app) {
     CLI::App *arguments = app.add_subcommand("bench", "Measure speed");
     auto values = std::make_shared<bench_arguments>();
-    arguments->add_option("PROBLEM", values->problems, "See 'lyr-fft help problem'")
-        ->type_name("")
-        ->required();
+    add_problems(*arguments, values->problems);
     arguments->add_option("-s,--seconds", values->seconds, "Time per problem [0.5]")
         ->check(between(0.001, 3600.0))
         ->type_name("S");
-    arguments->add_option("-t,--threads", values->threads, "Threads to use [1]")
-        ->check(between(1, 512))
-        ->type_name("N");
     arguments->footer(
         "Times are of one execution of the whole problem, all its batch. mflops are\n"
         "5 N log2 N per complex transform of N points, half of that per real one,\n"

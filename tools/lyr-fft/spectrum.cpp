@@ -9,6 +9,7 @@
 #include "lyr_fft.h"
 #include "picture.h"
 #include "problem.h"
+#include "problem_arguments.h"
 #include "short_time.h"
 #include "sound.h"
 
@@ -223,9 +224,7 @@ command add_spectrum(CLI::App &app) {
         ->type_name("DB");
     arguments->add_option("--size", values->size, "Pixels of the picture [1280x720]")
         ->type_name("WxH");
-    arguments->add_option("-t,--threads", values->threads, "Threads to use [1]")
-        ->check(between(1, 512))
-        ->type_name("N");
+    add_threads(*arguments, values->threads);
     arguments->footer(
         "Channels are mixed down. Levels are those of a sine: 0 dB for amplitude 1,\n"
         "which is full scale (dBFS) in sound files.");

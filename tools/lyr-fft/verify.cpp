@@ -1,12 +1,12 @@
 // lyr-fft verify: how far off the outputs are.
 
-#include <algorithm>
 #include <memory>
 #include <vector>
 
 #include "buffers.h"
 #include "commands.h"
 #include "problem.h"
+#include "problem_arguments.h"
 #include "verdict.h"
 
 namespace lyr_tools {
@@ -14,26 +14,18 @@ namespace lyr_tools {
 namespace {
 
 struct verify_arguments {
-    std::vector<std::string> problems;
-    int threads = 1;
+    problem_arguments problems;
     uint64_t seed = 1;
     bool misaligned = false;
 };
 
 int run_verify(const verify_arguments &arguments) {
-    lyr_fft_plan_with_nthreads(arguments.threads);
-    // All problems are read first, so that a typing error does not come after long work.
     std::vector<problem> problems;
-    size_t width = 7;
-    for (const std::string &text : arguments.problems) {
-        problem p;
-        std::string error;
-        // Copies of inputs and outputs are kept besides the arrays.
-        if (!parse_problem(text, memory_limit() / 2, p, error)) return fail("%s", error.c_str());
-        problems.push_back(p);
-        width = std::max(width, format_problem(p).size());
-    }
-    const int column = static_cast<int>(std::min<size_t>(width, 36));
+    std::string error;
+    // Copies of inputs and outputs are kept besides the arrays.
+    if (!take_problems(arguments.problems, memory_limit() / 2, problems, error))
+        return fail("%s", error.c_str());
+    const int column = problem_column(problems, 36);
 
     int status = 0;
     progress progress("verify");
@@ -45,7 +37,6 @@ int run_verify(const verify_arguments &arguments) {
         buffers b;
         buffer_options options;
         options.misaligned = arguments.misaligned;
-        std::string error;
         progress.task = "verify " + name;
         progress.update(static_cast<double>(i), static_cast<double>(problems.size()));
         if (!make_buffers(p, options, b, error)) return fail("%s", error.c_str());
@@ -78,12 +69,7 @@ int run_verify(const verify_arguments &arguments) {
 command add_verify(CLI::App &app) {
     CLI::App *arguments = app.add_subcommand("verify", "Check results against the definition");
     auto values = std::make_shared<verify_arguments>();
-    arguments->add_option("PROBLEM", values->problems, "See 'lyr-fft help problem'")
-        ->type_name("")
-        ->required();
-    arguments->add_option("-t,--threads", values->threads, "Threads to use [1]")
-        ->check(between(1, 512))
-        ->type_name("N");
+    add_problems(*arguments, values->problems);
     arguments->add_option("-s,--seed", values->seed, "Seed of the random inputs [1]")
         ->check(between(0, 1e15))
         ->type_name("N");
