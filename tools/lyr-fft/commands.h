@@ -42,7 +42,7 @@ CLI::Validator between(double low, double high);
 // Progress on standard error: a line that is rewritten while work goes on and removed at the end.
 // Nothing is shown when standard error is no terminal and in the first half second.
 struct progress {
-    explicit progress(std::string task);
+    explicit progress(std::string name);
     ~progress();
     progress(const progress &) = delete;
     progress &operator=(const progress &) = delete;

@@ -6,6 +6,7 @@
 #include <array>
 #include <cerrno>
 #include <cmath>
+#include <cstddef>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -215,7 +216,7 @@ void draw_levels(cairo_t *c, const box &b, const spectrogram &s, const axis &lev
     if (cairo_surface_status(image) == CAIRO_STATUS_SUCCESS) {
         cairo_surface_flush(image);
         unsigned char *data = cairo_image_surface_get_data(image);
-        const int row_bytes = cairo_image_surface_get_stride(image);
+        const std::ptrdiff_t row_bytes = cairo_image_surface_get_stride(image);
         const double hertz = (s.highest - s.lowest) / height;
         for (int x = 0; x < width; ++x) {
             const int64_t column = std::min(s.columns - 1, x * s.columns / width);
@@ -225,7 +226,8 @@ void draw_levels(cairo_t *c, const box &b, const spectrogram &s, const axis &lev
                                                    low / s.bin_width, (low + hertz) / s.bin_width);
                 const double part = std::clamp(levels.part(level), 0.0, 1.0);
                 const uint32_t pixel = colours[static_cast<size_t>(std::lround(255 * part))];
-                std::memcpy(data + y * row_bytes + 4 * x, &pixel, sizeof pixel);
+                std::memcpy(data + y * row_bytes + x * std::ptrdiff_t{sizeof pixel}, &pixel,
+                            sizeof pixel);
             }
         }
         cairo_surface_mark_dirty(image);
