@@ -37,7 +37,7 @@ void walk_slab(const plan *p, const stage *stages, int64_t count, const double *
                int64_t width) {
     const auto [n, is, os] = p->dims[0];
     double *half_a = static_cast<double *>(p->work);
-    double *half_b = half_a + 2 * n * width;
+    double *half_b = count > 2 ? half_a + 2 * n * width : nullptr;
     const double *from = in;
     int64_t in_row = is;
     for (int64_t s = 0; s < count; ++s) {
