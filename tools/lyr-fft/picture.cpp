@@ -269,6 +269,9 @@ void draw_frequency_axis(cairo_t *c, const box &b, const spectrogram &s) {
                 s.kilohertz ? "Frequency (kHz)" : "Frequency (Hz)");
 }
 
+// More would cover the curve.
+constexpr size_t most_labels = 15;
+
 // The average spectrum beside the picture, along the same frequency axis, with its peaks.
 void draw_average(cairo_t *c, const box &b, const spectrogram &s) {
     double loud = lowest_level;
@@ -314,18 +317,18 @@ void draw_average(cairo_t *c, const box &b, const spectrogram &s) {
     cairo_restore(c);
     draw_frame(c, b);
 
-    // Labels go beside their peak and are left out where they would overlap a stronger one's.
+    // Labels go beside their peak, inside of the frame, and are left out where they would overlap a
+    // stronger one's.
     set_font(c, 11);
-    set_colour(c, accent);
     std::vector<double> taken;
     for (const peak &p : s.peaks) {
         if (!inside(p.frequency)) continue;
         const double hertz = p.frequency * s.bin_width;
         const double x = x_of(p.level);
-        const double y = y_of(hertz);
+        const double y = std::clamp(y_of(hertz), b.y + 8, b.y + b.height - 8);
         const bool free = std::none_of(taken.begin(), taken.end(),
                                        [y](double other) { return std::abs(other - y) < 13; });
-        if (!free || taken.size() == 8) continue;
+        if (!free || taken.size() == most_labels) continue;
         taken.push_back(y);
         const std::string text = number_text(hertz, hertz < 100 ? 0.1 : 1) + " Hz";
         const double width = text_width(c, text);
@@ -337,6 +340,7 @@ void draw_average(cairo_t *c, const box &b, const spectrogram &s) {
         set_colour(c, accent);
         draw_text(c, left, y + 4, 0, text);
     }
+    set_colour(c, accent);
     for (const peak &p : s.peaks) {
         if (!inside(p.frequency)) continue;
         cairo_arc(c, x_of(p.level), y_of(p.frequency * s.bin_width), 3, 0, 2 * std::numbers::pi);

@@ -136,7 +136,8 @@ int run_spectrum(const spectrum_arguments &arguments) {
     std::snprintf(rate, sizeof rate, "%.10g Hz", s.rate);
     const std::string facts =
         sample_count(length) + ", " + rate + ", " + counted(s.channels, "channel", "channels");
-    print("%s: %.3f s, %s\n", printable(arguments.file).c_str(), duration, facts.c_str());
+    const std::string name = printable(std::filesystem::path(arguments.file).filename().string());
+    print("%s: %.3f s, %s\n", name.c_str(), duration, facts.c_str());
     print("Hann window of %s, %s averaged, bins of %s Hz\n", sample_count(window).c_str(),
           counted(whole.count, "spectrum", "spectra").c_str(), format_hertz(bin_width).c_str());
     if (peaks.empty()) print("no peaks\n");
@@ -146,7 +147,7 @@ int run_spectrum(const spectrum_arguments &arguments) {
     if (arguments.picture.empty()) return 0;
 
     spectrogram picture;
-    picture.title = printable(std::filesystem::path(arguments.file).filename().string());
+    picture.title = name;
     char seconds[32];
     std::snprintf(seconds, sizeof seconds, duration < 10 ? "%.3f s, " : "%.1f s, ", duration);
     picture.subtitle = seconds + facts + ", Hann window of " + sample_count(window);
