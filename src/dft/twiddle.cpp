@@ -79,7 +79,9 @@ void root_source_init(root_source *source, int64_t N, int64_t entries) {
                          ? source->local
                          : static_cast<double *>(malloc(static_cast<size_t>(distinct) * 16));
     if (!source->octant) return;
-    for (int64_t i = 0; i < distinct; ++i) octant_root(i << step_log2, N, source->octant + 2 * i);
+    int64_t i = 0;  // at least one root is distinct
+    do octant_root(i << step_log2, N, source->octant + 2 * i);
+    while (++i < distinct);
 }
 
 void root_source_release(root_source *source) {
