@@ -69,9 +69,17 @@ void destroy_counted(lyr_fft_plan plan) {
 }
 
 TEST(allocation, every_allocation_of_a_plan_may_fail) {
-    for (const char *text : {"ocf1", "ocf16", "icb37:2:2", "ocf64", "ocf60:2:3", "ocf1024",
-                             "ocb1024:2:1", "ocf16384", "ocf16*9i", "icf60*50i", "ocf1001*20i",
-                             "ocf64*3", "ocf64*3*5i", "ocb30x64", "icf8x60x10", "ocf16x16*2*2*2"}) {
+    for (const char *text : {"ocf1",        "ocf16",
+                             "icb37:2:2",   "ocf64",
+                             "ocf60:2:3",   "ocf1024",
+                             "ocb1024:2:1", "ocf16384",
+                             "ocf16*9i",    "icf60*50i",
+                             "ocf1001*20i", "ocf64*3",
+                             "ocf64*3*5i",  "ocb30x64",
+                             "icf8x60x10",  "ocf16x16*2*2*2",
+                             "ocf41",       "ocb83:2:3",
+                             "icf1763",     "ocf246",
+                             "ocf20014",    "ocf100:1:40*40:100:1"}) {
         const problem p = problem_of(text);
         buffers b = buffers_of(p);
         int64_t made = 0;

@@ -356,30 +356,37 @@ TEST(codelets, last_stages) {
 // Transforms side by side: rows with gaps in the input of the first stage and the output of the
 // last one.
 TEST(codelets, slab_stages) {
-    for_each_codelet(
-        [&](const codelet_table *table, const codelet_set *set, int64_t r, int64_t sign) {
-            for (const int64_t h : {1, 2, 3, 7, 10})
-                for (const int64_t gap : {int64_t{0}, int64_t{3}, 256 - h}) {
-                    if (test_scale > 1 && (gap > 3 || h == 10)) continue;
-                    const int64_t row = h + gap;
-                    for (const int64_t m : {1, 3})
-                        for (const int64_t out_row : {h, row})
-                            check_pass({r, 1, m, h, false, row, 1, out_row, 1}, sign, 1, false,
-                                       [&](const stage &d, const double *in, double *out) {
-                                           set->first_slab(&d, in, row, out, out_row, h);
-                                       });
-                    for (const int64_t L : {2, 6})
-                        check_pass({r, L, 1, h, true, h, 1, row, 1}, sign, table->lanes, false,
-                                   [&](const stage &d, const double *in, double *out) {
-                                       set->twiddle_slab(&d, in, h, out, row, h);
+    for_each_codelet([&](const codelet_table *table, const codelet_set *set, int64_t r,
+                         int64_t sign) {
+        for (const int64_t h : {1, 2, 3, 7, 10})
+            for (const int64_t gap : {int64_t{0}, int64_t{3}, 256 - h}) {
+                if (test_scale > 1 && (gap > 3 || h == 10)) continue;
+                const int64_t row = h + gap;
+                for (const int64_t m : {1, 3})
+                    for (const int64_t out_row : {h, row})
+                        check_pass({r, 1, m, h, false, row, 1, out_row, 1}, sign, 1, false,
+                                   [&](const stage &, const double *in, double *out) {
+                                       set->first_slab({m, row, out_row, m * row, m * out_row, h},
+                                                       in, out);
                                    });
-                    if (gap == 0)
-                        check_pass({r, 3, 4, h, true, h, 1, h, 1}, sign, table->lanes, false,
-                                   [&](const stage &d, const double *in, double *out) {
-                                       set->twiddle_slab(&d, in, h, out, h, h);
-                                   });
-                }
-        });
+                for (const int64_t m : {1, 3})
+                    check_pass({r, 1, m, h, false, 1, r * m + gap, row, 1}, sign, 1, false,
+                               [&](const stage &d, const double *in, double *out) {
+                                   set->gathered_slab(&d, in, 1, r * m + gap, out, row, h);
+                               });
+                for (const int64_t L : {2, 6})
+                    check_pass({r, L, 1, h, true, h, 1, row, 1}, sign, table->lanes, false,
+                               [&](const stage &d, const double *in, double *out) {
+                                   set->twiddle_slab(&d, {L, r * h, row, h, L * row, h}, in, out);
+                               });
+                if (gap == 0)
+                    check_pass({r, 3, 4, h, true, h, 1, h, 1}, sign, table->lanes, false,
+                               [&](const stage &d, const double *in, double *out) {
+                                   set->twiddle_slab(
+                                       &d, {3, 4 * r * h, 4 * h, 4 * h, 12 * h, 4 * h}, in, out);
+                               });
+            }
+    });
 }
 
 }  // namespace

@@ -6,7 +6,10 @@
 
 #include "api/memory.h"
 #include "batch/many_transpose.h"
+#include "dft/bluestein.h"
+#include "dft/c2c_1d_large.h"
 #include "dft/factorize.h"
+#include "dft/rader.h"
 #include "dft/twiddle.h"
 #include "planner/registry.h"
 #include "support.h"
@@ -196,6 +199,8 @@ TEST(choice, solvers_and_executors) {
         const char *names;
     };
 #define DIRECT "solve_problem_dft_direct/execute_dft_direct"
+#define TWO_STAGES "solve_problem_c2c_1d/execute_1d_two_stages"
+#define STAGES "solve_problem_c2c_1d/execute_1d"
 #define SLAB "solve_problem_dft_many_transpose/execute_many_transpose"
     constexpr example examples[] = {
         {"ocf1", "solve_problem_nop/execute_nop"},
@@ -210,6 +215,20 @@ TEST(choice, solvers_and_executors) {
         {"icf1024", "solve_problem_c2c_1d/execute_1d"},
         {"ocf1024:2:1", "solve_problem_c2c_1d/execute_1d_discrete"},
         {"icf1024:2:2", "solve_problem_c2c_1d/execute_1d_discrete"},
+        {"ocf41", "solve_problem_c2c_1d_rader/execute_1d_rader(" TWO_STAGES ")"},
+        {"ocf47:2:1", "solve_problem_c2c_1d_rader/execute_1d_rader_discrete(" TWO_STAGES ")"},
+        {"icb83", "solve_problem_c2c_1d_bluestein/execute_1d_prime_bluestein(" TWO_STAGES ")"},
+        {"ocf214:1:2",
+         "solve_problem_c2c_1d_bluestein/execute_1d_prime_bluestein_discrete(" TWO_STAGES ")"},
+        {"ocf1763", "solve_problem_c2c_1d_bluestein/execute_1d_prime_bluestein(" STAGES ")"},
+        {"ocf8192", STAGES},
+        {"ocf16384",
+         "solve_problem_c2c_1d_large/execute_c2c_1d_large("
+         "solve_problem_dft_many_transpose_rotate/execute_many_transpose_rotate(" TWO_STAGES ") "
+         "solve_problem_dft_many_post_transpose/execute_many_post_transpose)"},
+        {"ocf16384:2:1", "solve_problem_c2c_1d/execute_1d_discrete"},
+        {"ocf100:1:40*40:100:1",
+         "solve_problem_dft_many_post_transpose/execute_many_post_transpose"},
         {"ocf16*8i", SLAB},
         {"icf100*8i", SLAB},
         {"ocf16*8", "solve_problem_dft_many/execute_many(" DIRECT ")"},
@@ -220,6 +239,8 @@ TEST(choice, solvers_and_executors) {
     };
 #undef DIRECT
 #undef SLAB
+#undef TWO_STAGES
+#undef STAGES
     for (const example &e : examples) {
         const lyr_tools::problem p = problem_of(e.problem);
         const lyr_tools::buffers b = buffers_of(p);
@@ -246,6 +267,51 @@ TEST(choice, plans_as_text) {
                              "    complex backward 30:64:64 * 64:1:1, radices 3x10,"})
         EXPECT_NE(text.find(part), std::string::npos) << part << "\nis not in\n" << text;
     EXPECT_EQ(plan_text(nullptr), "");
+}
+
+TEST(choice, lengths_of_convolutions) {
+    struct range {
+        int64_t first, last, length;
+    };
+    constexpr range ranges[] = {{41, 47, 96},       {53, 59, 120},      {61, 61, 128},
+                                {67, 71, 144},      {73, 79, 160},      {83, 89, 192},
+                                {97, 97, 196},      {101, 127, 256},    {131, 131, 280},
+                                {1763, 1763, 3528}, {1949, 1949, 3920}, {859, 860, 1728}};
+    for (const range &r : ranges)
+        for (int64_t p = r.first; p <= r.last; ++p)
+            EXPECT_EQ(lyr::bluestein_length(p), r.length) << p;
+    for (int64_t p = 41; p < 20000; ++p) {
+        const int64_t M = lyr::bluestein_length(p);
+        ASSERT_GE(M, 2 * p - 1) << p;
+        EXPECT_EQ(lyr::part_above_37(M), 1) << p;
+    }
+}
+
+TEST(choice, number_theory) {
+    EXPECT_EQ(lyr::mod_pow(7, 0, 13), 1);
+    EXPECT_EQ(lyr::mod_pow(3, 200, 100003), lyr::mod_pow(lyr::mod_pow(3, 100, 100003), 2, 100003));
+    // Sums, not products, above 31 bits; Fermat's little theorem for 2^61 - 1.
+    constexpr int64_t mersenne = (int64_t{1} << 61) - 1;
+    EXPECT_EQ(lyr::mod_pow(3, mersenne - 1, mersenne), 1);
+    EXPECT_EQ(lyr::mod_multiply(mersenne - 1, mersenne - 1, mersenne), 1);
+    constexpr int64_t generators[][2] = {{3, 2},    {41, 6},   {47, 5},    {71, 7},
+                                         {191, 19}, {409, 21}, {65537, 3}, {100003, 2}};
+    for (const auto &[p, g] : generators) EXPECT_EQ(lyr::find_generator(p), g) << p;
+    int64_t primes = 0;
+    for (int64_t n = -2; n < 10000; ++n) primes += lyr::is_prime(n);
+    EXPECT_EQ(primes, 1229);
+}
+
+TEST(choice, two_passes_of_long_powers_of_two) {
+    for (const int64_t nthreads : {0, 1}) {
+        EXPECT_FALSE(lyr::use_large_method(8192, nthreads));
+        EXPECT_TRUE(lyr::use_large_method(16384, nthreads));
+    }
+    EXPECT_FALSE(lyr::use_large_method(1024, 2));
+    EXPECT_TRUE(lyr::use_large_method(2048, 2));
+    for (const int64_t n : {0, 1 << 20 | 1, 3 << 20}) EXPECT_FALSE(lyr::use_large_method(n, 2));
+    for (int k = 11; k < 62; ++k)
+        EXPECT_EQ(lyr::split_large(int64_t{1} << k), int64_t{1} << k / 2) << k;
 }
 
 TEST(choice, slab_widths) {

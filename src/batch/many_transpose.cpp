@@ -19,44 +19,19 @@ namespace {
 
 struct bookkeeping {  // in solver_words
     int64_t slab;
-    int64_t stage_count;
+    slab_stages list;
 };
 static_assert(sizeof(bookkeeping) <= sizeof(plan::solver_words));
 
-bookkeeping read_bookkeeping(const plan *p) {
+void execute_many_transpose(plan *p, double *in, double *out) {
     bookkeeping b;
     memcpy(&b, p->solver_words, sizeof b);
-    return b;
-}
-
-stage *stages_in(const plan *p, int64_t count) {
-    return count == 2 ? two_stages_of(p->aux) : stages_of(p->aux).stages;
-}
-
-void walk_slab(const plan *p, const stage *stages, int64_t count, const double *in, double *out,
-               int64_t width) {
     const auto [n, is, os] = p->dims[0];
-    double *half_a = static_cast<double *>(p->work);
-    double *half_b = count > 2 ? half_a + 2 * n * width : nullptr;
-    const double *from = in;
-    int64_t in_row = is;
-    for (int64_t s = 0; s < count; ++s) {
-        const bool last = s == count - 1;
-        double *to = last ? out : s % 2 == 0 ? half_a : half_b;
-        const int64_t out_row = last ? os : width;
-        slab_codelet_of(stages[s])(&stages[s], from, in_row, to, out_row, width);
-        from = to;
-        in_row = width;
-    }
-}
-
-void execute_many_transpose(plan *p, double *in, double *out) {
-    const bookkeeping b = read_bookkeeping(p);
-    const stage *stages = stages_in(p, b.stage_count);
+    double *scratch = static_cast<double *>(p->work);
     const int64_t h = p->howmany_dims[0].n;
     for (int64_t first = 0; first < h; first += b.slab) {
         const int64_t width = first + b.slab <= h ? b.slab : h - first;
-        walk_slab(p, stages, b.stage_count, in + 2 * first, out + 2 * first, width);
+        walk_slab(b.list, {in + 2 * first, is, 1, out + 2 * first, os, width}, scratch);
     }
 }
 
@@ -82,16 +57,18 @@ int solve_problem_dft_many_transpose(plan *p) {
     // A slab's output must not fall on input that is still to be read.
     if (p->in == p->out && is != os) return -1;
 
-    const int count = build_stages(p, stage_form::slab);
-    if (count < 1) return -1;
+    int64_t factors[max_factors];
+    const int count = factorize_size(n, factors);
+    if (count < 1 || !codelets_for(p, factors[0])) return -1;
+    if (!build_stages(p, factors, count, 0)) return -1;
+    const stage_list list = count == 2 ? stage_list{2, two_stages_of(p->aux)} : stages_of(p->aux);
 
-    const bookkeeping b = {slab_width(n, h, count), count};
+    const bookkeeping b = {slab_width(n, h, count), {count, list.stages, active_table()}};
     memcpy(p->solver_words, &b, sizeof b);
-    if (count > 1) {
-        const uint64_t bytes = static_cast<uint64_t>(n * b.slab) * 16 * (count > 2 ? 2 : 1);
-        p->work = aligned_alloc_zero(bytes);
+    if (const int64_t scratch = slab_scratch(n, b.slab, count)) {
+        p->work = aligned_alloc_zero(static_cast<uint64_t>(scratch) * 16);
         if (!p->work) return -1;
-        p->work_bytes = bytes;
+        p->work_bytes = static_cast<uint64_t>(scratch) * 16;
     }
     p->execute_fn = execute_many_transpose;
     p->execute_name = "execute_many_transpose";

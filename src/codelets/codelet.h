@@ -31,10 +31,29 @@ using direct_codelet = void (*)(double *out, const double *in, int64_t istride_b
 // One pass over one transform.
 using stage_codelet = void (*)(const stage *, const double *in, double *out);
 
-// The same pass over h transforms that lie side by side. Element e of all h transforms is one row
-// of h complex numbers; rows are in_row (out_row) complex numbers apart.
-using slab_codelet = void (*)(const stage *, const double *in, int64_t in_row, double *out,
-                              int64_t out_row, int64_t h);
+// Butterflies of one stage over transforms that lie side by side. Butterflies form rows; within a
+// row, neighbouring butterflies are neighbours in memory. All distances in complex numbers.
+struct column_walk {
+    int64_t rows;
+    int64_t in_step, out_step;    // from a row to the next
+    int64_t in_q, out_p;          // from an input (output) of a butterfly to the next
+    int64_t count;                // butterflies in a row
+    int64_t first = 0, step = 1;  // rows of the stage's matrix: row i has the twiddles of this one
+};
+using slab_codelet = void (*)(const column_walk &, const double *in, double *out);
+using twiddle_slab_codelet = void (*)(const stage *, const column_walk &, const double *in,
+                                      double *out);
+
+// A first stage over h transforms that lie in_lane complex numbers apart; the output is side by
+// side.
+using gathered_slab_codelet = void (*)(const stage *, const double *in, int64_t in_row,
+                                       int64_t in_lane, double *out, int64_t out_row, int64_t h);
+
+// A last stage whose outputs are multiplied by a factor each. Factors come in the order in which
+// the stage makes its outputs: for each row k of the stage's matrix, for each vector of columns
+// (single ones when they fill no vector), for each output p, one plain complex number per column.
+using rotated_slab_codelet = void (*)(const stage *, const column_walk &, const double *in,
+                                      double *out, const double *factors);
 
 // All codelets of one length and direction.
 struct codelet_set {
@@ -45,8 +64,22 @@ struct codelet_set {
     stage_codelet middle;
     stage_codelet last_unit;
     stage_codelet last_general;
-    slab_codelet first_slab;    // no twiddles: first stage, or the whole transform when m = 1
-    slab_codelet twiddle_slab;  // middle and last stages
+    slab_codelet first_slab;  // no twiddles: first stage, or the whole transform when m = 1
+    twiddle_slab_codelet twiddle_slab;  // middle and last stages
+    gathered_slab_codelet gathered_slab;
+    rotated_slab_codelet rotated_slab;  // null above rotated_radix_limit
+};
+inline constexpr int rotated_radix_limit = 16;
+
+// Products of complex numbers for the convolutions of Rader's and Bluestein's algorithms. Steps and
+// rows count complex numbers and may be negative.
+struct product_set {
+    // out[k*out_step] = in[k*in_step] * factors[k], k < n. `out` may be `in` with the same step.
+    void (*elements)(double *out, int64_t out_step, const double *in, int64_t in_step,
+                     const double *factors, int64_t n);
+    // The same with every element a row of h neighbouring numbers.
+    void (*rows)(double *out, int64_t out_row, const double *in, int64_t in_row,
+                 const double *factors, int64_t n, int64_t h);
 };
 
 inline constexpr int max_radix = 37;
@@ -60,6 +93,7 @@ struct codelet_table {
     // rows of an incomplete group follow in plain order.
     int64_t lanes;
     const codelet_set *sets[2][max_radix];  // [0 forward, 1 backward][length - 1], null: none
+    product_set products;
 };
 
 // The table in use, chosen when the library is loaded.

@@ -1,4 +1,4 @@
-// The codelet table of one vector target: the 19 lengths, found by length - 1.
+// The codelet table of one vector target: the 19 lengths, found by length - 1, and the products.
 #include LYR_ISA_HEADER
 
 #include "codelets/codelet.h"
@@ -25,7 +25,59 @@ LYR_LENGTHS(LYR_DECLARE)
             nullptr, &d##_31, nullptr, nullptr, nullptr, nullptr, nullptr, &d##_37                 \
     }
 
+namespace {
+
+static_assert(complex_vec<vec>);
+
+template <class V, bool Contiguous>
+LYR_INLINE int64_t multiply_elements(double *&out, int64_t out_step, const double *&in,
+                                     int64_t in_step, const double *&factors, int64_t n) {
+    for (; n >= V::lanes; n -= V::lanes) {
+        const typename V::tw w = V::tw_plain(factors);
+        if constexpr (Contiguous)
+            cmul(V::load(in), w).store(out);
+        else
+            cmul(V::gather(in, 2 * in_step), w).scatter(out, 2 * out_step);
+        in += 2 * V::lanes * in_step;
+        out += 2 * V::lanes * out_step;
+        factors += 2 * V::lanes;
+    }
+    return n;
+}
+
+void elements(double *out, int64_t out_step, const double *in, int64_t in_step,
+              const double *factors, int64_t n) {
+    if (in_step == 1 && out_step == 1)
+        n = multiply_elements<vec, true>(out, 1, in, 1, factors, n);
+    else
+        n = multiply_elements<vec, false>(out, out_step, in, in_step, factors, n);
+    multiply_elements<vec1, false>(out, out_step, in, in_step, factors, n);
+}
+
+template <class V>
+LYR_INLINE int64_t multiply_row(double *&out, const double *&in, typename V::tw w, int64_t h) {
+    for (; h >= V::lanes; h -= V::lanes) {
+        cmul(V::load(in), w).store(out);
+        in += 2 * V::lanes;
+        out += 2 * V::lanes;
+    }
+    return h;
+}
+
+void rows(double *out, int64_t out_row, const double *in, int64_t in_row, const double *factors,
+          int64_t n, int64_t h) {
+    for (int64_t k = 0; k < n; ++k) {
+        const double *w = factors + 2 * k, *from = in + 2 * k * in_row;
+        double *to = out + 2 * k * out_row;
+        const int64_t rest = multiply_row<vec>(to, from, vec::tw_one(w, w + 1), h);
+        if constexpr (vec::lanes > 1) multiply_row<vec1>(to, from, vec1::tw_one(w, w + 1), rest);
+    }
+}
+
+}  // namespace
+
 extern const codelet_table table;
-const codelet_table table = {LYR_TEXT(LYR_ISA), vec::lanes, {LYR_ROW(forward), LYR_ROW(backward)}};
+const codelet_table table = {
+    LYR_TEXT(LYR_ISA), vec::lanes, {LYR_ROW(forward), LYR_ROW(backward)}, {elements, rows}};
 
 }  // namespace lyr::LYR_ISA

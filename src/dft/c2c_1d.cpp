@@ -56,8 +56,10 @@ int solve_problem_c2c_1d(plan *p) {
     if (p->howmany_rank != 0) return -1;
     if (p->rank != 1) return -1;
 
-    const int count = build_stages(p, stage_form::single);
-    if (count < 1) return -1;
+    int64_t factors[max_factors];
+    const int count = factorize_size(p->dims[0].n, factors);
+    if (count < 1 || !codelets_for(p, factors[0])) return -1;
+    if (!build_stages(p, factors, count, 0)) return -1;
 
     const uint64_t halves = unit_strides(p) ? 1 : 2;
     const uint64_t bytes = static_cast<uint64_t>(p->dims[0].n) * 16 * halves;

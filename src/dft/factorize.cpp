@@ -98,6 +98,11 @@ int factorize_size(int64_t n, int64_t *factors) {
     return count;
 }
 
+int64_t last_radix(int64_t n) {
+    int64_t factors[max_factors];
+    return factors[factorize_size(n, factors) - 1];
+}
+
 int64_t part_above_37(int64_t n) {
     constexpr int64_t primes[] = {2, 3, 5, 7, 11, 13, 17, 19, 23, 29, 31, 37};
     for (int64_t prime : primes)

@@ -1,11 +1,16 @@
 #include "dft/stages.h"
 
+#include <cstring>
+
 #include "api/memory.h"
 #include "dft/twiddle.h"
 
 namespace lyr {
 
 namespace {
+
+// Slabs that take more are walked depth first, so that their stages run in the first-level cache.
+constexpr int64_t depth_first_bytes = 24 << 10;
 
 // The last stage's table: full groups of `lanes` rows as vectors of doubled parts
 // (codelet_table::lanes), the rest in plain order. row holds one row.
@@ -29,11 +34,7 @@ void fill_grouped_twiddles(double *table, const root_source *roots, int64_t r, i
         fill_twiddle_row(table, roots, r, k, sign);
 }
 
-stage_codelet choose_codelet(const plan *p, stage_form form, int s, int count, int64_t r) {
-    if (form == stage_form::slab) {
-        const codelet_set *set = codelets_for(p, r);
-        return stored_slab_codelet(s == 0 ? set->first_slab : set->twiddle_slab);
-    }
+stage_codelet choose_codelet(const plan *p, int s, int count, int64_t r) {
     if (s == 0) return codelet_first_stage(p, r);
     if (s < count - 1) return codelet_middle_stage(p, r);
     return codelet_last_stage(p, r);
@@ -46,22 +47,20 @@ uint64_t stage_block_bytes(int64_t n, int64_t count, int64_t last_radix, int64_t
     return static_cast<uint64_t>(n + wide + 4 * count) * 16 + 72;
 }
 
-int build_stages(plan *p, stage_form form) {
+double *build_stages(plan *p, const int64_t *factors, int count, int64_t extra) {
     const int64_t n = p->dims[0].n;
-    int64_t factors[max_factors];
-    const int count = factorize_size(n, factors);
-    if (count < 1) return -1;
-    for (int s = 0; s < count; ++s)
-        if (!codelets_for(p, factors[s])) return -1;
+    for (int s = 1; s < count; ++s)
+        if (!codelets_for(p, factors[s])) return nullptr;
 
     const int64_t lanes = active_table()->lanes;
-    const uint64_t bytes = stage_block_bytes(n, count, factors[count - 1], lanes);
+    const uint64_t bytes =
+        stage_block_bytes(n, count, factors[count - 1], lanes) + 16 * static_cast<uint64_t>(extra);
     p->aux = aligned_alloc_zero(bytes);
-    if (!p->aux) return -1;
+    if (!p->aux) return nullptr;
     p->aux_bytes = bytes;
     p->aux_owned = 1;
 
-    const int64_t header = count == 2 ? 0 : 8;
+    const int64_t header = count == 2 && codelets_for(p, factors[0]) ? 0 : 8;
     const int64_t tables = (header + count * int64_t{sizeof(stage)} + 63) / 64 * 64;
     char *block = static_cast<char *>(p->aux);
     if (header) *reinterpret_cast<int64_t *>(block) = count;
@@ -75,21 +74,151 @@ int build_stages(plan *p, stage_form form) {
     for (int s = 0; s < count; ++s) {
         const int64_t r = factors[s];
         m /= r;
-        stages[s] = {choose_codelet(p, form, s, count, r), m, L, 1, 1, nullptr, r, sign};
+        stages[s] = {choose_codelet(p, s, count, r), m, L, 1, 1, nullptr, r, sign};
         if (s > 0) {
-            if (s == count - 1 && lanes > 1)
+            int64_t entries = L * (r - 1);
+            if (s == count - 1 && lanes > 1) {
                 fill_grouped_twiddles(twiddles, &roots, r, L, sign, lanes);
-            else
+                entries += L / lanes * lanes * (r - 1);
+            } else {
                 fill_stage_twiddles(twiddles, &roots, r, L, m, sign);
+            }
             stages[s].twiddles = twiddles;
-            twiddles += 2 * L * (r - 1);
+            twiddles += 2 * entries;
         }
         L *= r;
     }
     root_source_release(&roots);
     stages[0].in_stride = p->dims[0].is;
     stages[count - 1].out_stride = p->dims[0].os;
-    return count;
+    return twiddles;
+}
+
+slab_stages slab_stages_of(const plan *p) {
+    slab_stages list = {0, nullptr, active_table()};
+    if (strcmp(p->execute_name, "execute_1d_two_stages") == 0) {
+        list.count = 2;
+        list.stages = two_stages_of(p->aux);
+    } else if (strcmp(p->execute_name, "execute_1d") == 0 && p->nchildren == 0) {
+        list.count = stages_of(p->aux).count;
+        list.stages = stages_of(p->aux).stages;
+    }
+    return list;
+}
+
+void rotate_rows(double *rows, int64_t row, int64_t width, int64_t n, int64_t r, int64_t lanes,
+                 const double *rotation) {
+    const int64_t L = n / r, full = width / lanes * lanes;
+    for (int64_t k = 0; k < L; ++k)
+        for (int64_t j = 0; j < width; j += j < full ? lanes : 1)
+            for (int64_t p = 0; p < r; ++p)
+                for (int64_t lane = 0; lane < (j < full ? lanes : 1); ++lane, rotation += 2) {
+                    double *x = rows + 2 * ((k + p * L) * row + j + lane);
+                    const double re = x[0] * rotation[0] - x[1] * rotation[1];
+                    x[1] = x[0] * rotation[1] + x[1] * rotation[0];
+                    x[0] = re;
+                }
+}
+
+namespace {
+
+// What walks need to know of a stage.
+struct slab_stage {
+    const stage *d;
+    const codelet_set *codelets;
+};
+
+slab_stage stage_at(const slab_stages &list, int64_t s) {
+    const stage *d = list.stages + s;
+    return {d, list.table->sets[d->sign != -1][d->r - 1]};
+}
+
+void walk_first(const slab_stages &list, const slab &where, double *to, int64_t out_row) {
+    const auto [d, codelets] = stage_at(list, 0);
+    const int64_t m = d->m, h = where.width;
+    if (where.in_lane != 1)
+        codelets->gathered_slab(d, where.in, where.in_row, where.in_lane, to, out_row, h);
+    else if (where.in_row == h && out_row == h)  // no gaps: one row of m*h butterflies
+        codelets->first_slab({1, 0, 0, m * h, m * h, m * h}, where.in, to);
+    else
+        codelets->first_slab({m, where.in_row, out_row, m * where.in_row, m * out_row, h}, where.in,
+                             to);
+}
+
+// A middle stage for `rows` rows of its matrix, first, first + step, ..: from and to hold these
+// rows without gaps.
+void walk_middle(const slab_stages &list, int64_t s, int64_t h, int64_t rows, int64_t first,
+                 int64_t step, const double *from, double *to) {
+    const auto [d, codelets] = stage_at(list, s);
+    const int64_t row = d->m * h;
+    codelets->twiddle_slab(d, {rows, d->r * row, row, row, rows * row, row, first, step}, from, to);
+}
+
+// The last stage for such rows, whose outputs go to their places.
+void walk_last(const slab_stages &list, const slab &where, int64_t rows, int64_t first,
+               int64_t step, const double *from, const double *rotation) {
+    const int64_t s = list.count - 1;
+    const auto [d, codelets] = stage_at(list, s);
+    const int64_t h = where.width, out_row = where.out_row;
+    const column_walk walk = {rows, d->r * h, step * out_row, h, d->L * out_row, h, first, step};
+    double *to = where.out + 2 * first * out_row;
+    if (rotation && codelets->rotated_slab)
+        codelets->rotated_slab(d, walk, from, to, rotation);
+    else
+        codelets->twiddle_slab(d, walk, from, to);
+}
+
+// The stages after the first for the rows that come from row k0 of the first one's result, which
+// is independent of the others: L2 to L1, then in L1.
+void walk_branch(const slab_stages &list, const slab &where, int64_t k0, const double *from,
+                 double *half_a, double *half_b, const double *rotation) {
+    const int64_t step = list.stages[0].r;
+    int64_t rows = 1;
+    for (int64_t s = 1; s < list.count - 1; ++s) {
+        double *to = s % 2 == 1 ? half_a : half_b;
+        walk_middle(list, s, where.width, rows, k0, step, from, to);
+        rows *= list.stages[s].r;
+        from = to;
+    }
+    walk_last(list, where, rows, k0, step, from, rotation);
+}
+
+}  // namespace
+
+int64_t slab_scratch(int64_t n, int64_t width, int64_t count) {
+    return count == 1 ? 0 : n * width * (count == 2 ? 1 : 2);
+}
+
+void walk_slab(const slab_stages &list, const slab &where, double *scratch,
+               const double *rotation) {
+    const int64_t h = where.width;
+    if (list.count == 1) {
+        walk_first(list, where, where.out, where.out_row);
+    } else {
+        const auto &[codelet, m, L, is, os, twiddles, r, sign] = list.stages[0];
+        const int64_t n = m * r;
+        double *half_b = scratch + 2 * n * h;
+        walk_first(list, where, scratch, h);
+        if (list.count == 2) {
+            walk_last(list, where, r, 0, 1, scratch, rotation);
+        } else if (n * h * 16 <= depth_first_bytes) {
+            const double *from = scratch;
+            for (int64_t s = 1; s < list.count - 1; ++s) {
+                double *to = s % 2 == 1 ? half_b : scratch;
+                walk_middle(list, s, h, list.stages[s].L, 0, 1, from, to);
+                from = to;
+            }
+            walk_last(list, where, list.stages[list.count - 1].L, 0, 1, from, rotation);
+        } else {
+            for (int64_t k0 = 0; k0 < r; ++k0)
+                walk_branch(list, where, k0, scratch + 2 * k0 * m * h, half_b, half_b + 2 * m * h,
+                            rotation);
+        }
+    }
+    const stage &last = list.stages[list.count - 1];
+    if (rotation && (list.count == 1 || last.r > rotated_radix_limit))
+        rotate_rows(where.out, where.out_row, h, last.L * last.r, last.r, list.table->lanes,
+                    rotation);
 }
 
 }  // namespace lyr

@@ -30,20 +30,49 @@ inline stage *two_stages_of(void *block) {
     return static_cast<stage *>(block);
 }
 
-// Codelets of the stages: for one transform, or slab codelets for transforms side by side.
-enum class stage_form { single, slab };
+// Builds the block for the one-dimensional complex problem of p into p->aux, with `extra` zero
+// complex numbers behind the tables. A first factor without a codelet is left to its own kernel:
+// the codelet of stage 0 is then null. Returns the extra room, or null when another factor has no
+// codelet or memory runs out.
+double *build_stages(plan *p, const int64_t *factors, int count, int64_t extra);
 
-// Builds the block for the one-dimensional complex problem of p into p->aux. Returns the number of
-// stages, or -1 when a factor has no codelet or memory runs out.
-int build_stages(plan *p, stage_form form);
+// The stage list of a plan for transforms side by side: the stages of a mixed-radix plan with the
+// slab codelets of the table that it was made with.
+struct slab_stages {
+    int64_t count;  // 0: the plan has no stage list
+    const stage *stages;
+    const codelet_table *table;
+};
+slab_stages slab_stages_of(const plan *p);
 
-// A slab stage keeps its codelet in the descriptor's codelet field, under another type. (Compilers
-// take void () for any function.)
-inline stage_codelet stored_slab_codelet(slab_codelet codelet) {
-    return reinterpret_cast<stage_codelet>(reinterpret_cast<void (*)()>(codelet));
+// Transforms side by side. Element e of transform j is in[e*in_row + j*in_lane] (complex numbers)
+// and out[e*out_row + j].
+struct slab {
+    const double *in;
+    int64_t in_row, in_lane;
+    double *out;
+    int64_t out_row;
+    int64_t width;
+};
+
+// Multiplies `width` columns of a matrix of n rows, `row` complex numbers apart, by the factors
+// that rotated_slab_codelet takes. r is the last radix of n, lanes that of the codelet table.
+void rotate_rows(double *rows, int64_t row, int64_t width, int64_t n, int64_t r, int64_t lanes,
+                 const double *rotation);
+
+// How many neighbours the passes of a long transform walk together: two cache lines, which
+// processors fetch in pairs, or four where rows are so far apart that each is on a page of its own.
+inline int64_t walked_together(int64_t n) {
+    return n >= 512 ? 16 : 8;
 }
-inline slab_codelet slab_codelet_of(const stage &s) {
-    return reinterpret_cast<slab_codelet>(reinterpret_cast<void (*)()>(s.codelet));
-}
+
+// Complex numbers of scratch that walk_slab needs for transforms of length n.
+int64_t slab_scratch(int64_t n, int64_t width, int64_t count);
+
+// Runs the stages over a slab, through the scratch. The outputs are multiplied by the factors of
+// rotation (see rotated_slab_codelet) unless that is null.
+// `out` may overlap `in` only when there are two stages or more, and then in any way.
+void walk_slab(const slab_stages &list, const slab &where, double *scratch,
+               const double *rotation = nullptr);
 
 }  // namespace lyr

@@ -88,6 +88,12 @@ void root_source_release(root_source *source) {
     if (source->octant != source->local) free(source->octant);
 }
 
+void root_of(const root_source *source, int64_t t, int64_t sign, double *out) {
+    int64_t u = t % source->N;
+    if (sign < 0 && u) u = source->N - u;
+    read_root(source, u, out);
+}
+
 void fill_twiddle_row(double *row, const root_source *source, int64_t r, int64_t step,
                       int64_t sign) {
     const int64_t N = source->N;

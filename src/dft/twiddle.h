@@ -23,6 +23,9 @@ struct root_source {
 void root_source_init(root_source *source, int64_t N, int64_t entries);
 void root_source_release(root_source *source);
 
+// Writes W(sign*t, source->N). t >= 0.
+void root_of(const root_source *source, int64_t t, int64_t sign, double *out);
+
 // Writes W(sign*step*k, source->N), k = 1..r-1. step >= 0.
 void fill_twiddle_row(double *row, const root_source *source, int64_t r, int64_t step,
                       int64_t sign);

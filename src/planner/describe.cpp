@@ -32,15 +32,19 @@ void append_dims(text &t, const char *separator, const lyr_fft_iodim64 *dims, in
                dims[k].os);
 }
 
+// In the order of the stages: a factor without a codelet comes first.
 void append_radices(text &t, int64_t n) {
     int64_t factors[max_factors];
     const int count = factorize_size(n, factors);
-    for (int k = 0; k < count; ++k) append(t, "%s%" PRId64, k ? "x" : ", radices ", factors[k]);
+    const int first = count > 1 && factors[count - 1] > max_radix ? count - 1 : 0;
+    for (int k = 0; k < count; ++k)
+        append(t, "%s%" PRId64, k ? "x" : ", radices ", factors[(first + k) % count]);
 }
 
 bool has_stages(const plan *p) {
     return strncmp(p->execute_name, "execute_1d", 10) == 0 ||
-           strcmp(p->execute_name, "execute_many_transpose") == 0;
+           strcmp(p->execute_name, "execute_many_transpose") == 0 ||
+           strcmp(p->execute_name, "execute_many_post_transpose") == 0;
 }
 
 void describe(const plan *p, int depth, void (*line)(void *, int, const char *), void *context) {

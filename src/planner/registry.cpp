@@ -25,7 +25,7 @@ const registry_entry registry[registry_size] = {
     {decline, "solve_bufferized_problem"},
     {decline, "solve_indirect_problem"},
     {solve_problem_dft_many_transpose, "solve_problem_dft_many_transpose"},
-    {decline, "solve_problem_dft_many_post_transpose"},
+    {solve_problem_dft_many_post_transpose, "solve_problem_dft_many_post_transpose"},
     {decline, "solve_problem_r2c_1d_direct"},
     {decline, "solve_problem_r2c_many_direct"},
     {decline, "solve_problem_c2r_direct"},
@@ -37,9 +37,9 @@ const registry_entry registry[registry_size] = {
     {decline, "solve_problem_r2c_many"},
     {decline, "solve_problem_r2hc_many"},
     {solve_problem_dft_many, "solve_problem_dft_many"},
-    {decline, "solve_problem_c2c_1d_rader"},
-    {decline, "solve_problem_c2c_1d_bluestein"},
-    {decline, "solve_problem_c2c_1d_large"},
+    {solve_problem_c2c_1d_rader, "solve_problem_c2c_1d_rader"},
+    {solve_problem_c2c_1d_bluestein, "solve_problem_c2c_1d_bluestein"},
+    {solve_problem_c2c_1d_large, "solve_problem_c2c_1d_large"},
     {solve_problem_dft_direct, "solve_problem_dft_direct"},
     {solve_problem_c2c_1d, "solve_problem_c2c_1d"},
     {decline, "solve_problem_r2c_1d"},
@@ -52,7 +52,7 @@ const registry_entry registry[registry_size] = {
     {solve_problem_multidimension, "solve_problem_multidimension"},
     {decline, "solve_problem_c2r_multidimension"},
     {decline, "solve_problem_rearrange_outplace"},
-    {decline, "solve_problem_dft_many_transpose_rotate"},
+    {solve_problem_dft_many_transpose_rotate, "solve_problem_dft_many_transpose_rotate"},
 };
 
 }  // namespace lyr

@@ -20,9 +20,14 @@ extern const registry_entry registry[registry_size];
 // One function per file named for it; see registry.cpp for what each accepts.
 int solve_problem_nop(plan *p);
 int solve_problem_dft_many_transpose(plan *p);
+int solve_problem_dft_many_post_transpose(plan *p);
 int solve_problem_dft_many(plan *p);
+int solve_problem_c2c_1d_rader(plan *p);
+int solve_problem_c2c_1d_bluestein(plan *p);
+int solve_problem_c2c_1d_large(plan *p);
 int solve_problem_dft_direct(plan *p);
 int solve_problem_c2c_1d(plan *p);
 int solve_problem_multidimension(plan *p);
+int solve_problem_dft_many_transpose_rotate(plan *p);
 
 }  // namespace lyr

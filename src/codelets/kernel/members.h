@@ -47,15 +47,6 @@ struct stream {
     }
 };
 
-// Butterflies in rows; within a row, neighbouring butterflies are neighbours in memory and lanes
-// run along the row. All distances in complex numbers.
-struct column_walk {
-    int64_t rows;
-    int64_t in_step, out_step;  // from a row to the next
-    int64_t in_q, out_p;        // from an input (output) of a butterfly to the next
-    int64_t count;              // butterflies in a row
-};
-
 // The order of a twiddle table: rows of plain complex numbers (middle stages), or, for a last
 // stage, groups of vec::lanes rows as tw_lanes reads them, then the rest in plain order.
 enum class table_order { plain, grouped };
@@ -223,10 +214,11 @@ __attribute__((noinline)) void walk_columns(const column_walk w, const double *i
 // Middle stages and interleaved batches.
 template <int R, int S, visit Visit, table_order Order>
 __attribute__((noinline)) void walk_columns_twiddled(const column_walk w, const double *in,
-                                                     double *out, const double *twiddles) {
+                                                     double *out, const double *twiddles,
+                                                     int64_t L) {
     stream<R> from(in, w.in_q), to(out, w.out_p);
     for (int64_t k = 0; k < w.rows; ++k) {
-        const row_place t = row_in_table<R, Order>(twiddles, k, w.rows);
+        const row_place t = row_in_table<R, Order>(twiddles, w.first + k * w.step, L);
         int64_t count = w.count;
         if constexpr (Visit == visit::lines)
             count = column_run_by_lines<R, S, vec>(from, to, count, row_twiddles<R, vec>(t));
@@ -252,11 +244,11 @@ LYR_INLINE void walk(const column_walk &w, const double *in, double *out) {
 
 template <int R, int S, table_order Order>
 LYR_INLINE void walk_twiddled(const column_walk &w, const double *in, double *out,
-                              const double *twiddles) {
+                              const double *twiddles, int64_t L) {
     if constexpr (vec::lanes == 2)
         if (collides<R>(w))
-            return walk_columns_twiddled<R, S, visit::lines, Order>(w, in, out, twiddles);
-    walk_columns_twiddled<R, S, visit::vectors, Order>(w, in, out, twiddles);
+            return walk_columns_twiddled<R, S, visit::lines, Order>(w, in, out, twiddles, L);
+    walk_columns_twiddled<R, S, visit::vectors, Order>(w, in, out, twiddles, L);
 }
 
 // First stages at any stride: lanes run along neighbouring butterflies.
@@ -270,6 +262,41 @@ LYR_INLINE int64_t strided_run(stream<R> &in, int64_t is, stream<R> &out, int64_
         unroll<R>(LYR_LAMBDA(auto p) { x[p].scatter(out.at(p), 2 * os); });
         in.advance(V::lanes * is);
         out.advance(V::lanes * os);
+    }
+    return count;
+}
+
+// First stages of transforms `in_lane` apart: lanes run along the transforms.
+template <int R, int S, class V>
+LYR_INLINE int64_t gathered_run(stream<R> &in, int64_t in_lane, stream<R> &out, int64_t count) {
+    for (; count >= V::lanes; count -= V::lanes) {
+        V x[R];
+        unroll<R>(LYR_LAMBDA(auto q) { x[q] = V::gather(in.at(q), 2 * in_lane); });
+        butterfly<S>(x);
+        unroll<R>(LYR_LAMBDA(auto p) { x[p].store(out.at(p)); });
+        in.advance(V::lanes * in_lane);
+        out.advance(V::lanes);
+    }
+    return count;
+}
+
+// Butterflies of a last stage whose outputs are multiplied by factors.
+template <int R, int S, class V>
+LYR_INLINE int64_t rotated_run(stream<R> &in, stream<R> &out, int64_t count, const row_place &at,
+                               const double *&factors) {
+    if (count < V::lanes) return count;
+    typename twiddle_choice<R, V>::type t(at);
+    for (; count >= V::lanes; count -= V::lanes) {
+        V x[R];
+        t.begin_butterfly();
+        unroll<R>(LYR_LAMBDA(auto q) { x[q] = t.multiply(V::load(in.at(q)), q); });
+        butterfly<S>(x);
+        unroll<R>(LYR_LAMBDA(auto p) {
+            cmul(x[p], V::tw_plain(factors + 2 * V::lanes * p)).store(out.at(p));
+        });
+        in.advance(V::lanes);
+        out.advance(V::lanes);
+        factors += 2 * V::lanes * R;
     }
     return count;
 }
@@ -388,7 +415,7 @@ void first_general(const stage *d, const double *in, double *out) {
 template <int R, int S>
 void middle(const stage *d, const double *in, double *out) {
     const int64_t L = d->L, m = d->m;
-    walk_twiddled<R, S, table_order::plain>({L, R * m, m, m, L * m, m}, in, out, d->twiddles);
+    walk_twiddled<R, S, table_order::plain>({L, R * m, m, m, L * m, m}, in, out, d->twiddles, L);
 }
 
 template <int R, int S>
@@ -402,32 +429,62 @@ void last_general(const stage *d, const double *in, double *out) {
 }
 
 template <int R, int S>
-void first_slab(const stage *d, const double *in, int64_t in_row, double *out, int64_t out_row,
-                int64_t h) {
-    const int64_t m = d->m;
-    if (in_row == h && out_row == h)  // no gaps: one row of m*h butterflies
-        walk<R, S>({1, 0, 0, m * h, m * h, m * h}, in, out);
-    else
-        walk<R, S>({m, in_row, out_row, m * in_row, m * out_row, h}, in, out);
+void first_slab(const column_walk &w, const double *in, double *out) {
+    walk<R, S>(w, in, out);
 }
 
 template <int R, int S>
-void twiddle_slab(const stage *d, const double *in, int64_t in_row, double *out, int64_t out_row,
-                  int64_t h) {
-    const int64_t L = d->L, m = d->m;
-    if (m == 1)
-        walk_twiddled<R, S, table_order::grouped>({L, R * in_row, out_row, in_row, L * out_row, h},
-                                                  in, out, d->twiddles);
-    else  // between scratch buffers, rows without gaps
-        walk_twiddled<R, S, table_order::plain>({L, R * m * h, m * h, m * h, L * m * h, m * h}, in,
-                                                out, d->twiddles);
+void twiddle_slab(const stage *d, const column_walk &w, const double *in, double *out) {
+    if (d->m == 1)
+        walk_twiddled<R, S, table_order::grouped>(w, in, out, d->twiddles, d->L);
+    else
+        walk_twiddled<R, S, table_order::plain>(w, in, out, d->twiddles, d->L);
+}
+
+// Lanes run along the transforms, which are far apart: lines are shared by neighbouring
+// butterflies.
+template <int R, int S>
+void gathered_slab(const stage *d, const double *in, int64_t in_row, int64_t in_lane, double *out,
+                   int64_t out_row, int64_t h) {
+    stream<R> from(in, d->m * in_row), to(out, d->m * out_row);
+    for (int64_t j = 0; j < d->m; ++j) {
+        const int64_t rest = gathered_run<R, S, vec>(from, in_lane, to, h);
+        if constexpr (vec::lanes > 1) gathered_run<R, S, vec1>(from, in_lane, to, rest);
+        from.advance(in_row - h * in_lane);
+        to.advance(out_row - h);
+    }
+}
+
+template <int R, int S>
+void rotated_slab(const stage *d, const column_walk &given, const double *in, double *out,
+                  const double *factors) {
+    const column_walk w = given;
+    stream<R> from(in, w.in_q), to(out, w.out_p);
+    for (int64_t i = 0; i < w.rows; ++i) {
+        const int64_t k = w.first + i * w.step;
+        const row_place t = row_in_table<R, table_order::grouped>(d->twiddles, k, d->L);
+        const double *row = factors + 2 * R * w.count * k;
+        const int64_t rest = rotated_run<R, S, vec>(from, to, w.count, t, row);
+        if constexpr (vec::lanes > 1) rotated_run<R, S, vec1>(from, to, rest, t, row);
+        from.advance(w.in_step - w.count);
+        to.advance(w.out_step - w.count);
+    }
+}
+
+template <int R, int S>
+constexpr rotated_slab_codelet choose_rotated_slab() {
+    if constexpr (R <= rotated_radix_limit)
+        return rotated_slab<R, S>;
+    else
+        return nullptr;
 }
 
 template <int R, int S>
 constexpr codelet_set make_codelets() {
-    return {direct_unit<R, S>,   direct_general<R, S>, first_unit<R, S>,
-            first_general<R, S>, middle<R, S>,         last_unit<R, S>,
-            last_general<R, S>,  first_slab<R, S>,     twiddle_slab<R, S>};
+    return {
+        direct_unit<R, S>,  direct_general<R, S>, first_unit<R, S>,           first_general<R, S>,
+        middle<R, S>,       last_unit<R, S>,      last_general<R, S>,         first_slab<R, S>,
+        twiddle_slab<R, S>, gathered_slab<R, S>,  choose_rotated_slab<R, S>()};
 }
 
 }  // namespace

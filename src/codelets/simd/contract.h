@@ -11,6 +11,7 @@
 //                                 lane im is re + 1)
 //   tw_lanes(p)                   a twiddle factor per lane: for one lane a complex number, else
 //                                 every real part twice, then every imaginary part twice
+//   tw_plain(p)                   a twiddle factor per lane, plain complex numbers
 //   cmul(a, w)                    a*w
 //
 // Targets define `vec` (native width), `vec1` (one complex number) and `vec_half` (half of vec, at
@@ -34,6 +35,7 @@ concept complex_vec = requires(V a, typename V::tw w, const double *p, double *q
     {V::gather(p, s)};
     {V::tw_one(p, p)};
     {V::tw_lanes(p)};
+    {V::tw_plain(p)};
     a.store(q);
     a.scatter(q, s);
     {a + a};

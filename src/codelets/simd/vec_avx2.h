@@ -23,6 +23,7 @@ struct vec1 {
         return {_mm_loaddup_pd(re), _mm_loaddup_pd(im)};
     }
     LYR_INLINE static tw tw_lanes(const double *p) { return tw_one(p, p + 1); }
+    LYR_INLINE static tw tw_plain(const double *p) { return tw_one(p, p + 1); }
 };
 
 LYR_INLINE __m128d swapped(vec1 a) {
@@ -81,6 +82,10 @@ struct vec2 {
     }
     LYR_INLINE static tw tw_lanes(const double *p) {
         return {_mm256_loadu_pd(p), _mm256_loadu_pd(p + 4)};
+    }
+    LYR_INLINE static tw tw_plain(const double *p) {
+        const __m256d w = _mm256_loadu_pd(p);
+        return {_mm256_movedup_pd(w), _mm256_permute_pd(w, 15)};
     }
 };
 

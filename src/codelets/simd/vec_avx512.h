@@ -38,6 +38,10 @@ struct vec4 {
     LYR_INLINE static tw tw_lanes(const double *p) {
         return {_mm512_loadu_pd(p), _mm512_loadu_pd(p + 8)};
     }
+    LYR_INLINE static tw tw_plain(const double *p) {
+        const __m512d w = _mm512_loadu_pd(p);
+        return {_mm512_permute_pd(w, 0), _mm512_permute_pd(w, 0xff)};
+    }
 };
 using vec = vec4;
 using vec_half = vec2;

@@ -23,6 +23,7 @@ struct vec1 {
     LYR_INLINE void scatter(double *p, int64_t) const { store(p); }
     LYR_INLINE static tw tw_one(const double *re, const double *) { return load(re); }
     LYR_INLINE static tw tw_lanes(const double *p) { return load(p); }
+    LYR_INLINE static tw tw_plain(const double *p) { return load(p); }
 };
 using vec = vec1;
 using vec_half = vec1;

@@ -1,0 +1,112 @@
+// The first pass of a long transform (dft/four_step.h): transforms that lie side by side, every
+// output multiplied by a root of the whole transform on its way to memory. Walked in slabs like
+// other interleaved batches; the last stage rotates.
+//
+// aux is the parent's rotation table. Child 0 is one unit-stride transform; its stage list is what
+// a slab walks. A child without one (its own transform is long) runs on one column at a time.
+#include <cstring>
+
+#include "api/memory.h"
+#include "dft/four_step.h"
+#include "dft/stages.h"
+#include "planner/registry.h"
+
+namespace lyr {
+
+namespace {
+
+struct bookkeeping {  // in solver_words
+    slab_stages list;
+    int64_t lanes;
+};
+static_assert(sizeof(bookkeeping) <= sizeof(plan::solver_words));
+
+bookkeeping read_bookkeeping(const plan *p) {
+    bookkeeping b;
+    memcpy(&b, p->solver_words, sizeof b);
+    return b;
+}
+
+// Rows of `width` numbers without gaps.
+void copy_columns(double *to, const double *in, int64_t n, int64_t is, int64_t width) {
+    constexpr int64_t line = 4;
+    for (int64_t e = 0; e < n; ++e, in += 2 * is, to += 2 * width) {
+        int64_t j = 0;
+        for (; j + line <= width; j += line) memcpy(to + 2 * j, in + 2 * j, 64);
+        for (; j < width; ++j) memcpy(to + 2 * j, in + 2 * j, 16);
+    }
+}
+
+void execute_many_transpose_rotate(plan *p, double *in, double *out) {
+    const bookkeeping b = read_bookkeeping(p);
+    const auto [n, is, os] = p->dims[0];
+    const int64_t h = p->howmany_rank ? p->howmany_dims[0].n : 1;
+    const int64_t together = walked_together(n);
+    double *work = static_cast<double *>(p->work);
+    for (int64_t j = 0; j < h; j += together) {
+        const int64_t width = j + together <= h ? together : h - j;
+        // A butterfly's inputs are far apart; rows in their order come faster. The first stage
+        // works in place.
+        copy_columns(work, in + 2 * j, n, is, width);
+        walk_slab(b.list, {work, width, 1, out + 2 * j, os, width}, work,
+                  static_cast<double *>(p->aux) + 2 * n * j);
+    }
+}
+
+void gather_columns(double *rows, const double *in, int64_t n, int64_t is, int64_t width) {
+    for (int64_t e = 0; e < n; ++e)
+        for (int64_t j = 0; j < width; ++j)
+            memcpy(rows + 2 * (j * n + e), in + 2 * (e * is + j), 16);
+}
+
+void execute_columns(plan *p, double *in, double *out) {
+    const bookkeeping b = read_bookkeeping(p);
+    const auto [n, is, os] = p->dims[0];
+    const int64_t h = p->howmany_rank ? p->howmany_dims[0].n : 1;
+    double *rows = static_cast<double *>(p->work);
+    plan *child = p->children;
+    const int64_t together = walked_together(n);
+    for (int64_t j = 0; j < h; j += together) {
+        const int64_t width = j + together <= h ? together : h - j;
+        gather_columns(rows, in + 2 * j, n, is, width);
+        for (int64_t i = 0; i < width; ++i)
+            child->execute_fn(child, rows + 2 * i * n, rows + 2 * i * n);
+        for (int64_t e = 0; e < n; ++e)
+            for (int64_t i = 0; i < width; ++i)
+                memcpy(out + 2 * (e * os + j + i), rows + 2 * (i * n + e), 16);
+        rotate_rows(out + 2 * j, os, width, n, last_radix(n), b.lanes,
+                    static_cast<double *>(p->aux) + 2 * n * j);
+    }
+}
+
+}  // namespace
+
+int solve_problem_dft_many_transpose_rotate(plan *p) {
+    if (p->kind != kind_rotated_batch || p->rank != 1 || p->howmany_rank > 1) return -1;
+    if (p->howmany_dims[0].is != 1 || p->howmany_dims[0].os != 1) return -1;
+
+    p->nchildren = 1;
+    p->children = plan_alloc_children(1);
+    if (!p->children) return -1;
+    plan *child = p->children;
+    plan_copy_problem(child, p);
+    child->kind = kind_complex;
+    child->dims[0].is = child->dims[0].os = 1;
+    child->howmany_rank = 1;
+    child->howmany_dims[0] = {1, 1, 1};
+    if (const int32_t status = plan_solve(child)) return status;
+
+    const int64_t n = p->dims[0].n;
+    const bookkeeping b = {slab_stages_of(child), active_table()->lanes};
+    memcpy(p->solver_words, &b, sizeof b);
+    const int64_t scratch =
+        b.list.count ? slab_scratch(n, walked_together(n), b.list.count) : n * walked_together(n);
+    p->work_bytes = static_cast<uint64_t>(scratch) * 16;
+    p->work = aligned_alloc_zero(p->work_bytes);
+    if (!p->work) return -1;
+    p->execute_fn = b.list.count ? execute_many_transpose_rotate : execute_columns;
+    p->execute_name = "execute_many_transpose_rotate";
+    return 0;
+}
+
+}  // namespace lyr

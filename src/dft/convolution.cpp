@@ -1,0 +1,185 @@
+#include "dft/convolution.h"
+
+#include <cstring>
+
+#include "api/memory.h"
+#include "dft/twiddle.h"
+
+namespace lyr {
+
+namespace {
+
+// Side by side, blocks and the scratch of their walk stay in a part of the second-level cache.
+constexpr int64_t side_by_side_bytes = 256 << 10;
+constexpr int64_t line = 4;         // complex numbers of a cache line
+constexpr int64_t most_width = 32;  // more neighbours gain nothing
+
+convolution *convolution_of(const plan *p) {
+    convolution *c;
+    memcpy(&c, p->solver_words, sizeof c);
+    return c;
+}
+
+// Stage 0: block j is the elements j, j + m, ..
+void run_blocks(const plan *p, const stage &s, const double *in, double *out) {
+    const convolution *c = convolution_of(p);
+    const int64_t m = s.m, is = s.in_stride, os = s.out_stride;
+    for (int64_t j = 0; j < m; j += c->width) {
+        const int64_t width = j + c->width <= m ? c->width : m - j;
+        c->run(p, c, {in + 2 * j * is, m * is, is, out + 2 * j * os, m * os, os, width});
+    }
+}
+
+void run_stage(const plan *p, const stage *s, const double *in, double *out) {
+    if (s->codelet)
+        s->codelet(s, in, out);
+    else
+        run_blocks(p, *s, in, out);
+}
+
+// The same back and forth as that of other stage lists (dft/c2c_1d.cpp).
+void execute_unit(plan *p, double *in, double *out) {
+    const auto [count, stages] = stages_of(p->aux);
+    double *work = static_cast<double *>(p->work);
+    const double *from = in;
+    for (int64_t s = 0; s < count; ++s) {
+        double *to = (count - 1 - s) % 2 == 0 ? out : work;
+        run_stage(p, stages + s, from, to);
+        from = to;
+    }
+}
+
+void execute_general(plan *p, double *in, double *out) {
+    const auto [count, stages] = stages_of(p->aux);
+    double *half_a = static_cast<double *>(p->work);
+    double *half_b = half_a + 2 * p->dims[0].n;
+    const double *from = in;
+    for (int64_t s = 0; s < count; ++s) {
+        double *to = s == count - 1 ? out : (count - s) % 2 == 0 ? half_a : half_b;
+        run_stage(p, stages + s, from, to);
+        from = to;
+    }
+}
+
+int64_t choose_width(int64_t M, int64_t m, bool side_by_side) {
+    int64_t width = line;
+    if (side_by_side) {
+        width = side_by_side_bytes / 8 / (16 * M) / line * line;
+        if (width < line) width = line;
+        if (width > most_width) width = most_width;
+    }
+    return width < m ? width : m;
+}
+
+// The filter's spectrum, in place. Its error would be a quarter of that of every result: the mean
+// of the spectra of a few rotations of the filter, whose rounding errors are independent, has half
+// of it.
+bool transform_filter(plan *p, const convolution *c, double *mean) {
+    constexpr int64_t rotations = 4;
+    const int64_t M = c->M;
+    const auto bytes = static_cast<size_t>(16 * M);
+    double *filter = static_cast<double *>(aligned_alloc_zero(bytes));
+    if (!filter) return false;
+    memcpy(filter, mean, bytes);
+    memset(mean, 0, bytes);
+    plan *child = p->children;
+    double *spectrum = c->vectors;
+    root_source roots;
+    root_source_init(&roots, M, rotations * M);
+    for (int64_t i = 0; i < rotations; ++i) {
+        const int64_t shift = i * (M / rotations + 1) % M;
+        memcpy(spectrum, filter + 2 * shift, static_cast<size_t>(16 * (M - shift)));
+        memcpy(spectrum + 2 * (M - shift), filter, static_cast<size_t>(16 * shift));
+        child->execute_fn(child, spectrum, spectrum);
+        int64_t turn = 0;  // shift*k mod M
+        for (int64_t k = 0; k < M; ++k) {
+            double root[2];
+            root_of(&roots, turn, -1, root);
+            const double *x = spectrum + 2 * k;
+            mean[2 * k] += (x[0] * root[0] - x[1] * root[1]) / rotations;
+            mean[2 * k + 1] += (x[0] * root[1] + x[1] * root[0]) / rotations;
+            turn += shift;
+            if (turn >= M) turn -= M;
+        }
+    }
+    root_source_release(&roots);
+    aligned_free(filter);
+    return true;
+}
+
+}  // namespace
+
+convolution *convolution_begin(plan *p, const int64_t *factors, int count, int64_t M, int64_t room,
+                               int32_t *status) {
+    *status = -1;
+    const int64_t n = p->dims[0].n, prime = factors[count - 1], m = n / prime;
+    int64_t order[max_factors];
+    order[0] = prime;
+    for (int s = 1; s < count; ++s) order[s] = factors[s - 1];
+    constexpr int64_t record = (sizeof(convolution) + 15) / 16;
+    double *extra = build_stages(p, order, count, record + room);
+    if (!extra) return nullptr;
+    convolution *c = reinterpret_cast<convolution *>(extra);
+    memcpy(p->solver_words, &c, sizeof c);
+    c->p = prime;
+    c->M = M;
+    c->filter = extra + 2 * record;
+    c->products = active_table()->products;
+
+    p->nchildren = 1;
+    p->children = plan_alloc_children(1);
+    if (!p->children) return nullptr;
+    plan *child = p->children;
+    plan_copy_problem(child, p);
+    child->kind = kind_complex;
+    child->sign = -1;
+    child->rank = 1;
+    child->dims[0] = {M, 1, 1};
+    child->howmany_rank = 0;
+    if ((*status = plan_solve(child)) != 0) return nullptr;
+
+    *status = -1;
+    c->list = slab_stages_of(child);
+    if (m == 1 || 2 * line * 16 * M > side_by_side_bytes) c->list.count = 0;
+    c->width = choose_width(M, m, c->list.count > 0);
+    const int64_t scratch = c->list.count ? slab_scratch(M, c->width, c->list.count) : 0;
+    const int64_t stage_scratch = unit_strides(p) ? n : 2 * n;
+    p->work_bytes = static_cast<uint64_t>(stage_scratch + M * c->width + scratch) * 16;
+    p->work = aligned_alloc_zero(p->work_bytes);
+    if (!p->work) return nullptr;
+    c->vectors = static_cast<double *>(p->work) + 2 * stage_scratch;
+    c->scratch = c->vectors + 2 * M * c->width;
+    *status = 0;
+    return c;
+}
+
+int32_t convolution_finish(plan *p, double *filter, const char *unit_name,
+                           const char *general_name) {
+    if (!transform_filter(p, convolution_of(p), filter)) return -1;
+    p->execute_fn = unit_strides(p) ? execute_unit : execute_general;
+    p->execute_name = unit_strides(p) ? unit_name : general_name;
+    return 0;
+}
+
+void convolution_transform(const plan *p, const convolution *c, int64_t width) {
+    if (c->list.count) {
+        walk_slab(c->list, {c->vectors, width, 1, c->vectors, width, width}, c->scratch);
+        return;
+    }
+    plan *child = p->children;
+    for (int64_t j = 0; j < width; ++j)
+        child->execute_fn(child, c->vectors + 2 * j * c->M, c->vectors + 2 * j * c->M);
+}
+
+void convolution_filter(const convolution *c, int64_t width) {
+    if (c->list.count) {
+        c->products.rows(c->vectors, width, c->vectors, width, c->filter, c->M, width);
+        return;
+    }
+    for (int64_t j = 0; j < width; ++j) {
+        double *vector = c->vectors + 2 * j * c->M;
+        c->products.elements(vector, 1, vector, 1, c->filter, c->M);
+    }
+}
+
+}  // namespace lyr

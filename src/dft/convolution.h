@@ -1,0 +1,56 @@
+// What the solvers for prime factors above 37 share. They take the awkward factor p of n = p*m as
+// stage 0 of a stage list and compute its m transforms of length p as cyclic convolutions of length
+// M, through one forward plan for M points (child 0). The inverse transform inside a convolution is
+// a second forward one, whose results come out in reversed order.
+//
+// A stage walks its m blocks a few neighbours at a time: side by side through the stages of the
+// plan for M, so that lanes run along the blocks, or, where that would leave the cache or the plan
+// has no stage list, gathered together and transformed one after another.
+#pragma once
+
+#include "codelets/codelet.h"
+#include "dft/stages.h"
+
+namespace lyr {
+
+// `width` transforms of length p: element q of block j is in[q*in_step + j*in_lane], output k goes
+// to out[k*out_step + j*out_lane] (complex numbers). out may be in when the steps are the same.
+struct convolution_blocks {
+    const double *in;
+    int64_t in_step, in_lane;
+    double *out;
+    int64_t out_step, out_lane;
+    int64_t width;
+};
+
+struct convolution {
+    int64_t p, M;
+    // Runs the blocks.
+    void (*run)(const plan *, const convolution *, const convolution_blocks &);
+    slab_stages list;  // of child 0; no stages: blocks are not walked side by side
+    product_set products;
+    int64_t width;           // blocks at a time
+    double *vectors;         // element e of block j is at e*width + j (side by side) or e + j*M
+    double *scratch;         // for walk_slab
+    const double *filter;    // M complex numbers
+    const double *chirp;     // Bluestein: p complex numbers
+    const uint32_t *powers;  // Rader: g^k mod p, k < p - 1
+};
+
+// Allocates stages, tables and scratch for n = p*m, p the last of the `count` factors, and plans
+// the convolution. `room`: what the caller's tables take, in complex numbers; they begin at
+// c->filter. Null when memory runs out; *status is then -1 or what the planner said.
+convolution *convolution_begin(plan *p, const int64_t *factors, int count, int64_t M, int64_t room,
+                               int32_t *status);
+
+// Transforms the filter in place and sets the executor. 0, or -1 when memory runs out.
+int32_t convolution_finish(plan *p, double *filter, const char *unit_name,
+                           const char *general_name);
+
+// Forward transforms of the vectors of `width` blocks.
+void convolution_transform(const plan *p, const convolution *c, int64_t width);
+
+// Multiplies them by the filter.
+void convolution_filter(const convolution *c, int64_t width);
+
+}  // namespace lyr
