@@ -75,33 +75,28 @@ int64_t choose_width(int64_t M, int64_t m, bool side_by_side) {
 // of the spectra of a few rotations of the filter, whose rounding errors are independent, has half
 // of it.
 bool transform_filter(plan *p, const convolution *c, double *mean) {
-    constexpr int64_t rotations = 4;
     const int64_t M = c->M;
+    const int64_t rotations = M <= 1 << 16 ? 4 : 1;  // planning is to take milliseconds
     const auto bytes = static_cast<size_t>(16 * M);
-    double *filter = static_cast<double *>(aligned_alloc_zero(bytes));
+    double *filter = static_cast<double *>(aligned_alloc_zero(2 * bytes));
     if (!filter) return false;
-    memcpy(filter, mean, bytes);
-    memset(mean, 0, bytes);
+    double *turns = filter + 2 * M, *spectrum = c->vectors;
     plan *child = p->children;
-    double *spectrum = c->vectors;
     root_source roots;
     root_source_init(&roots, M, rotations * M);
-    for (int64_t i = 0; i < rotations; ++i) {
+    memcpy(filter, mean, bytes);
+    child->execute_fn(child, mean, mean);
+    for (int64_t i = 1; i < rotations; ++i) {
         const int64_t shift = i * (M / rotations + 1) % M;
         memcpy(spectrum, filter + 2 * shift, static_cast<size_t>(16 * (M - shift)));
         memcpy(spectrum + 2 * (M - shift), filter, static_cast<size_t>(16 * shift));
         child->execute_fn(child, spectrum, spectrum);
-        int64_t turn = 0;  // shift*k mod M
-        for (int64_t k = 0; k < M; ++k) {
-            double root[2];
-            root_of(&roots, turn, -1, root);
-            const double *x = spectrum + 2 * k;
-            mean[2 * k] += (x[0] * root[0] - x[1] * root[1]) / rotations;
-            mean[2 * k + 1] += (x[0] * root[1] + x[1] * root[0]) / rotations;
-            turn += shift;
-            if (turn >= M) turn -= M;
-        }
+        fill_twiddle_row(turns + 2, &roots, M, shift, -1);
+        turns[0] = 1;
+        c->products.elements(spectrum, 1, spectrum, 1, turns, M);
+        for (int64_t k = 0; k < 2 * M; ++k) mean[k] += spectrum[k];
     }
+    for (int64_t k = 0; k < 2 * M; ++k) mean[k] /= static_cast<double>(rotations);
     root_source_release(&roots);
     aligned_free(filter);
     return true;

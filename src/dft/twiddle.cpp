@@ -89,7 +89,7 @@ void root_source_release(root_source *source) {
 }
 
 void root_of(const root_source *source, int64_t t, int64_t sign, double *out) {
-    int64_t u = t % source->N;
+    int64_t u = t < source->N ? t : t % source->N;  // divisions are slow
     if (sign < 0 && u) u = source->N - u;
     read_root(source, u, out);
 }
