@@ -7,6 +7,7 @@
 
 #include "codelets/cpu.h"
 #include "dft/factorize.h"
+#include "dft/four_step.h"
 #include "support.h"
 
 namespace lyr_test {
@@ -163,6 +164,35 @@ TEST(accuracy, lengths_to_ten_thousand) {
             if (random.below(10) != 0) continue;  // these in every layout
             for (const layout &l : layouts)
                 check_problem(line_problem(n, LYR_FFT_FORWARD, l), l.misaligned, 3);
+        }
+    }
+}
+
+// The two passes of a long transform with remainders, single columns, a first pass without a stage
+// list (16384) and one whose last radix has no rotating codelet (1369 = 37*37).
+TEST(accuracy, two_passes_of_any_shape) {
+    constexpr int64_t shapes[][2] = {{1369, 77}, {100, 90}, {96, 121},  {128, 1},   {64, 16},
+                                     {64, 17},   {64, 5},   {1024, 40}, {16384, 12}};
+    for (const lyr::codelet_table *table : all_tables()) {
+        const with_table active(table);
+        for (const auto &[n1, n2] : shapes) {
+            if (n1 * n2 * test_scale > 1000000) continue;
+            SCOPED_TRACE(std::to_string(n1) + " x " + std::to_string(n2) + " with " + table->name);
+            const problem p = line_problem(n1 * n2, LYR_FFT_BACKWARD, layouts[0]);
+            buffers b = buffers_of(p);
+            lyr::plan record = {};
+            record.kind = kind_complex;
+            record.sign = p.sign;
+            record.split = -1;
+            record.rank = 1;
+            record.dims[0] = {n1 * n2, 1, 1};
+            record.in = b.in[0];
+            record.out = b.out[0];
+            record.execute_name = "two passes";
+            ASSERT_EQ(lyr::build_four_step(&record, n1, n2), 0);
+            const lyr_tools::verdict v = verify(p, b, &record, 1);
+            EXPECT_TRUE(v.ok) << v.damage << " error " << v.error.l2;
+            lyr::plan_clear(&record);
         }
     }
 }
