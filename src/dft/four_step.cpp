@@ -41,9 +41,10 @@ void fill_rotation(double *table, int64_t n1, int64_t n2, int64_t sign, int64_t 
         for (int64_t k = 0; k < L; ++k)
             for (int64_t j = first, width; j < end; j += width) {
                 width = end - j < lanes ? 1 : lanes;
-                for (int64_t p = 0; p < r; ++p)
-                    for (int64_t lane = 0; lane < width; ++lane, table += 2)
-                        root_of(&roots, (j + lane) * (k + p * L), sign, table);
+                for (int64_t lane = 0; lane < width; ++lane)
+                    fill_roots(table + 2 * lane, width, &roots, (j + lane) * k, (j + lane) * L, r,
+                               sign);
+                table += 2 * r * width;
             }
     }
     root_source_release(&roots);

@@ -89,22 +89,28 @@ void root_source_release(root_source *source) {
 }
 
 void root_of(const root_source *source, int64_t t, int64_t sign, double *out) {
-    int64_t u = t < source->N ? t : t % source->N;  // divisions are slow
-    if (sign < 0 && u) u = source->N - u;
-    read_root(source, u, out);
+    fill_roots(out, 1, source, t, 0, 1, sign);
+}
+
+void fill_roots(double *out, int64_t out_step, const root_source *source, int64_t start,
+                int64_t step, int64_t count, int64_t sign) {
+    const int64_t N = source->N;
+    if (step >= N) step %= N;  // divisions are slow
+    int64_t u = start < N ? start : start % N;
+    if (sign < 0) {
+        step = step ? N - step : 0;
+        u = u ? N - u : 0;
+    }
+    for (int64_t k = 0; k < count; ++k, out += 2 * out_step) {
+        read_root(source, u, out);
+        u += step;
+        if (u >= N) u -= N;
+    }
 }
 
 void fill_twiddle_row(double *row, const root_source *source, int64_t r, int64_t step,
                       int64_t sign) {
-    const int64_t N = source->N;
-    step %= N;
-    if (sign < 0 && step) step = N - step;
-    int64_t u = 0;
-    for (int64_t k = 1; k < r; ++k, row += 2) {
-        u += step;
-        if (u >= N) u -= N;
-        read_root(source, u, row);
-    }
+    fill_roots(row, 1, source, step, step, r - 1, sign);
 }
 
 void fill_stage_twiddles(double *table, const root_source *source, int64_t r, int64_t L, int64_t m,

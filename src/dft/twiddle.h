@@ -26,6 +26,11 @@ void root_source_release(root_source *source);
 // Writes W(sign*t, source->N). t >= 0.
 void root_of(const root_source *source, int64_t t, int64_t sign, double *out);
 
+// Writes W(sign*(start + k*step), source->N), k = 0..count-1, to every out_step-th complex number.
+// start, step >= 0.
+void fill_roots(double *out, int64_t out_step, const root_source *source, int64_t start,
+                int64_t step, int64_t count, int64_t sign);
+
 // Writes W(sign*step*k, source->N), k = 1..r-1. step >= 0.
 void fill_twiddle_row(double *row, const root_source *source, int64_t r, int64_t step,
                       int64_t sign);
