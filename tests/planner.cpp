@@ -221,7 +221,7 @@ TEST(choice, solvers_and_executors) {
         {"ocf214:1:2",
          "solve_problem_c2c_1d_bluestein/execute_1d_prime_bluestein_discrete(" TWO_STAGES ")"},
         {"ocf1763", "solve_problem_c2c_1d_bluestein/execute_1d_prime_bluestein(" STAGES ")"},
-        {"ocf8192", STAGES},
+        {"ocf8000", STAGES},
         {"ocf16384",
          "solve_problem_c2c_1d_large/execute_c2c_1d_large("
          "solve_problem_dft_many_transpose_rotate/execute_many_transpose_rotate(" TWO_STAGES ") "

@@ -3,7 +3,10 @@
 // order, 1966, so that no reordering pass is needed).
 //
 // aux holds the stages (dft/stages.h). work holds n complex numbers, or 2n when a stride is not 1.
+// Some lengths run as two passes instead, with two children and no stages (dft/four_step.h).
 #include "api/memory.h"
+#include "dft/c2c_1d_large.h"
+#include "dft/four_step.h"
 #include "dft/stages.h"
 #include "planner/registry.h"
 
@@ -48,6 +51,19 @@ void execute_1d_discrete(plan *p, double *in, double *out) {
     }
 }
 
+// n1 of n1*n2 for lengths that run as two passes, else 0: those whose first stage steps through
+// memory in multiples of a large power of two. All streams of a butterfly then fall into a few
+// cache sets, which costs vectors of half a line more than the rotation between two passes does;
+// vectors of a whole line or of one number lose nothing. Measured.
+int64_t two_pass_split(int64_t n, int64_t first_radix) {
+    constexpr int64_t shortest = 2048, way_bytes = 4096, half_of_the_ways = 4;
+    if (n < shortest || active_table()->lanes != 2) return 0;
+    const int64_t step = 16 * (n / first_radix);
+    if (first_radix * (step & -step) <= half_of_the_ways * way_bytes) return 0;
+    const int64_t n1 = split_large(n);
+    return n1 > max_radix ? n1 : 0;
+}
+
 }  // namespace
 
 int solve_problem_c2c_1d(plan *p) {
@@ -59,6 +75,11 @@ int solve_problem_c2c_1d(plan *p) {
     int64_t factors[max_factors];
     const int count = factorize_size(p->dims[0].n, factors);
     if (count < 1 || !codelets_for(p, factors[0])) return -1;
+    const int64_t n1 = unit_strides(p) ? two_pass_split(p->dims[0].n, factors[0]) : 0;
+    if (n1) {
+        p->execute_name = "execute_1d";
+        return build_four_step(p, n1, p->dims[0].n / n1);
+    }
     if (!build_stages(p, factors, count, 0)) return -1;
 
     const uint64_t halves = unit_strides(p) ? 1 : 2;
