@@ -82,6 +82,12 @@ struct product_set {
                  const double *factors, int64_t n, int64_t h);
 };
 
+// Between n interleaved complex numbers and their parts in two arrays. No two arrays overlap.
+struct split_set {
+    void (*join)(double *out, const double *re, const double *im, int64_t n);
+    void (*part)(double *re, double *im, const double *in, int64_t n);
+};
+
 inline constexpr int max_radix = 37;
 
 // Everything one vector target provides.
@@ -94,6 +100,7 @@ struct codelet_table {
     int64_t lanes;
     const codelet_set *sets[2][max_radix];  // [0 forward, 1 backward][length - 1], null: none
     product_set products;
+    split_set splits;
 };
 
 // The table in use, chosen when the library is loaded.

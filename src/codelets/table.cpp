@@ -1,4 +1,5 @@
-// The codelet table of one vector target: the 19 lengths, found by length - 1, and the products.
+// The codelet table of one vector target: the 19 lengths, found by length - 1, and what passes over
+// memory between them: products, and conversion of split arrays.
 #include LYR_ISA_HEADER
 
 #include "codelets/codelet.h"
@@ -74,10 +75,33 @@ void rows(double *out, int64_t out_row, const double *in, int64_t in_row, const 
     }
 }
 
+void join(double *out, const double *re, const double *im, int64_t n) {
+    constexpr int64_t together = 2 * vec::lanes;
+    int64_t k = 0;
+    for (; k + together <= n; k += together) vec::join(out + 2 * k, re + k, im + k);
+    for (; k < n; ++k) {
+        out[2 * k] = re[k];
+        out[2 * k + 1] = im[k];
+    }
+}
+
+void part(double *re, double *im, const double *in, int64_t n) {
+    constexpr int64_t together = 2 * vec::lanes;
+    int64_t k = 0;
+    for (; k + together <= n; k += together) vec::part(re + k, im + k, in + 2 * k);
+    for (; k < n; ++k) {
+        re[k] = in[2 * k];
+        im[k] = in[2 * k + 1];
+    }
+}
+
 }  // namespace
 
 extern const codelet_table table;
-const codelet_table table = {
-    LYR_TEXT(LYR_ISA), vec::lanes, {LYR_ROW(forward), LYR_ROW(backward)}, {elements, rows}};
+const codelet_table table = {LYR_TEXT(LYR_ISA),
+                             vec::lanes,
+                             {LYR_ROW(forward), LYR_ROW(backward)},
+                             {elements, rows},
+                             {join, part}};
 
 }  // namespace lyr::LYR_ISA

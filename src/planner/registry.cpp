@@ -16,8 +16,8 @@ int decline(plan *) {
 
 const registry_entry registry[registry_size] = {
     {decline, "solve_problem_rearrange_inplace"},
-    {decline, "solve_problem_dft_split"},
-    {decline, "solve_problem_dft_many_split"},
+    {solve_problem_dft_split, "solve_problem_dft_split"},
+    {solve_problem_dft_many_split, "solve_problem_dft_many_split"},
     {solve_problem_nop, "solve_problem_nop"},
     {decline, "solve_problem_c2r_multidimension_many"},
     {decline, "solve_problem_r2c_multidimension_many"},

@@ -18,6 +18,8 @@ inline constexpr int registry_size = 38;
 extern const registry_entry registry[registry_size];
 
 // One function per file named for it; see registry.cpp for what each accepts.
+int solve_problem_dft_split(plan *p);
+int solve_problem_dft_many_split(plan *p);
 int solve_problem_nop(plan *p);
 int solve_problem_dft_many_transpose(plan *p);
 int solve_problem_dft_many_post_transpose(plan *p);

@@ -13,6 +13,8 @@
 //                                 every real part twice, then every imaginary part twice
 //   tw_plain(p)                   a twiddle factor per lane, plain complex numbers
 //   cmul(a, w)                    a*w
+//   V::join(p, re, im)            2*lanes complex numbers at p from their parts at re and im
+//   V::part(re, im, p)            the other way round
 //
 // Targets define `vec` (native width), `vec1` (one complex number) and `vec_half` (half of vec, at
 // least vec1), and `accesses_per_pointer`: how many steps from a pointer addressing reaches with
@@ -46,6 +48,8 @@ concept complex_vec = requires(V a, typename V::tw w, const double *p, double *q
     {fma(a, a, 1.0)};
     {fma_i(a, a, 1.0)};
     {cmul(a, w)};
+    {V::join(q, p, p)};
+    {V::part(q, q, p)};
 };
 
 }  // namespace lyr

@@ -24,6 +24,16 @@ struct vec1 {
     }
     LYR_INLINE static tw tw_lanes(const double *p) { return tw_one(p, p + 1); }
     LYR_INLINE static tw tw_plain(const double *p) { return tw_one(p, p + 1); }
+    LYR_INLINE static void join(double *p, const double *re, const double *im) {
+        const __m128d x = _mm_loadu_pd(re), y = _mm_loadu_pd(im);
+        _mm_storeu_pd(p, _mm_unpacklo_pd(x, y));
+        _mm_storeu_pd(p + 2, _mm_unpackhi_pd(x, y));
+    }
+    LYR_INLINE static void part(double *re, double *im, const double *p) {
+        const __m128d a = _mm_loadu_pd(p), b = _mm_loadu_pd(p + 2);
+        _mm_storeu_pd(re, _mm_unpacklo_pd(a, b));
+        _mm_storeu_pd(im, _mm_unpackhi_pd(a, b));
+    }
 };
 
 LYR_INLINE __m128d swapped(vec1 a) {
@@ -86,6 +96,19 @@ struct vec2 {
     LYR_INLINE static tw tw_plain(const double *p) {
         const __m256d w = _mm256_loadu_pd(p);
         return {_mm256_movedup_pd(w), _mm256_permute_pd(w, 15)};
+    }
+    // Halves meet in loads, which leaves one shuffle for each vector.
+    LYR_INLINE static void join(double *p, const double *re, const double *im) {
+        for (int k = 0; k < 4; k += 2) {
+            const __m256d parts = _mm256_insertf128_pd(_mm256_castpd128_pd256(_mm_loadu_pd(re + k)),
+                                                       _mm_loadu_pd(im + k), 1);
+            _mm256_storeu_pd(p + 2 * k, _mm256_permute4x64_pd(parts, 0xd8));
+        }
+    }
+    LYR_INLINE static void part(double *re, double *im, const double *p) {
+        const __m256d even = gather(p, 4).v, odd = gather(p + 2, 4).v;
+        _mm256_storeu_pd(re, _mm256_unpacklo_pd(even, odd));
+        _mm256_storeu_pd(im, _mm256_unpackhi_pd(even, odd));
     }
 };
 

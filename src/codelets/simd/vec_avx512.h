@@ -42,6 +42,20 @@ struct vec4 {
         const __m512d w = _mm512_loadu_pd(p);
         return {_mm512_permute_pd(w, 0), _mm512_permute_pd(w, 0xff)};
     }
+    LYR_INLINE static void join(double *p, const double *re, const double *im) {
+        const __m512d x = _mm512_loadu_pd(re), y = _mm512_loadu_pd(im);
+        const __m512i low = _mm512_setr_epi64(0, 8, 1, 9, 2, 10, 3, 11);
+        const __m512i high = _mm512_setr_epi64(4, 12, 5, 13, 6, 14, 7, 15);
+        _mm512_storeu_pd(p, _mm512_permutex2var_pd(x, low, y));
+        _mm512_storeu_pd(p + 8, _mm512_permutex2var_pd(x, high, y));
+    }
+    LYR_INLINE static void part(double *re, double *im, const double *p) {
+        const __m512d a = _mm512_loadu_pd(p), b = _mm512_loadu_pd(p + 8);
+        const __m512i even = _mm512_setr_epi64(0, 2, 4, 6, 8, 10, 12, 14);
+        const __m512i odd = _mm512_setr_epi64(1, 3, 5, 7, 9, 11, 13, 15);
+        _mm512_storeu_pd(re, _mm512_permutex2var_pd(a, even, b));
+        _mm512_storeu_pd(im, _mm512_permutex2var_pd(a, odd, b));
+    }
 };
 using vec = vec4;
 using vec_half = vec2;

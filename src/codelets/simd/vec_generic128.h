@@ -24,6 +24,16 @@ struct vec1 {
     LYR_INLINE static tw tw_one(const double *re, const double *) { return load(re); }
     LYR_INLINE static tw tw_lanes(const double *p) { return load(p); }
     LYR_INLINE static tw tw_plain(const double *p) { return load(p); }
+    LYR_INLINE static void join(double *p, const double *re, const double *im) {
+        const double2 x = load(re).v, y = load(im).v;
+        vec1{__builtin_shufflevector(x, y, 0, 2)}.store(p);
+        vec1{__builtin_shufflevector(x, y, 1, 3)}.store(p + 2);
+    }
+    LYR_INLINE static void part(double *re, double *im, const double *p) {
+        const double2 a = load(p).v, b = load(p + 2).v;
+        vec1{__builtin_shufflevector(a, b, 0, 2)}.store(re);
+        vec1{__builtin_shufflevector(a, b, 1, 3)}.store(im);
+    }
 };
 using vec = vec1;
 using vec_half = vec1;

@@ -21,6 +21,14 @@ struct vec1 {
     LYR_INLINE static tw tw_one(const double *re, const double *) { return load(re); }
     LYR_INLINE static tw tw_lanes(const double *p) { return load(p); }
     LYR_INLINE static tw tw_plain(const double *p) { return load(p); }
+    LYR_INLINE static void join(double *p, const double *re, const double *im) {
+        vst2q_f64(p, float64x2x2_t{{vld1q_f64(re), vld1q_f64(im)}});
+    }
+    LYR_INLINE static void part(double *re, double *im, const double *p) {
+        const float64x2x2_t parts = vld2q_f64(p);
+        vst1q_f64(re, parts.val[0]);
+        vst1q_f64(im, parts.val[1]);
+    }
 };
 using vec = vec1;
 using vec_half = vec1;

@@ -1,0 +1,59 @@
+// Batches of split arrays: a loop over the outermost batch dimension, like the one of many.cpp.
+#include "batch/split.h"
+#include "planner/registry.h"
+
+namespace lyr {
+
+namespace {
+
+// Null, the imaginary part of a real side, stays null.
+double *step(double *array, int64_t doubles) {
+    return array ? array + doubles : nullptr;
+}
+
+void execute_many_split(plan *p, double *ri, double *ii, double *ro, double *io) {
+    plan *child = p->children;
+    const auto [h, is, os] = p->howmany_dims[0];
+    for (int64_t i = 0; i < h; ++i)
+        child->execute_split_fn(child, step(ri, i * is), step(ii, i * is), step(ro, i * os),
+                                step(io, i * os));
+}
+
+bool strides_differ(const lyr_fft_iodim64 *dims, int rank) {
+    for (int k = 0; k < rank; ++k)
+        if (dims[k].n > 1 && dims[k].is != dims[k].os) return true;
+    return false;
+}
+
+// In place, a transform's output may fall on the input of a later one unless they lie alike.
+bool may_overwrite_input(const plan *p) {
+    const auto is_input = [p](const double *out) {
+        return out && (out == p->in || out == p->in_imag);
+    };
+    return (is_input(p->out) || is_input(p->out_imag)) &&
+           (strides_differ(p->dims, p->rank) || strides_differ(p->howmany_dims, p->howmany_rank));
+}
+
+}  // namespace
+
+int solve_problem_dft_many_split(plan *p) {
+    if (p->howmany_rank < 1) return -1;
+    if (!has_split_arrays(p)) return -1;
+    if (may_overwrite_input(p)) return -1;
+
+    p->execute_fn = execute_forwarded;
+    p->execute_split_fn = execute_many_split;
+    p->execute_name = "execute_many_split";
+    p->nchildren = 1;
+    p->children = plan_alloc_children(1);
+    if (!p->children) return -1;
+    plan *child = p->children;
+    plan_copy_problem(child, p);
+    child->howmany_rank = p->howmany_rank - 1;
+    for (int j = 0; j < 3; ++j)
+        child->howmany_dims[j] =
+            j < child->howmany_rank ? p->howmany_dims[j + 1] : lyr_fft_iodim64{};
+    return plan_solve(child);
+}
+
+}  // namespace lyr
