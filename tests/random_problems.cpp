@@ -13,6 +13,7 @@ using lyr_tools::constructor;
 using lyr_tools::max_rank;
 using lyr_tools::problem;
 using lyr_tools::side;
+using lyr_tools::transform;
 
 constexpr int64_t most_points = 3000;
 
@@ -53,8 +54,10 @@ problem random_problem(random_source &random) {
     problem p;
     p.sign = random.below(2) ? LYR_FFT_FORWARD : LYR_FFT_BACKWARD;
     p.in_place = random.below(3) == 0;
-    p.rank = 1 + static_cast<int>(random.below(3));
+    p.split = random.below(3) == 0;
+    p.rank = static_cast<int>(random.below(7) + 1) / 2;
     p.batch_rank = static_cast<int>(random.below(4));
+    if (p.rank == 0 && !p.split && random.below(2)) p.kind = transform::r2r;
     int64_t room = most_points;
     for (int d = 0; d < p.rank; ++d) {
         p.dims[d].n = random_length(random, p.rank == 1 ? room : std::min<int64_t>(room, 64));
@@ -65,7 +68,7 @@ problem random_problem(random_source &random) {
         room = std::max<int64_t>(1, room / p.batch[d].n);
     }
     choose_strides(random, p, side::in);
-    if (!p.in_place) {
+    if (!p.in_place || random.below(3) == 0) {
         choose_strides(random, p, side::out);
     } else {
         for (lyr_fft_iodim64 &d : p.dims) d.os = d.is;
@@ -85,18 +88,30 @@ void check_repetition(const problem &p, const buffers &b, lyr_fft_plan plan, uin
     }
 }
 
-void check_problem(const problem &p, constructor with, uint64_t seed) {
+// In place, results may fall on input that is still to be read; the library may refuse it.
+bool may_be_refused(const problem &p) {
+    const auto moves = [](const lyr_fft_iodim64 &d) { return d.is != d.os; };
+    return p.in_place && (std::any_of(p.dims, p.dims + p.rank, moves) ||
+                          std::any_of(p.batch, p.batch + p.batch_rank, moves));
+}
+
+// False when the library refused the problem.
+bool check_problem(const problem &p, constructor with, uint64_t seed) {
     SCOPED_TRACE(format_problem(p) + " with " + lyr::active_table()->name);
     buffers b = buffers_of(p);
-    if (testing::Test::HasFailure()) return;
+    if (testing::Test::HasFailure()) return false;
     const plan_holder holder(make_plan(p, b, with));
-    ASSERT_NE(holder.plan, nullptr);
+    if (!holder.plan) {
+        EXPECT_TRUE(may_be_refused(p)) << "no plan";
+        return false;
+    }
     const lyr_tools::verdict v = verify(p, b, holder.plan, seed);
     EXPECT_EQ(v.damage, "");
     // The worst of many short transforms is worse than one of them usually is.
-    EXPECT_LE(v.error.l2, point_count(p) < 32 ? 2.0 : v.bound);
-    EXPECT_LE(v.error.linf, 1e-15);
+    EXPECT_LE(v.error.l2, p.rank > 0 && point_count(p) < 32 ? 2.0 : v.bound);
+    EXPECT_LE(v.error.linf, p.rank > 0 ? 1e-15 : 0);
     check_repetition(p, b, holder.plan, seed);
+    return true;
 }
 
 TEST(random_problems, any_dimensions_any_batch_any_layout) {
@@ -104,13 +119,15 @@ TEST(random_problems, any_dimensions_any_batch_any_layout) {
     for (const lyr::codelet_table *table : all_tables()) {
         const with_table active(table);
         random_source random{20};
+        int64_t refused = 0;
         for (int64_t i = 0; i < count && !HasFailure(); ++i) {
             const problem p = random_problem(random);
             // The advanced constructor refuses some strided in-place batches.
             const bool plain = !p.in_place && random.below(2) != 0;
-            check_problem(p, plain ? constructor::automatic : constructor::guru64,
-                          static_cast<uint64_t>(i + 1));
+            refused += !check_problem(p, plain ? constructor::automatic : constructor::guru64,
+                                      static_cast<uint64_t>(i + 1));
         }
+        EXPECT_LE(refused, count / 10);
     }
 }
 

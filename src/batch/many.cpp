@@ -25,6 +25,7 @@ int solve_problem_dft_many(plan *p) {
     if (p->rank < 1) return -1;
     if (p->howmany_rank < 1) return -1;
     if (p->kind > kind_r2r) return -1;
+    if (results_move(p)) return -1;
 
     p->execute_fn = execute_many;
     p->execute_name = "execute_many";

@@ -19,27 +19,12 @@ void execute_many_split(plan *p, double *ri, double *ii, double *ro, double *io)
                                 step(io, i * os));
 }
 
-bool strides_differ(const lyr_fft_iodim64 *dims, int rank) {
-    for (int k = 0; k < rank; ++k)
-        if (dims[k].n > 1 && dims[k].is != dims[k].os) return true;
-    return false;
-}
-
-// In place, a transform's output may fall on the input of a later one unless they lie alike.
-bool may_overwrite_input(const plan *p) {
-    const auto is_input = [p](const double *out) {
-        return out && (out == p->in || out == p->in_imag);
-    };
-    return (is_input(p->out) || is_input(p->out_imag)) &&
-           (strides_differ(p->dims, p->rank) || strides_differ(p->howmany_dims, p->howmany_rank));
-}
-
 }  // namespace
 
 int solve_problem_dft_many_split(plan *p) {
     if (p->howmany_rank < 1) return -1;
     if (!has_split_arrays(p)) return -1;
-    if (may_overwrite_input(p)) return -1;
+    if (results_move(p)) return -1;
 
     p->execute_fn = execute_forwarded;
     p->execute_split_fn = execute_many_split;

@@ -15,7 +15,7 @@ int decline(plan *) {
 }  // namespace
 
 const registry_entry registry[registry_size] = {
-    {decline, "solve_problem_rearrange_inplace"},
+    {solve_problem_rearrange_inplace, "solve_problem_rearrange_inplace"},
     {solve_problem_dft_split, "solve_problem_dft_split"},
     {solve_problem_dft_many_split, "solve_problem_dft_many_split"},
     {solve_problem_nop, "solve_problem_nop"},
@@ -51,7 +51,7 @@ const registry_entry registry[registry_size] = {
     {decline, "solve_problem_r2r_1d"},
     {solve_problem_multidimension, "solve_problem_multidimension"},
     {decline, "solve_problem_c2r_multidimension"},
-    {decline, "solve_problem_rearrange_outplace"},
+    {solve_problem_rearrange_outplace, "solve_problem_rearrange_outplace"},
     {solve_problem_dft_many_transpose_rotate, "solve_problem_dft_many_transpose_rotate"},
 };
 

@@ -17,7 +17,8 @@ struct registry_entry {
 inline constexpr int registry_size = 38;
 extern const registry_entry registry[registry_size];
 
-// One function per file named for it; see registry.cpp for what each accepts.
+// Mostly one function per file, which is named for it; see registry.cpp for what each accepts.
+int solve_problem_rearrange_inplace(plan *p);
 int solve_problem_dft_split(plan *p);
 int solve_problem_dft_many_split(plan *p);
 int solve_problem_nop(plan *p);
@@ -30,6 +31,7 @@ int solve_problem_c2c_1d_large(plan *p);
 int solve_problem_dft_direct(plan *p);
 int solve_problem_c2c_1d(plan *p);
 int solve_problem_multidimension(plan *p);
+int solve_problem_rearrange_outplace(plan *p);
 int solve_problem_dft_many_transpose_rotate(plan *p);
 
 }  // namespace lyr

@@ -1,0 +1,136 @@
+#include "batch/copy_transpose.h"
+
+#if defined(__SSE2__)
+    #include <emmintrin.h>
+#endif
+
+namespace lyr {
+
+namespace {
+
+typedef double double2_unaligned __attribute__((vector_size(16), aligned(8), may_alias));
+
+struct pair {  // template arguments would lose the attributes of a bare type
+    double2_unaligned parts;
+};
+
+constexpr int64_t line_bytes = 64;
+// Tiles are walked in blocks of so many rows and columns: a page holds a row of a block, and the
+// pages of a block all have their address translations at hand.
+constexpr int64_t block = 256;
+
+int64_t smaller(int64_t a, int64_t b) {
+    return a < b ? a : b;
+}
+
+template <class element>
+void copy_rest(const element *src, element *dst, int64_t rows, int64_t cols, int64_t src_stride,
+               int64_t dst_stride) {
+    for (int64_t j = 0; j < cols; ++j)
+        for (int64_t i = 0; i < rows; ++i) dst[j * dst_stride + i] = src[i * src_stride + j];
+}
+
+// Calls f(i, j, rows, cols) for the tiles of a matrix, neighbours in a block after each other.
+template <int64_t Rows, int64_t Cols, class function>
+void for_each_tile(int64_t rows, int64_t cols, function f) {
+    for (int64_t block_i = 0; block_i < rows; block_i += block)
+        for (int64_t block_j = 0; block_j < cols; block_j += block) {
+            const int64_t end_i = smaller(block_i + block, rows);
+            const int64_t end_j = smaller(block_j + block, cols);
+            for (int64_t i = block_i; i < end_i; i += Rows)
+                for (int64_t j = block_j; j < end_j; j += Cols)
+                    f(i, j, smaller(Rows, end_i - i), smaller(Cols, end_j - j));
+        }
+}
+
+template <class element>
+void copy_tiles(const element *src, element *dst, int64_t rows, int64_t cols, int64_t src_stride,
+                int64_t dst_stride) {
+    constexpr int64_t height = line_bytes / int64_t{sizeof(element)}, width = 2 * height;
+    for_each_tile<height, width>(rows, cols, [=](int64_t i, int64_t j, int64_t r, int64_t c) {
+        const element *from = src + i * src_stride + j;
+        element *to = dst + j * dst_stride + i;
+        if (r == height && c == width)
+            copy_rest(from, to, height, width, src_stride, dst_stride);
+        else
+            copy_rest(from, to, r, c, src_stride, dst_stride);
+    });
+}
+
+#if defined(__SSE2__)
+
+// What neither cache nor reader will see again soon is stored past the caches, or every line would
+// be read from memory before it is written. From this size on that is faster.
+constexpr int64_t far_bytes = int64_t{1} << 23;
+
+constexpr int64_t far_height = 16, far_width = 8;
+
+void store_far(pair *to, const pair *from, int64_t n) {
+    for (int64_t k = 0; k < n; ++k)
+        _mm_stream_pd(reinterpret_cast<double *>(to + k),
+                      _mm_load_pd(reinterpret_cast<const double *>(from + k)));
+}
+
+void copy_tile_far(const pair *src, pair *dst, int64_t rows, int64_t cols, int64_t src_stride,
+                   int64_t dst_stride) {
+    alignas(line_bytes) pair columns[far_width * far_height];
+    for (int64_t i = 0; i < rows; ++i)
+        for (int64_t j = 0; j < cols; ++j) {
+            const pair *from = src + i * src_stride + j;
+            if (j % 4 == 0) __builtin_prefetch(from + far_width);  // the next tile
+            columns[j * far_height + i] = *from;
+        }
+    for (int64_t j = 0; j < cols; ++j)
+        store_far(dst + j * dst_stride, columns + j * far_height, rows);
+}
+
+// Whole lines only, so all rows of the output must start at the same place in a line.
+bool copy_far(const pair *src, pair *dst, int64_t rows, int64_t cols, int64_t src_stride,
+              int64_t dst_stride) {
+    constexpr int64_t line = line_bytes / 16;
+    const auto address = reinterpret_cast<uintptr_t>(dst);
+    if (rows * cols < far_bytes / 16 || rows < 2 * far_height || cols < far_width) return false;
+    if (address % 16 != 0 || dst_stride % line != 0) return false;
+    const int64_t before = static_cast<int64_t>(-address % line_bytes / 16);
+    copy_tiles(src, dst, before, cols, src_stride, dst_stride);
+    src += before * src_stride;
+    dst += before;
+    rows -= before;
+    for_each_tile<far_height, far_width>(
+        rows, cols, [=](int64_t i, int64_t j, int64_t r, int64_t c) {
+            const pair *from = src + i * src_stride + j;
+            pair *to = dst + j * dst_stride + i;
+            if (r == far_height && c == far_width)
+                copy_tile_far(from, to, far_height, far_width, src_stride, dst_stride);
+            else
+                copy_rest(from, to, r, c, src_stride, dst_stride);
+        });
+    _mm_sfence();
+    return true;
+}
+
+#else
+
+// Other processors notice by themselves that whole lines are written.
+bool copy_far(const pair *, pair *, int64_t, int64_t, int64_t, int64_t) {
+    return false;
+}
+
+#endif
+
+}  // namespace
+
+void copy_transpose_cpx(const double *src, double *dst, int64_t rows, int64_t cols,
+                        int64_t src_stride, int64_t dst_stride) {
+    const pair *from = reinterpret_cast<const pair *>(src);
+    pair *to = reinterpret_cast<pair *>(dst);
+    if (!copy_far(from, to, rows, cols, src_stride, dst_stride))
+        copy_tiles(from, to, rows, cols, src_stride, dst_stride);
+}
+
+void copy_transpose_real(const double *src, double *dst, int64_t rows, int64_t cols,
+                         int64_t src_stride, int64_t dst_stride) {
+    copy_tiles(src, dst, rows, cols, src_stride, dst_stride);
+}
+
+}  // namespace lyr
