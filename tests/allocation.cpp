@@ -79,7 +79,9 @@ TEST(allocation, every_allocation_of_a_plan_may_fail) {
                              "icf8x60x10",  "ocf16x16*2*2*2",
                              "ocf41",       "ocb83:2:3",
                              "icf1763",     "ocf246",
-                             "ocf20014",    "ocf100:1:40*40:100:1"}) {
+                             "ocf20014",    "ocf100:1:40*40:100:1",
+                             "oscf60*3",    "iscb8x9x10",
+                             "ocf0*3*4i",   "icf0*3:1:5*5:3:1"}) {
         const problem p = problem_of(text);
         buffers b = buffers_of(p);
         int64_t made = 0;

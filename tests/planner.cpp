@@ -202,6 +202,10 @@ TEST(choice, solvers_and_executors) {
 #define TWO_STAGES "solve_problem_c2c_1d/execute_1d_two_stages"
 #define STAGES "solve_problem_c2c_1d/execute_1d"
 #define SLAB "solve_problem_dft_many_transpose/execute_many_transpose"
+#define SPLIT "solve_problem_dft_split/execute_split"
+#define MANY_SPLIT "solve_problem_dft_many_split/execute_many_split"
+#define REARRANGED_INPLACE "solve_problem_rearrange_inplace/execute_rearrange_inplace"
+#define REARRANGED_OUTPLACE "solve_problem_rearrange_outplace/execute_rearrange_outplace"
     constexpr example examples[] = {
         {"ocf1", "solve_problem_nop/execute_nop"},
         {"ocf1:1:1*5:2:1", "solve_problem_nop/execute_nop"},
@@ -236,7 +240,22 @@ TEST(choice, solvers_and_executors) {
         {"ocf12x16",
          "solve_problem_multidimension/execute_multidimension("
          "solve_problem_dft_many/execute_many(" DIRECT ") " SLAB ")"},
+        {"oscf16", SPLIT "(" DIRECT ")"},
+        {"iscb60:2:3", SPLIT "(" TWO_STAGES ")"},
+        {"oscf16*3", MANY_SPLIT "(" SPLIT "(" DIRECT "))"},
+        {"iscf16*2*3i", MANY_SPLIT "(" MANY_SPLIT "(" SPLIT "(" DIRECT ")))"},
+        {"oscf0*3", MANY_SPLIT "(" SPLIT "(" REARRANGED_INPLACE "))"},
+        {"ocf0*9:2:1", "solve_problem_nop/execute_nop"},
+        {"ok0*9:2:1", REARRANGED_OUTPLACE},
+        {"ocf0*4:1:4*4:4:1", REARRANGED_OUTPLACE},
+        {"icf0*9", REARRANGED_INPLACE},
+        {"icf0*4:1:4*4:4:1", REARRANGED_INPLACE},
+        {"ik0*4:1:9*4:4:1", REARRANGED_INPLACE},
     };
+#undef REARRANGED_OUTPLACE
+#undef REARRANGED_INPLACE
+#undef MANY_SPLIT
+#undef SPLIT
 #undef DIRECT
 #undef SLAB
 #undef TWO_STAGES
@@ -248,6 +267,96 @@ TEST(choice, solvers_and_executors) {
         ASSERT_NE(holder.plan, nullptr) << e.problem;
         EXPECT_EQ(names_of(holder.plan), e.names) << e.problem;
     }
+}
+
+// Results that would fall on input that is still to be read.
+TEST(choice, batches_that_may_not_work_in_place_are_refused) {
+    for (const char *text : {"icf1:1:1*9:2:3", "icf16:1:1*9:16:17", "icf16:2:1*9:32:32*3:300:300",
+                             "iscf16:1:1*9:16:17", "iscf0*9:1:2", "icb12:16:1x16:1:12"}) {
+        const lyr_tools::problem p = problem_of(text);
+        const plan_holder holder(make_plan(p, buffers_of(p), lyr_tools::constructor::guru64));
+        EXPECT_EQ(holder.plan, nullptr) << text;
+    }
+}
+
+// The buffer of a split transform is dense; sides that hold real numbers stay out of it.
+TEST(choice, children_of_split_transforms) {
+    double a[400], b[400], c[400], d[400];
+    constexpr lyr_fft_iodim64 dims[] = {{3, 60, 70}, {8, 2, 3}, {10, 17, 27}};
+    struct example {
+        int32_t kind;
+        uint64_t work_bytes;
+        std::vector<lyr_fft_iodim64> child;
+    };
+    const example examples[] = {
+        {kind_complex, 3 * 8 * 10 * 16, {{3, 80, 80}, {8, 10, 10}, {10, 1, 1}}},
+        {kind_c2r, 3 * 8 * 6 * 16, {{3, 48, 70}, {8, 6, 3}, {10, 1, 27}}},
+        {kind_r2c, 3 * 8 * 6 * 16, {{3, 60, 48}, {8, 2, 6}, {10, 17, 1}}},
+    };
+    for (const example &e : examples) {
+        plan p = {};
+        p.kind = e.kind;
+        p.sign = e.kind == kind_c2r ? 1 : -1;
+        p.split = 1;
+        p.rank = 3;
+        std::copy(std::begin(dims), std::end(dims), p.dims);
+        p.in = a;
+        p.in_imag = e.kind == kind_r2c ? nullptr : b;
+        p.out = c;
+        p.out_imag = e.kind == kind_c2r ? nullptr : d;
+        lyr::solve_problem_dft_split(&p);
+        EXPECT_EQ(p.work_bytes, e.work_bytes) << e.kind;
+        ASSERT_EQ(p.nchildren, 1);
+        const plan &child = p.children[0];
+        EXPECT_TRUE(dims_are(child, e.child)) << e.kind;
+        EXPECT_TRUE(child.split == -1 && child.kind == e.kind && child.in == p.work &&
+                    child.out == p.work && !child.in_imag && !child.out_imag);
+        lyr::plan_clear(&p);
+    }
+}
+
+// Children stand in until there are solvers for real data: what they are given and what becomes
+// of their results.
+TEST(choice, sides_of_split_transforms) {
+    double re[12], im[12], real[12], real_out[12];
+    const auto seen = [](plan *, double *in, double *out) {
+        for (int k = 0; k < 12; ++k) out[k] = 100 + in[k];
+    };
+    for (int k = 0; k < 12; ++k) real[k] = k, re[k] = k, im[k] = 20 + k;
+    plan p = {};
+    p.kind = kind_r2c;
+    p.sign = -1;
+    p.split = 1;
+    p.rank = 1;
+    p.dims[0] = {10, 1, 2};
+    p.in = real;
+    p.out = re;
+    p.out_imag = im;
+    lyr::solve_problem_dft_split(&p);
+    ASSERT_EQ(p.nchildren, 1);
+    p.children[0].execute_fn = seen;
+    lyr_fft_execute_split_dft_r2c(&p, real, re, im);
+    for (int k = 0; k < 6; ++k) {
+        EXPECT_EQ(re[2 * k], 100 + real[2 * k]);
+        EXPECT_EQ(im[2 * k], 100 + real[2 * k + 1]);
+    }
+    EXPECT_EQ(re[1], 1) << "gap";
+    EXPECT_EQ(im[11], 31) << "gap";
+    lyr::plan_clear(&p);
+
+    p.kind = kind_c2r;
+    p.sign = 1;
+    p.dims[0] = {10, 2, 1};
+    p.in = re;
+    p.in_imag = im;
+    p.out = real_out;
+    p.out_imag = nullptr;
+    lyr::solve_problem_dft_split(&p);
+    ASSERT_EQ(p.nchildren, 1);
+    p.children[0].execute_fn = seen;
+    lyr_fft_execute(&p);
+    for (int k = 0; k < 12; ++k) EXPECT_EQ(real_out[k], 200 + real[k]);
+    lyr::plan_clear(&p);
 }
 
 TEST(choice, plans_as_text) {

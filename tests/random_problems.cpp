@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <numeric>
 
+#include "batch/copy_transpose.h"
 #include "support.h"
 
 namespace lyr_test {
@@ -156,14 +157,57 @@ TEST(random_problems, usual_batches) {
         "ocb16x1*2*3*4",
         "ocf243:9:2*9:1:500",
         "ocf512:4096:4096*5:1:1",
+        "oscf1024",
+        "iscb60x48",
+        "oscf8x9x10",
+        "iscf37:2:2*9:100:100",
+        "oscb7:64:3*64:1:50",
+        "ocf0*70:1:70*70:70:1",
+        "ocf0*1100:1:601*600:1101:1",
+        "ocf0*800:1:660*658:800:1",
+        "ok0*300:1:301*300:300:1",
+        "icf0*70:1:70*70:70:1",
+        "ik0*3:1600:1600*40:1:40*40:40:1",
+        "icf0*30:20:1*20:1:30",
+        "ik0*30:20:2*20:1:60",
+        "icf0*4:3:60*3:1:20*5:12:2",
     };
     for (const lyr::codelet_table *table : all_tables()) {
         const with_table active(table);
         for (const char *text : problems) {
             if (test_scale > 1 && batch_count(problem_of(text)) > 64) continue;
-            check_problem(problem_of(text), constructor::automatic, 1);
+            EXPECT_TRUE(check_problem(problem_of(text), constructor::automatic, 1)) << text;
         }
     }
+}
+
+// Tiles, their remainders, and all places in a cache line; the last shape is one that is stored
+// past the caches.
+TEST(random_problems, transposing_copies) {
+    struct shape {
+        int64_t rows, cols, src_stride, dst_stride;
+    };
+    constexpr shape shapes[] = {
+        {1, 1, 1, 1},         {1, 9, 9, 1},         {8, 16, 16, 8},         {7, 17, 18, 11},
+        {300, 263, 270, 301}, {261, 515, 515, 261}, {523, 1009, 1010, 528},
+    };
+    for (const auto &[rows, cols, src_stride, dst_stride] : shapes)
+        for (const int64_t offset : {0, 1, 2, 3, 5, 6})
+            for (const int64_t width : {1, 2}) {
+                std::vector<double> src(static_cast<size_t>(rows * src_stride * width));
+                std::iota(src.begin(), src.end(), 1.0);
+                std::vector<double> dst(static_cast<size_t>(cols * dst_stride * width + 8), 0.0);
+                std::vector<double> expected = dst;
+                for (int64_t i = 0; i < rows; ++i)
+                    for (int64_t j = 0; j < cols; ++j)
+                        for (int64_t w = 0; w < width; ++w)
+                            expected[static_cast<size_t>((j * dst_stride + i) * width + w +
+                                                         offset)] =
+                                src[static_cast<size_t>((i * src_stride + j) * width + w)];
+                const auto copy = width == 2 ? lyr::copy_transpose_cpx : lyr::copy_transpose_real;
+                copy(src.data(), dst.data() + offset, rows, cols, src_stride, dst_stride);
+                EXPECT_EQ(dst, expected) << rows << " x " << cols << " offset " << offset;
+            }
 }
 
 // Equal transforms of a batch give equal bits, wherever in vectors and tails they fall.
