@@ -15,9 +15,9 @@ struct pair {  // template arguments would lose the attributes of a bare type
 };
 
 constexpr int64_t line_bytes = 64;
-// Tiles are walked in blocks of so many rows and columns: a page holds a row of a block, and the
+// Tiles are walked in blocks of so many rows and columns: a row of a block fills a page, and the
 // pages of a block all have their address translations at hand.
-constexpr int64_t block = 256;
+constexpr int64_t block_rows = 512, block_cols = 256;
 
 int64_t smaller(int64_t a, int64_t b) {
     return a < b ? a : b;
@@ -33,10 +33,10 @@ void copy_rest(const element *src, element *dst, int64_t rows, int64_t cols, int
 // Calls f(i, j, rows, cols) for the tiles of a matrix, neighbours in a block after each other.
 template <int64_t Rows, int64_t Cols, class function>
 void for_each_tile(int64_t rows, int64_t cols, function f) {
-    for (int64_t block_i = 0; block_i < rows; block_i += block)
-        for (int64_t block_j = 0; block_j < cols; block_j += block) {
-            const int64_t end_i = smaller(block_i + block, rows);
-            const int64_t end_j = smaller(block_j + block, cols);
+    for (int64_t block_i = 0; block_i < rows; block_i += block_rows)
+        for (int64_t block_j = 0; block_j < cols; block_j += block_cols) {
+            const int64_t end_i = smaller(block_i + block_rows, rows);
+            const int64_t end_j = smaller(block_j + block_cols, cols);
             for (int64_t i = block_i; i < end_i; i += Rows)
                 for (int64_t j = block_j; j < end_j; j += Cols)
                     f(i, j, smaller(Rows, end_i - i), smaller(Cols, end_j - j));
@@ -84,18 +84,23 @@ void copy_tile_far(const pair *src, pair *dst, int64_t rows, int64_t cols, int64
         store_far(dst + j * dst_stride, columns + j * far_height, rows);
 }
 
-// Whole lines only, so all rows of the output must start at the same place in a line.
+int64_t elements_to_next_line(const pair *p) {
+    return static_cast<int64_t>(-reinterpret_cast<uintptr_t>(p) % line_bytes / sizeof(pair));
+}
+
+// Stores whole lines only, so all rows of the output must start at the same place in a line.
 bool copy_far(const pair *src, pair *dst, int64_t rows, int64_t cols, int64_t src_stride,
               int64_t dst_stride) {
     constexpr int64_t line = line_bytes / 16;
-    const auto address = reinterpret_cast<uintptr_t>(dst);
-    if (rows * cols < far_bytes / 16 || rows < 2 * far_height || cols < far_width) return false;
-    if (address % 16 != 0 || dst_stride % line != 0) return false;
-    const int64_t before = static_cast<int64_t>(-address % line_bytes / 16);
-    copy_tiles(src, dst, before, cols, src_stride, dst_stride);
-    src += before * src_stride;
-    dst += before;
-    rows -= before;
+    if (rows * cols < far_bytes / 16 || rows < 2 * far_height || cols < 2 * far_width) return false;
+    if (reinterpret_cast<uintptr_t>(dst) % 16 != 0 || dst_stride % line != 0) return false;
+    const int64_t top = elements_to_next_line(dst), left = elements_to_next_line(src);
+    copy_tiles(src, dst, top, cols, src_stride, dst_stride);
+    copy_tiles(src + top * src_stride, dst + top, rows - top, left, src_stride, dst_stride);
+    src += top * src_stride + left;
+    dst += left * dst_stride + top;
+    rows -= top;
+    cols -= left;
     for_each_tile<far_height, far_width>(
         rows, cols, [=](int64_t i, int64_t j, int64_t r, int64_t c) {
             const pair *from = src + i * src_stride + j;
