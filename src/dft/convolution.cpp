@@ -14,10 +14,14 @@ constexpr int64_t side_by_side_bytes = 256 << 10;
 constexpr int64_t line = 4;         // complex numbers of a cache line
 constexpr int64_t most_width = 32;  // more neighbours gain nothing
 
-convolution *convolution_of(const plan *p) {
-    convolution *c;
-    memcpy(&c, p->solver_words, sizeof c);
-    return c;
+struct bookkeeping {       // in solver_words
+    convolution *of_plan;  // in aux
+};
+
+const convolution *convolution_of(const plan *p) {
+    bookkeeping b;
+    memcpy(&b, p->solver_words, sizeof b);
+    return b.of_plan;
 }
 
 // Stage 0: block j is the elements j, j + m, ..
@@ -115,7 +119,8 @@ convolution *convolution_begin(plan *p, const int64_t *factors, int count, int64
     double *extra = build_stages(p, order, count, record + room);
     if (!extra) return nullptr;
     convolution *c = reinterpret_cast<convolution *>(extra);
-    memcpy(p->solver_words, &c, sizeof c);
+    const bookkeeping b = {c};
+    memcpy(p->solver_words, &b, sizeof b);
     c->p = prime;
     c->M = M;
     c->filter = extra + 2 * record;

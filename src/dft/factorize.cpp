@@ -100,7 +100,8 @@ int factorize_size(int64_t n, int64_t *factors) {
 
 int64_t last_radix(int64_t n) {
     int64_t factors[max_factors];
-    return factors[factorize_size(n, factors) - 1];
+    const int count = factorize_size(n, factors);
+    return count > 0 ? factors[count - 1] : n;
 }
 
 int64_t part_above_37(int64_t n) {
