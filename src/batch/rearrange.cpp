@@ -141,23 +141,61 @@ movement movement_of(layout &l) {
     return movement::square;
 }
 
-void exchange(double *x, double *y, int64_t width) {
-    for (int64_t w = 0; w < width; ++w) {
-        const double old = x[w];
-        x[w] = y[w];
-        y[w] = old;
+struct complex_number {
+    double re, im;
+};
+
+// Long power-of-two strides put all rows of a tile into one set of a cache. A set has room for so
+// many, and each row is visited twice only.
+constexpr int64_t tile = 8;
+
+template <class element>
+struct square_matrix {
+    element *data;
+    int64_t n, row, column;
+
+    element &at(int64_t i, int64_t j) const { return data[i * row + j * column]; }
+};
+
+// The tile at (i0, j0) above the diagonal changes places with the one below.
+template <class element>
+void exchange_tiles(const square_matrix<element> &a, int64_t i0, int64_t j0) {
+    const int64_t rows = a.n - i0 < tile ? a.n - i0 : tile;
+    const int64_t cols = a.n - j0 < tile ? a.n - j0 : tile;
+    element kept[tile][tile];
+    for (int64_t j = 0; j < cols; ++j)
+        for (int64_t i = 0; i < rows; ++i) kept[i][j] = a.at(j0 + j, i0 + i);
+    for (int64_t i = 0; i < rows; ++i)
+        for (int64_t j = 0; j < cols; ++j) {
+            element &x = a.at(i0 + i, j0 + j);
+            const element old = x;
+            x = kept[i][j];
+            kept[i][j] = old;
+        }
+    for (int64_t j = 0; j < cols; ++j)
+        for (int64_t i = 0; i < rows; ++i) a.at(j0 + j, i0 + i) = kept[i][j];
+}
+
+template <class element>
+void transpose_square(const square_matrix<element> &a) {
+    for (int64_t i0 = 0; i0 < a.n; i0 += tile) {
+        for (int64_t i = i0; i < a.n && i < i0 + tile; ++i)
+            for (int64_t j = i + 1; j < a.n && j < i0 + tile; ++j) {
+                const element old = a.at(i, j);
+                a.at(i, j) = a.at(j, i);
+                a.at(j, i) = old;
+            }
+        for (int64_t j0 = i0 + tile; j0 < a.n; j0 += tile) exchange_tiles(a, i0, j0);
     }
 }
 
-// Tiles above the diagonal change places with those below.
-void transpose_square(int64_t n, int64_t row, int64_t column, int64_t width, double *data) {
-    constexpr int64_t tile = 16;
-    for (int64_t i = 0; i < n; i += tile)
-        for (int64_t j = i; j < n; j += tile)
-            for (int64_t k = i; k < n && k < i + tile; ++k)
-                for (int64_t m = j > k ? j : k + 1; m < n && m < j + tile; ++m)
-                    exchange(data + (k * row + m * column) * width,
-                             data + (m * row + k * column) * width, width);
+void transpose_square(const layout &l, double *data) {
+    const auto [n, row, column] = l.dims[l.rank - 1];
+    if (l.width == 2)
+        transpose_square<complex_number>(
+            {reinterpret_cast<complex_number *>(data), n, row, column});
+    else
+        transpose_square<double>({data, n, row, column});
 }
 
 int64_t element_count(const layout &l) {
@@ -185,13 +223,9 @@ void execute_rearrange_inplace(plan *p, double *in, double *out) {
     switch (movement_of(l)) {
         case movement::none:
             break;
-        case movement::square: {
-            const lyr_fft_iodim64 d = l.dims[l.rank - 1];
-            for_each_outer(l, 2, [&](int64_t, int64_t to) {
-                transpose_square(d.n, d.is, d.os, l.width, out + to);
-            });
+        case movement::square:
+            for_each_outer(l, 2, [&](int64_t, int64_t to) { transpose_square(l, out + to); });
             break;
-        }
         case movement::other:
             copy_twice(l, in, static_cast<double *>(p->work), out);
     }
