@@ -37,6 +37,8 @@ const std::vector<problem_class> &problem_classes() {
          "1024*1024i"},
         {"batch-c2c-small", "batches that fit the first-level cache", true, "ocf",
          "8*128 16*64 64*16 100*10 8*128i 16*64i 64*16i 100*10i"},
+        {"split-c2c", "real and imaginary parts in separate arrays", true, "oscf",
+         "64 256 1024 4096 16384 64*256 64x64 256x256 1024x1024"},
         {"2d-c2c", "two dimensions", true, "ocf",
          "64x64 100x100 256x256 512x512 1000x1000 1024x1024 2048x2048"},
         {"3d-c2c", "three dimensions", true, "ocf",

@@ -49,14 +49,26 @@ void *plan_fftw(const problem &p, const buffers &b) {
     for (int d = 0; d < p.rank; ++d) kinds[d] = fftw_kinds[p.kinds[d]];
     for (int d = 0; d < p.batch_rank; ++d) batch[d] = fftw_dimension(p.batch[d]);
 
+    // The exchange of real and imaginary parts on both sides turns the direction round.
+    const int re = p.kind == transform::c2c && p.sign == LYR_FFT_BACKWARD ? 1 : 0;
+    const int im = 1 - re;
     switch (p.kind) {
         case transform::c2c:
+            if (p.split)
+                return fftw_plan_guru64_split_dft(p.rank, dims, p.batch_rank, batch, b.in[re],
+                                                  b.in[im], b.out[re], b.out[im], flags);
             return fftw_plan_guru64_dft(p.rank, dims, p.batch_rank, batch, as_fftw_complex(in),
                                         as_fftw_complex(out), p.sign, flags);
         case transform::r2c:
+            if (p.split)
+                return fftw_plan_guru64_split_dft_r2c(p.rank, dims, p.batch_rank, batch, in,
+                                                      b.out[re], b.out[im], flags);
             return fftw_plan_guru64_dft_r2c(p.rank, dims, p.batch_rank, batch, in,
                                             as_fftw_complex(out), flags);
         case transform::c2r:
+            if (p.split)
+                return fftw_plan_guru64_split_dft_c2r(p.rank, dims, p.batch_rank, batch, b.in[re],
+                                                      b.in[im], out, flags);
             return fftw_plan_guru64_dft_c2r(p.rank, dims, p.batch_rank, batch, as_fftw_complex(in),
                                             out, flags);
         case transform::r2r:

@@ -52,9 +52,7 @@ int bad_input(const std::string &message) {
 // ---- What to measure ----------------------------------------------------------------------------
 
 bool read_problem(const std::string &text, problem &p, std::string &error) {
-    if (!lyr_tools::parse_problem(text, most_bytes, p, error)) return false;
-    if (p.split) error = "split problems are not measured: " + lyr_tools::in_quotes(text);
-    return !p.split;
+    return lyr_tools::parse_problem(text, most_bytes, p, error);
 }
 
 // Turn names of classes and problems into jobs. Problems named directly form a job of their own.

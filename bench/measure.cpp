@@ -44,7 +44,8 @@ double seconds_since(clock::time_point start) {
 struct bench_state {
     const problem *p = nullptr;
     buffers arrays;
-    std::vector<double> source;  // what the input is put back from; empty when nothing changes it
+    std::vector<double>
+        source[2];  // what the input is put back from; empty when nothing changes it
     int64_t most_executions = 0;
     std::vector<void *> plans;
 };
@@ -155,9 +156,11 @@ void prepare_input(bench_state &s) {
     s.most_executions = INT64_MAX;
     if (!input_may_change(*s.p)) return;
 
-    const lyr_tools::guarded_array &in = s.arrays.arrays[0];
-    s.source.assign(in.data, in.data + in.count);
-    for (double &x : s.source) x = std::ldexp(x, start_exponent);
+    for (int part = 0; part < 2 && s.arrays.in[part]; ++part) {
+        const lyr_tools::guarded_array &in = s.arrays.arrays[static_cast<size_t>(part)];
+        s.source[part].assign(in.data, in.data + in.count);
+        for (double &x : s.source[part]) x = std::ldexp(x, start_exponent);
+    }
     // The norm of a complex transform of N points grows by sqrt(N), that of a real one by up to
     // twice as much.
     const double growth = 0.5 * std::log2(double(lyr_tools::point_count(*s.p))) +
@@ -166,8 +169,10 @@ void prepare_input(bench_state &s) {
 }
 
 void refill(bench_state &s) {
-    if (s.source.empty()) return;
-    std::memcpy(s.arrays.in[0], s.source.data(), s.source.size() * sizeof(double));
+    for (int part = 0; part < 2; ++part)
+        if (!s.source[part].empty())
+            std::memcpy(s.arrays.in[part], s.source[part].data(),
+                        s.source[part].size() * sizeof(double));
 }
 
 // Seconds of one execution in a loop of them.

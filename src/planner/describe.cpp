@@ -54,7 +54,8 @@ void describe(const plan *p, int depth, void (*line)(void *, int, const char *),
     append(t, "%s: %s", p->solver_name, p->execute_name);
     line(context, depth, t.chars);
     t.length = 0;
-    append(t, "  %s", p->kind <= kind_r2r ? kinds[p->kind] : "rotated batch");
+    append(t, "  %s%s", p->split == 1 ? "split " : "",
+           p->kind <= kind_r2r ? kinds[p->kind] : "rotated batch");
     if (p->kind == kind_complex) append(t, p->sign == -1 ? " forward" : " backward");
     append(t, " ");
     append_dims(t, "x", p->dims, p->rank);
