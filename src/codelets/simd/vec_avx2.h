@@ -97,13 +97,11 @@ struct vec2 {
         const __m256d w = _mm256_loadu_pd(p);
         return {_mm256_movedup_pd(w), _mm256_permute_pd(w, 15)};
     }
-    // Halves meet in loads, which leaves one shuffle for each vector.
     LYR_INLINE static void join(double *p, const double *re, const double *im) {
-        for (int k = 0; k < 4; k += 2) {
-            const __m256d parts = _mm256_insertf128_pd(_mm256_castpd128_pd256(_mm_loadu_pd(re + k)),
-                                                       _mm_loadu_pd(im + k), 1);
-            _mm256_storeu_pd(p + 2 * k, _mm256_permute4x64_pd(parts, 0xd8));
-        }
+        const __m256d x = _mm256_loadu_pd(re), y = _mm256_loadu_pd(im);
+        const __m256d even = _mm256_unpacklo_pd(x, y), odd = _mm256_unpackhi_pd(x, y);
+        _mm256_storeu_pd(p, _mm256_permute2f128_pd(even, odd, 0x20));
+        _mm256_storeu_pd(p + 4, _mm256_permute2f128_pd(even, odd, 0x31));
     }
     LYR_INLINE static void part(double *re, double *im, const double *p) {
         const __m256d even = gather(p, 4).v, odd = gather(p + 2, 4).v;
