@@ -240,6 +240,7 @@ TEST(choice, solvers_and_executors) {
         {"ocf12x16",
          "solve_problem_multidimension/execute_multidimension("
          "solve_problem_dft_many/execute_many(" DIRECT ") " SLAB ")"},
+        {"icf16:2:1*9:32:32", "solve_problem_dft_many/execute_many(" DIRECT ")"},
         {"oscf16", SPLIT "(" DIRECT ")"},
         {"iscb60:2:3", SPLIT "(" TWO_STAGES ")"},
         {"oscf16*3", MANY_SPLIT "(" SPLIT "(" DIRECT "))"},
@@ -271,7 +272,7 @@ TEST(choice, solvers_and_executors) {
 
 // Results that would fall on input that is still to be read.
 TEST(choice, batches_that_may_not_work_in_place_are_refused) {
-    for (const char *text : {"icf1:1:1*9:2:3", "icf16:1:1*9:16:17", "icf16:2:1*9:32:32*3:300:300",
+    for (const char *text : {"icf1:1:1*9:2:3", "icf16:1:1*9:16:17", "icf16:2:1*9:30:30",
                              "iscf16:1:1*9:16:17", "iscf0*9:1:2", "icb12:16:1x16:1:12"}) {
         const lyr_tools::problem p = problem_of(text);
         const plan_holder holder(make_plan(p, buffers_of(p), lyr_tools::constructor::guru64));
