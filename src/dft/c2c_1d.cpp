@@ -80,13 +80,13 @@ int solve_problem_c2c_1d(plan *p) {
         p->execute_name = "execute_1d";
         return build_four_step(p, n1, p->dims[0].n / n1);
     }
-    if (!build_stages(p, factors, count, 0)) return -1;
 
     const uint64_t halves = unit_strides(p) ? 1 : 2;
     const uint64_t bytes = static_cast<uint64_t>(p->dims[0].n) * 16 * halves;
     p->work = aligned_alloc_zero(bytes);
     if (!p->work) return -1;
     p->work_bytes = bytes;
+    if (!build_stages(p, factors, count, 0)) return -1;
 
     if (count == 2) {
         p->execute_fn = execute_1d_two_stages;

@@ -30,11 +30,12 @@ int64_t padded_row(int64_t n2) {
     return 4 * (lines % 16 == 0 ? lines + 1 : lines);
 }
 
-void fill_rotation(double *table, int64_t n1, int64_t n2, int64_t sign, int64_t lanes) {
+void fill_rotation(double *table, int64_t n1, int64_t n2, int64_t sign, int64_t lanes,
+                   double *room) {
     const int64_t r = last_radix(n1), L = n1 / r;
     const int64_t together = walked_together(n1);
     root_source roots;
-    root_source_init(&roots, n1 * n2, n1 * n2);
+    root_source_init(&roots, n1 * n2, n1 * n2, room);
     for (int64_t first = 0; first < n2; first += together) {
         const int64_t left = n2 - first;
         const int64_t end = first + (left < together ? left : together);
@@ -64,7 +65,7 @@ int build_four_step(plan *p, int64_t n1, int64_t n2) {
     if (!p->aux) return -1;
     p->aux_owned = 1;
     fill_rotation(static_cast<double *>(p->aux), n1, n2, p->sign == -1 ? -1 : +1,
-                  active_table()->lanes);
+                  active_table()->lanes, static_cast<double *>(p->work));
 
     plan *columns = make_child(&p->children[0], p);
     columns->kind = kind_rotated_batch;

@@ -20,7 +20,8 @@ int64_t padded_row(int64_t n2);
 
 // Fills the n1*n2 factors of the first pass, W(sign*j*k, n1*n2) for column j and row k: one table
 // after another for every walked_together(n1) columns, in the order of rotated_slab_codelet for the
-// lanes of a codelet table.
-void fill_rotation(double *table, int64_t n1, int64_t n2, int64_t sign, int64_t lanes);
+// lanes of a codelet table. room: n1*n2 complex numbers for its use, or null.
+void fill_rotation(double *table, int64_t n1, int64_t n2, int64_t sign, int64_t lanes,
+                   double *room);
 
 }  // namespace lyr

@@ -69,7 +69,8 @@ double *build_stages(plan *p, const int64_t *factors, int count, int64_t extra) 
 
     const int64_t sign = p->sign == -1 ? -1 : +1;
     root_source roots;
-    root_source_init(&roots, n, n - factors[0]);
+    const bool room = p->work_bytes >= static_cast<uint64_t>(n) * 16;
+    root_source_init(&roots, n, n - factors[0], room ? static_cast<double *>(p->work) : nullptr);
     int64_t L = 1, m = n;
     for (int s = 0; s < count; ++s) {
         const int64_t r = factors[s];

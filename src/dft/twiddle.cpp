@@ -3,6 +3,7 @@
 #include <bit>
 #include <cmath>
 #include <cstdlib>
+#include <cstring>
 
 namespace lyr {
 
@@ -56,6 +57,27 @@ inline void read_root(const root_source *source, int64_t u, double *out) {
     }
 }
 
+using number __attribute__((vector_size(16), aligned(8))) = double;
+
+// Reflects an octant of roots, W(u, N) for u = 0..N/8, into the seven others. N is a multiple of 8.
+void reflect_octant(const double *octant, int64_t N, double *all) {
+    number *const begin = reinterpret_cast<number *>(all);
+    number *const quarter = begin + N / 4, *const half = quarter + N / 4;
+    number *const three = half + N / 4, *const end = three + N / 4;
+    for (int64_t u = 1; u < N / 8; ++u) {
+        const double c = octant[2 * u], s = octant[2 * u + 1];
+        const number cs = {c, s}, sc = {s, c}, c_s = {c, -s}, s_c = {s, -c};
+        begin[u] = cs;
+        quarter[-u] = sc;
+        quarter[u] = -s_c;
+        half[-u] = -c_s;
+        half[u] = -cs;
+        three[-u] = -sc;
+        three[u] = s_c;
+        end[-u] = c_s;
+    }
+}
+
 }  // namespace
 
 void compute_twiddle(int64_t t, int64_t N, double *out) {
@@ -67,12 +89,13 @@ void compute_twiddle(int64_t t, int64_t N, double *out) {
     restore(angle, root, out);
 }
 
-void root_source_init(root_source *source, int64_t N, int64_t entries) {
+void root_source_init(root_source *source, int64_t N, int64_t entries, double *room) {
     const int step_log2 = N % 4 == 0 ? 2 : N % 2 == 0 ? 1 : 0;
     const int64_t distinct = (N / 2 >> step_log2) + 1;
     source->N = N;
     source->step_log2 = step_log2;
     source->octant = nullptr;
+    source->all = nullptr;
     if (distinct > entries) return;
     const int64_t local_entries = sizeof source->local / (2 * sizeof(double));
     source->octant = distinct <= local_entries
@@ -82,6 +105,12 @@ void root_source_init(root_source *source, int64_t N, int64_t entries) {
     int64_t i = 0;  // at least one root is distinct
     do octant_root(i << step_log2, N, source->octant + 2 * i);
     while (++i < distinct);
+
+    if (!room || N % 8 != 0 || entries < N / 2) return;
+    reflect_octant(source->octant, N, room);
+    for (int64_t eighth = 0; eighth < 8; ++eighth)
+        read_root(source, eighth * (N / 8), room + eighth * (N / 4));
+    source->all = room;
 }
 
 void root_source_release(root_source *source) {
@@ -101,10 +130,13 @@ void fill_roots(double *out, int64_t out_step, const root_source *source, int64_
         step = step ? N - step : 0;
         u = u ? N - u : 0;
     }
+    const int64_t back = step - N;
     for (int64_t k = 0; k < count; ++k, out += 2 * out_step) {
-        read_root(source, u, out);
-        u += step;
-        if (u >= N) u -= N;
+        if (source->all)
+            memcpy(out, source->all + 2 * u, 16);
+        else
+            read_root(source, u, out);
+        u += u + back < 0 ? step : back;
     }
 }
 

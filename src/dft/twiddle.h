@@ -14,13 +14,16 @@ void compute_twiddle(int64_t t, int64_t N, double *out);
 // entry. Same bits as compute_twiddle.
 struct root_source {
     int64_t N;
-    int step_log2;   // reduced angles are multiples of this power of two
-    double *octant;  // W(i << step_log2, 4 * N); null: compute each root
+    int step_log2;      // reduced angles are multiples of this power of two
+    double *octant;     // W(i << step_log2, 4 * N); null: compute each root
+    const double *all;  // W(i, N), 0 <= i < N; null: derive each root from the octant
     double local[2 * 129];
 };
 
 // Prepares the roots for about `entries` reads. Without memory the roots are computed one by one.
-void root_source_init(root_source *source, int64_t N, int64_t entries);
+// room: N complex numbers for the source's use until it is released, which make many reads twice as
+// fast, or null.
+void root_source_init(root_source *source, int64_t N, int64_t entries, double *room = nullptr);
 void root_source_release(root_source *source);
 
 // Writes W(sign*t, source->N). t >= 0.
