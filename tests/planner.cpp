@@ -5,7 +5,8 @@
 #include <numeric>
 
 #include "api/memory.h"
-#include "batch/many_transpose.h"
+#include "batch/bufferization.h"
+#include "batch/slab_batch.h"
 #include "dft/bluestein.h"
 #include "dft/c2c_1d_large.h"
 #include "dft/factorize.h"
@@ -233,6 +234,22 @@ TEST(choice, solvers_and_executors) {
         {"ocf16384:2:1", "solve_problem_c2c_1d/execute_1d_discrete"},
         {"ocf100:1:40*40:100:1",
          "solve_problem_dft_many_post_transpose/execute_many_post_transpose"},
+        {"icf100:1:40*40:100:1",
+         "solve_problem_dft_many_post_transpose/execute_many_post_transpose_inplace("
+         "solve_problem_dft_many/execute_many(" TWO_STAGES ") " REARRANGED_INPLACE ")"},
+        {"ocf256:256:256*17:1:1",
+         "solve_bufferized_problem/execute_bufferization("
+         "solve_indirect_problem/execute_indirect_before("
+         "solve_problem_dft_many/execute_many(" TWO_STAGES ")))"},
+        {"ocf255:255:255*17:1:1", SLAB},
+        {"ocf256:256:256*16:1:1", SLAB},
+        {"ocf256:257:256*17:1:1", SLAB},
+        {"ocf328:328:328*17:1:1",
+         "solve_problem_dft_many/execute_many("
+         "solve_problem_c2c_1d_rader/execute_1d_rader_discrete(" TWO_STAGES "))"},
+        {"ocf16:16:1*9:1:16",
+         "solve_indirect_problem/execute_indirect_before("
+         "solve_problem_dft_many/execute_many(" DIRECT "))"},
         {"ocf16*8i", SLAB},
         {"icf100*8i", SLAB},
         {"ocf16*8", "solve_problem_dft_many/execute_many(" DIRECT ")"},
@@ -273,7 +290,7 @@ TEST(choice, solvers_and_executors) {
 // Results that would fall on input that is still to be read.
 TEST(choice, batches_that_may_not_work_in_place_are_refused) {
     for (const char *text : {"icf1:1:1*9:2:3", "icf16:1:1*9:16:17", "icf16:2:1*9:30:30",
-                             "iscf16:1:1*9:16:17", "iscf0*9:1:2", "icb12:16:1x16:1:12"}) {
+                             "iscf16:1:1*9:16:17", "iscf0*9:1:2"}) {
         const lyr_tools::problem p = problem_of(text);
         const plan_holder holder(make_plan(p, buffers_of(p), lyr_tools::constructor::guru64));
         EXPECT_EQ(holder.plan, nullptr) << text;
@@ -426,14 +443,34 @@ TEST(choice, two_passes_of_long_powers_of_two) {
 
 TEST(choice, slab_widths) {
     for (const int64_t n : {2, 37, 60, 1024, 4096, 1 << 20})
-        for (const int64_t howmany : {2, 3, 63, 64, 65, 100000}) {
-            EXPECT_EQ(lyr::slab_width(n, howmany, 1), howmany) << n;
-            const int64_t width = lyr::slab_width(n, howmany, 2);
-            EXPECT_GE(width, 1);
-            EXPECT_LE(width, std::min(howmany, lyr::slab_width_limit));
-            EXPECT_TRUE(width == howmany || width % lyr::slab_quantum == 0) << n << " " << howmany;
-            EXPECT_TRUE(width <= lyr::slab_quantum || 16 * n * width <= lyr::slab_scratch_bytes);
-        }
+        for (const int64_t howmany : {2, 3, 63, 64, 65, 100000})
+            for (const int64_t stride : {howmany, int64_t{1} << 22}) {
+                plan p = {};
+                p.dims[0] = {n, stride, 1};
+                p.howmany_dims[0] = {howmany, 1, 1};
+                EXPECT_EQ(lyr::slab_width(&p, 1), howmany) << n;
+                const int64_t width = lyr::slab_width(&p, 2);
+                EXPECT_GE(width, std::min(howmany, lyr::slab_quantum));
+                EXPECT_LE(width, std::min(howmany, lyr::slab_width_limit));
+                EXPECT_TRUE(width == howmany || width % lyr::slab_quantum == 0)
+                    << n << " " << howmany;
+                EXPECT_TRUE(width <= lyr::slab_quantum || 16 * n * width <= lyr::far_scratch_bytes);
+            }
+}
+
+TEST(choice, slices_of_bufferized_batches) {
+    struct example {
+        int64_t n, howmany, threads, slice;
+    };
+    constexpr example examples[] = {
+        {256, 17, 1, 17},       {4096, 255, 1, 255},     {1024, 300, 1, 32},   {256, 17, 2, 16},
+        {256, 256, 1, 128},     {8192, 1024, 1, 24},     {8192, 1024, 17, 0},  {1 << 20, 256, 1, 0},
+        {300, 1 << 30, 1, 648}, {2048, 2048, 16, 96},    {2048, 2048, 33, 16}, {512, 256, 64, 64},
+        {256, 100, 40, 16},     {4096, 1 << 30, 512, 8},
+    };
+    for (const auto &[n, howmany, threads, slice] : examples)
+        EXPECT_EQ(lyr::slice_length(n, howmany, threads), slice)
+            << n << " * " << howmany << " with " << threads;
 }
 
 // ---- Factors ------------------------------------------------------------------------------------

@@ -142,6 +142,16 @@ TEST(random_problems, usual_batches) {
         "ocb1024*5i",
         "ocf4096*6i",
         "ocf37*64i",
+        "icf300x300",
+        "ocf256:256:256*19:1:1",
+        "ocf12:12:1*9:1:12",
+        "ocf96:96:1*96:1:96",
+        "icf100:1:40*40:100:1",
+        "icb12:16:1x16:1:12",
+        "ocf60*300",
+        "icf128*200",
+        "ocb1024*20",
+        "ocf32:8200:8200*150:1:1",
         "ocf37:64:1*64:1:37",
         "ocf60x48",
         "icb60x48",
@@ -181,6 +191,37 @@ TEST(random_problems, usual_batches) {
     }
 }
 
+// Columns too long and too many for one pass over a plane, of a length without stages: slices go
+// through a buffer, the last one shorter than the others.
+TEST(random_problems, slices_of_columns) {
+    if (test_scale > 1) return;  // 130 MB
+    constexpr int n = 4099, row = n / 2 + 1, count = 29;
+    std::vector<double> plane(size_t{2} * n * row, 0.25), column(2 * n);
+    random_source random{5};
+    for (size_t k = 0; k < n; ++k)
+        for (size_t j = 0; j < 2 * count; ++j) plane[2 * k * row + j] = random.uniform();
+    const std::vector<double> before = plane;
+    lyr_fft_complex *data = complexes(plane.data());
+    const plan_holder all(lyr_fft_plan_many_dft(1, &n, count, data, nullptr, row, 1, data, nullptr,
+                                                row, 1, LYR_FFT_FORWARD, LYR_FFT_ESTIMATE));
+    const plan_holder one(lyr_fft_plan_dft_1d(n, complexes(column.data()), complexes(column.data()),
+                                              LYR_FFT_FORWARD, LYR_FFT_ESTIMATE));
+    ASSERT_NE(all.plan, nullptr);
+    ASSERT_NE(one.plan, nullptr);
+    EXPECT_STREQ(all.plan->execute_name, "execute_bufferization");
+    lyr_fft_execute(all.plan);
+    int64_t different = 0;
+    for (size_t j = 0; j < count; ++j) {
+        for (size_t k = 0; k < 2 * n; ++k) column[k] = before[2 * (k / 2 * row + j) + k % 2];
+        lyr_fft_execute(one.plan);
+        for (size_t k = 0; k < 2 * n; ++k)
+            different += column[k] != plane[2 * (k / 2 * row + j) + k % 2];
+    }
+    for (size_t k = 0; k < n; ++k)
+        for (size_t j = 2 * count; j < 2 * row; ++j) different += plane[2 * k * row + j] != 0.25;
+    EXPECT_EQ(different, 0);
+}
+
 // Tiles, their remainders, and all places in a cache line; the last shape is one that is stored
 // past the caches.
 TEST(random_problems, transposing_copies) {
@@ -214,8 +255,9 @@ TEST(random_problems, transposing_copies) {
 TEST(random_problems, results_do_not_depend_on_the_place_in_a_batch) {
     for (const lyr::codelet_table *table : all_tables()) {
         const with_table active(table);
-        for (const char *text : {"ocf37*7i", "ocf60*71i", "ocb210:80:90*71:1:1", "icf1024*19i",
-                                 "ocf48x20*6i", "ocf100*5", "icb81*3*5"}) {
+        for (const char *text :
+             {"ocf37*7i", "ocf60*71i", "ocb210:80:90*71:1:1", "icf1024*19i", "ocf48x20*6i",
+              "ocf100*5", "icb81*3*5", "ocf16*7", "icb37:3:3*5:111:111", "ocf128*200"}) {
             const problem p = problem_of(text);
             SCOPED_TRACE(std::string(text) + " with " + table->name);
             buffers b = buffers_of(p);

@@ -1,4 +1,8 @@
 // The general batch: a loop over the outermost batch dimension around a child plan for the rest.
+#include <cstring>
+
+#include "codelets/codelet.h"
+#include "dft/stages.h"
 #include "planner/registry.h"
 
 namespace lyr {
@@ -15,6 +19,70 @@ void execute_many(plan *p, double *in, double *out) {
         run(child, in, out);
         in = advance(in, in_step);
         out = advance(out, out_step);
+    }
+}
+
+// Transforms of one codelet, lanes along the batch.
+void execute_many_direct(plan *p, double *in, double *out) {
+    many_codelet codelet;
+    memcpy(&codelet, p->solver_words, sizeof codelet);
+    const auto [n, is, os] = p->dims[0];
+    const auto [h, idist, odist] = p->howmany_dims[0];
+    codelet(in, is, idist, out, os, odist, h);
+}
+
+// From this size on a batch streams through the second-level cache.
+constexpr int64_t far_bytes = 256 << 10;
+constexpr int64_t line_bytes = 64;
+
+enum class access { read, write };
+
+template <access Access>
+void call_for(const double *array, int64_t bytes) {
+    const char *p = reinterpret_cast<const char *>(array);
+    for (int64_t b = 0; b < bytes; b += line_bytes)
+        __builtin_prefetch(p + b, Access == access::write);
+}
+
+// Large batches of transforms without gaps. Butterflies visit memory in an order that no processor
+// foresees, so the lines of a transform are called for one pass before they are needed.
+void execute_many_far(plan *p, double *in, double *out) {
+    stage_list list;
+    memcpy(&list, p->solver_words, sizeof list);
+    double *work = static_cast<double *>(p->children->work);
+    const int64_t bytes = p->dims[0].n * 16;
+    const int64_t in_step = p->howmany_dims[0].is * 16, out_step = p->howmany_dims[0].os * 16;
+    for (int64_t i = 0; i < p->howmany_dims[0].n; ++i) {
+        double *const next = advance(in, in_step);
+        if (in != out) call_for<access::write>(out, bytes);
+        const double *from = in;
+        for (int64_t s = 0; s < list.count; ++s) {
+            double *to = (list.count - 1 - s) % 2 == 0 ? out : work;
+            list.stages[s].codelet(list.stages + s, from, to);
+            if (s == 0) call_for<access::read>(next, bytes);
+            from = to;
+        }
+        in = next;
+        out = advance(out, out_step);
+    }
+}
+
+// Batches of complex transforms that need not be called one by one. The child is solved.
+void choose_executor(plan *p) {
+    const plan *child = p->children;
+    const auto [n, is, os] = p->dims[0];
+    const auto [h, idist, odist] = p->howmany_dims[0];
+    if (strcmp(child->execute_name, "execute_dft_direct") == 0) {
+        if (idist == 0 || odist == 0) return;  // on the same arrays, one after another
+        const many_codelet codelet = codelets_for(p, n)->direct_many;
+        memcpy(p->solver_words, &codelet, sizeof codelet);
+        p->execute_fn = execute_many_direct;
+    } else if (unit_strides(p) && h > far_bytes / 16 / n) {
+        const auto [count, stages, table] = slab_stages_of(child);
+        if (count == 0) return;
+        const stage_list list = {count, const_cast<stage *>(stages)};
+        memcpy(p->solver_words, &list, sizeof list);
+        p->execute_fn = execute_many_far;
     }
 }
 
@@ -38,7 +106,9 @@ int solve_problem_dft_many(plan *p) {
     for (int j = 0; j < 3; ++j)
         child->howmany_dims[j] =
             j < child->howmany_rank ? p->howmany_dims[j + 1] : lyr_fft_iodim64{};
-    return plan_solve(child);
+    if (const int32_t status = plan_solve(child)) return status;
+    if (p->kind == kind_complex && p->rank == 1 && p->howmany_rank == 1) choose_executor(p);
+    return 0;
 }
 
 }  // namespace lyr

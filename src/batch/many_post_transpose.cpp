@@ -1,33 +1,46 @@
 // Batches of contiguous transforms whose results are stored side by side: the output is the
-// transpose of the input. The first stage gathers the same element of neighbouring transforms into
-// one vector; from there on it is the walk of an interleaved batch, and the last stage writes rows.
-#include <cstring>
-
-#include "api/memory.h"
-#include "batch/many_transpose.h"
-#include "dft/stages.h"
+// transpose of the input.
+//
+// Out of place the first stage gathers the same element of neighbouring transforms into one vector;
+// from there on it is the walk of an interleaved batch, and the last stage writes rows. In place
+// each transform leaves its results where its input was, and they are rearranged afterwards.
+#include "batch/slab_batch.h"
 #include "planner/registry.h"
 
 namespace lyr {
 
 namespace {
 
-struct bookkeeping {  // in solver_words
-    int64_t slab;
-    slab_stages list;
-};
-static_assert(sizeof(bookkeeping) <= sizeof(plan::solver_words));
-
 void execute_many_post_transpose(plan *p, double *in, double *out) {
-    bookkeeping b;
-    memcpy(&b, p->solver_words, sizeof b);
+    walk_slab_batch(p, in, 1, p->howmany_dims[0].is, out);
+}
+
+void execute_many_post_transpose_inplace(plan *p, double *in, double *out) {
+    plan *rows = &p->children[0], *rearrangement = &p->children[1];
+    rows->execute_fn(rows, in, out);
+    rearrangement->execute_fn(rearrangement, out, out);
+}
+
+int solve_in_place(plan *p) {
+    const auto [n, is, os] = p->dims[0];
     const auto [h, idist, odist] = p->howmany_dims[0];
-    double *scratch = static_cast<double *>(p->work);
-    for (int64_t first = 0; first < h; first += b.slab) {
-        const int64_t width = first + b.slab <= h ? b.slab : h - first;
-        walk_slab(b.list, {in + 2 * first * idist, 1, idist, out + 2 * first, p->dims[0].os, width},
-                  scratch);
-    }
+    p->execute_fn = execute_many_post_transpose_inplace;
+    p->execute_name = "execute_many_post_transpose_inplace";
+    p->nchildren = 2;
+    p->children = plan_alloc_children(2);
+    if (!p->children) return -1;
+    plan *rows = &p->children[0], *rearrangement = &p->children[1];
+    plan_copy_problem(rows, p);
+    rows->dims[0].os = is;
+    rows->howmany_dims[0].os = idist;
+    plan_copy_problem(rearrangement, p);
+    rearrangement->rank = 0;
+    rearrangement->dims[0] = {};
+    rearrangement->howmany_rank = 2;
+    rearrangement->howmany_dims[0] = {h, idist, odist};
+    rearrangement->howmany_dims[1] = {n, is, os};
+    if (plan_solve(rows) != 0) return -1;
+    return plan_solve(rearrangement);
 }
 
 }  // namespace
@@ -38,23 +51,12 @@ int solve_problem_dft_many_post_transpose(plan *p) {
     const auto [n, is, os] = p->dims[0];
     const auto [h, idist, odist] = p->howmany_dims[0];
     if (is != 1 || odist != 1) return -1;
-    if (p->in == p->out) return -1;  // results would fall on input that is still to be read
+    if (p->in == p->out) return idist != 1 && idist >= n && os >= h ? solve_in_place(p) : -1;
 
-    int64_t factors[max_factors];
-    const int count = factorize_size(n, factors);
-    if (count < 1 || !codelets_for(p, factors[0])) return -1;
-    if (!build_stages(p, factors, count, 0)) return -1;
-    const stage_list list = count == 2 ? stage_list{2, two_stages_of(p->aux)} : stages_of(p->aux);
-
+    slab_stages list;
+    if (!build_slab_stages(p, &list)) return -1;
     const int64_t together = walked_together(n);
-    const int64_t slab = h < together ? h : together;
-    const bookkeeping b = {slab, {count, list.stages, active_table()}};
-    memcpy(p->solver_words, &b, sizeof b);
-    if (const int64_t scratch = slab_scratch(n, slab, count)) {
-        p->work_bytes = static_cast<uint64_t>(scratch) * 16;
-        p->work = aligned_alloc_zero(p->work_bytes);
-        if (!p->work) return -1;
-    }
+    if (!keep_slab_batch(p, {h < together ? h : together, list})) return -1;
     p->execute_fn = execute_many_post_transpose;
     p->execute_name = "execute_many_post_transpose";
     return 0;

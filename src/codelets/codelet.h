@@ -28,6 +28,11 @@ static_assert(sizeof(stage) == 64, "a stage is eight 64-bit words");
 using direct_codelet = void (*)(double *out, const double *in, int64_t istride_bytes,
                                 int64_t ostride_bytes, double *scratch);
 
+// h whole transforms: element e of transform j is in[e*in_step + j*in_lane] (complex numbers), and
+// out likewise. Some neighbouring transforms are loaded before the first of them is stored.
+using many_codelet = void (*)(const double *in, int64_t in_step, int64_t in_lane, double *out,
+                              int64_t out_step, int64_t out_lane, int64_t h);
+
 // One pass over one transform.
 using stage_codelet = void (*)(const stage *, const double *in, double *out);
 
@@ -59,6 +64,7 @@ using rotated_slab_codelet = void (*)(const stage *, const column_walk &, const 
 struct codelet_set {
     direct_codelet direct_unit;
     direct_codelet direct_general;
+    many_codelet direct_many;
     stage_codelet first_unit;
     stage_codelet first_general;
     stage_codelet middle;

@@ -251,7 +251,7 @@ LYR_INLINE void walk_twiddled(const column_walk &w, const double *in, double *ou
     walk_columns_twiddled<R, S, visit::vectors, Order>(w, in, out, twiddles, L);
 }
 
-// First stages at any stride: lanes run along neighbouring butterflies.
+// Butterflies at any distance from each other, lanes along them.
 template <int R, int S, class V>
 LYR_INLINE int64_t strided_run(stream<R> &in, int64_t is, stream<R> &out, int64_t os,
                                int64_t count) {
@@ -405,11 +405,17 @@ void first_unit(const stage *d, const double *in, double *out) {
 }
 
 template <int R, int S>
+void direct_many(const double *in, int64_t in_step, int64_t in_lane, double *out, int64_t out_step,
+                 int64_t out_lane, int64_t h) {
+    stream<R> from(in, in_step), to(out, out_step);
+    const int64_t rest = strided_run<R, S, vec>(from, in_lane, to, out_lane, h);
+    if constexpr (vec::lanes > 1) strided_run<R, S, vec1>(from, in_lane, to, out_lane, rest);
+}
+
+template <int R, int S>
 void first_general(const stage *d, const double *in, double *out) {
-    const int64_t is = d->in_stride, os = d->out_stride;
-    stream<R> from(in, d->m * is), to(out, d->m * os);
-    const int64_t rest = strided_run<R, S, vec>(from, is, to, os, d->m);
-    if constexpr (vec::lanes > 1) strided_run<R, S, vec1>(from, is, to, os, rest);
+    const int64_t is = d->in_stride, os = d->out_stride, m = d->m;
+    direct_many<R, S>(in, m * is, is, out, m * os, os, m);
 }
 
 template <int R, int S>
@@ -482,8 +488,9 @@ constexpr rotated_slab_codelet choose_rotated_slab() {
 template <int R, int S>
 constexpr codelet_set make_codelets() {
     return {
-        direct_unit<R, S>,  direct_general<R, S>, first_unit<R, S>,           first_general<R, S>,
-        middle<R, S>,       last_unit<R, S>,      last_general<R, S>,         first_slab<R, S>,
+        direct_unit<R, S>,  direct_general<R, S>, direct_many<R, S>,
+        first_unit<R, S>,   first_general<R, S>,  middle<R, S>,
+        last_unit<R, S>,    last_general<R, S>,   first_slab<R, S>,
         twiddle_slab<R, S>, gathered_slab<R, S>,  choose_rotated_slab<R, S>()};
 }
 

@@ -1,0 +1,121 @@
+// Columns of planes: many long transforms side by side, as far apart in memory as they are long.
+//
+// A slice of neighbouring columns is copied to a buffer as rows, transformed there and copied back.
+// Where the length has stages, that is done without copying: the slices are walked side by side
+// (dft/stages.h), which reads the input and writes the output directly. The child serves the
+// lengths that have none.
+#include "batch/bufferization.h"
+
+#include <cstring>
+
+#include "api/memory.h"
+#include "batch/copy_transpose.h"
+#include "batch/slab_batch.h"
+#include "planner/registry.h"
+#include "threads/threads.h"
+
+namespace lyr {
+
+namespace {
+
+void execute_bufferization_walk(plan *p, double *in, double *out) {
+    walk_slab_batch(p, in, p->dims[0].is, 1, out);
+}
+
+void run_slice(const plan *p, plan *slice, const slice_words &words, double *in, double *buffer,
+               double *out) {
+    slice->execute_fn(slice, in, buffer);
+    copy_transpose_cpx(buffer, out, slice->howmany_dims[0].n, p->dims[0].n, words.row,
+                       p->dims[0].os);
+}
+
+void execute_bufferization(plan *p, double *in, double *out) {
+    plan *child = p->children;
+    slice_words words;
+    memcpy(&words, child->solver_words, sizeof words);
+    const int64_t length = child->howmany_dims[0].n;
+    double *buffer =
+        static_cast<double *>(aligned_alloc_zero(static_cast<uint64_t>(length * words.row) * 16));
+    if (!buffer) return;
+    for (int64_t left = words.howmany; left >= length; left -= length) {
+        run_slice(p, child, words, in, buffer, out);
+        in += 2 * length * words.idist;
+        out += 2 * length * words.odist;
+    }
+    if (words.rest) {
+        plan rest = *child;
+        rest.howmany_dims[0].n = words.rest;
+        run_slice(p, &rest, words, in, buffer, out);
+    }
+    aligned_free(buffer);
+}
+
+// The stages of the child's transform when it has any, else its own.
+bool find_stages(plan *p, slab_stages *list) {
+    const plan *rows = p->children->children;
+    if (rows->nchildren == 1 && rows->children->rank == 1 && rows->children->howmany_rank == 0) {
+        *list = slab_stages_of(rows->children);
+        if (list->count) return true;
+    }
+    return build_slab_stages(p, list);
+}
+
+}  // namespace
+
+int64_t slice_length(int64_t n, int64_t h, int64_t threads) {
+    if (h <= 255 && threads == 1) return h;
+    constexpr int64_t large = (1 << 27) - 1;
+    const double bytes =
+        16.0 * static_cast<double>(threads) * static_cast<double>(n) * static_cast<double>(h);
+    int64_t limit;
+    if (bytes > static_cast<double>(large))
+        limit = threads < 17 ? 3 << 20 : 512 << 10;
+    else
+        limit = bytes > 512 << 10 && threads < 33 ? 512 << 10 : 64 << 10;
+    const int64_t most = limit / (16 * n);
+    return (h < most ? h : most) / 8 * 8;
+}
+
+int solve_bufferized_problem(plan *p) {
+    if (p->split == 1) return -1;
+    if (p->kind != kind_complex || p->rank != 1 || p->howmany_rank != 1) return -1;
+    const auto [n, is, os] = p->dims[0];
+    const auto [h, idist, odist] = p->howmany_dims[0];
+    if (n < 256 || h < 17 || idist != 1 || odist != 1) return -1;
+    const bool half_spectrum = is == n / 2 + 1 && os == is;
+    if (half_spectrum) {
+        if (n < 4096) return -1;
+    } else {
+        constexpr int64_t small = (1 << 27) - 1;
+        if (part_above_37(n) != 1 && h <= small / 32 / n) return -1;
+        if (is != n || os != n) return -1;
+    }
+    int64_t slice = slice_length(n, h, library_threads());
+    if (half_spectrum && slice > 16) slice /= 2;
+    if (slice == 0) return -1;
+
+    p->execute_name = "execute_bufferization";
+    p->nchildren = 1;
+    p->children = plan_alloc_children(1);
+    if (!p->children) return -1;
+    plan *child = p->children;
+    plan_copy_problem(child, p);
+    const int64_t row = (n + 3) / 4 * 4;
+    child->dims[0].os = 1;
+    child->howmany_dims[0] = {slice, idist, row};
+    const slice_words words = {h, idist, odist, row, h % slice, slice_marker};
+    memcpy(child->solver_words, &words, sizeof words);
+    if (const int32_t status = plan_solve(child)) return status;
+
+    slab_stages list;
+    if (part_above_37(n) == 1) {
+        if (!find_stages(p, &list)) return -1;
+        if (!keep_slab_batch(p, {slab_width(p, list.count), list})) return -1;
+        p->execute_fn = execute_bufferization_walk;
+    } else {
+        p->execute_fn = execute_bufferization;
+    }
+    return 0;
+}
+
+}  // namespace lyr

@@ -1,0 +1,58 @@
+#include "batch/slab_batch.h"
+
+#include <cstring>
+
+#include "api/memory.h"
+
+namespace lyr {
+
+static_assert(sizeof(slab_batch) <= sizeof(plan::solver_words));
+
+int64_t slab_width(const plan *p, int64_t stage_count) {
+    const auto [n, is, os] = p->dims[0];
+    const int64_t h = p->howmany_dims[0].n;
+    if (stage_count == 1) return h;  // no scratch: each row is read and written once
+    const bool far = n >= far_span_bytes / 16 / (is > os ? is : os);
+    int64_t width = (far ? far_scratch_bytes : near_scratch_bytes) / (16 * n);
+    width = width / slab_quantum * slab_quantum;
+    if (width < slab_quantum) width = slab_quantum;
+    if (width > slab_width_limit) width = slab_width_limit;
+    return width < h ? width : h;
+}
+
+bool build_slab_stages(plan *p, slab_stages *list) {
+    int64_t factors[max_factors];
+    const int count = factorize_size(p->dims[0].n, factors);
+    if (count < 1 || !codelets_for(p, factors[0])) return false;
+    if (!build_stages(p, factors, count, 0)) return false;
+    const stage *stages = count == 2 ? two_stages_of(p->aux) : stages_of(p->aux).stages;
+    *list = {count, stages, active_table()};
+    return true;
+}
+
+bool keep_slab_batch(plan *p, const slab_batch &batch) {
+    memcpy(p->solver_words, &batch, sizeof batch);
+    const int64_t scratch = slab_scratch(p->dims[0].n, batch.width, batch.list.count);
+    if (scratch == 0) return true;
+    p->work = aligned_alloc_zero(static_cast<uint64_t>(scratch) * 16);
+    if (!p->work) return false;
+    p->work_bytes = static_cast<uint64_t>(scratch) * 16;
+    return true;
+}
+
+void walk_slab_batch(const plan *p, const double *in, int64_t in_row, int64_t in_lane,
+                     double *out) {
+    slab_batch b;
+    memcpy(&b, p->solver_words, sizeof b);
+    double *scratch = static_cast<double *>(p->work);
+    const int64_t h = p->howmany_dims[0].n;
+    for (int64_t first = 0; first < h; first += b.width) {
+        const int64_t width = first + b.width <= h ? b.width : h - first;
+        walk_slab(
+            b.list,
+            {in + 2 * first * in_lane, in_row, in_lane, out + 2 * first, p->dims[0].os, width},
+            scratch);
+    }
+}
+
+}  // namespace lyr

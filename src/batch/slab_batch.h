@@ -1,0 +1,38 @@
+// Batches worked off in slabs of neighbouring transforms, which lie side by side in the output:
+// what the solvers of such batches share.
+#pragma once
+
+#include <cstdint>
+
+#include "dft/stages.h"
+#include "planner/plan.h"
+
+namespace lyr {
+
+struct slab_batch {
+    int64_t width;
+    slab_stages list;
+};
+
+// A slab stays near the core, unless its rows are so far apart that each is on other pages: rows
+// then need some length before memory delivers them at full speed. Measured.
+inline constexpr int64_t slab_quantum = 16;
+inline constexpr int64_t slab_width_limit = 128;
+inline constexpr int64_t near_scratch_bytes = 32 << 10;
+inline constexpr int64_t far_scratch_bytes = 1 << 20;
+inline constexpr int64_t far_span_bytes = 4 << 20;
+
+// How many transforms of a batch with distance 1 are walked together.
+int64_t slab_width(const plan *p, int64_t stage_count);
+
+// Builds the stages of a batch of one-dimensional transforms into aux. False when the length has no
+// stages or memory runs out.
+bool build_slab_stages(plan *p, slab_stages *list);
+
+// Keeps the batch in solver_words and allocates work for its scratch. False when memory runs out.
+bool keep_slab_batch(plan *p, const slab_batch &batch);
+
+// Transforms the whole batch. Input element e of transform j is in[e*in_row + j*in_lane].
+void walk_slab_batch(const plan *p, const double *in, int64_t in_row, int64_t in_lane, double *out);
+
+}  // namespace lyr
