@@ -21,7 +21,7 @@ const registry_entry registry[registry_size] = {
     {solve_problem_nop, "solve_problem_nop"},
     {decline, "solve_problem_c2r_multidimension_many"},
     {decline, "solve_problem_r2c_multidimension_many"},
-    {decline, "solve_problem_dft_many_multithread"},
+    {solve_problem_dft_many_multithread, "solve_problem_dft_many_multithread"},
     {solve_bufferized_problem, "solve_bufferized_problem"},
     {solve_indirect_problem, "solve_indirect_problem"},
     {solve_problem_dft_many_transpose, "solve_problem_dft_many_transpose"},

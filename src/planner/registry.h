@@ -22,6 +22,7 @@ int solve_problem_rearrange_inplace(plan *p);
 int solve_problem_dft_split(plan *p);
 int solve_problem_dft_many_split(plan *p);
 int solve_problem_nop(plan *p);
+int solve_problem_dft_many_multithread(plan *p);
 int solve_bufferized_problem(plan *p);
 int solve_indirect_problem(plan *p);
 int solve_problem_dft_many_transpose(plan *p);
