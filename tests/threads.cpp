@@ -1,0 +1,933 @@
+// Threads: how work is dealt out, where workers are put on machines of all kinds, and that the pool
+// survives whatever fails around it. malloc and pthread_create of the library come through
+// wrappers.
+#include "threads/threads.h"
+
+#include <dlfcn.h>
+#include <pthread.h>
+#include <sys/resource.h>
+#include <sys/time.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <thread>
+
+#include "batch/many_multithread.h"
+#include "dft/four_step.h"
+#include "support.h"
+#include "threads/pool.h"
+
+namespace {
+
+// So many calls succeed before all others fail; negative: none fails.
+std::atomic<int64_t> mallocs_until_failure = -1, threads_until_failure = -1;
+
+bool fails(std::atomic<int64_t> &until_failure) {
+    if (until_failure == 0) return true;
+    if (until_failure > 0) --until_failure;
+    return false;
+}
+
+}  // namespace
+
+extern "C" {
+void *__real_malloc(size_t bytes);
+void *__real_calloc(size_t count, size_t bytes);
+int __real_pthread_create(pthread_t *, const pthread_attr_t *, void *(*)(void *), void *);
+
+void *__wrap_malloc(size_t bytes) {
+    return fails(mallocs_until_failure) ? nullptr : __real_malloc(bytes);
+}
+void *__wrap_calloc(size_t count, size_t bytes) {
+    return fails(mallocs_until_failure) ? nullptr : __real_calloc(count, bytes);
+}
+int __wrap_pthread_create(pthread_t *thread, const pthread_attr_t *attributes,
+                          void *(*start)(void *), void *arg) {
+    if (fails(threads_until_failure)) return EAGAIN;
+    return __real_pthread_create(thread, attributes, start, arg);
+}
+}
+
+namespace lyr_test {
+namespace {
+
+namespace fs = std::filesystem;
+using lyr::pool_task;
+using lyr_tools::buffers;
+using lyr_tools::problem;
+
+// ---- Choices ------------------------------------------------------------------------------------
+
+TEST(choices, chunks) {
+    struct example {
+        int64_t n, threads, align, chunk, count;
+    };
+    constexpr example examples[] = {{10, 4, 1, 3, 4},
+                                    {100, 8, 8, 16, 7},
+                                    {100, 1000, 1, 1, 100},
+                                    {513, 600, 1, 2, 257},
+                                    {4, 4, 1, 1, 4},
+                                    {1, 8, 1, 1, 1},
+                                    {1, 8, 8, 8, 1},
+                                    {64, 8, 8, 8, 8},
+                                    {65, 8, 8, 16, 5},
+                                    {5, 2, 1, 3, 2},
+                                    {7, 0, 1, 0, 0},
+                                    {0, 4, 1, 0, 0},
+                                    {INT64_MAX, 512, 8, (int64_t{1} << 54), 512}};
+    for (const auto &[n, threads, align, chunk, count] : examples) {
+        const lyr::chunking c = lyr::chunks_of(n, threads, align);
+        EXPECT_EQ(c.chunk, chunk) << n << " on " << threads;
+        EXPECT_EQ(c.count, count) << n << " on " << threads;
+    }
+    for (int64_t n = 1; n < 400; ++n)
+        for (const int64_t threads : {1, 2, 3, 7, 48, 512})
+            for (const int64_t align : {1, 8}) {
+                const auto [chunk, count] = lyr::chunks_of(n, threads, align);
+                EXPECT_TRUE(chunk % align == 0 && count <= threads && (count - 1) * chunk < n &&
+                            count * chunk >= n)
+                    << n << " on " << threads;
+            }
+    EXPECT_EQ(lyr::chunk_align(100, 8), 8);
+    EXPECT_EQ(lyr::chunk_align(64, 8), 1);
+    EXPECT_EQ(lyr::chunk_align(65, 8), 8);
+}
+
+TEST(choices, what_is_worth_threads) {
+    EXPECT_FALSE(lyr::worth_threads(4 * 64, 4));
+    EXPECT_TRUE(lyr::worth_threads(4 * 512, 4));
+    EXPECT_FALSE(lyr::worth_threads(1280, 5));
+    EXPECT_TRUE(lyr::worth_threads(1280, 4));
+    EXPECT_TRUE(lyr::worth_threads(1281, 512));
+}
+
+// Plans of a batch as "threads: chunk+chunk+..", in transforms of the outermost dimension.
+std::string dealt_out(const char *text, int64_t threads) {
+    const problem p = problem_of(text);
+    const buffers b = buffers_of(p);
+    lyr_fft_plan_with_nthreads(static_cast<int>(threads));
+    const plan_holder holder(make_plan(p, b));
+    lyr_fft_plan_with_nthreads(1);
+    const lyr_fft_plan plan = holder.plan;
+    if (!plan) return "no plan";
+    if (std::string(plan->execute_name) != "execute_multithread") return plan->execute_name;
+    std::string result = std::to_string(plan->nthreads) + ":";
+    for (int32_t i = 0; i < plan->nchildren; ++i) {
+        const lyr::plan &child = plan->children[i];
+        result += (i ? "+" : "") +
+                  std::to_string(child.howmany_rank == p.batch_rank ? child.howmany_dims[0].n : 1);
+        EXPECT_EQ(child.nthreads, plan->nchildren == 1 ? threads : 1);
+    }
+    return result;
+}
+
+TEST(choices, batches) {
+    EXPECT_EQ(dealt_out("ocf64*4", 4), "execute_many");
+    EXPECT_EQ(dealt_out("ocf512*4", 4), "4:1+1+1+1");
+    EXPECT_EQ(dealt_out("ocf512*4", 1), "execute_many");
+    EXPECT_EQ(dealt_out("ocf512", 4), "execute_1d");
+    EXPECT_EQ(dealt_out("ocf30*100", 8), "8:16+16+16+16+16+16+4");
+    EXPECT_EQ(dealt_out("ocf30*10*20", 4), "4:3+3+3+1");
+    EXPECT_EQ(dealt_out("ocf40x40*2*20", 2), "2:1+1");
+    EXPECT_EQ(dealt_out("ocf0*100:1:50*50:100:1", 3), "3:40+40+20");
+    EXPECT_EQ(dealt_out("ocf1000:1:1*1:5:5*7:1000:1000", 4), "4:1");
+    EXPECT_EQ(dealt_out("icf64:100:1*100:1:64", 4), "no plan");  // results move
+}
+
+// ---- Machines -----------------------------------------------------------------------------------
+
+// A machine as a folder that looks like the kernel's list of nodes. One exists at a time, and the
+// library sees it as long as it does.
+class machine {
+  public:
+    struct node {
+        int number;
+        std::string cpumap, distance;
+    };
+
+    explicit machine(const std::vector<node> &nodes) {
+        std::string path = testing::TempDir() + "lyra_nodes_XXXXXX";
+        if (mkdtemp(path.data())) folder = path;
+        for (const node &n : nodes) {
+            const fs::path node_folder = fs::path(folder) / ("node" + std::to_string(n.number));
+            fs::create_directory(node_folder);
+            if (!n.cpumap.empty()) std::ofstream(node_folder / "cpumap") << n.cpumap;
+            if (!n.distance.empty()) std::ofstream(node_folder / "distance") << n.distance;
+        }
+        fs::create_directory(fs::path(folder) / "power");
+        fs::create_directory(fs::path(folder) / "node");
+        seen.node_directory = folder.c_str();
+        CPU_ZERO(&allowed);
+        for (int cpu = 0; cpu < CPU_SETSIZE; ++cpu) CPU_SET(cpu, &allowed);
+        current = 0;
+        affinity_works = true;
+        bound.clear();
+        lyr_fft_cleanup_threads();
+        lyr::use_platform(&seen);
+    }
+    ~machine() {
+        lyr_fft_cleanup_threads();
+        lyr::use_platform(&lyr::this_machine);
+        lyr_fft_plan_with_nthreads(1);
+        if (!folder.empty()) fs::remove_all(folder);
+    }
+    machine(const machine &) = delete;
+    machine &operator=(const machine &) = delete;
+
+    std::string folder;
+    static inline cpu_set_t allowed;
+    static inline std::atomic<int> current;
+    static inline bool affinity_works;
+    static inline std::vector<cpu_set_t> bound;  // by worker
+
+  private:
+    lyr::platform seen = {nullptr, [] { return current.load(); },
+                          [](cpu_set_t *set) {
+                              *set = allowed;
+                              return affinity_works ? 0 : -1;
+                          },
+                          [](pthread_t, const cpu_set_t *set) {
+                              bound.push_back(*set);
+                              return affinity_works ? 0 : EINVAL;
+                          }};
+};
+
+// "0-3,8": the processors of a mask.
+std::string list_of(const cpu_set_t &set) {
+    std::string text;
+    for (int cpu = 0; cpu < CPU_SETSIZE; ++cpu) {
+        if (!CPU_ISSET(cpu, &set)) continue;
+        int last = cpu;
+        while (last + 1 < CPU_SETSIZE && CPU_ISSET(last + 1, &set)) ++last;
+        text += (text.empty() ? "" : ",") + std::to_string(cpu);
+        if (last > cpu) text += "-" + std::to_string(last);
+        cpu = last;
+    }
+    return text;
+}
+
+std::string digits(int count, char digit) {
+    std::string text(static_cast<size_t>(count), digit);
+    for (int i = count - 8; i > 0; i -= 8) text.insert(static_cast<size_t>(i), ",");
+    return text + "\n";
+}
+
+TEST(topology, masks_of_processors) {
+    struct example {
+        std::string text;
+        std::vector<int32_t> cpus;
+    };
+    std::vector<int32_t> first_160(160);
+    for (int32_t i = 0; i < 160; ++i) first_160[static_cast<size_t>(i)] = i;
+    const example examples[] = {
+        {"00000000,0000000f\n", {0, 1, 2, 3}},
+        {"a5\n", {0, 2, 5, 7}},
+        {"1,00000000\n", {32}},
+        {"3\nffff\n", {0, 1}},
+        {"", {}},
+        {"\n", {}},
+        {"xyzA1\n", {0}},
+        {digits(40, 'f'), first_160},
+        {digits(64, 'f'), first_160},  // of 256
+    };
+    for (const example &e : examples) {
+        int32_t cpus[lyr::max_processors + 1];
+        const int count = lyr::parse_cpumap(e.text.c_str(), cpus);
+        EXPECT_EQ(std::vector<int32_t>(cpus, cpus + count), e.cpus) << e.text;
+        EXPECT_EQ(cpus[count], -1);
+    }
+}
+
+TEST(topology, distances) {
+    int32_t d[4] = {};
+    EXPECT_TRUE(lyr::parse_distances("10 21\n", 2, d));
+    EXPECT_EQ(d[1], 21);
+    EXPECT_TRUE(lyr::parse_distances("10 0x15 99999999999 4", 3, d));
+    EXPECT_EQ(d[1], 21);
+    EXPECT_EQ(d[2], INT32_MAX);
+    for (const char *text :
+         {"", "\n", "10", "10\n20\n", "10 x", "10 -1", "10 99999999999999999999999999"})
+        EXPECT_FALSE(lyr::parse_distances(text, 2, d)) << text;
+}
+
+// The processors that workers are bound to, one after the other; "-": nowhere.
+std::string places(int workers, int caller, const char *policy) {
+    setenv("LYR_FFT_AFFINITY", policy, 1);
+    machine::current = caller;
+    lyr_fft_cleanup_threads();
+    lyr_fft_plan_with_nthreads(2);
+    unsetenv("LYR_FFT_AFFINITY");
+    std::string text;
+    for (int i = 0; i < workers; ++i) {
+        machine::bound.clear();
+        lyr::pin_new_worker(pthread_self());
+        text += (i ? " " : "") + (machine::bound.empty() ? "-" : list_of(machine::bound[0]));
+    }
+    return text;
+}
+
+TEST(topology, workers_on_one_node) {
+    const machine m({{0, "ff\n", "10\n"}});
+    EXPECT_EQ(places(8, 0, "CLOSE"), "0-7 0-7 0-7 0-7 0-7 0-7 0-7 -");
+    EXPECT_EQ(places(8, 0, "SPREAD"), "4 1,5 1,5 2,6 2,6 3,7 3,7 -");
+    EXPECT_EQ(places(8, 4, "spread"), "0 1,5 1,5 2,6 2,6 3,7 3,7 -");
+    // The caller's group of four begins with 4, which is added to the group of 5.
+    EXPECT_EQ(places(8, 5, "other"), "0 1,4 1,4 2,6 2,6 3,7 3,7 -");
+    EXPECT_EQ(places(8, 6, "SPREAD"), "0 1,4-5 1,4-5 1,4-5 2 3,7 3,7 -");
+    EXPECT_EQ(places(2, 0, "no"), "- -");
+    EXPECT_EQ(places(2, -1, "SPREAD"), "- -");
+    EXPECT_EQ(places(2, 500, "CLOSE"), "- -");
+    // Never a processor that the process may not use.
+    CPU_ZERO(&m.allowed);
+    CPU_SET(5, &m.allowed);
+    EXPECT_EQ(places(2, 5, "SPREAD"), "- -");
+    EXPECT_EQ(places(2, 5, "CLOSE"), "- -");
+    EXPECT_EQ(lyr::usable_processors(), 1);
+}
+
+TEST(topology, workers_on_two_processors) {
+    const machine m({{0, "3\n", "10\n"}});
+    EXPECT_EQ(places(2, 0, "SPREAD"), "1 -");
+    EXPECT_EQ(places(2, 1, "SPREAD"), "0 -");
+    EXPECT_EQ(places(2, 1, "CLOSE"), "0-1 -");
+}
+
+TEST(topology, workers_on_several_nodes) {
+    {
+        const machine near({{0, "f\n", "10 20\n"}, {1, "f0\n", "20 10\n"}});
+        EXPECT_EQ(places(8, 0, "SPREAD"), "4 1 5 2 6 3 7 -");
+        EXPECT_EQ(places(8, 5, "SPREAD"), "0 4 1 6 2 7 3 -");
+        EXPECT_EQ(places(8, 0, "CLOSE"), "0-3 0-3 0-3 4-7 4-7 4-7 4-7 -");
+        EXPECT_EQ(places(2, 5, "CLOSE"), "4-7 4-7");
+    }
+    {
+        const machine far({{0, "f\n", "10 21\n"}, {1, "f0\n", "21 10\n"}});
+        EXPECT_EQ(places(8, 0, "SPREAD"), "4 1 5 2 6 3 7 -");
+    }
+    {
+        // Of four nodes two are near: those fill first.
+        const machine four({{0, "3\n", "10 32 16 40\n"},
+                            {1, "c\n", "32 10 40 16\n"},
+                            {2, "30\n", "16 40 10 32\n"},
+                            {3, "c0\n", "40 16 32 10\n"}});
+        EXPECT_EQ(places(8, 0, "SPREAD"), "4 1 5 2 6 3 7 -");
+        EXPECT_EQ(places(8, 0, "CLOSE"), "0-1 4-5 4-5 2-3 2-3 6-7 6-7 -");
+        EXPECT_EQ(lyr::numa_node_count(), 4);
+    }
+}
+
+TEST(topology, any_machine) {
+    random_source random{11};
+    for (int i = 0; i < 200 / test_scale + 5; ++i) {
+        const int nodes = 1 + static_cast<int>(random.below(4)), size = 4 << random.below(4);
+        std::vector<machine::node> list;
+        for (int k = 0; k < nodes; ++k) {
+            std::string row;
+            for (int j = 0; j < nodes; ++j)
+                row += j == k ? "10 " : std::to_string(11 + (k + j) * 7 % 25) + " ";
+            list.push_back({k,
+                            std::string(static_cast<size_t>(size / 4), 'f') +
+                                std::string(static_cast<size_t>(k * size / 4), '0') + "\n",
+                            row + "\n"});
+        }
+        const machine m(list);
+        for (int cpu = 0; cpu < CPU_SETSIZE; ++cpu)
+            if (random.below(3) == 0) CPU_CLR(cpu, &m.allowed);
+        const int caller = static_cast<int>(random.below(nodes * size));
+        CPU_SET(caller, &m.allowed);
+        for (const char *policy : {"SPREAD", "CLOSE"}) {
+            SCOPED_TRACE(std::to_string(nodes) + " nodes of " + std::to_string(size) + ", caller " +
+                         std::to_string(caller) + ", " + policy);
+            places(0, caller, policy);
+            machine::bound.clear();
+            for (int k = 0; k < nodes * size + 3; ++k) lyr::pin_new_worker(pthread_self());
+            int usable = 0;
+            for (int cpu = 0; cpu < nodes * size; ++cpu) usable += CPU_ISSET(cpu, &m.allowed) != 0;
+            EXPECT_LT(static_cast<int>(machine::bound.size()), usable) << "one is the caller's";
+            for (const cpu_set_t &set : machine::bound) {
+                cpu_set_t inside;
+                CPU_AND(&inside, &set, &m.allowed);
+                EXPECT_TRUE(CPU_EQUAL(&inside, &set) && CPU_COUNT(&set) > 0) << list_of(set);
+                if (*policy == 'S') {
+                    EXPECT_FALSE(CPU_ISSET(caller, &set));
+                }
+            }
+        }
+    }
+}
+
+TEST(topology, thread_caps) {
+    struct example {
+        std::vector<machine::node> nodes;
+        int64_t cap;
+    };
+    const std::string low = digits(12, 'f'),
+                      high = "ffff" + std::string(8, 'f') + std::string(12, '0');
+    const example examples[] = {
+        {{{0, low, "10 20\n"}, {1, high, "20 10\n"}}, 48},
+        {{{0, low, "10\n"}}, 100},
+        {{{0, "7\n", "10 20\n"}, {1, "38\n", "20 10\n"}}, 100},  // an odd number
+        {{{0, "0\n", "10 20\n"}, {1, "3\n", "20 10\n"}}, 100},
+        {{{0, "3\n", "10 20 20\n"}, {1, "c\n", "20 10 20\n"}, {2, "30\n", "20 20 10\n"}}, 100},
+        {{{0, "3\n", "10 20 9 9\n"},
+          {1, "c\n", "9 10 9 9\n"},
+          {2, "30\n", "9 9 10 9\n"},
+          {3, "c0\n", "9 9 9 10\n"},
+          {4, "ff00\n", ""},
+          {17, "ff0000\n", ""}},
+         4},
+        {{{0, low, "10 20\n"}, {1, high, "20\n"}}, 100},  // a distance is missing
+    };
+    for (const example &e : examples) {
+        const machine m(e.nodes);
+        lyr_fft_plan_with_nthreads(2);
+        EXPECT_EQ(lyr::threads_for_plan(100), e.cap) << e.nodes[0].distance;
+        EXPECT_EQ(lyr::threads_for_plan(3), 3);
+        if (e.cap == 4) {
+            EXPECT_EQ(dealt_out("ocf512*16", 8), "4:4+4+4+4");
+        }
+    }
+}
+
+// Whatever is missing or garbled: nothing is bound, nothing breaks.
+TEST(topology, incomplete_machines) {
+    const std::vector<machine::node> machines[] = {
+        {},
+        {{0, "", "10\n"}},
+        {{0, "f\n", ""}},
+        {{0, "\n", "10\n"}},
+        {{0, "f\n", "ten\n"}},
+        {{0, "f\n", "10 20\n"}, {2, "f0\n", "20 10\n"}},  // node 1 is missing
+        {{4, "f\n", "10\n"}},
+        {{0, "0\n", "10\n"}},
+        {{0, digits(64, '0'), "10\n"}},
+    };
+    for (const auto &nodes : machines)
+        for (const char *policy : {"SPREAD", "CLOSE", "NO"}) {
+            const machine m(nodes);
+            EXPECT_EQ(places(3, 0, policy), "- - -") << (nodes.empty() ? "" : nodes[0].cpumap);
+            EXPECT_EQ(lyr::threads_for_plan(512), 512);
+        }
+    {
+        const machine m({{0, "f\n", "10\n"}});
+        machine::affinity_works = false;
+        EXPECT_EQ(places(3, 0, "SPREAD"), "- - -") << "the allowed processors are not known";
+        EXPECT_GE(lyr::usable_processors(), 1);
+    }
+    {
+        const machine gone({});
+        fs::remove_all(gone.folder);
+        EXPECT_EQ(places(2, 0, "SPREAD"), "- -");
+        EXPECT_EQ(lyr::numa_node_count(), 0);
+    }
+    {
+        // Memory for the distances is the only one that is taken.
+        const machine m({{0, "f\n", "10\n"}});
+        mallocs_until_failure = 0;
+        EXPECT_EQ(lyr::numa_node_count(), 1);
+        mallocs_until_failure = -1;
+    }
+}
+
+TEST(topology, policies) {
+    const machine m({{0, "f\n", "10\n"}});
+    const std::pair<const char *, int> examples[] = {
+        {nullptr, lyr::affinity_spread}, {"SPREAD", lyr::affinity_spread},
+        {"CLOSE", lyr::affinity_close},  {"close", lyr::affinity_close},
+        {"NO", lyr::affinity_none},      {"nO", lyr::affinity_none},
+        {"foo", lyr::affinity_spread},   {"", lyr::affinity_spread},
+        {"CLOSER", lyr::affinity_spread}};
+    for (const auto &[text, policy] : examples) {
+        EXPECT_EQ(lyr::affinity_from_text(text), policy);
+        if (text)
+            setenv("LYR_FFT_AFFINITY", text, 1);
+        else
+            unsetenv("LYR_FFT_AFFINITY");
+        lyr_fft_plan_with_nthreads(2);
+        EXPECT_EQ(lyr::affinity_policy_get(), policy);
+    }
+    unsetenv("LYR_FFT_AFFINITY");
+    lyr::affinity_set_once(lyr::affinity_close);
+    lyr::affinity_set_once(lyr::affinity_none);
+    EXPECT_EQ(lyr::affinity_policy_get(), lyr::affinity_close);
+}
+
+TEST(topology, first_plan_sets_the_policy) {
+    for (const auto &[text, policy] : {std::pair("ocf16384*2", lyr::affinity_spread),
+                                       std::pair("ocf512*8", lyr::affinity_close)}) {
+        const machine m({{0, "f\n", "10\n"}});
+        setenv("LYR_FFT_AFFINITY", "NO", 1);
+        for (const char *other : {"ocf64*4", text, "ocf512*8"}) {
+            lyr_fft_plan_with_nthreads(4);
+            const problem p = problem_of(other);
+            const buffers b = buffers_of(p);
+            const plan_holder holder(make_plan(p, b));
+            ASSERT_TRUE(holder.plan);
+            const bool first = other == text;
+            EXPECT_EQ(lyr::affinity_policy_get(), first ? policy : lyr::affinity_none) << other;
+            if (first) {
+                EXPECT_EQ(holder.plan->children[0].nthreads, 4 / holder.plan->nchildren);
+                break;
+            }
+        }
+        lyr_fft_plan_with_nthreads(4);
+        lyr::affinity_set_once(policy);
+        EXPECT_EQ(lyr::affinity_policy_get(), lyr::affinity_none) << "only once";
+        unsetenv("LYR_FFT_AFFINITY");
+    }
+}
+
+// ---- The pool -----------------------------------------------------------------------------------
+
+int64_t tasks_of_process() {
+    int64_t count = 0;
+    for ([[maybe_unused]] const auto &entry : fs::directory_iterator("/proc/self/task")) ++count;
+    return count;
+}
+
+// Threads end a moment after they said so.
+testing::AssertionResult comes_down_to(int64_t threads) {
+    for (int i = 0; i < 2000; ++i) {
+        if (tasks_of_process() <= threads) return testing::AssertionSuccess();
+        usleep(1000);
+    }
+    return testing::AssertionFailure() << tasks_of_process() << " threads, expected " << threads;
+}
+
+// Counts for every item how often it was done, and by which chunk.
+struct ledger {
+    int64_t n;
+    std::vector<std::atomic<int>> done;
+    std::vector<std::atomic<pthread_t>> by;
+
+    explicit ledger(int64_t items)
+        : n(items), done(static_cast<size_t>(items)), by(static_cast<size_t>(items)) {}
+
+    static void work(const pool_task *task) {
+        ledger &l = *static_cast<ledger *>(task->arg);
+        const int64_t first = task->index * task->chunk;
+        for (int64_t i = first; i < first + task->chunk && i < l.n; ++i) {
+            ++l.done[static_cast<size_t>(i)];
+            l.by[static_cast<size_t>(i)] = pthread_self();
+        }
+    }
+
+    int64_t times(int expected) const {
+        int64_t count = 0;
+        for (const auto &d : done) count += d == expected;
+        return count;
+    }
+};
+
+TEST(pool, runs_every_item_once) {
+    lyr_fft_cleanup_threads();
+    const int64_t before = tasks_of_process();
+    for (const int setting : {2, 49})  // workers that spin and workers that do not
+        for (const int64_t n : {0, 1, 2, 9, 10, 64, 100, 1000})
+            for (const int64_t threads : {1, 2, 4, 8, 60})
+                for (const int64_t align : {1, 8}) {
+                    lyr_fft_plan_with_nthreads(setting);
+                    ledger l(n);
+                    lyr::thread_pool_run(n, threads, align, ledger::work, &l);
+                    EXPECT_EQ(l.times(1), n) << threads << " threads";
+                    if (n > 0) {
+                        EXPECT_EQ(l.by.back(), pthread_self()) << "the caller does the last chunk";
+                    }
+                }
+    lyr_fft_cleanup_threads();
+    EXPECT_EQ(lyr::pool_worker_count(), 0);
+    EXPECT_TRUE(comes_down_to(before));
+}
+
+TEST(pool, makes_workers_when_needed) {
+    lyr_fft_cleanup_threads();
+    EXPECT_EQ(lyr_fft_init_threads(), 1);
+    EXPECT_EQ(lyr_fft_init_threads(), 1);
+    const auto workers_after = [](int64_t n, int64_t threads, int64_t align) {
+        ledger l(n);
+        lyr::thread_pool_run(n, threads, align, ledger::work, &l);
+        return lyr::pool_worker_count();
+    };
+    EXPECT_EQ(workers_after(8, 1, 1), 0);
+    EXPECT_EQ(workers_after(8, 8, 8), 0);
+    EXPECT_EQ(workers_after(10, 4, 1), 3);
+    EXPECT_EQ(workers_after(10, 2, 1), 3);
+    EXPECT_EQ(workers_after(100, 8, 8), 6);
+    EXPECT_EQ(workers_after(2000, 100000, 1), 499) << "chunks of 4";
+    EXPECT_EQ(workers_after(512, 100000, 1), 511);
+    lyr_fft_cleanup_threads();
+    EXPECT_EQ(lyr::pool_worker_count(), 0);
+    lyr_fft_cleanup_threads();
+}
+
+TEST(pool, nested_runs) {
+    const auto outer = [](const pool_task *task) {
+        ledger inner(50);
+        lyr::thread_pool_run(50, 3, 1, ledger::work, &inner);
+        if (inner.times(1) == 50) ++*static_cast<std::atomic<int> *>(task->arg);
+    };
+    std::atomic<int> right = 0;
+    for (int i = 0; i < 50; ++i) lyr::thread_pool_run(4, 4, 1, outer, &right);
+    EXPECT_EQ(right, 200);
+}
+
+TEST(pool, threads_that_cannot_be_made) {
+    for (const int setting : {4, 60})
+        for (int64_t successes = 0; successes < 7; ++successes) {
+            lyr_fft_cleanup_threads();
+            lyr_fft_plan_with_nthreads(setting);
+            threads_until_failure = successes;
+            for (int i = 0; i < 3; ++i) {
+                ledger l(70);
+                lyr::thread_pool_run(70, 7, 1, ledger::work, &l);
+                EXPECT_EQ(l.times(1), 70) << successes << " threads";
+            }
+            EXPECT_EQ(lyr::pool_worker_count(), std::min<int64_t>(successes, 6));
+            threads_until_failure = -1;
+        }
+    // With memory for some workers only, what was begun is finished and the rest is left.
+    for (int64_t successes = 0; successes < 8; ++successes) {
+        lyr_fft_cleanup_threads();
+        lyr_fft_plan_with_nthreads(7);
+        ledger l(70);
+        mallocs_until_failure = successes;
+        lyr::thread_pool_run(70, 7, 1, ledger::work, &l);
+        mallocs_until_failure = -1;
+        EXPECT_EQ(l.times(1), successes < 6 ? 10 * successes : 70);
+        EXPECT_EQ(l.times(1) + l.times(0), 70);
+        ledger again(70);
+        lyr::thread_pool_run(70, 7, 1, ledger::work, &again);
+        EXPECT_EQ(again.times(1), 70) << "afterwards";
+    }
+    lyr_fft_cleanup_threads();
+    EXPECT_EQ(lyr::pool_worker_count(), 0);
+}
+
+TEST(pool, interrupted_by_signals) {
+    static std::atomic<int64_t> interruptions = 0;
+    struct sigaction action = {}, before;
+    action.sa_handler = [](int) { ++interruptions; };  // without SA_RESTART
+    ASSERT_EQ(sigaction(SIGALRM, &action, &before), 0);
+    constexpr int interval = test_scale > 20 ? 5000 : 200;  // microseconds
+    const itimerval often = {{0, interval}, {0, interval}}, never = {};
+    setitimer(ITIMER_REAL, &often, nullptr);
+    for (const int setting : {3, 64})
+        for (int i = 0; i < 600 / test_scale + 20; ++i) {
+            lyr_fft_plan_with_nthreads(setting);
+            ledger l(64);
+            lyr::thread_pool_run(64, setting, 1, ledger::work, &l);
+            ASSERT_EQ(l.times(1), 64);
+            if (i % 10 == 0) lyr_fft_cleanup_threads();
+        }
+    setitimer(ITIMER_REAL, &never, nullptr);
+    sigaction(SIGALRM, &before, nullptr);
+    EXPECT_GT(interruptions, 10);
+}
+
+// Workers that have nothing to do sleep, and wake up again.
+TEST(pool, idle_workers_take_no_time) {
+    lyr_fft_cleanup_threads();
+    lyr_fft_plan_with_nthreads(4);
+    for (int i = 0; i < 3; ++i) {
+        ledger l(100);
+        lyr::thread_pool_run(100, 4, 1, ledger::work, &l);
+        EXPECT_EQ(l.times(1), 100);
+        usleep(50'000);
+        rusage start, end;
+        getrusage(RUSAGE_SELF, &start);
+        usleep(100'000);
+        getrusage(RUSAGE_SELF, &end);
+        const auto microseconds = [](const rusage &r) {
+            return (r.ru_utime.tv_sec + r.ru_stime.tv_sec) * 1'000'000 + r.ru_utime.tv_usec +
+                   r.ru_stime.tv_usec;
+        };
+        EXPECT_LT(microseconds(end) - microseconds(start), 10'000);
+    }
+}
+
+TEST(pool, workers_follow_the_caller) {
+    const machine m({{0, "ff\n", "10\n"}});
+    lyr_fft_plan_with_nthreads(3);
+    const auto run_on = [](int cpu) {
+        machine::current = cpu;
+        machine::bound.clear();
+        lyr::pool_refresh_placement();
+        ledger l(3);
+        lyr::thread_pool_run(3, 3, 1, ledger::work, &l);
+        EXPECT_EQ(l.times(1), 3);
+        std::string text;
+        for (const cpu_set_t &set : machine::bound) text += list_of(set) + " ";
+        return text;
+    };
+    EXPECT_EQ(run_on(0), "4 1,5 ");
+    EXPECT_EQ(run_on(0), "");
+    EXPECT_EQ(run_on(4), "0 1,5 ");
+    EXPECT_EQ(run_on(-1), "");
+    EXPECT_EQ(lyr::pool_worker_count(), 2);
+    machine::affinity_works = false;  // no reason not to run
+    EXPECT_EQ(run_on(6), "0 1,4-5 ");
+    lyr::pool_refresh_placement_at(7);
+    EXPECT_EQ(lyr::pool_worker_count(), 0);
+    setenv("LYR_FFT_AFFINITY", "NO", 1);
+    lyr_fft_plan_with_nthreads(3);
+    unsetenv("LYR_FFT_AFFINITY");
+    EXPECT_EQ(run_on(2), "");
+    EXPECT_EQ(run_on(3), "");
+    EXPECT_EQ(lyr::pool_worker_count(), 2);
+}
+
+// ---- Transforms ---------------------------------------------------------------------------------
+
+// All ways in which transforms come to use threads.
+constexpr const char *threaded_problems[] = {"ocf64*100",
+                                             "icb60*101",
+                                             "ocf37*200i",
+                                             "icf100*99i",
+                                             "ocf16*9*30",
+                                             "ocf1000*3",
+                                             "ocb1001*17",
+                                             "ocf41*64",
+                                             "ocf2048",
+                                             "icb4096",
+                                             "ocf65536",
+                                             "ocf40x50",
+                                             "icf64x64",
+                                             "ocb9x20x31",
+                                             "icf16x16x16",
+                                             "ocf30x40*7",
+                                             "oscf48x48",
+                                             "iscb20x30*5",
+                                             "ocf1000:1:1*1:5:5*7:1000:1000",
+                                             "ocf0*60:1:70*70:60:1",
+                                             "ocf12:7:8x7:1:1*50:84:100",
+                                             "ocf2053"};
+
+// Right, and the same bits from plan to plan and from run to run.
+void check_threaded(const char *text, int threads) {
+    SCOPED_TRACE(std::string(text) + " on " + std::to_string(threads) + " threads, " +
+                 lyr::active_table()->name);
+    const problem p = problem_of(text);
+    buffers first = buffers_of(p), again = buffers_of(p, true);
+    lyr_fft_plan_with_nthreads(threads);
+    const plan_holder a(make_plan(p, first)), b(make_plan(p, again));
+    lyr_fft_plan_with_nthreads(1);
+    ASSERT_TRUE(a.plan && b.plan);
+    const lyr_tools::verdict v = verify(p, first, a.plan, 1);
+    EXPECT_TRUE(v.ok) << v.damage << " error " << v.error.l2;
+    fill_buffers(p, 1, again);
+    execute_on(p, again, b.plan);
+    EXPECT_TRUE(same_outputs(p, first, again)) << "another plan, other bits";
+    fill_buffers(p, 1, again);
+    execute_on(p, again, a.plan);
+    EXPECT_TRUE(same_outputs(p, first, again)) << "another run, other bits";
+    EXPECT_EQ(check_buffers(p, again), "");
+}
+
+TEST(transforms, any_number_of_threads) {
+    for (const int threads : {2, 3, 4, 7, 8, 49, 64}) {
+        if (test_scale > 20 && threads > 7) continue;  // emulators crawl
+        for (const char *text : threaded_problems) check_threaded(text, threads);
+    }
+    for (const lyr::codelet_table *table : all_tables()) {
+        const with_table active(table);
+        for (const char *text : {"ocf16384", "icb64x64", "ocf60*100i"}) check_threaded(text, 3);
+    }
+    lyr_fft_cleanup_threads();
+}
+
+// The columns of the first pass, which has no stage list when its own transforms are long.
+TEST(transforms, rotated_batches) {
+    constexpr int64_t n1 = 16384, n2 = 37, row = 40;
+    std::vector<double> in(2 * n1 * n2), table(2 * n1 * n2), one(2 * n1 * row), many(2 * n1 * row);
+    random_source random{5};
+    for (double &x : in) x = random.uniform();
+    lyr::fill_rotation(table.data(), n1, n2, -1, lyr::active_table()->lanes);
+    for (const auto &[threads, out] : {std::pair(1, &one), std::pair(5, &many)}) {
+        lyr::plan p = {};
+        p.kind = kind_rotated_batch;
+        p.sign = -1;
+        p.split = -1;
+        p.rank = 1;
+        p.dims[0] = {n1, n2, row};
+        p.howmany_rank = 1;
+        p.howmany_dims[0] = {n2, 1, 1};
+        p.nthreads = threads;
+        p.in = in.data();
+        p.out = out->data();
+        p.aux = table.data();
+        p.aux_bytes = 16 * n1 * n2;
+        ASSERT_EQ(lyr::plan_solve(&p), 0);
+        p.execute_fn(&p, in.data(), out->data());
+        lyr::plan_clear(&p);
+    }
+    EXPECT_TRUE(one == many);
+}
+
+TEST(transforms, allocations_and_threads_fail) {
+    for (const char *text : {"ocf64*100", "ocf4096", "icf40x50"}) {
+        const problem p = problem_of(text);
+        buffers b = buffers_of(p);
+        for (int64_t successes = 0; successes < 4; ++successes) {
+            lyr_fft_cleanup_threads();
+            lyr_fft_plan_with_nthreads(4);
+            const plan_holder holder(make_plan(p, b));
+            ASSERT_TRUE(holder.plan);
+            threads_until_failure = successes;
+            const lyr_tools::verdict v = verify(p, b, holder.plan, 1);
+            threads_until_failure = -1;
+            EXPECT_TRUE(v.ok) << text << " with " << successes << " workers";
+        }
+    }
+    lyr_fft_plan_with_nthreads(1);
+}
+
+TEST(transforms, soak) {
+    const problem p = problem_of("ocf16*96");
+    const int64_t before = [] {
+        lyr_fft_cleanup_threads();
+        return tasks_of_process();
+    }();
+    buffers b = buffers_of(p);
+    random_source random{7};
+    constexpr int plans = 12;
+    constexpr int counts[plans] = {2, 3, 4, 5, 7, 8, 12, 16, 31, 48, 49, 64};
+    lyr_fft_plan plan[plans];
+    for (int k = 0; k < plans; ++k) {
+        lyr_fft_plan_with_nthreads(counts[k]);
+        plan[k] = make_plan(p, b);
+        ASSERT_TRUE(plan[k]);
+    }
+    for (int64_t i = 0; i < 100'000 / (test_scale * test_scale); ++i) {
+        // Mostly few threads: there may be few processors.
+        const int64_t k =
+            std::min(random.below(plans), std::min(random.below(plans), random.below(plans)));
+        lyr_fft_execute(plan[k]);
+        if (i % 5000 == 4999) lyr_fft_cleanup_threads();
+        if (random.below(1000) == 0) lyr_fft_plan_with_nthreads(counts[random.below(plans)]);
+    }
+    for (lyr_fft_plan one : plan) {
+        EXPECT_TRUE(verify(p, b, one, 1).ok);
+        lyr_fft_destroy_plan(one);
+    }
+    lyr_fft_plan_with_nthreads(1);
+    lyr_fft_cleanup_threads();
+    EXPECT_EQ(lyr::pool_worker_count(), 0);
+    EXPECT_TRUE(comes_down_to(before));
+}
+
+// Plans and runs with threads, over and over; counts what went right.
+void plan_and_run(const char *text, int rounds, std::atomic<int> &right) {
+    const problem p = problem_of(text);
+    buffers b = buffers_of(p);
+    for (int i = 0; i < rounds; ++i) {
+        lyr_fft_plan_with_nthreads(2 + i % 3);
+        const plan_holder holder(make_plan(p, b));
+        if (!holder.plan) continue;
+        bool ok = verify(p, b, holder.plan, 1).ok;
+        for (int k = 0; k < 3; ++k) lyr_fft_execute(holder.plan);
+        right += ok;
+    }
+}
+
+TEST(transforms, from_several_threads) {
+    constexpr const char *texts[] = {"ocf64*40", "icf2048", "ocf24x30", "oscf16x16*3"};
+    const int rounds = static_cast<int>(100 / test_scale) + 2;
+    std::atomic<int> right = 0;
+    std::vector<std::thread> threads;
+    for (const char *text : texts)
+        threads.emplace_back([&right, rounds, text] { plan_and_run(text, rounds, right); });
+    for (std::thread &t : threads) t.join();
+    EXPECT_EQ(right, 4 * rounds);
+    lyr_fft_plan_with_nthreads(1);
+    lyr_fft_cleanup_threads();
+    EXPECT_EQ(lyr::pool_worker_count(), 0);
+}
+
+TEST(transforms, pools_come_and_go) {
+    const problem p = problem_of("ocf64*40");
+    buffers b = buffers_of(p);
+    for (int i = 0; i < 200 / test_scale + 5; ++i) {
+        lyr_fft_plan_with_nthreads(2 + i % 4);
+        const plan_holder holder(make_plan(p, b));
+        ASSERT_TRUE(holder.plan && verify(p, b, holder.plan, 1).ok);
+        lyr_fft_cleanup_threads();
+        ASSERT_EQ(lyr::pool_worker_count(), 0);
+        if (i % 3 == 0) lyr_fft_execute(holder.plan);  // makes a pool again
+    }
+    lyr_fft_plan_with_nthreads(1);
+    lyr_fft_cleanup_threads();
+}
+
+#if !defined(__SANITIZE_THREAD__)  // which cannot follow a child that makes threads
+TEST(transforms, in_a_child_of_fork) {
+    const problem p = problem_of("ocf64*40");
+    buffers b = buffers_of(p);
+    lyr_fft_cleanup_threads();
+    lyr_fft_plan_with_nthreads(4);
+    const plan_holder parents(make_plan(p, b));
+    ASSERT_TRUE(parents.plan && verify(p, b, parents.plan, 1).ok);
+    // Another thread keeps the pool and its locks busy.
+    std::atomic<bool> stop = false;
+    std::thread other([&stop] {
+        std::atomic<int> right = 0;
+        while (!stop) plan_and_run("icf16x32", 1, right);
+    });
+    for (int i = 0; i < 40 / test_scale + 3; ++i) {
+        const pid_t child = fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            alarm(60);
+            const int64_t inherited = lyr::pool_worker_count();
+            const bool old_plan = verify(p, b, parents.plan, 1).ok;
+            lyr_fft_plan_with_nthreads(3);
+            const lyr_fft_plan plan = make_plan(p, b);
+            const bool new_plan = plan && verify(p, b, plan, 1).ok;
+            lyr_fft_destroy_plan(plan);
+            lyr_fft_cleanup_threads();
+            _exit(inherited == 0 && old_plan && new_plan && lyr::pool_worker_count() == 0 ? 0 : 1);
+        }
+        int status = -1;
+        ASSERT_EQ(waitpid(child, &status, 0), child);
+        ASSERT_EQ(status, 0) << "child " << i;
+        ASSERT_TRUE(verify(p, b, parents.plan, 1).ok) << "the parent goes on";
+    }
+    stop = true;
+    other.join();
+    lyr_fft_plan_with_nthreads(1);
+    lyr_fft_cleanup_threads();
+}
+#endif
+
+// Its code stays as long as the process, for the workers that run it.
+TEST(transforms, library_closed_under_its_workers) {
+    void *library = dlopen(LYRA_LIBRARY_FILE, RTLD_NOW | RTLD_LOCAL);
+    ASSERT_TRUE(library) << dlerror();
+    const auto symbol = [library](const char *name) { return dlsym(library, name); };
+    const auto set_threads = reinterpret_cast<decltype(&lyr_fft_plan_with_nthreads)>(
+        symbol("lyr_fft_plan_with_nthreads"));
+    const auto plan_2d =
+        reinterpret_cast<decltype(&lyr_fft_plan_dft_2d)>(symbol("lyr_fft_plan_dft_2d"));
+    const auto execute = reinterpret_cast<decltype(&lyr_fft_execute)>(symbol("lyr_fft_execute"));
+    const auto destroy =
+        reinterpret_cast<decltype(&lyr_fft_destroy_plan)>(symbol("lyr_fft_destroy_plan"));
+    ASSERT_TRUE(set_threads && plan_2d && execute && destroy);
+    std::vector<double> data(2 * 64 * 64);
+    set_threads(4);
+    const lyr_fft_plan plan =
+        plan_2d(64, 64, complexes(data.data()), complexes(data.data()), LYR_FFT_FORWARD, 0);
+    ASSERT_TRUE(plan);
+    execute(plan);
+    destroy(plan);
+    dlclose(library);
+    usleep(20'000);  // workers spin, sleep, and would by now run code that is gone
+    library = dlopen(LYRA_LIBRARY_FILE, RTLD_NOW | RTLD_LOCAL | RTLD_NOLOAD);
+    EXPECT_TRUE(library) << "unloaded";
+}
+
+}  // namespace
+}  // namespace lyr_test
