@@ -1,5 +1,6 @@
 #include "classes.h"
 
+#include <charconv>
 #include <sstream>
 
 namespace lyr_bench {
@@ -43,6 +44,12 @@ const std::vector<problem_class> &problem_classes() {
          "64x64 100x100 256x256 512x512 1000x1000 1024x1024 2048x2048"},
         {"3d-c2c", "three dimensions", true, "ocf",
          "32x32x32 64x64x64 100x100x100 128x128x128 256x256x256"},
+        {"threads2", "two threads", true, "ocf",
+         "262144 1048576 4194304 1024x1024 2048x2048 128x128x128 256*16384 1024*1024", 2},
+        {"threads2-more", "two threads, more shapes", false, "ocf",
+         "2048 4096 8192 16384 65536 64x64 256x256 512x512 1000x1000 32x32x32 64x64x64 "
+         "100x100x100 256x256x256 16*16384 64*4096 64*4096i 1000*1000 1000*1000i",
+         2},
     };
     return classes;
 }
@@ -57,8 +64,32 @@ const problem_class *find_class(std::string_view name) {
 std::vector<std::string> problems_of(const problem_class &c) {
     std::vector<std::string> problems;
     std::istringstream shapes(c.shapes);
-    for (std::string shape; shapes >> shape;) problems.push_back(c.prefix + shape);
+    const std::string threads = c.threads > 1 ? " t=" + std::to_string(c.threads) : "";
+    for (std::string shape; shapes >> shape;) problems.push_back(c.prefix + shape + threads);
     return problems;
+}
+
+bool read_problem(const std::string &text, int64_t max_bytes, bench_problem &what,
+                  std::string &error) {
+    constexpr int most_threads = 512;
+    const size_t blank = text.find(" t=");
+    what.threads = 1;
+    if (blank != std::string::npos) {
+        const char *number = text.data() + blank + 3, *end = text.data() + text.size();
+        const auto [stop, status] = std::from_chars(number, end, what.threads);
+        if (status != std::errc() || stop != end || what.threads < 1 ||
+            what.threads > most_threads) {
+            error = "bad number of threads in " + lyr_tools::in_quotes(text);
+            return false;
+        }
+    }
+    return lyr_tools::parse_problem(std::string_view(text).substr(0, blank), max_bytes, what.p,
+                                    error);
+}
+
+std::string name_of(const bench_problem &what) {
+    const std::string name = format_problem(what.p);
+    return what.threads > 1 ? name + " t=" + std::to_string(what.threads) : name;
 }
 
 }  // namespace lyr_bench

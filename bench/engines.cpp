@@ -16,8 +16,12 @@ fftw_complex *as_fftw_complex(double *x) {
 
 void forget_nothing() {}
 
-void *plan_lyra(const problem &p, const buffers &b) {
+void *plan_lyra(const problem &p, const buffers &b, int threads) {
+    lyr_fft_plan_with_nthreads(threads);
     return lyr_tools::make_plan(p, b);
+}
+void *plan_lyra_single(const problem &p, const buffers &b, int) {
+    return plan_lyra(p, b, 1);
 }
 void execute_lyra(void *plan) {
     lyr_fft_execute(static_cast<lyr_fft_plan>(plan));
@@ -39,7 +43,8 @@ fftw_iodim64 fftw_dimension(const lyr_fft_iodim64 &d) {
 // Complex-to-real and half-complex-to-real plans keep FFTW's default, which allows it to overwrite
 // the input: that is how it is fastest.
 template <unsigned flags>
-void *plan_fftw(const problem &p, const buffers &b) {
+void *plan_fftw(const problem &p, const buffers &b, int threads) {
+    fftw_plan_with_nthreads(threads);
     double *in = b.in[0];
     double *out = b.out[0];
     fftw_iodim64 dims[lyr_tools::max_rank] = {};
@@ -87,7 +92,8 @@ void destroy_fftw(void *plan) {
 
 }  // namespace
 
-std::vector<engine> engines(bool with_patient) {
+std::vector<engine> engines(bool with_patient, bool with_single) {
+    fftw_init_threads();
     std::vector<engine> list = {
         {"lyra", true, forget_nothing, plan_lyra, execute_lyra, destroy_lyra},
         {"estimate", true, fftw_forget_wisdom, plan_fftw<FFTW_ESTIMATE>, execute_fftw,
@@ -98,6 +104,9 @@ std::vector<engine> engines(bool with_patient) {
         list.push_back({"patient", false, fftw_forget_wisdom, plan_fftw<FFTW_PATIENT>, execute_fftw,
                         destroy_fftw});
     }
+    if (with_single)
+        list.push_back(
+            {"single", true, forget_nothing, plan_lyra_single, execute_lyra, destroy_lyra});
     return list;
 }
 

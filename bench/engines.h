@@ -17,14 +17,16 @@ struct engine {
     bool plans_at_once;
     // Make the next plan start from nothing that earlier plans found out.
     void (*forget)();
-    // A plan for a problem on its arrays, which planning may overwrite. Null: refused.
-    void *(*plan)(const problem &p, const buffers &b);
+    // A plan for a problem on its arrays, which planning may overwrite, and so many threads. Null:
+    // refused.
+    void *(*plan)(const problem &p, const buffers &b, int threads);
     void (*execute)(void *plan);
     void (*destroy)(void *plan);
 };
 
-// This library first, then FFTW estimate and measure, and FFTW patient on request.
-std::vector<engine> engines(bool with_patient);
+// This library first, then FFTW estimate and measure, FFTW patient on request, and, for problems on
+// several threads, this library on a single one.
+std::vector<engine> engines(bool with_patient, bool with_single);
 
 // Limit the time that FFTW may spend on one plan.
 void limit_planning(double seconds);

@@ -41,7 +41,7 @@ struct options {
 struct job {
     std::string class_name;
     std::string title;
-    std::vector<problem> problems;
+    std::vector<bench_problem> problems;
 };
 
 int bad_input(const std::string &message) {
@@ -50,10 +50,6 @@ int bad_input(const std::string &message) {
 }
 
 // ---- What to measure ----------------------------------------------------------------------------
-
-bool read_problem(const std::string &text, problem &p, std::string &error) {
-    return lyr_tools::parse_problem(text, most_bytes, p, error);
-}
 
 // Turn names of classes and problems into jobs. Problems named directly form a job of their own.
 bool make_jobs(const options &o, std::vector<job> &jobs, std::string &error) {
@@ -64,8 +60,8 @@ bool make_jobs(const options &o, std::vector<job> &jobs, std::string &error) {
             classes.push_back(c);
             continue;
         }
-        problem p;
-        if (!read_problem(name, p, error)) {
+        bench_problem p;
+        if (!read_problem(name, most_bytes, p, error)) {
             error = "no such class, and " + error;
             return false;
         }
@@ -78,8 +74,8 @@ bool make_jobs(const options &o, std::vector<job> &jobs, std::string &error) {
     for (const problem_class *c : classes) {
         job j{c->name, c->title, {}};
         for (const std::string &text : problems_of(*c)) {
-            problem p;
-            if (!read_problem(text, p, error)) {
+            bench_problem p;
+            if (!read_problem(text, most_bytes, p, error)) {
                 error = std::string(c->name) + ": " + text + ": " + error;
                 return false;
             }
@@ -90,8 +86,8 @@ bool make_jobs(const options &o, std::vector<job> &jobs, std::string &error) {
     if (!direct.problems.empty()) jobs.push_back(std::move(direct));
 
     for (job &j : jobs) {
-        std::erase_if(j.problems, [&](const problem &p) {
-            return lyr_tools::point_count(p) * lyr_tools::batch_count(p) > o.most_points;
+        std::erase_if(j.problems, [&](const bench_problem &what) {
+            return lyr_tools::point_count(what.p) * lyr_tools::batch_count(what.p) > o.most_points;
         });
     }
     std::erase_if(jobs, [](const job &j) { return j.problems.empty(); });
@@ -148,7 +144,7 @@ std::vector<fact> facts(int argc, char **argv) {
         {"lyra", std::string(version.library_version) + ", target " + lyr::active_target()},
         {"fftw", fftw_description()},
         {"compiler", compiler},
-        {"threads", "1"},
+        {"threads", "1, others where t= says so"},
         {"command", command},
     };
 }
@@ -303,12 +299,14 @@ int run(const options &o, int argc, char **argv) {
                 "executions\trepetitions\n");
     }
 
-    const std::vector<engine> list = engines(o.patient);
     bool all_right = true;
     for (const job &j : jobs) {
+        const bool threaded = std::any_of(j.problems.begin(), j.problems.end(),
+                                          [](const bench_problem &p) { return p.threads > 1; });
+        const std::vector<engine> list = engines(o.patient, threaded);
         print_heading(j, list);
         std::vector<measurement> done;
-        for (const problem &p : j.problems) {
+        for (const bench_problem &p : j.problems) {
             measurement m = measure(p, list, o.measuring);
             print_row(m);
             if (file) write_rows(file, j, list, m);
@@ -334,11 +332,13 @@ int main(int argc, char **argv) {
     options o;
     CLI::App app{
         "Times of this library and FFTW (estimate, measure), side by side: execution, planning, "
-        "and the ratio lyra / measure. One thread."};
+        "and the ratio lyra / measure. One thread, or as many as a problem asks for; \"single\" is "
+        "then this library on one."};
     app.option_defaults()->always_capture_default();
-    app.add_option("name", o.names,
-                   "classes (see --list) or problems such as ocf1024 or icf60x48; without a name, "
-                   "all usual classes");
+    app.add_option(
+        "name", o.names,
+        "classes (see --list) or problems such as ocf1024, icf60x48 or 'ocf512x512 t=2'; "
+        "without a name, all usual classes");
     app.add_flag("--list", o.list, "list the classes and their problems");
     app.add_option("--output", o.output, "also write all figures to this file, as a TSV table");
     app.add_flag("--patient", o.patient, "FFTW patient as well (slow to plan)");

@@ -43,6 +43,7 @@ double seconds_since(clock::time_point start) {
 // A problem's arrays and the plans on them. plans[e] belongs to engine e; null: refused.
 struct bench_state {
     const problem *p = nullptr;
+    int threads = 1;
     buffers arrays;
     std::vector<double>
         source[2];  // what the input is put back from; empty when nothing changes it
@@ -61,7 +62,7 @@ double planning_time(const engine &e, const bench_state &s) {
     for (int i = 0; i < most_plans && (i < least_plans || total < enough_seconds); ++i) {
         e.forget();
         const clock::time_point start = clock::now();
-        void *plan = e.plan(*s.p, s.arrays);
+        void *plan = e.plan(*s.p, s.arrays, s.threads);
         const double seconds = seconds_since(start);
         if (!plan) return 0;
         e.destroy(plan);
@@ -82,7 +83,7 @@ void make_plans(const std::vector<engine> &list, const measure_options &options,
     for (size_t e = 0; e < list.size(); ++e) {
         list[e].forget();
         const clock::time_point start = clock::now();
-        s.plans[e] = list[e].plan(*s.p, s.arrays);
+        s.plans[e] = list[e].plan(*s.p, s.arrays, s.threads);
         const double seconds = seconds_since(start);
         m.times[e].refused = !s.plans[e];
         if (list[e].plans_at_once || !s.plans[e]) continue;
@@ -237,16 +238,18 @@ void time_plans(const std::vector<engine> &list, const measure_options &options,
 
 }  // namespace
 
-measurement measure(const problem &p, const std::vector<engine> &list,
+measurement measure(const bench_problem &what, const std::vector<engine> &list,
                     const measure_options &options) {
+    const problem &p = what.p;
     measurement m;
-    m.name = lyr_tools::format_problem(p);
+    m.name = name_of(what);
     m.points = lyr_tools::point_count(p);
     m.batch = lyr_tools::batch_count(p);
     m.times.resize(list.size());
 
     bench_state s;
     s.p = &p;
+    s.threads = what.threads;
     s.plans.resize(list.size());
     if (!lyr_tools::make_buffers(p, {.seed = seed}, s.arrays, m.failure)) return m;
     make_plans(list, options, s, m);

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "classes.h"
 #include "engines.h"
 
 namespace lyr_bench {
@@ -39,7 +40,7 @@ struct measurement {
 
 // Plan a problem with every engine, compare their results with each other, and time those that
 // did not refuse. Results that differ or damaged arrays are a failure: nothing is timed then.
-measurement measure(const problem &p, const std::vector<engine> &list,
+measurement measure(const bench_problem &what, const std::vector<engine> &list,
                     const measure_options &options);
 
 }  // namespace lyr_bench
