@@ -30,3 +30,9 @@ LYR_EMULATED __m512d lyr_emulated_fmaddsub(__m512d a, __m512d b, __m512d c) {
                            simde_mm512_extractf64x4_pd(c, 1));
     return simde_mm512_insertf64x4(simde_mm512_castpd256_pd512(low), high, 1);
 }
+
+#undef _mm512_fmsubadd_pd
+#define _mm512_fmsubadd_pd lyr_emulated_fmsubadd
+LYR_EMULATED __m512d lyr_emulated_fmsubadd(__m512d a, __m512d b, __m512d c) {
+    return lyr_emulated_fmaddsub(a, b, simde_mm512_sub_pd(simde_mm512_set1_pd(-0.0), c));
+}

@@ -94,6 +94,8 @@ struct split_set {
     void (*part)(double *re, double *im, const double *in, int64_t n);
 };
 
+struct real_pass_set;  // codelets/real_pass.h
+
 inline constexpr int max_radix = 37;
 
 // Everything one vector target provides.
@@ -107,6 +109,7 @@ struct codelet_table {
     const codelet_set *sets[2][max_radix];  // [0 forward, 1 backward][length - 1], null: none
     product_set products;
     split_set splits;
+    const real_pass_set *real_passes;
 };
 
 // The table in use, chosen when the library is loaded.

@@ -97,11 +97,9 @@ void part(double *re, double *im, const double *in, int64_t n) {
 
 }  // namespace
 
+extern const real_pass_set real_passes;
 extern const codelet_table table;
-const codelet_table table = {LYR_TEXT(LYR_ISA),
-                             vec::lanes,
-                             {LYR_ROW(forward), LYR_ROW(backward)},
-                             {elements, rows},
-                             {join, part}};
+const codelet_table table = {LYR_TEXT(LYR_ISA), vec::lanes,   {LYR_ROW(forward), LYR_ROW(backward)},
+                             {elements, rows},  {join, part}, &real_passes};
 
 }  // namespace lyr::LYR_ISA

@@ -33,6 +33,8 @@ int solve_problem_c2c_1d_bluestein(plan *p);
 int solve_problem_c2c_1d_large(plan *p);
 int solve_problem_dft_direct(plan *p);
 int solve_problem_c2c_1d(plan *p);
+int solve_problem_r2c_1d(plan *p);
+int solve_problem_c2r_1d(plan *p);
 int solve_problem_multidimension(plan *p);
 int solve_problem_rearrange_outplace(plan *p);
 int solve_problem_dft_many_transpose_rotate(plan *p);

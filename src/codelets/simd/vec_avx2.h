@@ -64,6 +64,29 @@ LYR_INLINE vec1 sub_i(vec1 a, vec1 b) {
 LYR_INLINE vec1 cmul(vec1 a, vec1::tw w) {
     return {_mm_fmaddsub_pd(a.v, w.re, _mm_mul_pd(swapped(a), w.im))};
 }
+LYR_INLINE vec1 reversed(vec1 a) {
+    return a;
+}
+LYR_INLINE vec1 add_conj(vec1 a, vec1 b) {
+    return {_mm_fmadd_pd(b.v, _mm_setr_pd(1, -1), a.v)};
+}
+LYR_INLINE vec1 sub_conj(vec1 a, vec1 b) {
+    return {_mm_fmadd_pd(b.v, _mm_setr_pd(-1, 1), a.v)};
+}
+LYR_INLINE vec1 scale_conj(vec1 a, double s) {
+    return {_mm_mul_pd(a.v, _mm_setr_pd(s, -s))};
+}
+// The rotation by a right angle costs nothing: the parts of w change places.
+LYR_INLINE void twist(vec1 e, vec1 d, vec1::tw w, vec1 &a, vec1 &b) {
+    const vec1 u = {_mm_fmsubadd_pd(d.v, w.im, _mm_mul_pd(swapped(d), w.re))};
+    a = e + u;
+    b = e - u;
+}
+LYR_INLINE void twist_back(vec1 e, vec1 d, vec1::tw w, vec1 &a, vec1 &b) {
+    const vec1 u = {_mm_fmaddsub_pd(d.v, w.im, _mm_mul_pd(swapped(d), w.re))};
+    a = e + u;
+    b = e - u;
+}
 
 struct vec2 {
     static constexpr int lanes = 2;
@@ -137,6 +160,29 @@ LYR_INLINE vec2 sub_i(vec2 a, vec2 b) {
 }
 LYR_INLINE vec2 cmul(vec2 a, vec2::tw w) {
     return {_mm256_fmaddsub_pd(a.v, w.re, _mm256_mul_pd(swapped(a), w.im))};
+}
+LYR_INLINE vec2 reversed(vec2 a) {
+    return {_mm256_permute2f128_pd(a.v, a.v, 1)};
+}
+LYR_INLINE vec2 add_conj(vec2 a, vec2 b) {
+    return {_mm256_fmadd_pd(b.v, _mm256_setr_pd(1, -1, 1, -1), a.v)};
+}
+LYR_INLINE vec2 sub_conj(vec2 a, vec2 b) {
+    return {_mm256_fmadd_pd(b.v, _mm256_setr_pd(-1, 1, -1, 1), a.v)};
+}
+LYR_INLINE vec2 scale_conj(vec2 a, double s) {
+    return {_mm256_mul_pd(a.v, _mm256_setr_pd(s, -s, s, -s))};
+}
+// The rotation by a right angle costs nothing: the parts of w change places.
+LYR_INLINE void twist(vec2 e, vec2 d, vec2::tw w, vec2 &a, vec2 &b) {
+    const vec2 u = {_mm256_fmsubadd_pd(d.v, w.im, _mm256_mul_pd(swapped(d), w.re))};
+    a = e + u;
+    b = e - u;
+}
+LYR_INLINE void twist_back(vec2 e, vec2 d, vec2::tw w, vec2 &a, vec2 &b) {
+    const vec2 u = {_mm256_fmaddsub_pd(d.v, w.im, _mm256_mul_pd(swapped(d), w.re))};
+    a = e + u;
+    b = e - u;
 }
 
 constexpr int accesses_per_pointer = 4;

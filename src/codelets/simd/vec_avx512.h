@@ -88,6 +88,29 @@ LYR_INLINE vec4 sub_i(vec4 a, vec4 b) {
 LYR_INLINE vec4 cmul(vec4 a, vec4::tw w) {
     return {_mm512_fmaddsub_pd(a.v, w.re, _mm512_mul_pd(swapped(a), w.im))};
 }
+LYR_INLINE vec4 reversed(vec4 a) {
+    return {_mm512_permutexvar_pd(_mm512_setr_epi64(6, 7, 4, 5, 2, 3, 0, 1), a.v)};
+}
+LYR_INLINE vec4 add_conj(vec4 a, vec4 b) {
+    return {_mm512_fmadd_pd(b.v, _mm512_setr_pd(1, -1, 1, -1, 1, -1, 1, -1), a.v)};
+}
+LYR_INLINE vec4 sub_conj(vec4 a, vec4 b) {
+    return {_mm512_fmadd_pd(b.v, _mm512_setr_pd(-1, 1, -1, 1, -1, 1, -1, 1), a.v)};
+}
+LYR_INLINE vec4 scale_conj(vec4 a, double s) {
+    return {_mm512_mul_pd(a.v, _mm512_setr_pd(s, -s, s, -s, s, -s, s, -s))};
+}
+// The rotation by a right angle costs nothing: the parts of w change places.
+LYR_INLINE void twist(vec4 e, vec4 d, vec4::tw w, vec4 &a, vec4 &b) {
+    const vec4 u = {_mm512_fmsubadd_pd(d.v, w.im, _mm512_mul_pd(swapped(d), w.re))};
+    a = e + u;
+    b = e - u;
+}
+LYR_INLINE void twist_back(vec4 e, vec4 d, vec4::tw w, vec4 &a, vec4 &b) {
+    const vec4 u = {_mm512_fmaddsub_pd(d.v, w.im, _mm512_mul_pd(swapped(d), w.re))};
+    a = e + u;
+    b = e - u;
+}
 
 }  // namespace
 }  // namespace lyr::LYR_ISA

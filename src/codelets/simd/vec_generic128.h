@@ -69,6 +69,28 @@ LYR_INLINE vec1 cmul(vec1 a, vec1 w) {
     const double2 im = __builtin_shufflevector(w.v, w.v, 1, 1) * double2{-1.0, 1.0};
     return {a.v * re + swapped(a) * im};
 }
+LYR_INLINE vec1 reversed(vec1 a) {
+    return a;
+}
+LYR_INLINE vec1 add_conj(vec1 a, vec1 b) {
+    return {a.v + b.v * double2{1, -1}};
+}
+LYR_INLINE vec1 sub_conj(vec1 a, vec1 b) {
+    return {a.v - b.v * double2{1, -1}};
+}
+LYR_INLINE vec1 scale_conj(vec1 a, double s) {
+    return {a.v * double2{s, -s}};
+}
+LYR_INLINE void twist(vec1 e, vec1 d, vec1 w, vec1 &a, vec1 &b) {
+    const vec1 t = cmul(d, w);
+    a = sub_i(e, t);
+    b = add_i(e, t);
+}
+LYR_INLINE void twist_back(vec1 e, vec1 d, vec1 w, vec1 &a, vec1 &b) {
+    const vec1 t = cmul(d, scale_conj(w, 1));
+    a = add_i(e, t);
+    b = sub_i(e, t);
+}
 
 }  // namespace
 }  // namespace lyr::LYR_ISA

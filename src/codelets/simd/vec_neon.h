@@ -59,6 +59,28 @@ LYR_INLINE vec1 fma_i(vec1 a, vec1 b, double s) {
 LYR_INLINE vec1 cmul(vec1 a, vec1 w) {
     return {vcmlaq_rot90_f64(vmulq_laneq_f64(a.v, w.v, 0), w.v, a.v)};
 }
+LYR_INLINE vec1 reversed(vec1 a) {
+    return a;
+}
+LYR_INLINE vec1 add_conj(vec1 a, vec1 b) {
+    return {vfmaq_f64(a.v, b.v, float64x2_t{1, -1})};
+}
+LYR_INLINE vec1 sub_conj(vec1 a, vec1 b) {
+    return {vfmsq_f64(a.v, b.v, float64x2_t{1, -1})};
+}
+LYR_INLINE vec1 scale_conj(vec1 a, double s) {
+    return {vmulq_f64(a.v, float64x2_t{s, -s})};
+}
+LYR_INLINE void twist(vec1 e, vec1 d, vec1 w, vec1 &a, vec1 &b) {
+    const vec1 t = cmul(d, w);
+    a = sub_i(e, t);
+    b = add_i(e, t);
+}
+LYR_INLINE void twist_back(vec1 e, vec1 d, vec1 w, vec1 &a, vec1 &b) {
+    const vec1 t = {vcmlaq_rot270_f64(vmulq_laneq_f64(d.v, w.v, 0), w.v, d.v)};
+    a = add_i(e, t);
+    b = sub_i(e, t);
+}
 
 }  // namespace
 }  // namespace lyr::LYR_ISA

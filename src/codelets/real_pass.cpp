@@ -1,0 +1,98 @@
+// The passes of real data (real_pass.h): lanes run along k upwards in one half of the array and
+// downwards in the other.
+#include "codelets/real_pass.h"
+
+#include LYR_ISA_HEADER
+
+namespace lyr::LYR_ISA {
+
+namespace {
+
+enum class direction { forward, backward };
+
+// a, b: inputs k and h-k; become the outputs k and h-k.
+template <direction D, class V>
+LYR_INLINE void mirror_butterfly(V &a, V &b, typename V::tw w) {
+    const V e = add_conj(a, b), d = sub_conj(a, b);
+    if constexpr (D == direction::forward) {
+        twist(e, d, w, a, b);
+        a = scale(a, 0.5);
+        b = scale_conj(b, 0.5);
+    } else {
+        twist_back(e, d, w, a, b);
+        b = scale_conj(b, 1.0);
+    }
+}
+
+// Vectors from k upwards; returns the first k that is left. One operation reads all that it writes,
+// so that the last vector may meet its mirror image.
+template <direction D, class V>
+LYR_INLINE int64_t unit_run(const real_pass &w, const double *in, double *out, int64_t k) {
+    constexpr int64_t W = V::lanes;
+    for (; k + W - 1 <= w.last; k += W) {
+        const int64_t low = 2 * k, high = 2 * (w.h - k - W + 1);
+        V a = V::load(in + low), b = reversed(V::load(in + high));
+        mirror_butterfly<D>(a, b, V::tw_plain(w.twiddles + 2 * (k - 1)));
+        a.store(out + low);
+        reversed(b).store(out + high);
+    }
+    return k;
+}
+
+template <direction D, class V>
+LYR_INLINE int64_t strided_run(const real_pass &w, const double *in, double *out, int64_t k) {
+    constexpr int64_t W = V::lanes;
+    const int64_t is = 2 * w.in_step, os = 2 * w.out_step;
+    for (; k + W - 1 <= w.last; k += W) {
+        V a = V::gather(in + k * is, is), b = V::gather(in + (w.h - k) * is, -is);
+        mirror_butterfly<D>(a, b, V::tw_plain(w.twiddles + 2 * (k - 1)));
+        a.scatter(out + k * os, os);
+        b.scatter(out + (w.h - k) * os, -os);
+    }
+    return k;
+}
+
+template <direction D>
+void pass(const real_pass &w, const double *in, double *out) {
+    int64_t k = w.first;
+    if (w.in_step == 1 && w.out_step == 1) {
+        k = unit_run<D, vec>(w, in, out, k);
+        if constexpr (vec::lanes > 1) unit_run<D, vec1>(w, in, out, k);
+    } else {
+        k = strided_run<D, vec>(w, in, out, k);
+        if constexpr (vec::lanes > 1) strided_run<D, vec1>(w, in, out, k);
+    }
+}
+
+template <direction D, class V>
+LYR_INLINE int64_t row_run(const double *in_a, const double *in_b, double *out_a, double *out_b,
+                           typename V::tw w, int64_t j, int64_t width) {
+    for (; j + V::lanes <= width; j += V::lanes) {
+        V a = V::load(in_a + 2 * j), b = V::load(in_b + 2 * j);
+        mirror_butterfly<D>(a, b, w);
+        a.store(out_a + 2 * j);
+        b.store(out_b + 2 * j);
+    }
+    return j;
+}
+
+template <direction D>
+void pass_rows(const real_pass &w, const double *in, double *out) {
+    for (int64_t k = w.first; k <= w.last; ++k) {
+        const double *in_a = in + 2 * k * w.in_step, *in_b = in + 2 * (w.h - k) * w.in_step;
+        double *out_a = out + 2 * k * w.out_step, *out_b = out + 2 * (w.h - k) * w.out_step;
+        const double *re = w.twiddles + 2 * (k - 1), *im = re + 1;
+        const int64_t j =
+            row_run<D, vec>(in_a, in_b, out_a, out_b, vec::tw_one(re, im), 0, w.width);
+        if constexpr (vec::lanes > 1)
+            row_run<D, vec1>(in_a, in_b, out_a, out_b, vec1::tw_one(re, im), j, w.width);
+    }
+}
+
+}  // namespace
+
+extern const real_pass_set real_passes;
+const real_pass_set real_passes = {pass<direction::forward>, pass<direction::backward>,
+                                   pass_rows<direction::forward>, pass_rows<direction::backward>};
+
+}  // namespace lyr::LYR_ISA

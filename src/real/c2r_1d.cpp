@@ -1,0 +1,67 @@
+// One transform of n/2+1 complex numbers to n real ones (real/half_size.h). For an even count the
+// spectra of the even and the odd samples are taken apart and transformed together, as the real and
+// the imaginary parts of one result. The input is only read.
+#include "planner/registry.h"
+#include "real/half_size.h"
+
+namespace lyr {
+
+namespace {
+
+// z: h contiguous complex numbers for the child; it may be `in` when is = 1.
+void begin(const plan *p, const double *in, int64_t is, double *z) {
+    const int64_t h = p->dims[0].n / 2;
+    const double first = in[0], last = in[2 * h * is];
+    run_real_pass(p, in, is, z, 1, 1, h / 2);
+    z[0] = first + last;
+    z[1] = first - last;
+}
+
+void execute_1d_c2r(plan *p, double *in, double *out) {
+    plan *child = p->children;
+    begin(p, in, 1, out);
+    child->execute_fn(child, out, out);
+}
+
+void execute_1d_c2r_discrete(plan *p, double *in, double *out) {
+    plan *child = p->children;
+    double *work = static_cast<double *>(p->work);
+    const auto [n, is, os] = p->dims[0];
+    begin(p, in, is, work);
+    child->execute_fn(child, work, work);
+    for (int64_t j = 0; j < n; ++j) out[j * os] = work[j];
+}
+
+// The imaginary part of the first number counts for nothing; not even its rounding errors, or that
+// it may be infinite.
+void execute_1d_c2r_odd(plan *p, double *in, double *out) {
+    plan *child = p->children;
+    double *work = static_cast<double *>(p->work);
+    const auto [n, is, os] = p->dims[0];
+    work[0] = in[0];
+    work[1] = 0;
+    for (int64_t k = 1; k <= n / 2; ++k) {
+        const double re = in[2 * k * is], im = in[2 * k * is + 1];
+        work[2 * k] = work[2 * (n - k)] = re;
+        work[2 * k + 1] = im;
+        work[2 * (n - k) + 1] = -im;
+    }
+    child->execute_fn(child, work, work);
+    for (int64_t j = 0; j < n; ++j) out[j * os] = work[2 * j];
+}
+
+constexpr real_executors executors = {
+    execute_1d_c2r,   execute_1d_c2r_discrete,   execute_1d_c2r_odd,
+    "execute_1d_c2r", "execute_1d_c2r_discrete", "execute_1d_c2r_odd"};
+
+}  // namespace
+
+int solve_problem_c2r_1d(plan *p) {
+    if (p->split == 1) return -1;
+    if (p->kind != kind_c2r) return -1;
+    if (p->howmany_rank != 0) return -1;
+    if (p->rank != 1) return -1;
+    return build_half_size(p, executors);
+}
+
+}  // namespace lyr

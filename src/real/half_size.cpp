@@ -1,0 +1,85 @@
+#include "real/half_size.h"
+
+#include <cstring>
+
+#include "api/memory.h"
+#include "codelets/codelet.h"
+#include "dft/twiddle.h"
+
+namespace lyr {
+
+namespace {
+
+// n complex numbers; false without memory.
+bool allocate_work(plan *p, int64_t n) {
+    const uint64_t bytes = static_cast<uint64_t>(n) * 16;
+    p->work = aligned_alloc_zero(bytes);
+    if (p->work) p->work_bytes = bytes;
+    return p->work != nullptr;
+}
+
+bool allocate_twiddles(plan *p, int64_t h) {
+    const uint64_t bytes = static_cast<uint64_t>(h) * 16;
+    p->aux = aligned_alloc_zero(bytes);
+    if (!p->aux) return false;
+    p->aux_bytes = bytes;
+    p->aux_owned = 1;
+    fill_pass_twiddles(static_cast<double *>(p->aux), h);
+    return true;
+}
+
+int make_complex_child(plan *p, int64_t n, double *in, double *out) {
+    p->nchildren = 1;
+    p->children = plan_alloc_children(1);
+    if (!p->children) return -1;
+    plan *child = p->children;
+    plan_copy_problem(child, p);
+    child->kind = kind_complex;
+    child->dims[0] = {n, 1, 1};
+    child->in = in;
+    child->out = out;
+    return plan_solve(child);
+}
+
+}  // namespace
+
+void fill_pass_twiddles(double *twiddles, int64_t h) {
+    const int64_t count = (h + 1) / 2;
+    if (h < 2) return;
+    root_source roots;
+    root_source_init(&roots, 2 * h, count);
+    fill_roots(twiddles, 1, &roots, 1, 1, count, -1);
+    root_source_release(&roots);
+}
+
+int build_half_size(plan *p, const real_executors &executors) {
+    const int64_t n = p->dims[0].n;
+    if (n % 2 != 0) {
+        p->execute_fn = executors.odd;
+        p->execute_name = executors.odd_name;
+        if (!allocate_work(p, n)) return -1;
+        double *work = static_cast<double *>(p->work);
+        return make_complex_child(p, n, work, work);
+    }
+    const int64_t h = n / 2;
+    const real_pass_set *passes = active_table()->real_passes;
+    memcpy(p->solver_words, &passes, sizeof passes);
+    p->execute_fn = unit_strides(p) ? executors.unit : executors.discrete;
+    p->execute_name = unit_strides(p) ? executors.unit_name : executors.discrete_name;
+    if (!unit_strides(p) && !allocate_work(p, h)) return -1;
+    if (!allocate_twiddles(p, h)) return -1;
+    double *to = unit_strides(p) ? p->out : static_cast<double *>(p->work);
+    double *from = unit_strides(p) && p->kind == kind_r2c ? p->in : to;
+    return make_complex_child(p, h, from, to);
+}
+
+void run_real_pass(const plan *p, const double *in, int64_t in_step, double *out, int64_t out_step,
+                   int64_t first, int64_t last) {
+    const real_pass_set *passes;
+    memcpy(&passes, p->solver_words, sizeof passes);
+    const real_pass w = {p->dims[0].n / 2, first,    last,
+                         in_step,          out_step, static_cast<const double *>(p->aux)};
+    (p->kind == kind_r2c ? passes->forward : passes->backward)(w, in, out);
+}
+
+}  // namespace lyr

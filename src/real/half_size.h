@@ -1,0 +1,34 @@
+// What the transforms between real and complex numbers in one dimension share. n real numbers of
+// an even count are h = n/2 complex ones: a complex transform of length h, in a child plan, and a
+// pass over pairs of its elements (codelets/real_pass.h) do the work. An odd count is transformed
+// as complex numbers.
+#pragma once
+
+#include "codelets/real_pass.h"
+#include "planner/plan.h"
+
+namespace lyr {
+
+// The executors of one direction.
+struct real_executors {
+    executor unit, discrete, odd;
+    const char *unit_name, *discrete_name, *odd_name;
+};
+
+// Fills work, aux, the child and the executor of a one-dimensional problem:
+//   odd n    work: n complex numbers; the child transforms them in place
+//   even n   aux: h complex numbers, entry k-1 = W(-k, n) for k = 1 .. ceil(h/2); the child
+//            transforms h complex numbers: out of place only from a real input of stride 1;
+//            work: h complex numbers when a stride is not 1
+// Returns 0, -1 without memory, or what the planner says of the child.
+int build_half_size(plan *p, const real_executors &executors);
+
+// Writes W(-k, n), k = 1 .. ceil(h/2), n = 2h, to entries k-1.
+void fill_pass_twiddles(double *twiddles, int64_t h);
+
+// The pass for pairs first..last of an even plan, with the table that the plan was made with.
+// Callable from several threads at once for disjoint ranges.
+void run_real_pass(const plan *p, const double *in, int64_t in_step, double *out, int64_t out_step,
+                   int64_t first, int64_t last);
+
+}  // namespace lyr

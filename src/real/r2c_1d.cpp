@@ -1,0 +1,68 @@
+// One transform of n real numbers to n/2+1 complex ones (real/half_size.h). An even count is read
+// as complex numbers, transformed, and the spectra of the even and the odd samples, which the
+// result holds mixed, are put together.
+#include "planner/registry.h"
+#include "real/half_size.h"
+
+namespace lyr {
+
+namespace {
+
+// z: the child's result, h contiguous complex numbers; it may be `out` when os = 1.
+void finish(const plan *p, const double *z, double *out, int64_t os) {
+    const int64_t h = p->dims[0].n / 2;
+    const double re = z[0], im = z[1];
+    double *last = out + 2 * h * os;
+    out[0] = re + im;
+    out[1] = 0;
+    run_real_pass(p, z, 1, out, os, 1, h / 2);
+    last[0] = re - im;
+    last[1] = 0;
+}
+
+void execute_1d_r2c(plan *p, double *in, double *out) {
+    plan *child = p->children;
+    child->execute_fn(child, in, out);
+    finish(p, out, out, 1);
+}
+
+void execute_1d_r2c_discrete(plan *p, double *in, double *out) {
+    plan *child = p->children;
+    double *work = static_cast<double *>(p->work);
+    const auto [n, is, os] = p->dims[0];
+    for (int64_t j = 0; j < n; ++j) work[j] = in[j * is];
+    child->execute_fn(child, work, work);
+    finish(p, work, out, os);
+}
+
+void execute_1d_r2c_odd(plan *p, double *in, double *out) {
+    plan *child = p->children;
+    double *work = static_cast<double *>(p->work);
+    const auto [n, is, os] = p->dims[0];
+    for (int64_t j = 0; j < n; ++j) {
+        work[2 * j] = in[j * is];
+        work[2 * j + 1] = 0;
+    }
+    child->execute_fn(child, work, work);
+    work[1] = 0;
+    for (int64_t k = 0; k <= n / 2; ++k) {
+        out[2 * k * os] = work[2 * k];
+        out[2 * k * os + 1] = work[2 * k + 1];
+    }
+}
+
+constexpr real_executors executors = {
+    execute_1d_r2c,   execute_1d_r2c_discrete,   execute_1d_r2c_odd,
+    "execute_1d_r2c", "execute_1d_r2c_discrete", "execute_1d_r2c_odd"};
+
+}  // namespace
+
+int solve_problem_r2c_1d(plan *p) {
+    if (p->split == 1) return -1;
+    if (p->kind != kind_r2c) return -1;
+    if (p->howmany_rank != 0) return -1;
+    if (p->rank != 1) return -1;
+    return build_half_size(p, executors);
+}
+
+}  // namespace lyr
