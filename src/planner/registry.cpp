@@ -50,7 +50,7 @@ const registry_entry registry[registry_size] = {
     {decline, "solve_problem_redft00_1d"},
     {decline, "solve_problem_r2r_1d"},
     {solve_problem_multidimension, "solve_problem_multidimension"},
-    {decline, "solve_problem_c2r_multidimension"},
+    {solve_problem_c2r_multidimension, "solve_problem_c2r_multidimension"},
     {solve_problem_rearrange_outplace, "solve_problem_rearrange_outplace"},
     {solve_problem_dft_many_transpose_rotate, "solve_problem_dft_many_transpose_rotate"},
 };

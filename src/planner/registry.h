@@ -36,6 +36,7 @@ int solve_problem_c2c_1d(plan *p);
 int solve_problem_r2c_1d(plan *p);
 int solve_problem_c2r_1d(plan *p);
 int solve_problem_multidimension(plan *p);
+int solve_problem_c2r_multidimension(plan *p);
 int solve_problem_rearrange_outplace(plan *p);
 int solve_problem_dft_many_transpose_rotate(plan *p);
 

@@ -1,0 +1,296 @@
+// Complex to real in rank 2 and 3: complex transforms down the columns of all outer dimensions,
+// then one-dimensional complex-to-real transforms of the rows.
+//
+// In place the columns are transformed where they are. (If the rows of the output lie elsewhere
+// than those of the input, the columns go to a copy in work.)
+//
+// Out of place the input is only read, and the columns wait in the output array. A row of n real
+// numbers has room for h = n/2 of its n/2+1 complex numbers: numbers 0..h-1 of a row of even
+// length, 1..h of one of odd length. The number left over, the last or the first, is real by
+// symmetry (its imaginary part has no effect) but only once all columns are done; this one column
+// waits in work.
+#include <cstring>
+
+#include "api/memory.h"
+#include "planner/registry.h"
+
+namespace lyr {
+
+namespace {
+
+// Rows are put together, with their number from work, in a buffer of about this size.
+constexpr int64_t row_buffer_bytes = 1 << 14;
+// Columns transformed together where the output cannot take complex numbers directly.
+constexpr int64_t most_columns = 8;
+
+struct bookkeeping {  // in solver_words
+    double *lone;     // one number of each row
+    double *rows;     // `group` rows of n/2+1 numbers
+    double *columns;  // `width` columns, side by side; null: they go to the output directly
+    int64_t group, width;
+};
+static_assert(sizeof(bookkeeping) <= sizeof(plan::solver_words));
+
+bookkeeping words_of(const plan *p) {
+    bookkeeping b;
+    memcpy(&b, p->solver_words, sizeof b);
+    return b;
+}
+
+struct outer_dims {  // of rows; the first is 1 for rank 2
+    lyr_fft_iodim64 dims[2];
+};
+
+outer_dims outer_of(const plan *p) {
+    if (p->rank == 2) return {{{1, 0, 0}, p->dims[0]}};
+    return {{p->dims[0], p->dims[1]}};
+}
+
+int64_t row_count(const plan *p) {
+    const outer_dims o = outer_of(p);
+    return o.dims[0].n * o.dims[1].n;
+}
+
+// Of the n/2+1 numbers of a row: where those that wait in the output begin, and the one that does
+// not.
+int64_t first_held(int64_t n) {
+    return n % 2;
+}
+int64_t lone_number(int64_t n) {
+    return n % 2 ? 0 : n / 2;
+}
+
+// ---- Execution ----------------------------------------------------------------------------------
+
+// The passes over columns, one for each outer dimension: the first leads from `in` to `between`.
+void transform_columns(const plan *p, plan *passes, const double *in, double *between) {
+    double *from = const_cast<double *>(in);
+    for (int k = 0; k < p->rank - 1; ++k, from = between)
+        passes[k].execute_fn(&passes[k], from, between);
+}
+
+void execute_in_place(plan *p, double *in, double *out) {
+    plan *rows = &p->children[p->rank - 1];
+    double *between = p->work ? static_cast<double *>(p->work) : in;
+    transform_columns(p, p->children, in, between);
+    rows->execute_fn(rows, between, out);
+}
+
+// A complex number takes two elements of a row of real ones.
+void put_columns(const plan *p, const double *columns, int64_t width, double *out, int64_t first) {
+    const outer_dims o = outer_of(p);
+    const int64_t os = p->dims[p->rank - 1].os;
+    for (int64_t i = 0; i < o.dims[0].n; ++i)
+        for (int64_t j = 0; j < o.dims[1].n; ++j) {
+            double *to = out + i * o.dims[0].os + j * o.dims[1].os + 2 * first * os;
+            for (int64_t k = 0; k < 2 * width; ++k) to[k * os] = *columns++;
+        }
+}
+
+void get_row(double *row, const double *lone, const double *held, int64_t n, int64_t os) {
+    double *to = row + 2 * first_held(n);
+    const int64_t doubles = n / 2 * 2;
+    if (os == 1) {
+        memcpy(to, held, static_cast<size_t>(doubles) * sizeof(double));
+    } else {
+        for (int64_t k = 0; k < doubles; ++k) to[k] = held[k * os];
+    }
+    memcpy(row + 2 * lone_number(n), lone, 2 * sizeof(double));
+}
+
+void transform_rows(const plan *p, double *out) {
+    const bookkeeping b = words_of(p);
+    const outer_dims o = outer_of(p);
+    plan *child = &p->children[p->nchildren - 1];
+    const auto [n, is, os] = p->dims[p->rank - 1];
+    const int64_t row = 2 * (n / 2 + 1);
+    const double *lone = b.lone;
+    for (int64_t i = 0; i < o.dims[0].n; ++i)
+        for (int64_t j = 0; j < o.dims[1].n; j += b.group) {
+            double *to = out + i * o.dims[0].os + j * o.dims[1].os;
+            for (int64_t k = 0; k < b.group; ++k, lone += 2)
+                get_row(b.rows + k * row, lone, to + k * o.dims[1].os, n, os);
+            child->execute_fn(child, b.rows, to);
+        }
+}
+
+void execute_out_of_place(plan *p, double *in, double *out) {
+    const bookkeeping b = words_of(p);
+    const auto [n, is, os] = p->dims[p->rank - 1];
+    plan *lone = &p->children[0], *held = &p->children[1];
+    lone->execute_fn(lone, in + 2 * lone_number(n) * is, b.lone);
+    const double *first = in + 2 * first_held(n) * is;
+    if (n == 1) {
+        // No number waits in the output.
+    } else if (!b.columns) {
+        transform_columns(p, held, first, out);
+    } else {
+        for (int64_t k = 0; k < n / 2; k += b.width) {
+            // The last slab begins early enough to be full.
+            const int64_t start = k + b.width <= n / 2 ? k : n / 2 - b.width;
+            transform_columns(p, held, first + 2 * start * is, b.columns);
+            put_columns(p, b.columns, b.width, out, start);
+        }
+    }
+    transform_rows(p, out);
+}
+
+// ---- Planning -----------------------------------------------------------------------------------
+
+// Complex numbers by outer dimension and column.
+struct columns_layout {
+    double *data;
+    int64_t outer[2];
+    int64_t column;
+};
+
+columns_layout input_columns(const plan *p, int64_t first) {
+    const int64_t is = p->dims[p->rank - 1].is;
+    return {p->in + 2 * first * is, {p->dims[0].is, p->dims[1].is}, is};
+}
+
+// Row-major, `width` columns to a row.
+columns_layout packed_columns(const plan *p, double *data, int64_t width) {
+    return {data, {p->rank == 3 ? p->dims[1].n * width : width, width}, 1};
+}
+
+void make_pass(plan *child, const plan *p, int d, const columns_layout &from,
+               const columns_layout &to, int64_t width) {
+    plan_copy_problem(child, p);
+    child->kind = kind_complex;
+    child->in = from.data;
+    child->out = to.data;
+    child->rank = 1;
+    child->dims[0] = {p->dims[d].n, from.outer[d], to.outer[d]};
+    child->dims[1] = child->dims[2] = {};
+    child->howmany_rank = p->rank - 1;
+    child->howmany_dims[p->rank - 2] = {width, from.column, to.column};
+    if (p->rank == 3)
+        child->howmany_dims[0] = {p->dims[1 - d].n, from.outer[1 - d], to.outer[1 - d]};
+}
+
+// Plans the passes over `width` columns. The innermost dimension comes first.
+int plan_columns(plan *passes, const plan *p, columns_layout from, const columns_layout &to,
+                 int64_t width) {
+    for (int k = 0; k < p->rank - 1; ++k, from = to) {
+        make_pass(&passes[k], p, p->rank - 2 - k, from, to, width);
+        if (plan_solve(&passes[k]) != 0) return -1;
+    }
+    return 0;
+}
+
+// The column of one number of each row, in all its dimensions at once.
+int plan_lone_column(plan *child, const plan *p, double *to) {
+    const columns_layout from = input_columns(p, lone_number(p->dims[p->rank - 1].n));
+    const columns_layout packed = packed_columns(p, to, 1);
+    plan_copy_problem(child, p);
+    child->kind = kind_complex;
+    child->in = from.data;
+    child->out = to;
+    child->rank = p->rank - 1;
+    for (int k = 0; k < child->rank; ++k) child->dims[k].os = packed.outer[k];
+    child->dims[child->rank] = {};
+    return plan_solve(child);
+}
+
+// Rows of n/2+1 complex numbers to the rows of the output; the caller gives the batch.
+plan *make_rows(plan *child, const plan *p, double *in, int64_t in_step) {
+    plan_copy_problem(child, p);
+    child->in = in;
+    child->rank = 1;
+    child->dims[0] = {p->dims[p->rank - 1].n, in_step, p->dims[p->rank - 1].os};
+    child->dims[1] = child->dims[2] = {};
+    return child;
+}
+
+bool allocate_work(plan *p, int64_t complex_numbers) {
+    const uint64_t bytes = static_cast<uint64_t>(complex_numbers) * 16;
+    p->work = aligned_alloc_zero(bytes);
+    if (p->work) p->work_bytes = bytes;
+    return p->work != nullptr;
+}
+
+int build_in_place(plan *p) {
+    p->execute_fn = execute_in_place;
+    p->nchildren = p->rank;
+    p->children = plan_alloc_children(p->nchildren);
+    if (!p->children) return -1;
+    const int64_t width = p->dims[p->rank - 1].n / 2 + 1;
+    const columns_layout from = input_columns(p, 0);
+    columns_layout to = from;
+    if (results_move(p)) {
+        if (!allocate_work(p, row_count(p) * width)) return -1;
+        to = packed_columns(p, static_cast<double *>(p->work), width);
+    }
+    if (plan_columns(p->children, p, from, to, width) != 0) return -1;
+    plan *rows = make_rows(&p->children[p->rank - 1], p, to.data, to.column);
+    rows->howmany_rank = p->rank - 1;
+    for (int k = 0; k < p->rank - 1; ++k)
+        rows->howmany_dims[k] = {p->dims[k].n, to.outer[k], p->dims[k].os};
+    return plan_solve(rows);
+}
+
+// Whether rows of the output can be seen as rows of complex numbers.
+bool takes_complex_numbers(const plan *p) {
+    bool even = p->dims[p->rank - 1].os == 1;
+    for (int k = 0; k < p->rank - 1; ++k) even = even && p->dims[k].os % 2 == 0;
+    return even;
+}
+
+int64_t rows_together(int64_t rows, int64_t columns) {
+    int64_t group = row_buffer_bytes / (16 * columns);
+    if (group > rows) group = rows;
+    if (group < 1) group = 1;
+    while (rows % group != 0) --group;
+    return group;
+}
+
+int64_t whole_lines(int64_t complex_numbers) {
+    return (complex_numbers + 3) / 4 * 4;
+}
+
+int build_out_of_place(plan *p) {
+    p->execute_fn = execute_out_of_place;
+    const lyr_fft_iodim64 row = p->dims[p->rank - 1], above = p->dims[p->rank - 2];
+    const int64_t h = row.n / 2, columns = h + 1;
+    p->nchildren = h ? p->rank + 1 : 2;
+    p->children = plan_alloc_children(p->nchildren);
+    if (!p->children) return -1;
+
+    bookkeeping b = {};
+    b.group = rows_together(above.n, columns);
+    if (!takes_complex_numbers(p)) b.width = h < most_columns ? h : most_columns;
+    const int64_t lone_room = whole_lines(row_count(p)), rows_room = whole_lines(b.group * columns);
+    if (!allocate_work(p, lone_room + rows_room + row_count(p) * b.width)) return -1;
+    b.lone = static_cast<double *>(p->work);
+    b.rows = b.lone + 2 * lone_room;
+    if (b.width) b.columns = b.rows + 2 * rows_room;
+    memcpy(p->solver_words, &b, sizeof b);
+
+    if (plan_lone_column(&p->children[0], p, b.lone) != 0) return -1;
+    if (h) {
+        const columns_layout to =
+            b.columns ? packed_columns(p, b.columns, b.width)
+                      : columns_layout{p->out, {p->dims[0].os / 2, p->dims[1].os / 2}, 1};
+        if (plan_columns(&p->children[1], p, input_columns(p, first_held(row.n)), to,
+                         b.columns ? b.width : h) != 0)
+            return -1;
+    }
+    plan *rows = make_rows(&p->children[p->nchildren - 1], p, b.rows, 1);
+    rows->howmany_rank = 1;
+    rows->howmany_dims[0] = {b.group, columns, above.os};
+    return plan_solve(rows);
+}
+
+}  // namespace
+
+int solve_problem_c2r_multidimension(plan *p) {
+    if (p->split == 1) return -1;
+    if (p->kind != kind_c2r) return -1;
+    if (p->howmany_rank != 0) return -1;
+    if (p->rank < 2) return -1;
+    p->execute_name = "execute_c2r_multidimension";
+    return p->in == p->out ? build_in_place(p) : build_out_of_place(p);
+}
+
+}  // namespace lyr
