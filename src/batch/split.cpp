@@ -100,7 +100,8 @@ void execute_split(plan *p, double *ri, double *ii, double *ro, double *io) {
 void make_child(plan *child, const plan *p) {
     plan_copy_problem(child, p);
     child->split = -1;
-    child->in = child->out = static_cast<double *>(p->work);
+    if (p->kind != kind_r2c) child->in = static_cast<double *>(p->work);
+    if (p->kind != kind_c2r) child->out = static_cast<double *>(p->work);
     child->in_imag = child->out_imag = nullptr;
     int64_t stride = 1;
     for (int k = p->rank - 1; k >= 0; --k) {
