@@ -81,7 +81,13 @@ TEST(allocation, every_allocation_of_a_plan_may_fail) {
                              "icf1763",     "ocf246",
                              "ocf20014",    "ocf100:1:40*40:100:1",
                              "oscf60*3",    "iscb8x9x10",
-                             "ocf0*3*4i",   "icf0*3:1:5*5:3:1"}) {
+                             "ocf0*3*4i",   "icf0*3:1:5*5:3:1",
+                             "orf64",       "irb1000",
+                             "orf60:2:3",   "orb9",
+                             "orf60*9i",    "orb15*9i",
+                             "orf8x9x10",   "orb8x9x10",
+                             "orb6x7",      "irf6x8*5i",
+                             "irb6x8*5i",   "irb5:70:51x4:10:9x6:2:1"}) {
         const problem p = problem_of(text);
         buffers b = buffers_of(p);
         int64_t made = 0;
