@@ -40,6 +40,34 @@ const std::vector<problem_class> &problem_classes() {
          "8*128 16*64 64*16 100*10 8*128i 16*64i 64*16i 100*10i"},
         {"split-c2c", "real and imaginary parts in separate arrays", true, "oscf",
          "64 256 1024 4096 16384 64*256 64x64 256x256 1024x1024"},
+        {"pow2-r2c", "real to complex, powers of two", true, "orf",
+         "4 8 16 32 64 128 256 512 1024 2048 4096 8192 16384 32768 65536 131072 262144 524288 "
+         "1048576 2097152 4194304"},
+        {"pow2-c2r", "complex to real, powers of two", true, "orb",
+         "4 8 16 32 64 128 256 512 1024 2048 4096 8192 16384 32768 65536 131072 262144 524288 "
+         "1048576 2097152 4194304"},
+        {"smooth-r2c", "real to complex, products of 2, 3, 5 and 7", true, "orf",
+         "12 30 60 100 120 240 360 500 720 1000 2000 5040 10000 20000 40320 100000 250000 500000 "
+         "1000000"},
+        {"smooth-c2r", "complex to real, products of 2, 3, 5 and 7", true, "orb",
+         "12 30 60 100 120 240 360 500 720 1000 2000 5040 10000 20000 40320 100000 250000 500000 "
+         "1000000"},
+        {"odd-r2c", "real to complex, odd lengths and primes", true, "orf",
+         "9 15 27 45 81 105 243 315 625 1001 2187 3375 11 13 31 37 41 101 331 1009 4099 10007"},
+        {"batch-r2c", "real to complex, batches one after another and side by side", true, "orf",
+         "16*16384 64*16384 100*10485 256*4096 1024*1024 16*16384i 64*16384i 100*10485i 256*4096i "
+         "1024*1024i"},
+        {"batch-c2r", "complex to real, batches one after another and side by side", true, "orb",
+         "16*16384 64*16384 100*10485 256*4096 1024*1024 16*16384i 64*16384i 100*10485i 256*4096i "
+         "1024*1024i"},
+        {"2d-r2c", "real to complex, two dimensions", true, "orf",
+         "64x64 100x100 256x256 512x512 1024x1024 2048x2048"},
+        {"2d-c2r", "complex to real, two dimensions", true, "orb",
+         "64x64 100x100 256x256 512x512 1024x1024 2048x2048"},
+        {"3d-r2c", "real to complex, three dimensions", true, "orf",
+         "32x32x32 64x64x64 100x100x100 128x128x128 256x256x256"},
+        {"3d-c2r", "complex to real, three dimensions", true, "orb",
+         "32x32x32 64x64x64 100x100x100 128x128x128"},
         {"2d-c2c", "two dimensions", true, "ocf",
          "64x64 100x100 256x256 512x512 1000x1000 1024x1024 2048x2048"},
         {"3d-c2c", "three dimensions", true, "ocf",
