@@ -3,7 +3,9 @@
 set(lyra_codelet_sources
     src/codelets/family_2_6.cpp src/codelets/family_7_9.cpp src/codelets/family_10_12.cpp
     src/codelets/family_13_16.cpp src/codelets/family_17_23.cpp src/codelets/family_29_37.cpp
-    src/codelets/real_pass.cpp src/codelets/table.cpp)
+    src/codelets/real_pass.cpp src/codelets/real_2_16.cpp
+    src/codelets/real_32_64.cpp src/codelets/real_128.cpp src/codelets/real_table.cpp
+    src/codelets/table.cpp)
 
 # lyra_add_isa(NAME HEADER FLAGS...): objects lyra_codelets_NAME from vector header
 # src/codelets/simd/HEADER.

@@ -1,8 +1,10 @@
 #!/usr/bin/env python3
-"""Write src/codelets/kernel/roots.h: cosines and sines of 2 pi k / N to the last bit.
+"""Write cosines and sines of 2 pi k / N to the last bit.
 
 Usage: tools/gen_roots.py > src/codelets/kernel/roots.h
+       tools/gen_roots.py octants > src/codelets/kernel/octants.h
 """
+import sys
 from decimal import Decimal, getcontext
 
 getcontext().prec = 60
@@ -52,16 +54,38 @@ def table(name, values):
     return "\n".join(lines + [line])
 
 
-print("// Cosines and sines of 2 pi k / N. Written by tools/gen_roots.py; do not edit.")
-print("#pragma once\n")
-print("namespace lyr::LYR_ISA {\nnamespace {\n")
-print("// clang-format off")
-print("template <int N>\nstruct roots;\n")
-for n in LENGTHS:
-    pairs = [cos_sin(2 * PI * k / n) for k in range(n)]
-    print(f"template <>\nstruct roots<{n}> {{")
-    print(table("cosine", [c for c, _ in pairs]))
-    print(table("sine", [s for _, s in pairs]))
-    print("};\n")
+def header(title, template):
+    print(f"// {title} Written by tools/gen_roots.py; do not edit.")
+    print("#pragma once\n")
+    print("namespace lyr::LYR_ISA {\nnamespace {\n")
+    print("// clang-format off")
+    print(f"template <int N>\nstruct {template};\n")
+
+
+def write_roots():
+    header("Cosines and sines of 2 pi k / N.", "roots")
+    for n in LENGTHS:
+        pairs = [cos_sin(2 * PI * k / n) for k in range(n)]
+        print(f"template <>\nstruct roots<{n}> {{")
+        print(table("cosine", [c for c, _ in pairs]))
+        print(table("sine", [s for _, s in pairs]))
+        print("};\n")
+
+
+def write_octants():
+    header("Cosines, sines, tangents of 2 pi k / N, k <= N/8.", "octant")
+    for n in (8, 16, 32, 64, 128):
+        pairs = [cos_sin(2 * PI * k / n) for k in range(n // 8 + 1)]
+        print(f"template <>\nstruct octant<{n}> {{")
+        print(table("cosine", [c for c, _ in pairs]))
+        print(table("sine", [s for _, s in pairs]))
+        print(table("tangent", [s / c for c, s in pairs]))
+        print("};\n")
+
+
+if sys.argv[1:] == ["octants"]:
+    write_octants()
+else:
+    write_roots()
 print("// clang-format on")
 print("}  // namespace\n}  // namespace lyr::LYR_ISA")

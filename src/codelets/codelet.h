@@ -95,6 +95,7 @@ struct split_set {
 };
 
 struct real_pass_set;  // codelets/real_pass.h
+struct real_set;       // codelets/real.h
 
 inline constexpr int max_radix = 37;
 
@@ -110,6 +111,7 @@ struct codelet_table {
     product_set products;
     split_set splits;
     const real_pass_set *real_passes;
+    const real_set *reals;
 };
 
 // The table in use, chosen when the library is loaded.
@@ -129,7 +131,5 @@ const codelet_set *codelets_for(const plan *p, int64_t n);
 stage_codelet codelet_first_stage(const plan *p, int64_t n);
 stage_codelet codelet_middle_stage(const plan *p, int64_t n);
 stage_codelet codelet_last_stage(const plan *p, int64_t n);
-void *codelet_r2c(const plan *p, int64_t n);
-void *codelet_r2c_many(const plan *p, int64_t n);
 
 }  // namespace lyr

@@ -6,6 +6,7 @@
 
 #include "codelets/codelet.h"
 #include "codelets/cpu.h"
+#include "codelets/real.h"
 
 namespace lyr {
 
@@ -93,12 +94,16 @@ stage_codelet codelet_last_stage(const plan *p, int64_t n) {
     return unit_strides(p) ? set->last_unit : set->last_general;
 }
 
-// Real-data codelets: none yet.
-void *codelet_r2c(const plan *, int64_t) {
-    return nullptr;
+const real_set *active_reals() {
+    return active->reals;
 }
-void *codelet_r2c_many(const plan *, int64_t) {
-    return nullptr;
+
+real_kernel codelet_r2c(const plan *, int64_t n) {
+    return static_cast<uint64_t>(n) - 1 < longest_real ? active->reals->r2c[n - 1] : nullptr;
+}
+
+real_kernel codelet_r2c_many(const plan *, int64_t n) {
+    return static_cast<uint64_t>(n) - 1 < longest_real ? active->reals->r2c_many[n - 1] : nullptr;
 }
 
 }  // namespace lyr

@@ -98,8 +98,14 @@ void part(double *re, double *im, const double *in, int64_t n) {
 }  // namespace
 
 extern const real_pass_set real_passes;
+extern const real_set reals;
 extern const codelet_table table;
-const codelet_table table = {LYR_TEXT(LYR_ISA), vec::lanes,   {LYR_ROW(forward), LYR_ROW(backward)},
-                             {elements, rows},  {join, part}, &real_passes};
+const codelet_table table = {LYR_TEXT(LYR_ISA),
+                             vec::lanes,
+                             {LYR_ROW(forward), LYR_ROW(backward)},
+                             {elements, rows},
+                             {join, part},
+                             &real_passes,
+                             &reals};
 
 }  // namespace lyr::LYR_ISA

@@ -1,0 +1,36 @@
+// The real-data codelets of a target, instantiated by the real_*.cpp files.
+#pragma once
+
+#include "codelets/real.h"
+
+// The parameters of a real_kernel.
+#define LYR_REAL_PARAMETERS                                                                \
+    double *R0, double *R1, double *Cr, double *Ci, const int64_t *rs, const int64_t *csr, \
+        const int64_t *csi, [[maybe_unused]] uint64_t v, [[maybe_unused]] int64_t ivs,     \
+        [[maybe_unused]] int64_t ovs
+
+namespace lyr::LYR_ISA {
+
+template <int N>
+void forward_kernel(LYR_REAL_PARAMETERS);
+template <int N>
+void backward_kernel(LYR_REAL_PARAMETERS);
+template <int N>
+void r2c_kernel(LYR_REAL_PARAMETERS);
+template <int N>
+void r2c_many_kernel(LYR_REAL_PARAMETERS);
+template <int N>
+void r2c_many_zeroed_kernel(LYR_REAL_PARAMETERS);
+
+template <int N>
+void r2c_unit(plan *, double *in, double *out);
+template <int N>
+void c2r_unit(plan *, double *in, double *out);
+template <int N>
+void r2hc_unit(plan *, double *in, double *out);
+template <int N>
+void hc2r_unit(plan *, double *in, double *out);
+template <int N>
+void dht_unit(plan *, double *in, double *out);
+
+}  // namespace lyr::LYR_ISA

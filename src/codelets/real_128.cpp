@@ -1,0 +1,4 @@
+#include LYR_ISA_HEADER
+#include "codelets/kernel/real_members.h"
+
+LYR_DEFINE_REAL(128)

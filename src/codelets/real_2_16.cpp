@@ -1,0 +1,21 @@
+#include LYR_ISA_HEADER
+#include "codelets/kernel/real_members.h"
+
+LYR_DEFINE_REAL(2)
+LYR_DEFINE_REAL(4)
+LYR_DEFINE_REAL(8)
+LYR_DEFINE_REAL(16)
+LYR_DEFINE_REAL_MANY(2)
+LYR_DEFINE_REAL_MANY(3)
+LYR_DEFINE_REAL_MANY(4)
+LYR_DEFINE_REAL_MANY(8)
+LYR_DEFINE_REAL_MANY(16)
+
+namespace lyr::LYR_ISA {
+template void r2c_kernel<3> LYR_REAL_TYPES;
+template void r2c_kernel<5> LYR_REAL_TYPES;
+template void r2c_kernel<7> LYR_REAL_TYPES;
+template void r2c_unit<3>(plan *, double *, double *);
+template void r2c_unit<5>(plan *, double *, double *);
+template void r2c_unit<7>(plan *, double *, double *);
+}  // namespace lyr::LYR_ISA

@@ -1,0 +1,5 @@
+#include LYR_ISA_HEADER
+#include "codelets/kernel/real_members.h"
+
+LYR_DEFINE_REAL(32)
+LYR_DEFINE_REAL(64)
