@@ -1,5 +1,5 @@
 #include LYR_ISA_HEADER
-#include "codelets/kernel/real_members.h"
+#include "codelets/kernel/real_batch.h"
 
 LYR_DEFINE_REAL(32)
 LYR_DEFINE_REAL(64)

@@ -39,7 +39,9 @@ bool build_real_block(plan *p, real_kernel kernel, int64_t to_imaginary, int64_t
 }
 
 bool direct_layout(const plan *p) {
-    return p->split != 1 && p->rank == 1 && p->howmany_rank <= 1 && !results_move(p);
+    if (p->split == 1 || p->rank != 1) return false;
+    // A codelet reads a transform before it writes it.
+    return p->howmany_rank == 0 || (p->howmany_rank == 1 && !results_move(p));
 }
 
 }  // namespace lyr
