@@ -3,7 +3,7 @@
 set(lyra_codelet_sources
     src/codelets/family_2_6.cpp src/codelets/family_7_9.cpp src/codelets/family_10_12.cpp
     src/codelets/family_13_16.cpp src/codelets/family_17_23.cpp src/codelets/family_29_37.cpp
-    src/codelets/real_pass.cpp src/codelets/real_2_16.cpp
+    src/codelets/real_pass.cpp src/codelets/r2r_pass.cpp src/codelets/real_2_16.cpp
     src/codelets/real_32_64.cpp src/codelets/real_128.cpp src/codelets/real_table.cpp
     src/codelets/table.cpp)
 
@@ -21,6 +21,9 @@ function(lyra_add_isa name header)
     # each file; the tests' guard zones watch what kernels read and write.
     target_compile_options(${target} PRIVATE ${ARGN} -O3 -fno-sanitize=all)
     lyra_library_settings(${target})
+    # These passes leave fusing to the compiler.
+    set_source_files_properties(${PROJECT_SOURCE_DIR}/src/codelets/r2r_pass.cpp PROPERTIES
+                                COMPILE_OPTIONS -ffp-contract=fast)
 endfunction()
 
 set(lyra_isas generic128)

@@ -95,6 +95,7 @@ struct split_set {
 };
 
 struct real_pass_set;  // codelets/real_pass.h
+struct r2r_pass_set;   // codelets/r2r_pass.h
 struct real_set;       // codelets/real.h
 
 inline constexpr int max_radix = 37;
@@ -111,6 +112,7 @@ struct codelet_table {
     product_set products;
     split_set splits;
     const real_pass_set *real_passes;
+    const r2r_pass_set *r2r_passes;
     const real_set *reals;
 };
 

@@ -97,7 +97,12 @@ void part(double *re, double *im, const double *in, int64_t n) {
 
 }  // namespace
 
+extern const r2r_pass_set r2r_passes;
 extern const real_pass_set real_passes;
+extern const real_set reals;
+extern const codelet_table table;
+extern const real_pass_set real_passes;
+extern const r2r_pass_set r2r_passes;
 extern const real_set reals;
 extern const codelet_table table;
 const codelet_table table = {LYR_TEXT(LYR_ISA),
@@ -106,6 +111,7 @@ const codelet_table table = {LYR_TEXT(LYR_ISA),
                              {elements, rows},
                              {join, part},
                              &real_passes,
+                             &r2r_passes,
                              &reals};
 
 }  // namespace lyr::LYR_ISA

@@ -1,0 +1,370 @@
+// The passes of r2r_pass.h for one vector target. Compiled with contraction: products and sums
+// fuse where the compiler sees them.
+#include "codelets/r2r_pass.h"
+
+#include "codelets/simd/reals.h"
+
+namespace lyr::LYR_ISA {
+
+namespace {
+
+constexpr double sqrt2 = 1.41421356237309504880;
+
+template <int W>
+struct complexes {
+    reals<W> re, im;
+};
+
+// Factor number i of a table.
+template <int W>
+LYR_INLINE complexes<W> factor(const r2r_pass &p, int64_t table, int64_t i) {
+    const double *re = p.twiddles + 2 * table * p.count + i;
+    return {load<W>(re), load<W>(re + p.count)};
+}
+
+template <int W>
+LYR_INLINE complexes<W> product(complexes<W> a, complexes<W> b) {
+    return {a.re * b.re - a.im * b.im, a.re * b.im + a.im * b.re};
+}
+// a times the conjugate of b.
+template <int W>
+LYR_INLINE complexes<W> back_product(complexes<W> a, complexes<W> b) {
+    return {a.re * b.re + a.im * b.im, a.im * b.re - a.re * b.im};
+}
+
+// ---- Where the spectrum goes and comes from -----------------------------------------------------
+// put_up stores Y[k], Y[k+1], ..; put_down Y[k], Y[k-1], ..; t are the factors for these.
+
+struct r2hc {
+    static constexpr double scale = 0.5;  // of the sums
+    static constexpr bool rotates = false;
+    static constexpr double first = 1, last = 1;  // of Y[0] and Y[n/2]
+    static int64_t place(int64_t, int64_t k) { return k; }
+
+    template <int W>
+    LYR_INLINE static void put_up(double *out, int64_t n, int64_t k, complexes<W> y) {
+        store<W>(out + k, y.re);
+        store_down<W>(out + n - k, y.im);
+    }
+    template <int W>
+    LYR_INLINE static void put_down(double *out, int64_t n, int64_t k, complexes<W> y) {
+        store_down<W>(out + k, y.re);
+        store<W>(out + n - k, y.im);
+    }
+    template <int W>
+    LYR_INLINE static complexes<W> get_up(const double *in, int64_t n, int64_t k) {
+        return {load<W>(in + k), load_down<W>(in + n - k)};
+    }
+    template <int W>
+    LYR_INLINE static complexes<W> get_down(const double *in, int64_t n, int64_t k) {
+        return {load_down<W>(in + k), load<W>(in + n - k)};
+    }
+};
+using hc2r = r2hc;
+
+struct dht {
+    static constexpr double scale = 0.5;
+    static constexpr bool rotates = false;
+    static constexpr double first = 1, last = 1;
+    static int64_t place(int64_t, int64_t k) { return k; }
+
+    template <int W>
+    LYR_INLINE static void put_up(double *out, int64_t n, int64_t k, complexes<W> y) {
+        r2hc::put_up<W>(out, n, k, {y.re - y.im, y.re + y.im});
+    }
+    template <int W>
+    LYR_INLINE static void put_down(double *out, int64_t n, int64_t k, complexes<W> y) {
+        r2hc::put_down<W>(out, n, k, {y.re - y.im, y.re + y.im});
+    }
+};
+
+struct redft {
+    static constexpr double scale = 1;
+    static constexpr bool rotates = true;
+    static constexpr double first = 2, last = sqrt2;
+    static int64_t place(int64_t, int64_t k) { return k; }
+
+    template <int W>
+    LYR_INLINE static void put_up(double *out, int64_t n, int64_t k, complexes<W> y) {
+        r2hc::put_up<W>(out, n, k, {y.re, -y.im});
+    }
+    template <int W>
+    LYR_INLINE static void put_down(double *out, int64_t n, int64_t k, complexes<W> y) {
+        r2hc::put_down<W>(out, n, k, {y.re, -y.im});
+    }
+    template <int W>
+    LYR_INLINE static complexes<W> get_up(const double *in, int64_t n, int64_t k) {
+        const complexes<W> y = r2hc::get_up<W>(in, n, k);
+        return {y.re, -y.im};
+    }
+    template <int W>
+    LYR_INLINE static complexes<W> get_down(const double *in, int64_t n, int64_t k) {
+        const complexes<W> y = r2hc::get_down<W>(in, n, k);
+        return {y.re, -y.im};
+    }
+};
+
+// Element k of the cosine transform is element n-1-k of the sine transform.
+struct rodft {
+    static constexpr double scale = 1;
+    static constexpr bool rotates = true;
+    static constexpr double first = 2, last = sqrt2;
+    static int64_t place(int64_t n, int64_t k) { return n - 1 - k; }
+
+    template <int W>
+    LYR_INLINE static void put_up(double *out, int64_t n, int64_t k, complexes<W> y) {
+        store_down<W>(out + n - 1 - k, y.re);
+        store<W>(out + k - 1, -y.im);
+    }
+    template <int W>
+    LYR_INLINE static void put_down(double *out, int64_t n, int64_t k, complexes<W> y) {
+        store<W>(out + n - 1 - k, y.re);
+        store_down<W>(out + k - 1, -y.im);
+    }
+    template <int W>
+    LYR_INLINE static complexes<W> get_up(const double *in, int64_t n, int64_t k) {
+        return {load_down<W>(in + n - 1 - k), -load<W>(in + k - 1)};
+    }
+    template <int W>
+    LYR_INLINE static complexes<W> get_down(const double *in, int64_t n, int64_t k) {
+        return {load<W>(in + n - 1 - k), -load_down<W>(in + k - 1)};
+    }
+};
+
+// ---- Even lengths -------------------------------------------------------------------------------
+
+// From the transform of the pairs to the output.
+template <class kind>
+void unfold(const r2r_pass &pass, const double *z, double *out) {
+    const r2r_pass p = pass;  // which the stores below cannot change
+    const int64_t n = p.n, h = n / 2;
+    out[kind::place(n, 0)] = kind::first * (z[0] + z[1]);
+    out[kind::place(n, h)] = kind::last * (z[0] - z[1]);
+    cover(p.count, [&]<int W>(int64_t i) {
+        const int64_t k = i + 1;
+        const real_pair<W> a = load_pairs<W>(z + 2 * k), b = load_pairs_down<W>(z + 2 * (h - k));
+        const complexes<W> w = factor<W>(p, 0, i);
+        const complexes<W> e = {(a.a + b.a) * kind::scale, (a.b - b.b) * kind::scale};
+        const complexes<W> g = product<W>({a.b + b.b, b.a - a.a}, w);  // -i w (a - conj b)
+        complexes<W> up = {e.re + g.re, e.im + g.im};
+        complexes<W> down = {e.re - g.re, g.im - e.im};
+        if constexpr (kind::rotates) {
+            up = product<W>(up, factor<W>(p, 1, i));
+            down = product<W>(down, factor<W>(p, 2, i));
+        }
+        kind::template put_up<W>(out, n, k, up);
+        kind::template put_down<W>(out, n, h - k, down);
+    });
+}
+
+// From the input to what the backward transform makes pairs from.
+template <class kind>
+void fold(const r2r_pass &pass, const double *in, double *z) {
+    const r2r_pass p = pass;  // which the stores below cannot change
+    const int64_t n = p.n, h = n / 2;
+    const double first = in[kind::place(n, 0)];
+    const double last = (kind::rotates ? sqrt2 : 1.0) * in[kind::place(n, h)];
+    z[0] = first + last;
+    z[1] = first - last;
+    cover(p.count, [&]<int W>(int64_t i) {
+        const int64_t k = i + 1;
+        complexes<W> a = kind::template get_up<W>(in, n, k);
+        complexes<W> b = kind::template get_down<W>(in, n, h - k);
+        if constexpr (kind::rotates) {
+            a = back_product<W>(a, factor<W>(p, 1, i));
+            b = back_product<W>(b, factor<W>(p, 2, i));
+        }
+        const complexes<W> e = {a.re + b.re, a.im - b.im};
+        // i conj(w) (a - conj b)
+        const complexes<W> g = back_product<W>({-(a.im + b.im), a.re - b.re}, factor<W>(p, 0, i));
+        store_pairs<W>(z + 2 * k, e.re + g.re, e.im + g.im);
+        store_pairs_down<W>(z + 2 * (h - k), e.re - g.re, g.im - e.im);
+    });
+}
+
+// ---- Odd lengths --------------------------------------------------------------------------------
+
+template <class kind>
+void spread(const r2r_pass &pass, const double *y, double *out) {
+    const r2r_pass p = pass;  // which the stores below cannot change
+    const int64_t n = p.n;
+    out[kind::place(n, 0)] = kind::first * y[0];
+    cover(n / 2, [&]<int W>(int64_t i) {
+        const real_pair<W> pair = load_pairs<W>(y + 2 * (i + 1));
+        complexes<W> x = {pair.a, pair.b};
+        if constexpr (kind::rotates) {
+            x = product<W>(x, factor<W>(p, 0, i));
+            x = {x.re * 2, x.im * 2};
+        }
+        kind::template put_up<W>(out, n, i + 1, x);
+    });
+}
+
+template <class kind>
+void collect(const r2r_pass &pass, const double *in, double *y) {
+    const r2r_pass p = pass;  // which the stores below cannot change
+    const int64_t n = p.n;
+    y[0] = in[kind::place(n, 0)];
+    y[1] = 0;
+    cover(n / 2, [&]<int W>(int64_t i) {
+        complexes<W> x = kind::template get_up<W>(in, n, i + 1);
+        if constexpr (kind::rotates) x = back_product<W>(x, factor<W>(p, 0, i));
+        store_pairs<W>(y + 2 * (i + 1), x.re, x.im);
+    });
+}
+
+// ---- The order of types II and III --------------------------------------------------------------
+
+template <bool negate>
+LYR_INLINE auto turned(auto x) {
+    return negate ? -x : x;
+}
+
+// Even elements upwards from the start, odd ones downwards from the end.
+template <bool negate_odd>
+void part_mirrored(const r2r_pass &pass, const double *in, double *out) {
+    const r2r_pass p = pass;  // which the stores below cannot change
+    const int64_t n = p.n;
+    cover(n / 2, [&]<int W>(int64_t j) {
+        const real_pair<W> x = load_pairs<W>(in + 2 * j);
+        store<W>(out + j, x.a);
+        store_down<W>(out + n - 1 - j, turned<negate_odd>(x.b));
+    });
+    if (n % 2 != 0) out[n / 2] = in[n - 1];
+}
+
+template <bool negate_odd>
+void join_mirrored(const r2r_pass &pass, const double *in, double *out) {
+    const r2r_pass p = pass;  // which the stores below cannot change
+    const int64_t n = p.n;
+    cover(n / 2, [&]<int W>(int64_t j) {
+        const reals<W> odd = load_down<W>(in + n - 1 - j);
+        store_pairs<W>(out + 2 * j, load<W>(in + j), turned<negate_odd>(odd));
+    });
+    if (n % 2 != 0) out[n - 1] = in[n / 2];
+}
+
+// ---- Type IV ------------------------------------------------------------------------------------
+// Complex numbers j and h-1-j at a time: their four real numbers lie in two pairs.
+
+template <bool sine>
+void type4_before(const r2r_pass &pass, const double *in, double *z) {
+    const r2r_pass p = pass;  // which the stores below cannot change
+    const int64_t n = p.n, h = n / 2;
+    cover(p.count, [&]<int W>(int64_t j) {
+        const real_pair<W> x = load_pairs<W>(in + 2 * j);
+        const real_pair<W> y = load_pairs_down<W>(in + n - 2 - 2 * j);
+        const complexes<W> a = sine ? complexes<W>{y.b, x.a} : complexes<W>{x.a, y.b};
+        const complexes<W> b = sine ? complexes<W>{x.b, y.a} : complexes<W>{y.a, x.b};
+        const complexes<W> up = product<W>(a, factor<W>(p, 0, j));
+        const complexes<W> down = product<W>(b, factor<W>(p, 1, j));
+        store_pairs<W>(z + 2 * j, up.re, up.im);
+        store_pairs_down<W>(z + 2 * (h - 1 - j), down.re, down.im);
+    });
+}
+
+template <bool sine>
+void type4_after(const r2r_pass &pass, const double *z, double *out) {
+    const r2r_pass p = pass;  // which the stores below cannot change
+    const int64_t n = p.n, h = n / 2;
+    cover(p.count, [&]<int W>(int64_t k) {
+        const real_pair<W> up = load_pairs<W>(z + 2 * k);
+        const real_pair<W> down = load_pairs_down<W>(z + 2 * (h - 1 - k));
+        const complexes<W> a = product<W>({up.a, up.b}, factor<W>(p, 0, k));
+        const complexes<W> b = product<W>({down.a, down.b}, factor<W>(p, 1, k));
+        constexpr double odd = sine ? 2 : -2;
+        store_pairs<W>(out + 2 * k, a.re * 2, b.im * odd);
+        store_pairs_down<W>(out + n - 2 - 2 * k, b.re * 2, a.im * odd);
+    });
+}
+
+// ---- Type I -------------------------------------------------------------------------------------
+
+void redft00_join(const r2r_pass &pass, const double *in, double *out) {
+    const r2r_pass p = pass;  // which the stores below cannot change
+    const int64_t N = p.n, H = N / 2;
+    const double *even = in, *odd = in + p.count;
+    cover(H, [&]<int W>(int64_t k) {
+        const reals<W> a = load<W>(even + k), b = load<W>(odd + k);
+        store<W>(out + k, a + b);
+        store_down<W>(out + N - k, a - b);
+    });
+    out[H] = even[H];
+}
+
+void rodft00_join(const r2r_pass &pass, const double *in, double *out) {
+    const r2r_pass p = pass;  // which the stores below cannot change
+    const int64_t N = p.n, H = N / 2;
+    const double *even = in, *odd = in + p.count;
+    cover(H - 1, [&]<int W>(int64_t k) {
+        const reals<W> a = load<W>(even + k), b = load<W>(odd + k);
+        store<W>(out + k, b + a);
+        store_down<W>(out + N - 2 - k, b - a);
+    });
+    out[H - 1] = odd[H - 1];
+}
+
+// ---- Neighbouring transforms --------------------------------------------------------------------
+
+void r2hc_rows(const r2hc_row_walk &walk, const double *in, double *out) {
+    const auto [n, in_row, out_row, count] = walk;
+    constexpr int W = widest;
+    const int64_t whole = count / W * W;
+    const typename count_to<W>::type all;
+    reals<W> sign;
+    for (int i = 0; i < W; ++i) sign[i] = i % 2 == 0 ? 0.5 : -0.5;
+    for (int64_t k = 0; 2 * k <= n; ++k) {
+        const int64_t mirror = k == 0 ? 0 : n - k;
+        const double *a = in + k * in_row, *b = in + mirror * in_row;
+        double *re = out + k * out_row, *im = out + mirror * out_row;
+        // What mirrors itself has no antisymmetric part, and the place of none.
+        const bool alone = k == mirror;
+        for (int64_t i = 0; i < whole; i += W) {
+            const reals<W> x = load<W>(a + i), y = load<W>(b + i);
+            if (!alone) store<W>(im + i, shuffle_exchanged(x - y, all) * sign);
+            store<W>(re + i, (x + y) * 0.5);
+        }
+        for (int64_t i = whole; i < count; ++i) {
+            const int64_t other = i ^ 1;
+            if (!alone) im[i] = (a[other] - b[other]) * (i % 2 == 0 ? 0.5 : -0.5);
+            re[i] = (a[i] + b[i]) * 0.5;
+        }
+    }
+}
+
+}  // namespace
+
+extern const r2r_pass_set r2r_passes;
+const r2r_pass_set r2r_passes = {
+    {
+        {nullptr, unfold<r2hc>},
+        {fold<hc2r>, nullptr},
+        {nullptr, unfold<dht>},
+        {},
+        {fold<redft>, join_mirrored<false>},
+        {part_mirrored<false>, unfold<redft>},
+        {type4_before<false>, type4_after<false>},
+        {},
+        {fold<rodft>, join_mirrored<true>},
+        {part_mirrored<true>, unfold<rodft>},
+        {type4_before<true>, type4_after<true>},
+    },
+    {
+        {nullptr, spread<r2hc>},
+        {collect<hc2r>, nullptr},
+        {nullptr, spread<dht>},
+        {},
+        {collect<redft>, join_mirrored<false>},
+        {part_mirrored<false>, spread<redft>},
+        {},
+        {},
+        {collect<rodft>, join_mirrored<true>},
+        {part_mirrored<true>, spread<rodft>},
+        {},
+    },
+    redft00_join,
+    rodft00_join,
+    r2hc_rows,
+};
+
+}  // namespace lyr::LYR_ISA

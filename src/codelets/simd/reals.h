@@ -1,0 +1,158 @@
+// Vectors of real numbers for passes that treat real and imaginary parts apart. Compiler vectors
+// suffice: what such passes need beyond arithmetic is reversal and the separation of pairs, which
+// compilers turn into the target's shuffles. W numbers, W a power of two up to that of `vec`.
+#pragma once
+
+#include LYR_ISA_HEADER
+
+namespace lyr::LYR_ISA {
+namespace {
+
+inline constexpr int widest = 2 * vec::lanes;
+
+template <int W>
+struct real_vector {
+    typedef double type __attribute__((vector_size(8 * W)));
+};
+template <>
+struct real_vector<1> {
+    typedef double type;
+};
+template <int W>
+using reals = typename real_vector<W>::type;
+
+template <int W>
+struct real_pair {
+    reals<W> a, b;
+};
+
+template <int... I>
+struct indices {};
+// Runs once with the indices 0..W-1.
+template <int W, int... I>
+struct count_to : count_to<W - 1, W - 1, I...> {};
+template <int... I>
+struct count_to<0, I...> {
+    using type = indices<I...>;
+};
+
+template <int W>
+LYR_INLINE reals<W> load(const double *p) {
+    reals<W> v;
+    __builtin_memcpy(&v, p, sizeof v);
+    return v;
+}
+template <int W>
+LYR_INLINE void store(double *p, reals<W> v) {
+    __builtin_memcpy(p, &v, sizeof v);
+}
+
+template <class V, int... I>
+LYR_INLINE V shuffle_reversed(V v, indices<I...>) {
+    return __builtin_shufflevector(v, v, (int{sizeof...(I)} - 1 - I)...);
+}
+template <class V, int... I>
+LYR_INLINE V shuffle_exchanged(V v, indices<I...>) {
+    return __builtin_shufflevector(v, v, (I ^ 1)...);
+}
+// Every other element of the 2W numbers of lower and upper, from `first` on; step may be negative.
+template <int first, int step, class V, int... I>
+LYR_INLINE V shuffle_strided(V lower, V upper, indices<I...>) {
+    return __builtin_shufflevector(lower, upper, (first + step * I)...);
+}
+template <class V, int... I>
+LYR_INLINE V shuffle_zipped(V a, V b, int first, indices<I...>) {
+    constexpr int W = sizeof...(I);
+    return first ? __builtin_shufflevector(a, b, (W / 2 + I / 2 + I % 2 * W)...)
+                 : __builtin_shufflevector(a, b, (I / 2 + I % 2 * W)...);
+}
+
+template <int W>
+LYR_INLINE reals<W> reversed(reals<W> v) {
+    if constexpr (W == 1)
+        return v;
+    else
+        return shuffle_reversed(v, typename count_to<W>::type{});
+}
+
+// The W numbers that end at p, last one first.
+template <int W>
+LYR_INLINE reals<W> load_down(const double *p) {
+    return reversed<W>(load<W>(p - (W - 1)));
+}
+template <int W>
+LYR_INLINE void store_down(double *p, reals<W> v) {
+    store<W>(p - (W - 1), reversed<W>(v));
+}
+
+// Four numbers, two from p and two from q: a load and an insertion from memory, no shuffle.
+LYR_INLINE reals<4> load_halves(const double *p, const double *q) {
+    return __builtin_shufflevector(load<2>(p), load<2>(q), 0, 1, 2, 3);
+}
+
+// W pairs from p on: first and second members.
+template <int W>
+LYR_INLINE real_pair<W> load_pairs(const double *p) {
+    if constexpr (W == 1) {
+        return {p[0], p[1]};
+    } else if constexpr (W == 4) {
+        const reals<4> x = load_halves(p, p + 4), y = load_halves(p + 2, p + 6);
+        return {__builtin_shufflevector(x, y, 0, 4, 2, 6),
+                __builtin_shufflevector(x, y, 1, 5, 3, 7)};
+    } else {
+        const reals<W> lower = load<W>(p), upper = load<W>(p + W);
+        const typename count_to<W>::type all;
+        return {shuffle_strided<0, 2>(lower, upper, all), shuffle_strided<1, 2>(lower, upper, all)};
+    }
+}
+// The W pairs that end with the one at p, last one first.
+template <int W>
+LYR_INLINE real_pair<W> load_pairs_down(const double *p) {
+    if constexpr (W == 1) {
+        return {p[0], p[1]};
+    } else if constexpr (W == 4) {
+        const reals<4> x = load_halves(p, p - 4), y = load_halves(p - 2, p - 6);
+        return {__builtin_shufflevector(x, y, 0, 4, 2, 6),
+                __builtin_shufflevector(x, y, 1, 5, 3, 7)};
+    } else {
+        const reals<W> lower = load<W>(p - 2 * (W - 1)), upper = load<W>(p - (W - 2));
+        const typename count_to<W>::type all;
+        return {shuffle_strided<2 * W - 2, -2>(lower, upper, all),
+                shuffle_strided<2 * W - 1, -2>(lower, upper, all)};
+    }
+}
+template <int W>
+LYR_INLINE void store_pairs(double *p, reals<W> a, reals<W> b) {
+    if constexpr (W == 1) {
+        p[0] = a;
+        p[1] = b;
+    } else {
+        const typename count_to<W>::type all;
+        store<W>(p, shuffle_zipped(a, b, 0, all));
+        store<W>(p + W, shuffle_zipped(a, b, 1, all));
+    }
+}
+
+// To the W pairs that end with the one at p, last one first.
+template <int W>
+LYR_INLINE void store_pairs_down(double *p, reals<W> a, reals<W> b) {
+    store_pairs<W>(p - 2 * (W - 1), reversed<W>(a), reversed<W>(b));
+}
+
+// Calls body.operator()<W>(i) so that the blocks i..i+W-1 cover 0..count-1; the last two may
+// overlap, so the pass must not read what it writes.
+template <int W = widest, class function>
+LYR_INLINE void cover(int64_t count, function body) {
+    if constexpr (W > 1) {
+        if (count < W) {
+            cover<W / 2>(count, body);
+            return;
+        }
+    }
+    int64_t i = 0;
+    for (; i + W <= count; i += W) body.template operator()<W>(i);
+    if (i < count) body.template operator()<W>(count - W);
+}
+
+}  // namespace
+}  // namespace lyr::LYR_ISA
