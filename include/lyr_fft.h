@@ -77,21 +77,42 @@ typedef struct {
 } lyr_fft_iodim64;
 
 /*
- * Real-to-real transforms of x[0 .. n-1], all unnormalised. "Inverse" names the kind that returns
- * `factor` times the input.
+ * Real-to-real transforms of n real numbers x[0 .. n-1] to y[0 .. n-1]. Sums run over j = 0 .. n-1
+ * unless they say otherwise.
  *
- *   kind      y[k]                                                                inverse   factor
- *   R2HC      half-complex spectrum: y[k] = Re X[k] for k <= n/2, y[n-k] = Im X[k]  HC2R      n
- *   HC2R      the real signal of a half-complex spectrum                            R2HC      n
- *   DHT       sum of x[j] (cos(2 pi j k/n) + sin(2 pi j k/n))                       DHT       n
- *   REDFT00   x[0] + (-1)^k x[n-1] + 2 sum_{0<j<n-1} x[j] cos(pi j k/(n-1))         REDFT00 2(n-1)
- *   REDFT01   x[0] + 2 sum_{j>0} x[j] cos(pi j (k+1/2)/n)                           REDFT10   2n
- *   REDFT10   2 sum x[j] cos(pi (j+1/2) k/n)                                        REDFT01   2n
- *   REDFT11   2 sum x[j] cos(pi (j+1/2)(k+1/2)/n)                                   REDFT11   2n
- *   RODFT00   2 sum x[j] sin(pi (j+1)(k+1)/(n+1))                                   RODFT00 2(n+1)
- *   RODFT01   (-1)^k x[n-1] + 2 sum_{j<n-1} x[j] sin(pi (j+1)(k+1/2)/n)             RODFT10   2n
- *   RODFT10   2 sum x[j] sin(pi (j+1/2)(k+1)/n)                                     RODFT01   2n
- *   RODFT11   2 sum x[j] sin(pi (j+1/2)(k+1/2)/n)                                   RODFT11   2n
+ *   R2HC      y[k] = sum x[j] cos(2 pi j k/n)               for k = 0 .. n/2, rounded down,
+ *             y[n-k] = -sum x[j] sin(2 pi j k/n)            for 0 < k < n/2
+ *   HC2R      y[k] = x[0] + 2 sum_{0<j<n/2} (x[j] cos(2 pi j k/n) - x[n-j] sin(2 pi j k/n)),
+ *             for even n also + (-1)^k x[n/2]
+ *   DHT       y[k] = sum x[j] (cos(2 pi j k/n) + sin(2 pi j k/n))
+ *   REDFT00   y[k] = x[0] + (-1)^k x[n-1] + 2 sum_{0<j<n-1} x[j] cos(pi j k/(n-1)),   n > 1
+ *   REDFT01   y[k] = x[0] + 2 sum_{j>0} x[j] cos(pi j (k+1/2)/n)
+ *   REDFT10   y[k] = 2 sum x[j] cos(pi (j+1/2) k/n)
+ *   REDFT11   y[k] = 2 sum x[j] cos(pi (j+1/2) (k+1/2)/n)
+ *   RODFT00   y[k] = 2 sum x[j] sin(pi (j+1) (k+1)/(n+1))
+ *   RODFT01   y[k] = (-1)^k x[n-1] + 2 sum_{j<n-1} x[j] sin(pi (j+1) (k+1/2)/n)
+ *   RODFT10   y[k] = 2 sum x[j] sin(pi (j+1/2) (k+1)/n)
+ *   RODFT11   y[k] = 2 sum x[j] sin(pi (j+1/2) (k+1/2)/n)
+ *
+ * R2HC stores the transform X of real numbers in half-complex order: Re X[0], Re X[1], .. Re
+ * X[n/2], then Im X[(n-1)/2], .. Im X[1]. REDFTab (RODFTab) transforms a sequence that is even (odd)
+ * about its ends: a = 1 when it is so about points half-way between elements, b = 1 when the outputs
+ * are. REDFT10 is often called the DCT and REDFT01 its inverse.
+ *
+ * Nothing is scaled. A kind followed by its inverse returns the input times a factor:
+ *
+ *   kind      also known as        inverse   factor
+ *   R2HC      real DFT             HC2R      n
+ *   HC2R      inverse real DFT     R2HC      n
+ *   DHT       Hartley transform    DHT       n
+ *   REDFT00   DCT-I                REDFT00   2(n-1)
+ *   REDFT01   DCT-III              REDFT10   2n
+ *   REDFT10   DCT-II               REDFT01   2n
+ *   REDFT11   DCT-IV               REDFT11   2n
+ *   RODFT00   DST-I                RODFT00   2(n+1)
+ *   RODFT01   DST-III              RODFT10   2n
+ *   RODFT10   DST-II               RODFT01   2n
+ *   RODFT11   DST-IV               RODFT11   2n
  */
 typedef enum {
     LYR_FFT_R2HC = 0,
@@ -190,7 +211,11 @@ lyr_fft_plan lyr_fft_plan_many_dft_c2r(int rank, const int *n, int howmany, lyr_
 /* ---- Real-to-real transforms ------------------------------------------------------------------
  */
 
-/* One lyr_fft_r2r_kind per dimension; layouts as for lyr_fft_plan_many_dft, in doubles. */
+/*
+ * One lyr_fft_r2r_kind per dimension, each kind as in the table at lyr_fft_r2r_kind; layouts as for
+ * lyr_fft_plan_many_dft, in doubles. Returns null also for a kind that is none and for REDFT00 of
+ * length 1.
+ */
 lyr_fft_plan lyr_fft_plan_r2r_1d(int n, double *in, double *out, lyr_fft_r2r_kind kind,
                                  unsigned flags);
 lyr_fft_plan lyr_fft_plan_r2r_2d(int n0, int n1, double *in, double *out, lyr_fft_r2r_kind kind0,

@@ -46,6 +46,12 @@ bool copy_layout(guru_layout &l, int rank, const iodim *dims, int howmany_rank,
     return true;
 }
 
+// The other kinds multiply one number by a constant, or are not defined for it.
+bool copies_length_1(lyr_fft_r2r_kind kind) {
+    return kind == LYR_FFT_R2HC || kind == LYR_FFT_HC2R || kind == LYR_FFT_DHT ||
+           kind == LYR_FFT_REDFT01 || kind == LYR_FFT_RODFT01;
+}
+
 // The products below are of 32-bit numbers and cannot overflow.
 bool nests(int64_t inner_n, int64_t inner_stride, int64_t outer_stride) {
     return inner_n * inner_stride <= outer_stride;
@@ -125,6 +131,7 @@ static plan *guru_r2r(int rank, const iodim *dims, int howmany_rank, const iodim
                       double *in, double *out, const lyr_fft_r2r_kind *kind, unsigned rules) {
     guru_layout l;
     if (rank >= 1 && !kind) return nullptr;
+    if (rank == 1 && !copies_length_1(kind[0])) rules &= ~unsigned{length_1_is_rank_0};
     if (!copy_layout(l, rank, dims, howmany_rank, howmany_dims, rules)) return nullptr;
     return plan_guru(kind_r2r, 0, -1, l, {in, nullptr, out, nullptr}, rules, kind);
 }
