@@ -38,6 +38,7 @@ int solve_problem_dht_direct(plan *p);
 int solve_problem_redft00_direct(plan *p);
 int solve_problem_c2r_many(plan *p);
 int solve_problem_r2c_many(plan *p);
+int solve_problem_r2hc_many(plan *p);
 int solve_problem_dft_many(plan *p);
 int solve_problem_c2c_1d_rader(plan *p);
 int solve_problem_c2c_1d_bluestein(plan *p);
