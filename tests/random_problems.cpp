@@ -58,11 +58,13 @@ problem random_problem(random_source &random) {
     p.split = random.below(3) == 0;
     p.rank = static_cast<int>(random.below(7) + 1) / 2;
     p.batch_rank = static_cast<int>(random.below(4));
-    if (p.rank == 0 && !p.split && random.below(2)) p.kind = transform::r2r;
+    if (!p.split && random.below(p.rank == 0 ? 2 : 3) == 0) p.kind = transform::r2r;
     int64_t room = most_points;
     for (int d = 0; d < p.rank; ++d) {
         p.dims[d].n = random_length(random, p.rank == 1 ? room : std::min<int64_t>(room, 64));
         room /= p.dims[d].n;
+        p.kinds[d] = static_cast<lyr_fft_r2r_kind>(random.below(LYR_FFT_RODFT11 + 1));
+        if (p.dims[d].n == 1 && p.kinds[d] == LYR_FFT_REDFT00) p.kinds[d] = LYR_FFT_DHT;
     }
     for (int d = 0; d < p.batch_rank; ++d) {
         p.batch[d].n = 1 + random.below(std::min<int64_t>(room, p.batch_rank == 1 ? 70 : 9));
@@ -181,6 +183,10 @@ TEST(random_problems, usual_batches) {
         "icf0*30:20:1*20:1:30",
         "ik0*30:20:2*20:1:60",
         "icf0*4:3:60*3:1:20*5:12:2",
+        "ok64e10x64e10",
+        "ik60hx48h*5",
+        "ok9e00x10o00x12e01*3i",
+        "ik8e11x9fx7b",
     };
     for (const lyr::codelet_table *table : all_tables()) {
         const with_table active(table);
