@@ -78,6 +78,12 @@ const std::vector<problem_class> &problem_classes() {
          "2048 4096 8192 16384 65536 64x64 256x256 512x512 1000x1000 32x32x32 64x64x64 "
          "100x100x100 256x256x256 16*16384 64*4096 64*4096i 1000*1000 1000*1000i",
          2},
+        {"r2r", "real to real", true, "ok",
+         "65e00 129e00 1025e00 64e10 1000e10 4096e10 64e01 1000e01 4096e01 64h 1000h 4096h"},
+        {"r2r-more", "real to real, the other kinds and other lengths", false, "ok",
+         "64f 1000f 4096f 64b 1000b 4096b 64e11 1000e11 4096e11 63o00 127o00 1023o00 64o10 1000o10 "
+         "4096o10 64o01 1000o01 4096o01 64o11 1000o11 4096o11 101e00 1001e00 64e00 1000e00 999e10 "
+         "999e01 999e11 999h 4095f 1009e10 65537e00 65536e10 64e10x64e10 1000f*64i"},
     };
     return classes;
 }
