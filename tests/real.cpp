@@ -141,6 +141,44 @@ TEST(real, executors) {
     }
 }
 
+// Threads share the pass of long transforms.
+TEST(real, threads) {
+    struct example {
+        const char *text, *name;
+    };
+    constexpr example examples[] = {
+        {"orf16384", ": execute_1d_r2c_multithread\n"},
+        {"irb16384", ": execute_1d_c2r_multithread\n"},
+        {"irf20000", ": execute_1d_r2c_multithread\n"},
+        {"orb20002", ": execute_1d_c2r_multithread\n"},
+        {"orf16382", ": execute_1d_r2c\n"},
+        {"orb20000:2:1", ": execute_1d_c2r_discrete\n"},
+        {"orf20001", ": execute_1d_r2c_odd\n"},
+        {"orb60x63", ": execute_c2r_multidimension\n"},
+        {"irb64x60", ": execute_c2r_multidimension\n"},
+        {"orf40x30x20", ": execute_multidimension\n"},
+        {"irb9x64*40i", ": execute_c2r_multidimension_many\n"},
+        {"orf1000*40i", ": execute_multithread\n"},
+    };
+    for (const auto &[text, name] : examples) {
+        const problem p = problem_of(text);
+        if (test_scale > 1 && point_count(p) > 16384) continue;
+        SCOPED_TRACE(text);
+        for (const int threads : {2, 3, 8}) {
+            lyr_fft_plan_with_nthreads(threads);
+            buffers b = buffers_of(p);
+            const plan_holder several(make_plan(p, b));
+            lyr_fft_plan_with_nthreads(1);
+            ASSERT_NE(several.plan, nullptr);
+            const std::string tree = plan_text(several.plan);
+            EXPECT_NE(tree.substr(0, tree.find('\n') + 1).find(name), std::string::npos) << tree;
+            const lyr_tools::verdict v = verify(p, b, several.plan, 1);
+            EXPECT_TRUE(v.ok) << threads << " threads, " << v.damage << " error " << v.error.l2;
+        }
+    }
+    lyr_fft_cleanup_threads();
+}
+
 // ---- The pass between pairs and spectrum --------------------------------------------------------
 
 // Ranges of pairs done one by one in any order give the bits of the whole pass, in place as well,

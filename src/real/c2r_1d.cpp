@@ -23,6 +23,15 @@ void execute_1d_c2r(plan *p, double *in, double *out) {
     child->execute_fn(child, out, out);
 }
 
+void execute_1d_c2r_multithread(plan *p, double *in, double *out) {
+    plan *child = p->children;
+    const double first = in[0], last = in[p->dims[0].n];
+    out[0] = first + last;
+    out[1] = first - last;
+    run_real_pass_threaded(p, in, out);
+    child->execute_fn(child, out, out);
+}
+
 void execute_1d_c2r_discrete(plan *p, double *in, double *out) {
     plan *child = p->children;
     double *work = static_cast<double *>(p->work);
@@ -50,9 +59,10 @@ void execute_1d_c2r_odd(plan *p, double *in, double *out) {
     for (int64_t j = 0; j < n; ++j) out[j * os] = work[2 * j];
 }
 
-constexpr real_executors executors = {
-    execute_1d_c2r,   execute_1d_c2r_discrete,   execute_1d_c2r_odd,
-    "execute_1d_c2r", "execute_1d_c2r_discrete", "execute_1d_c2r_odd"};
+constexpr real_executors executors = {execute_1d_c2r,       execute_1d_c2r_discrete,
+                                      execute_1d_c2r_odd,   execute_1d_c2r_multithread,
+                                      "execute_1d_c2r",     "execute_1d_c2r_discrete",
+                                      "execute_1d_c2r_odd", "execute_1d_c2r_multithread"};
 
 }  // namespace
 

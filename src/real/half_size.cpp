@@ -5,10 +5,16 @@
 #include "api/memory.h"
 #include "codelets/codelet.h"
 #include "dft/twiddle.h"
+#include "threads/pool.h"
 
 namespace lyr {
 
 namespace {
+
+// Shorter transforms are done before threads have begun.
+constexpr int64_t shortest_threaded = 16384;
+// Threads with fewer elements than this stay close to each other.
+constexpr int64_t spread_elements = 8192;
 
 // n complex numbers; false without memory.
 bool allocate_work(plan *p, int64_t n) {
@@ -68,6 +74,13 @@ int build_half_size(plan *p, const real_executors &executors) {
     p->execute_name = unit_strides(p) ? executors.unit_name : executors.discrete_name;
     if (!unit_strides(p) && !allocate_work(p, h)) return -1;
     if (!allocate_twiddles(p, h)) return -1;
+    const bool threaded = unit_strides(p) && p->nthreads >= 2 && n >= shortest_threaded;
+    if (threaded) {
+        p->execute_fn = executors.threaded;
+        p->execute_name = executors.threaded_name;
+        p->nthreads = threads_for_plan(p->nthreads);
+        affinity_set_once(h / p->nthreads < spread_elements ? affinity_close : affinity_spread);
+    }
     double *to = unit_strides(p) ? p->out : static_cast<double *>(p->work);
     double *from = unit_strides(p) && p->kind == kind_r2c ? p->in : to;
     return make_complex_child(p, h, from, to);
@@ -80,6 +93,31 @@ void run_real_pass(const plan *p, const double *in, int64_t in_step, double *out
     const real_pass w = {p->dims[0].n / 2, first,    last,
                          in_step,          out_step, static_cast<const double *>(p->aux)};
     (p->kind == kind_r2c ? passes->forward : passes->backward)(w, in, out);
+}
+
+namespace {
+
+struct shared_pass {
+    const plan *p;
+    const double *in;
+    double *out;
+};
+
+void run_chunk(const pool_task *task) {
+    const shared_pass *pass = static_cast<const shared_pass *>(task->arg);
+    const int64_t pairs = pass->p->dims[0].n / 4;
+    const int64_t before = task->index * task->chunk;
+    const int64_t last = before + task->chunk < pairs ? before + task->chunk : pairs;
+    run_real_pass(pass->p, pass->in, 1, pass->out, 1, before + 1, last);
+}
+
+}  // namespace
+
+void run_real_pass_threaded(const plan *p, const double *in, double *out) {
+    shared_pass pass = {p, in, out};
+    const int64_t pairs = p->dims[0].n / 4;
+    pool_refresh_placement();
+    thread_pool_run(pairs, p->nthreads, chunk_align(pairs, p->nthreads), run_chunk, &pass);
 }
 
 }  // namespace lyr

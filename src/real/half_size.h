@@ -11,8 +11,8 @@ namespace lyr {
 
 // The executors of one direction.
 struct real_executors {
-    executor unit, discrete, odd;
-    const char *unit_name, *discrete_name, *odd_name;
+    executor unit, discrete, odd, threaded;
+    const char *unit_name, *discrete_name, *odd_name, *threaded_name;
 };
 
 // Fills work, aux, the child and the executor of a one-dimensional problem:
@@ -20,7 +20,8 @@ struct real_executors {
 //   even n   aux: h complex numbers, entry k-1 = W(-k, n) for k = 1 .. ceil(h/2); the child
 //            transforms h complex numbers: out of place only from a real input of stride 1;
 //            work: h complex numbers when a stride is not 1
-// Returns 0, -1 without memory, or what the planner says of the child.
+// Long transforms of stride 1 whose plan may use threads get the threaded executor, and the thread
+// count that it has to use. Returns 0, -1 without memory, or what the planner says of the child.
 int build_half_size(plan *p, const real_executors &executors);
 
 // Writes W(-k, n), k = 1 .. ceil(h/2), n = 2h, to entries k-1.
@@ -30,5 +31,9 @@ void fill_pass_twiddles(double *twiddles, int64_t h);
 // Callable from several threads at once for disjoint ranges.
 void run_real_pass(const plan *p, const double *in, int64_t in_step, double *out, int64_t out_step,
                    int64_t first, int64_t last);
+
+// The same for all pairs, shared among the threads of a plan with the threaded executor. Steps
+// are 1.
+void run_real_pass_threaded(const plan *p, const double *in, double *out);
 
 }  // namespace lyr

@@ -26,6 +26,17 @@ void execute_1d_r2c(plan *p, double *in, double *out) {
     finish(p, out, out, 1);
 }
 
+void execute_1d_r2c_multithread(plan *p, double *in, double *out) {
+    plan *child = p->children;
+    child->execute_fn(child, in, out);
+    const double re = out[0], im = out[1];
+    double *last = out + p->dims[0].n;
+    out[0] = re + im;
+    last[0] = re - im;
+    out[1] = last[1] = 0;
+    run_real_pass_threaded(p, out, out);
+}
+
 void execute_1d_r2c_discrete(plan *p, double *in, double *out) {
     plan *child = p->children;
     double *work = static_cast<double *>(p->work);
@@ -51,9 +62,10 @@ void execute_1d_r2c_odd(plan *p, double *in, double *out) {
     }
 }
 
-constexpr real_executors executors = {
-    execute_1d_r2c,   execute_1d_r2c_discrete,   execute_1d_r2c_odd,
-    "execute_1d_r2c", "execute_1d_r2c_discrete", "execute_1d_r2c_odd"};
+constexpr real_executors executors = {execute_1d_r2c,       execute_1d_r2c_discrete,
+                                      execute_1d_r2c_odd,   execute_1d_r2c_multithread,
+                                      "execute_1d_r2c",     "execute_1d_r2c_discrete",
+                                      "execute_1d_r2c_odd", "execute_1d_r2c_multithread"};
 
 }  // namespace
 
