@@ -12,7 +12,7 @@
 #include "batch/copy_transpose.h"
 #include "batch/slab_batch.h"
 #include "planner/registry.h"
-#include "threads/pool.h"
+#include "threads/threads.h"
 
 namespace lyr {
 
