@@ -327,8 +327,7 @@ TEST(choice, children_of_split_transforms) {
         ASSERT_EQ(p.nchildren, 1);
         const plan &child = p.children[0];
         EXPECT_TRUE(dims_are(child, e.child)) << e.kind;
-        EXPECT_TRUE(child.split == -1 && child.kind == e.kind && !child.in_imag &&
-                    !child.out_imag);
+        EXPECT_TRUE(child.split == -1 && child.kind == e.kind && !child.in_imag && !child.out_imag);
         EXPECT_EQ(child.in, e.kind == kind_r2c ? a : p.work);
         EXPECT_EQ(child.out, e.kind == kind_c2r ? c : p.work);
         lyr::plan_clear(&p);
@@ -447,11 +446,8 @@ TEST(choice, slab_widths) {
     for (const int64_t n : {2, 37, 60, 1024, 4096, 1 << 20})
         for (const int64_t howmany : {2, 3, 63, 64, 65, 100000})
             for (const int64_t stride : {howmany, int64_t{1} << 22}) {
-                plan p = {};
-                p.dims[0] = {n, stride, 1};
-                p.howmany_dims[0] = {howmany, 1, 1};
-                EXPECT_EQ(lyr::slab_width(&p, 1), howmany) << n;
-                const int64_t width = lyr::slab_width(&p, 2);
+                EXPECT_EQ(lyr::slab_width(n, stride, howmany, 1), howmany) << n;
+                const int64_t width = lyr::slab_width(n, stride, howmany, 2);
                 EXPECT_GE(width, std::min(howmany, lyr::slab_quantum));
                 EXPECT_LE(width, std::min(howmany, lyr::slab_width_limit));
                 EXPECT_TRUE(width == howmany || width % lyr::slab_quantum == 0)

@@ -110,7 +110,7 @@ int solve_bufferized_problem(plan *p) {
     slab_stages list;
     if (part_above_37(n) == 1) {
         if (!find_stages(p, &list)) return -1;
-        if (!keep_slab_batch(p, {slab_width(p, list.count), list})) return -1;
+        if (!keep_slab_batch(p, {slab_width(n, n, h, list.count), list})) return -1;
         p->execute_fn = execute_bufferization_walk;
     } else {
         p->execute_fn = execute_bufferization;

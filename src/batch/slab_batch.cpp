@@ -8,16 +8,14 @@ namespace lyr {
 
 static_assert(sizeof(slab_batch) <= sizeof(plan::solver_words));
 
-int64_t slab_width(const plan *p, int64_t stage_count) {
-    const auto [n, is, os] = p->dims[0];
-    const int64_t h = p->howmany_dims[0].n;
-    if (stage_count == 1) return h;  // no scratch: each row is read and written once
-    const bool far = n >= far_span_bytes / 16 / (is > os ? is : os);
+int64_t slab_width(int64_t n, int64_t stride, int64_t howmany, int64_t stage_count) {
+    if (stage_count == 1) return howmany;  // no scratch: each row is read and written once
+    const bool far = n >= far_span_bytes / 16 / stride;
     int64_t width = (far ? far_scratch_bytes : near_scratch_bytes) / (16 * n);
     width = width / slab_quantum * slab_quantum;
     if (width < slab_quantum) width = slab_quantum;
     if (width > slab_width_limit) width = slab_width_limit;
-    return width < h ? width : h;
+    return width < howmany ? width : howmany;
 }
 
 bool build_slab_stages(plan *p, slab_stages *list) {

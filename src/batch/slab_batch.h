@@ -22,8 +22,13 @@ inline constexpr int64_t near_scratch_bytes = 32 << 10;
 inline constexpr int64_t far_scratch_bytes = 1 << 20;
 inline constexpr int64_t far_span_bytes = 4 << 20;
 
-// How many transforms of a batch with distance 1 are walked together.
-int64_t slab_width(const plan *p, int64_t stage_count);
+// How many of `howmany` transforms of length n with distance 1 are walked together, when their
+// elements are `stride` complex numbers apart.
+int64_t slab_width(int64_t n, int64_t stride, int64_t howmany, int64_t stage_count);
+
+inline int64_t wider_stride(const plan *p) {
+    return p->dims[0].is > p->dims[0].os ? p->dims[0].is : p->dims[0].os;
+}
 
 // Builds the stages of a batch of one-dimensional transforms into aux. False when the length has no
 // stages or memory runs out.
