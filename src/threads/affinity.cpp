@@ -13,8 +13,8 @@ namespace {
 constexpr int32_t far_distance = 21;  // nodes nearer than this share work readily
 
 pthread_mutex_t lock = PTHREAD_MUTEX_INITIALIZER;  // for machine and workers
-topology machine = {.node_count = -1};
-placement workers = {.caller_cpu = -1, .caller_node = -1};
+topology machine = {};
+placement workers = {};
 const platform *system_calls = &this_machine;
 
 // Read and written with atomics.
@@ -225,7 +225,7 @@ void use_platform(const platform *p) {
     affinity_lock();
     topology_release(&machine);
     topology_reset(&machine);
-    workers = {.caller_cpu = -1, .caller_node = -1};
+    workers = {};
     store(&system_calls, p);
     store(&policy, int32_t{affinity_spread});
     store(&policy_fixed, 0);

@@ -32,7 +32,7 @@ struct placement {
     cpu_set_t group_mask[max_nodes][group_count];
     int32_t node_total[max_nodes], group_total[max_nodes][group_count];
     int32_t node_free[max_nodes], group_free[max_nodes][group_count];
-    int32_t caller_cpu, caller_node;  // of the thread that the workers serve; -1: unknown
+    int32_t caller_cpu = -1, caller_node = -1;  // of the thread that the workers serve; -1: unknown
 };
 
 void fill_masks(placement *where, const topology *t, const cpu_set_t *allowed);

@@ -14,7 +14,8 @@ inline constexpr int max_processors = 160;  // of a node, and in cpu_to_node
 
 // Lists end with -1. What a failed step of the discovery would have filled keeps its old values.
 struct topology {
-    int32_t node_count;     // the highest node number plus 1; 0: nothing known; -1: not looked yet
+    int32_t node_count =
+        -1;                 // the highest node number plus 1; 0: nothing known; -1: not looked yet
     uint64_t node_present;  // bit i: node i is there
     int32_t node_cpus[max_nodes][max_processors + 1];  // ascending
     int32_t cpu_to_node[max_processors];               // -1: unknown
