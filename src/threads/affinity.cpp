@@ -160,7 +160,9 @@ int32_t affinity_discover() {
     affinity_lock();
     cpu_set_t allowed;
     CPU_ZERO(&allowed);
-    const bool known = topology_discover(&machine, system_calls->node_directory);
+    // What is known stays, until lyr_fft_cleanup_threads: reading it takes longer than many plans.
+    const bool known =
+        machine.node_distance || topology_discover(&machine, system_calls->node_directory);
     if (system_calls->allowed_processors(&allowed) == 0) {
         if (known) fill_masks(&workers, &machine, &allowed);
         store(&processors, static_cast<int32_t>(CPU_COUNT(&allowed)));

@@ -40,8 +40,9 @@ void fill_masks(placement *where, const topology *t, const cpu_set_t *allowed);
 // The caller runs on `cpu`, and no worker is placed yet.
 void place_caller(placement *where, const topology *t, int32_t cpu);
 
-// Chooses processors for one more worker and counts them as taken; false when there are none left.
-bool choose_processors(placement *where, const topology *t, int policy, cpu_set_t *chosen);
+// Chooses processors for one more worker, as the policy `how` wants, and counts them as taken;
+// false when there are none left.
+bool choose_processors(placement *where, const topology *t, int how, cpu_set_t *chosen);
 
 // ---- The process --------------------------------------------------------------------------------
 // All functions may be called from any thread.

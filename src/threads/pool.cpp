@@ -127,9 +127,9 @@ uint64_t wait_for_post(worker *w) {
         if (!waiting.turn()) continue;
         // Whoever posts from now on finds slot_asleep and wakes us.
         slot = slot_idle;
-        if (!__atomic_compare_exchange_n(&w->slot, &slot, slot_asleep, false, __ATOMIC_SEQ_CST,
-                                         __ATOMIC_SEQ_CST))
-            continue;
+        __atomic_compare_exchange_n(&w->slot, &slot, slot_asleep, false, __ATOMIC_SEQ_CST,
+                                    __ATOMIC_SEQ_CST);
+        if (slot != slot_idle && slot != slot_asleep) continue;
         count(&workers_awake, -1);
         wait_for(&w->ready);
         count(&workers_awake, +1);

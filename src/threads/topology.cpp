@@ -75,6 +75,10 @@ bool read_processors(topology *t, const char *directory) {
     return true;
 }
 
+int32_t *distances_of(const topology *t, int node) {
+    return t->node_distance + int64_t{node} * t->node_count;
+}
+
 bool read_distances(topology *t, const char *directory) {
     topology_release(t);
     const auto count = static_cast<size_t>(t->node_count);
@@ -84,7 +88,7 @@ bool read_distances(topology *t, const char *directory) {
         if (!(t->node_present >> node & 1)) continue;
         char text[distance_bytes + 1];
         if (read_node_file(directory, node, "distance", text, sizeof text) &&
-            parse_distances(text, t->node_count, t->node_distance + node * t->node_count))
+            parse_distances(text, t->node_count, distances_of(t, node)))
             continue;
         topology_release(t);
         return false;
@@ -100,7 +104,7 @@ void rank_nodes(topology *t) {
         int count = 0;
         for (int other = 0; other < t->node_count; ++other) {
             if (!(t->node_present >> other & 1)) continue;
-            const int32_t distance = t->node_distance[node * t->node_count + other];
+            const int32_t distance = distances_of(t, node)[other];
             int place = count++;
             for (; place > 0 && distances[place - 1] > distance; --place) {
                 nodes[place] = nodes[place - 1];
@@ -119,9 +123,11 @@ const platform this_machine = {"/sys/devices/system/node", sched_getcpu, allowed
                                bind_thread};
 
 void topology_reset(topology *t) {
-    memset(t, -1, sizeof *t);
-    t->node_present = 0;
-    t->node_distance = nullptr;
+    *t = {};
+    memset(t->node_cpus, -1, sizeof t->node_cpus);
+    memset(t->cpu_to_node, -1, sizeof t->cpu_to_node);
+    memset(t->nearest_nodes, -1, sizeof t->nearest_nodes);
+    memset(t->nearest_dist, -1, sizeof t->nearest_dist);
 }
 
 bool topology_discover(topology *t, const char *node_directory) {

@@ -1,13 +1,14 @@
 // lyr-fft info: what this library and this machine are.
 
-#include <algorithm>
 #include <fstream>
 #include <map>
-#include <thread>
+#include <memory>
 
 #include "commands.h"
 #include "lyr_fft.h"
 #include "planner/describe.h"
+#include "problem_arguments.h"
+#include "threads/pool.h"
 #include "threads/threads.h"
 
 namespace lyr_tools {
@@ -32,7 +33,23 @@ std::string processor_name() {
     return "unknown";
 }
 
-int run_info() {
+// "4 (asked for 8), workers spread"
+std::string thread_settings() {
+    const int64_t asked = lyr::library_threads(), used = lyr::threads_for_plan(asked);
+    std::string text = std::to_string(used);
+    if (used != asked) text += " (asked for " + std::to_string(asked) + ")";
+    switch (lyr::affinity_policy_get()) {
+        case lyr::affinity_spread:
+            return text + ", workers spread";
+        case lyr::affinity_close:
+            return text + ", workers close";
+        default:
+            return text + ", workers not bound";
+    }
+}
+
+int run_info(int threads) {
+    lyr_fft_plan_with_nthreads(threads);
     LFFTVersionRecord version;
     if (LFFTGetVersion(&version) != 1) return fail("the library has no version");
     const auto line = [](const char *name, const std::string &value) {
@@ -44,16 +61,21 @@ int run_info() {
     line("interface", lyr_fft_version);
     line("compiler", version.compiler);
     line("processor", processor_name());
-    line("processors", std::to_string(std::max(1U, std::thread::hardware_concurrency())));
+    line("processors", std::to_string(lyr::usable_processors()));
+    line("NUMA nodes",
+         lyr::numa_node_count() > 0 ? std::to_string(lyr::numa_node_count()) : "unknown");
     line("vector target", lyr::active_target());
-    line("threads", std::to_string(lyr::library_threads()));
+    line("threads", thread_settings());
     return 0;
 }
 
 }  // namespace
 
 command add_info(CLI::App &app) {
-    return {app.add_subcommand("info", "Show version, processor and settings"), run_info};
+    CLI::App *arguments = app.add_subcommand("info", "Show version, processor and settings");
+    auto threads = std::make_shared<int>(1);
+    add_threads(*arguments, *threads);
+    return {arguments, [threads] { return run_info(*threads); }};
 }
 
 }  // namespace lyr_tools
