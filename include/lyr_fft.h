@@ -32,8 +32,10 @@
  * problem with the same thread count on the same kind of processor gives the same bits on every
  * run, at any alignment of the arrays and at any place in a batch.
  *
- * Threads. Any number of threads may create, execute and destroy distinct plans at the same time.
- * One plan must not be executed by two threads at once: executions share the plan's scratch memory.
+ * Threads. Any number of threads may create, execute and destroy distinct plans at the same time,
+ * plans that use several threads themselves included. One plan must not be executed by two threads
+ * at once: executions share the plan's scratch memory. A child of fork may execute the plans that
+ * it inherited and make new ones.
  *
  * Fortran. Every function is also exported with a trailing underscore (lyr_fft_plan_dft_1d_), takes
  * every argument by reference, and receives and returns plans as 64-bit integers.
@@ -326,14 +328,31 @@ void lyr_fft_free(void *p);
 /* ---- Threads ----------------------------------------------------------------------------------
  */
 
+/*
+ * A plan made for several threads shares its work among the calling thread and workers, threads
+ * that the library makes when it first needs them and keeps for later. Workers that wait spin for
+ * about a millisecond and then sleep. They are bound to processors near the calling thread, by the
+ * environment variable LYR_FFT_AFFINITY:
+ *
+ *   SPREAD  over the processors of the nearest NUMA nodes (the default),
+ *   CLOSE   all on the nearest node,
+ *   NO      not at all, until the first plan for several threads chooses one of the others.
+ *
+ * Calling threads are never bound. Workers take no signals but those of their own faults and
+ * SIGPROF.
+ */
+
 /* Prepare the library for threads. Returns 1. Optional: lyr_fft_plan_with_nthreads calls it. */
 int lyr_fft_init_threads(void);
 
 /* The number of threads, 1 to 512 (values outside are clipped), that plans made from now on may
- * use. The setting is one for the whole process; 1 at start. */
+ * use. The setting is one for the whole process; 1 at start. On machines with two or four NUMA
+ * nodes plans use no more threads than half of the nodes have processors. The number of threads may
+ * change results in their last bits. Reads LYR_FFT_AFFINITY. */
 void lyr_fft_plan_with_nthreads(int nthreads);
 
-/* Release idle worker threads. Must not run while a transform is executing. */
+/* End idle worker threads. Plans made before go on working: executing them makes new workers. Must
+ * not run while a transform is executing. */
 void lyr_fft_cleanup_threads(void);
 
 /* ---- Version ----------------------------------------------------------------------------------
