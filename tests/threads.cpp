@@ -787,7 +787,7 @@ TEST(transforms, rotated_batches) {
     std::vector<double> in(2 * n1 * n2), table(2 * n1 * n2), one(2 * n1 * row), many(2 * n1 * row);
     random_source random{5};
     for (double &x : in) x = random.uniform();
-    lyr::fill_rotation(table.data(), n1, n2, -1, lyr::active_table()->lanes);
+    lyr::fill_rotation(table.data(), n1, n2, -1, lyr::active_table()->lanes, nullptr);
     for (const auto &[threads, out] : {std::pair(1, &one), std::pair(5, &many)}) {
         lyr::plan p = {};
         p.kind = kind_rotated_batch;
