@@ -12,7 +12,9 @@
 #include <cstring>
 
 #include "api/memory.h"
+#include "batch/many_multithread.h"
 #include "planner/registry.h"
+#include "threads/pool.h"
 
 namespace lyr {
 
@@ -25,9 +27,10 @@ constexpr int64_t most_columns = 8;
 
 struct bookkeeping {  // in solver_words
     double *lone;     // one number of each row
-    double *rows;     // `group` rows of n/2+1 numbers
+    double *rows;     // `group` rows of n/2+1 numbers for each thread
     double *columns;  // `width` columns, side by side; null: they go to the output directly
     int64_t group, width;
+    int64_t threads;  // that share the rows; each has a child of its own for them
 };
 static_assert(sizeof(bookkeeping) <= sizeof(plan::solver_words));
 
@@ -98,20 +101,50 @@ void get_row(double *row, const double *lone, const double *held, int64_t n, int
     memcpy(row + 2 * lone_number(n), lone, 2 * sizeof(double));
 }
 
-void transform_rows(const plan *p, double *out) {
+// Complex numbers between the row buffers of two threads.
+int64_t buffer_room(int64_t group, int64_t n) {
+    return (group * (n / 2 + 1) + 3) / 4 * 4;
+}
+
+// Groups of rows first..end-1 with the buffer and the child of one thread.
+void transform_groups(const plan *p, double *out, int64_t thread, int64_t first, int64_t end) {
     const bookkeeping b = words_of(p);
     const outer_dims o = outer_of(p);
-    plan *child = &p->children[p->nchildren - 1];
+    plan *child = &p->children[p->nchildren - b.threads + thread];
     const auto [n, is, os] = p->dims[p->rank - 1];
-    const int64_t row = 2 * (n / 2 + 1);
-    const double *lone = b.lone;
-    for (int64_t i = 0; i < o.dims[0].n; ++i)
-        for (int64_t j = 0; j < o.dims[1].n; j += b.group) {
-            double *to = out + i * o.dims[0].os + j * o.dims[1].os;
-            for (int64_t k = 0; k < b.group; ++k, lone += 2)
-                get_row(b.rows + k * row, lone, to + k * o.dims[1].os, n, os);
-            child->execute_fn(child, b.rows, to);
-        }
+    double *buffer = b.rows + 2 * thread * buffer_room(b.group, n);
+    const int64_t row = 2 * (n / 2 + 1), groups = o.dims[1].n / b.group;
+    for (int64_t g = first; g < end; ++g) {
+        const double *lone = b.lone + 2 * g * b.group;
+        double *to = out + g / groups * o.dims[0].os + g % groups * b.group * o.dims[1].os;
+        for (int64_t k = 0; k < b.group; ++k, lone += 2)
+            get_row(buffer + k * row, lone, to + k * o.dims[1].os, n, os);
+        child->execute_fn(child, buffer, to);
+    }
+}
+
+struct shared_rows {
+    const plan *p;
+    double *out;
+    int64_t groups;
+};
+
+void run_chunk(const pool_task *task) {
+    const shared_rows *rows = static_cast<const shared_rows *>(task->arg);
+    const int64_t first = task->index * task->chunk, end = first + task->chunk;
+    transform_groups(rows->p, rows->out, task->index, first,
+                     end < rows->groups ? end : rows->groups);
+}
+
+void transform_rows(const plan *p, double *out) {
+    const bookkeeping b = words_of(p);
+    shared_rows rows = {p, out, row_count(p) / b.group};
+    if (b.threads == 1) {
+        transform_groups(p, out, 0, 0, rows.groups);
+    } else {
+        pool_refresh_placement();
+        thread_pool_run(rows.groups, p->nthreads, 1, run_chunk, &rows);
+    }
 }
 
 void execute_out_of_place(plan *p, double *in, double *out) {
@@ -245,23 +278,27 @@ int64_t rows_together(int64_t rows, int64_t columns) {
     return group;
 }
 
-int64_t whole_lines(int64_t complex_numbers) {
-    return (complex_numbers + 3) / 4 * 4;
-}
-
 int build_out_of_place(plan *p) {
     p->execute_fn = execute_out_of_place;
     const lyr_fft_iodim64 row = p->dims[p->rank - 1], above = p->dims[p->rank - 2];
-    const int64_t h = row.n / 2, columns = h + 1;
-    p->nchildren = h ? p->rank + 1 : 2;
-    p->children = plan_alloc_children(p->nchildren);
-    if (!p->children) return -1;
+    const int64_t h = row.n / 2, columns = h + 1, all_rows = row_count(p);
 
     bookkeeping b = {};
     b.group = rows_together(above.n, columns);
+    b.threads = 1;
+    if (p->nthreads >= 2) {
+        p->nthreads = threads_for_plan(p->nthreads);
+        const int64_t chunks = chunks_of(all_rows / b.group, p->nthreads, 1).count;
+        if (worth_threads(all_rows * row.n, chunks)) b.threads = chunks;
+    }
+    p->nchildren = static_cast<int32_t>((h ? p->rank : 1) + b.threads);
+    p->children = plan_alloc_children(p->nchildren);
+    if (!p->children) return -1;
+
     if (!takes_complex_numbers(p)) b.width = h < most_columns ? h : most_columns;
-    const int64_t lone_room = whole_lines(row_count(p)), rows_room = whole_lines(b.group * columns);
-    if (!allocate_work(p, lone_room + rows_room + row_count(p) * b.width)) return -1;
+    const int64_t lone_room = (all_rows + 3) / 4 * 4;
+    const int64_t rows_room = b.threads * buffer_room(b.group, row.n);
+    if (!allocate_work(p, lone_room + rows_room + all_rows * b.width)) return -1;
     b.lone = static_cast<double *>(p->work);
     b.rows = b.lone + 2 * lone_room;
     if (b.width) b.columns = b.rows + 2 * rows_room;
@@ -276,10 +313,15 @@ int build_out_of_place(plan *p) {
                          b.columns ? b.width : h) != 0)
             return -1;
     }
-    plan *rows = make_rows(&p->children[p->nchildren - 1], p, b.rows, 1);
-    rows->howmany_rank = 1;
-    rows->howmany_dims[0] = {b.group, columns, above.os};
-    return plan_solve(rows);
+    for (int64_t thread = 0; thread < b.threads; ++thread) {
+        plan *rows = make_rows(&p->children[p->nchildren - b.threads + thread], p,
+                               b.rows + 2 * thread * buffer_room(b.group, row.n), 1);
+        rows->howmany_rank = 1;
+        rows->howmany_dims[0] = {b.group, columns, above.os};
+        if (b.threads > 1) rows->nthreads = 1;
+        if (plan_solve(rows) != 0) return -1;
+    }
+    return 0;
 }
 
 }  // namespace
