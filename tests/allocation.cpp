@@ -87,7 +87,10 @@ TEST(allocation, every_allocation_of_a_plan_may_fail) {
                              "orf60*9i",    "orb15*9i",
                              "orf8x9x10",   "orb8x9x10",
                              "orb6x7",      "irf6x8*5i",
-                             "irb6x8*5i",   "irb5:70:51x4:10:9x6:2:1"}) {
+                             "irb6x8*5i",   "irb5:70:51x4:10:9x6:2:1",
+                             "orf8:2:3",    "orf16*9",
+                             "irb32*5",     "ok64b:2:1",
+                             "ok16h*7i",    "ok17e00*3"}) {
         const problem p = problem_of(text);
         buffers b = buffers_of(p);
         int64_t made = 0;

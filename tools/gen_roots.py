@@ -74,7 +74,7 @@ def write_roots():
 
 def write_octants():
     header("Cosines, sines, tangents of 2 pi k / N, k <= N/8.", "octant")
-    for n in (8, 16, 32, 64, 128):
+    for n in (4, 8, 16, 32, 64, 128):
         pairs = [cos_sin(2 * PI * k / n) for k in range(n // 8 + 1)]
         print(f"template <>\nstruct octant<{n}> {{")
         print(table("cosine", [c for c, _ in pairs]))

@@ -41,6 +41,17 @@ void cosine(const double *in, double *out, const int64_t *is, const int64_t *os,
     cosine_run<N, real_vec<1>, false>(in, out, is, os, v, ivs, ovs);
 }
 
+template <int... N>
+constexpr void add_single(real_set &set) {
+    ((set.r2c[N - 1] = r2c_kernel<N>), ...);
+    ((set.r2c_unit[N - 1] = r2c_unit<N>), ...);
+}
+template <int... N>
+constexpr void add_many(real_set &set) {
+    ((set.r2c_many[N - 1] = forward_kernel<N>), ...);
+    ((set.r2c_many_zeroed[N - 1] = r2c_many_zeroed_kernel<N>), ...);
+}
+
 constexpr real_set make_reals() {
     real_set set = {
         .forward = {{2, forward_kernel<2>},
@@ -77,29 +88,8 @@ constexpr real_set make_reals() {
         set.hartley[i] = set.forward[i];
         set.complex_to_real[i] = set.backward[i];
     }
-#define LYR_SINGLE(N)               \
-    set.r2c[N - 1] = r2c_kernel<N>; \
-    set.r2c_unit[N - 1] = r2c_unit<N>;
-    LYR_SINGLE(2)
-    LYR_SINGLE(3)
-    LYR_SINGLE(4)
-    LYR_SINGLE(5)
-    LYR_SINGLE(7)
-    LYR_SINGLE(8)
-    LYR_SINGLE(16)
-    LYR_SINGLE(32)
-    LYR_SINGLE(64)
-    LYR_SINGLE(128)
-#undef LYR_SINGLE
-#define LYR_MANY(N)                           \
-    set.r2c_many[N - 1] = r2c_many_kernel<N>; \
-    set.r2c_many_zeroed[N - 1] = r2c_many_zeroed_kernel<N>;
-    LYR_MANY(2)
-    LYR_MANY(3)
-    LYR_MANY(4)
-    LYR_MANY(8)
-    LYR_MANY(16)
-#undef LYR_MANY
+    add_single<2, 3, 4, 5, 7, 8, 16, 32, 64, 128>(set);
+    add_many<2, 3, 4, 8, 16>(set);
     return set;
 }
 

@@ -9,6 +9,13 @@ template <int N>
 struct octant;
 
 template <>
+struct octant<4> {
+    static constexpr double cosine[] = {1.0};
+    static constexpr double sine[] = {0.0};
+    static constexpr double tangent[] = {0.0};
+};
+
+template <>
 struct octant<8> {
     static constexpr double cosine[] = {1.0, 0.7071067811865476};
     static constexpr double sine[] = {0.0, 0.7071067811865476};

@@ -408,10 +408,6 @@ void backward_kernel(LYR_REAL_PARAMETERS) {
         backward_long<N>(R0, R1, Cr, Ci, rs, csr, csi, v, ivs, ovs);
 }
 template <int N>
-void r2c_many_kernel(LYR_REAL_PARAMETERS) {
-    forward_short<N, false>(R0, R1, Cr, Ci, rs, csr, csi, v, ivs, ovs);
-}
-template <int N>
 void r2c_many_zeroed_kernel(LYR_REAL_PARAMETERS) {
     forward_short<N, true>(R0, R1, Cr, Ci, rs, csr, csi, v, ivs, ovs);
 }
@@ -432,10 +428,4 @@ void r2c_many_zeroed_kernel(LYR_REAL_PARAMETERS) {
     template void dht_unit<N>(plan *, double *, double *);  \
     template void c2r_unit<N>(plan *, double *, double *);  \
     template void hc2r_unit<N>(plan *, double *, double *); \
-    }
-// Of those of the batched solver.
-#define LYR_DEFINE_REAL_MANY(N)                             \
-    namespace lyr::LYR_ISA {                                \
-    template void r2c_many_kernel<N> LYR_REAL_TYPES;        \
-    template void r2c_many_zeroed_kernel<N> LYR_REAL_TYPES; \
     }

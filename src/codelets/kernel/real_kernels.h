@@ -18,8 +18,6 @@ void backward_kernel(LYR_REAL_PARAMETERS);
 template <int N>
 void r2c_kernel(LYR_REAL_PARAMETERS);
 template <int N>
-void r2c_many_kernel(LYR_REAL_PARAMETERS);
-template <int N>
 void r2c_many_zeroed_kernel(LYR_REAL_PARAMETERS);
 
 template <int N>
