@@ -357,9 +357,11 @@ TEST(r2r, extreme_numbers) {
             }
             std::vector<double> broken = x;
             broken[x.size() / 2] = HUGE_VAL;
-            for (const double v : run(kind, broken))
-                if (kind == LYR_FFT_DHT || kind == LYR_FFT_REDFT11 || kind == LYR_FFT_RODFT11)
-                    EXPECT_FALSE(std::isfinite(v)) << name_of(kind, n);
+            // No weight of these kinds is zero.
+            if (kind != LYR_FFT_DHT && kind != LYR_FFT_REDFT11 && kind != LYR_FFT_RODFT11) continue;
+            for (const double v : run(kind, broken)) {
+                EXPECT_FALSE(std::isfinite(v)) << name_of(kind, n);
+            }
         }
 }
 
@@ -375,8 +377,9 @@ TEST(r2r, half_complex_batches) {
             buffers b = buffers_of(p);
             const plan_holder holder(make_plan(p, b));
             ASSERT_NE(holder.plan, nullptr);
-            if (p.batch[0].is == 1)
+            if (p.batch[0].is == 1) {
                 EXPECT_STREQ(holder.plan->solver_name, "solve_problem_r2hc_many");
+            }
             const lyr_tools::verdict v = verify(p, b, holder.plan, 3);
             EXPECT_EQ(v.damage, "");
             EXPECT_LE(v.error.l2, point_count(p) < 32 ? 2.0 : v.bound);

@@ -332,6 +332,33 @@ void r2hc_rows(const r2hc_row_walk &walk, const double *in, double *out) {
     }
 }
 
+// ---- Short transforms ---------------------------------------------------------------------------
+
+// W outputs. Two sums, so that one addition need not wait for the one before.
+template <int n, int W>
+LYR_INLINE reals<W> row_sums(const double *x, const double *matrix) {
+    reals<W> even = load<W>(matrix) * x[0], odd = {};
+#pragma GCC unroll 32
+    for (int j = 1; j < n; ++j) (j % 2 != 0 ? odd : even) += load<W>(matrix + j * n) * x[j];
+    return even + odd;
+}
+
+template <int n>
+void small(const r2r_small &pass, const double *in, double *out) {
+    const auto [is, os, matrix] = pass;
+    double x[n], y[n];
+    for (int j = 0; j < n; ++j) x[j] = in[j * is];
+    double *to = os == 1 ? out : y;
+    cover(n, [&, m = matrix]<int W>(int64_t k) { store<W>(to + k, row_sums<n, W>(x, m + k)); });
+    if (os != 1)
+        for (int k = 0; k < n; ++k) out[k * os] = y[k];
+}
+
+template <int... n>
+constexpr r2r_small_set small_functions(indices<n...>) {
+    return {{small<n + 1>...}};
+}
+
 }  // namespace
 
 extern const r2r_pass_set r2r_passes;
@@ -365,6 +392,7 @@ const r2r_pass_set r2r_passes = {
     redft00_join,
     rodft00_join,
     r2hc_rows,
+    small_functions(count_to<r2r_small_limit>::type{}),
 };
 
 }  // namespace lyr::LYR_ISA

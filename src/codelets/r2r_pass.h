@@ -33,6 +33,18 @@ struct r2hc_row_walk {
 };
 using r2hc_rows_function = void (*)(const r2hc_row_walk &, const double *in, double *out);
 
+// A short transform as the product with its matrix: out[k*os] = sum over j of in[j*is] *
+// matrix[j*n + k]. All inputs are read before any output is written, so that `out` may be `in`.
+struct r2r_small {
+    int64_t is, os;
+    const double *matrix;
+};
+using r2r_small_function = void (*)(const r2r_small &, const double *in, double *out);
+inline constexpr int r2r_small_limit = 31;
+struct r2r_small_set {
+    r2r_small_function by_length[r2r_small_limit];  // n - 1
+};
+
 struct r2r_pass_set {
     // The spectrum Y of n real numbers v, n even, is found from the transform Z of v[2j] + i
     // v[2j+1] as in codelets/real_pass.h, and goes on into the output:
@@ -62,6 +74,8 @@ struct r2r_pass_set {
     r2r_pass_function rodft00_join;
 
     r2hc_rows_function rows;
+
+    r2r_small_set small;
 };
 
 }  // namespace lyr

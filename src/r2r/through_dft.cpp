@@ -62,19 +62,6 @@ void execute_strided(plan *p, double *in, double *out) {
     }
 }
 
-const char *executor_name(int32_t kind) {
-    switch (kind) {
-        case LYR_FFT_R2HC:
-            return "execute_r2hc_1d";
-        case LYR_FFT_HC2R:
-            return "execute_hc2r_1d";
-        case LYR_FFT_DHT:
-            return "execute_dht_1d";
-        default:
-            return "execute_r2r_1d";
-    }
-}
-
 bool is_type4(int32_t kind) {
     return kind == LYR_FFT_REDFT11 || kind == LYR_FFT_RODFT11;
 }
@@ -200,7 +187,6 @@ int build_through_dft(plan *p) {
     if (!make_work(p, b) || !make_tables(p)) return -1;
     memcpy(p->solver_words, &b, sizeof b);
     p->execute_fn = unit_strides(p) ? execute_contiguous : execute_strided;
-    p->execute_name = executor_name(p->r2r_kinds[0]);
     return make_child(p, b.steps) ? 0 : -1;
 }
 

@@ -25,6 +25,7 @@
 #include "codelets/codelet.h"
 #include "codelets/r2r_pass.h"
 #include "planner/registry.h"
+#include "r2r/small.h"
 #include "r2r/through_dft.h"
 
 namespace lyr {
@@ -186,14 +187,14 @@ int build_coprime(plan *p) {
 }  // namespace
 
 int build_type1(plan *p) {
-    p->execute_name = is_sine(p) ? "execute_r2r_1d" : "execute_redft00_1d";
     return half_turn(p) % 2 == 0 ? build_halves(p) : build_coprime(p);
 }
 
 int solve_problem_redft00_1d(plan *p) {
     if (!is_single_r2r(p, 2)) return -1;
     if (p->r2r_kinds[0] != LYR_FFT_REDFT00) return -1;
-    return build_type1(p);
+    p->execute_name = "execute_redft00_1d";
+    return is_small_r2r(LYR_FFT_REDFT00, p->dims[0].n) ? build_small(p) : build_type1(p);
 }
 
 }  // namespace lyr
