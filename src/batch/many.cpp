@@ -102,10 +102,7 @@ int solve_problem_dft_many(plan *p) {
     if (!p->children) return -1;
     plan *child = p->children;
     plan_copy_problem(child, p);
-    child->howmany_rank = p->howmany_rank - 1;
-    for (int j = 0; j < 3; ++j)
-        child->howmany_dims[j] =
-            j < child->howmany_rank ? p->howmany_dims[j + 1] : lyr_fft_iodim64{};
+    plan_drop_batch_dimension(child);
     if (const int32_t status = plan_solve(child)) return status;
     if (p->kind == kind_complex && p->rank == 1 && p->howmany_rank == 1) choose_executor(p);
     return 0;

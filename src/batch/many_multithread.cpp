@@ -48,12 +48,7 @@ int64_t points(const plan *p) {
 void make_child(plan *child, const plan *p, int64_t first, int64_t chunk, int64_t count) {
     plan_copy_problem(child, p);
     child->howmany_dims[0].n = count;
-    if (chunk == 1) {
-        --child->howmany_rank;
-        for (int j = 0; j < 3; ++j)
-            child->howmany_dims[j] =
-                j < child->howmany_rank ? p->howmany_dims[j + 1] : lyr_fft_iodim64{};
-    }
+    if (chunk == 1) plan_drop_batch_dimension(child);
     if (p->work && p->work_bytes) {
         const uint64_t bytes = p->work_bytes / static_cast<uint64_t>(p->howmany_dims[0].n);
         child->work = static_cast<char *>(p->work) + bytes * static_cast<uint64_t>(first);

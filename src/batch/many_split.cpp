@@ -34,10 +34,7 @@ int solve_problem_dft_many_split(plan *p) {
     if (!p->children) return -1;
     plan *child = p->children;
     plan_copy_problem(child, p);
-    child->howmany_rank = p->howmany_rank - 1;
-    for (int j = 0; j < 3; ++j)
-        child->howmany_dims[j] =
-            j < child->howmany_rank ? p->howmany_dims[j + 1] : lyr_fft_iodim64{};
+    plan_drop_batch_dimension(child);
     return plan_solve(child);
 }
 

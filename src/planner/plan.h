@@ -63,6 +63,9 @@ plan *plan_alloc_children(int64_t count);
 // Copies the problem fields of `from` into the zero-filled record `to`.
 void plan_copy_problem(plan *to, const plan *from);
 
+// Takes the outermost dimension out of the batch of p, which has one.
+void plan_drop_batch_dimension(plan *p);
+
 // Releases all that a solver attached; the problem fields stay. Null is ignored.
 void plan_clear(plan *p);
 

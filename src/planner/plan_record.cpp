@@ -57,6 +57,13 @@ void plan_copy_problem(plan *to, const plan *from) {
     to->nthreads = from->nthreads;
 }
 
+void plan_drop_batch_dimension(plan *p) {
+    --p->howmany_rank;
+    p->howmany_dims[0] = p->howmany_dims[1];
+    p->howmany_dims[1] = p->howmany_dims[2];
+    p->howmany_dims[2] = {};
+}
+
 bool results_move(const plan *p) {
     const auto is_input = [p](const double *out) {
         return out && (out == p->in || out == p->in_imag);

@@ -5,15 +5,6 @@
 
 namespace lyr {
 
-namespace {
-
-// Holds the place of a solver that is not written yet.
-int decline(plan *) {
-    return -1;
-}
-
-}  // namespace
-
 const registry_entry registry[registry_size] = {
     {solve_problem_rearrange_inplace, "solve_problem_rearrange_inplace"},
     {solve_problem_dft_split, "solve_problem_dft_split"},

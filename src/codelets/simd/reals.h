@@ -86,8 +86,9 @@ LYR_INLINE void store_down(double *p, reals<W> v) {
 }
 
 // Four numbers, two from p and two from q: a load and an insertion from memory, no shuffle.
-LYR_INLINE reals<4> load_halves(const double *p, const double *q) {
-    return __builtin_shufflevector(load<2>(p), load<2>(q), 0, 1, 2, 3);
+template <int W>
+LYR_INLINE reals<W> load_halves(const double *p, const double *q) {
+    return __builtin_shufflevector(load<W / 2>(p), load<W / 2>(q), 0, 1, 2, 3);
 }
 
 // W pairs from p on: first and second members.
@@ -96,7 +97,7 @@ LYR_INLINE real_pair<W> load_pairs(const double *p) {
     if constexpr (W == 1) {
         return {p[0], p[1]};
     } else if constexpr (W == 4) {
-        const reals<4> x = load_halves(p, p + 4), y = load_halves(p + 2, p + 6);
+        const reals<4> x = load_halves<W>(p, p + 4), y = load_halves<W>(p + 2, p + 6);
         return {__builtin_shufflevector(x, y, 0, 4, 2, 6),
                 __builtin_shufflevector(x, y, 1, 5, 3, 7)};
     } else {
@@ -111,7 +112,7 @@ LYR_INLINE real_pair<W> load_pairs_down(const double *p) {
     if constexpr (W == 1) {
         return {p[0], p[1]};
     } else if constexpr (W == 4) {
-        const reals<4> x = load_halves(p, p - 4), y = load_halves(p - 2, p - 6);
+        const reals<4> x = load_halves<W>(p, p - 4), y = load_halves<W>(p - 2, p - 6);
         return {__builtin_shufflevector(x, y, 0, 4, 2, 6),
                 __builtin_shufflevector(x, y, 1, 5, 3, 7)};
     } else {
