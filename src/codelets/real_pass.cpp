@@ -29,14 +29,17 @@ LYR_INLINE void mirror_butterfly(V &a, V &b, typename V::tw w) {
 template <direction D, class V>
 LYR_INLINE int64_t unit_run(const real_pass &w, const double *in, double *out, int64_t k) {
     constexpr int64_t W = V::lanes;
-    for (; k + W - 1 <= w.last; k += W) {
-        const int64_t low = 2 * k, high = 2 * (w.h - k - W + 1);
-        V a = V::load(in + low), b = reversed(V::load(in + high));
-        mirror_butterfly<D>(a, b, V::tw_plain(w.twiddles + 2 * (k - 1)));
-        a.store(out + low);
-        reversed(b).store(out + high);
+    const int64_t low = 2 * k, high = 2 * (w.h - k - W + 1), factor = 2 * (k - 1);
+    const int64_t vectors = k <= w.last ? (w.last - k + 1) / W : 0;
+    int64_t down = 0;
+#pragma GCC unroll 2
+    for (int64_t up = 0; up < 2 * W * vectors; up += 2 * W, down -= 2 * W) {
+        V a = V::load(in + low + up), b = reversed(V::load(in + high + down));
+        mirror_butterfly<D>(a, b, V::tw_plain(w.twiddles + factor + up));
+        a.store(out + low + up);
+        reversed(b).store(out + high + down);
     }
-    return k;
+    return k + W * vectors;
 }
 
 template <direction D, class V>
@@ -53,7 +56,8 @@ LYR_INLINE int64_t strided_run(const real_pass &w, const double *in, double *out
 }
 
 template <direction D>
-void pass(const real_pass &w, const double *in, double *out) {
+void pass(const real_pass &walk, const double *in, double *out) {
+    const real_pass w = walk;  // the stores could change the original, for all the compiler knows
     int64_t k = w.first;
     if (w.in_step == 1 && w.out_step == 1) {
         k = unit_run<D, vec>(w, in, out, k);
@@ -77,7 +81,8 @@ LYR_INLINE int64_t row_run(const double *in_a, const double *in_b, double *out_a
 }
 
 template <direction D>
-void pass_rows(const real_pass &w, const double *in, double *out) {
+void pass_rows(const real_pass &walk, const double *in, double *out) {
+    const real_pass w = walk;  // the stores could change the original, for all the compiler knows
     for (int64_t k = w.first; k <= w.last; ++k) {
         const double *in_a = in + 2 * k * w.in_step, *in_b = in + 2 * (w.h - k) * w.in_step;
         double *out_a = out + 2 * k * w.out_step, *out_b = out + 2 * (w.h - k) * w.out_step;

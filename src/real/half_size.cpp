@@ -69,7 +69,8 @@ int build_half_size(plan *p, const real_executors &executors) {
     }
     const int64_t h = n / 2;
     const real_pass_set *passes = active_table()->real_passes;
-    memcpy(p->solver_words, &passes, sizeof passes);
+    const real_pass_function pass = p->kind == kind_r2c ? passes->forward : passes->backward;
+    memcpy(p->solver_words, &pass, sizeof pass);
     p->execute_fn = unit_strides(p) ? executors.unit : executors.discrete;
     p->execute_name = unit_strides(p) ? executors.unit_name : executors.discrete_name;
     if (!unit_strides(p) && !allocate_work(p, h)) return -1;
@@ -88,11 +89,10 @@ int build_half_size(plan *p, const real_executors &executors) {
 
 void run_real_pass(const plan *p, const double *in, int64_t in_step, double *out, int64_t out_step,
                    int64_t first, int64_t last) {
-    const real_pass_set *passes;
-    memcpy(&passes, p->solver_words, sizeof passes);
-    const real_pass w = {p->dims[0].n / 2, first,    last,
-                         in_step,          out_step, static_cast<const double *>(p->aux)};
-    (p->kind == kind_r2c ? passes->forward : passes->backward)(w, in, out);
+    real_pass_function pass;
+    memcpy(&pass, p->solver_words, sizeof pass);
+    pass({p->dims[0].n / 2, first, last, in_step, out_step, static_cast<const double *>(p->aux)},
+         in, out);
 }
 
 namespace {
