@@ -1,5 +1,6 @@
 // Complex to real in rank 2 and 3: complex transforms down the columns of all outer dimensions,
-// then one-dimensional complex-to-real transforms of the rows.
+// then one-dimensional complex-to-real transforms of the rows. On one thread, after the outermost
+// of three dimensions the planes are finished one by one, each while it is near the processor.
 //
 // In place the columns are transformed where they are. (If the rows of the output lie elsewhere
 // than those of the input, the columns go to a copy in work.)
@@ -65,18 +66,33 @@ int64_t lone_number(int64_t n) {
 
 // ---- Execution ----------------------------------------------------------------------------------
 
+// Whether planes are finished one by one. columns: of the bookkeeping.
+bool by_planes(const plan *p, const double *columns) {
+    return p->rank == 3 && p->nthreads < 2 && !columns;
+}
+
 // The passes over columns, one for each outer dimension: the first leads from `in` to `between`.
 void transform_columns(const plan *p, plan *passes, const double *in, double *between) {
-    double *from = const_cast<double *>(in);
-    for (int k = 0; k < p->rank - 1; ++k, from = between)
-        passes[k].execute_fn(&passes[k], from, between);
+    passes[0].execute_fn(&passes[0], const_cast<double *>(in), between);
+    if (p->rank == 3) passes[1].execute_fn(&passes[1], between, between);
 }
 
 void execute_in_place(plan *p, double *in, double *out) {
-    plan *rows = &p->children[p->rank - 1];
+    plan *first = &p->children[0], *second = &p->children[1], *rows = &p->children[p->rank - 1];
     double *between = p->work ? static_cast<double *>(p->work) : in;
-    transform_columns(p, p->children, in, between);
-    rows->execute_fn(rows, between, out);
+    if (!by_planes(p, nullptr)) {
+        transform_columns(p, p->children, in, between);
+        rows->execute_fn(rows, between, out);
+        return;
+    }
+    const lyr_fft_iodim64 planes = p->dims[0];
+    const int64_t step = p->work ? p->dims[1].n * (p->dims[2].n / 2 + 1) : planes.is;
+    first->execute_fn(first, in, between);
+    for (int64_t i = 0; i < planes.n; ++i) {
+        double *plane = between + 2 * i * step;
+        second->execute_fn(second, plane, plane);
+        rows->execute_fn(rows, plane, out + i * planes.os);
+    }
 }
 
 // A complex number takes two elements of a row of real ones.
@@ -155,6 +171,15 @@ void execute_out_of_place(plan *p, double *in, double *out) {
     const double *first = in + 2 * first_held(n) * is;
     if (n == 1) {
         // No number waits in the output.
+    } else if (by_planes(p, b.columns)) {
+        held[0].execute_fn(&held[0], const_cast<double *>(first), out);
+        const int64_t groups = p->dims[1].n / b.group;
+        for (int64_t i = 0; i < p->dims[0].n; ++i) {
+            double *plane = out + i * p->dims[0].os;
+            held[1].execute_fn(&held[1], plane, plane);
+            transform_groups(p, out, 0, i * groups, (i + 1) * groups);
+        }
+        return;
     } else if (!b.columns) {
         transform_columns(p, held, first, out);
     } else {
@@ -187,27 +212,24 @@ columns_layout packed_columns(const plan *p, double *data, int64_t width) {
     return {data, {p->rank == 3 ? p->dims[1].n * width : width, width}, 1};
 }
 
-void make_pass(plan *child, const plan *p, int d, const columns_layout &from,
-               const columns_layout &to, int64_t width) {
-    plan_copy_problem(child, p);
-    child->kind = kind_complex;
-    child->in = from.data;
-    child->out = to.data;
-    child->rank = 1;
-    child->dims[0] = {p->dims[d].n, from.outer[d], to.outer[d]};
-    child->dims[1] = child->dims[2] = {};
-    child->howmany_rank = p->rank - 1;
-    child->howmany_dims[p->rank - 2] = {width, from.column, to.column};
-    if (p->rank == 3)
-        child->howmany_dims[0] = {p->dims[1 - d].n, from.outer[1 - d], to.outer[1 - d]};
-}
-
-// Plans the passes over `width` columns. The innermost dimension comes first.
+// Plans the passes over `width` columns, outermost dimension first. A second pass is one plane's
+// when planes are finished one by one.
 int plan_columns(plan *passes, const plan *p, columns_layout from, const columns_layout &to,
-                 int64_t width) {
-    for (int k = 0; k < p->rank - 1; ++k, from = to) {
-        make_pass(&passes[k], p, p->rank - 2 - k, from, to, width);
-        if (plan_solve(&passes[k]) != 0) return -1;
+                 int64_t width, bool planes) {
+    for (int d = 0; d < p->rank - 1; ++d, from = to) {
+        plan *child = &passes[d];
+        plan_copy_problem(child, p);
+        child->kind = kind_complex;
+        child->in = from.data;
+        child->out = to.data;
+        child->rank = 1;
+        child->dims[0] = {p->dims[d].n, from.outer[d], to.outer[d]};
+        child->dims[1] = child->dims[2] = {};
+        if (p->rank == 3 && !(d == 1 && planes))
+            child->howmany_dims[child->howmany_rank++] = {p->dims[1 - d].n, from.outer[1 - d],
+                                                          to.outer[1 - d]};
+        child->howmany_dims[child->howmany_rank++] = {width, from.column, to.column};
+        if (plan_solve(child) != 0) return -1;
     }
     return 0;
 }
@@ -221,8 +243,13 @@ int plan_lone_column(plan *child, const plan *p, double *to) {
     child->in = from.data;
     child->out = to;
     child->rank = p->rank - 1;
-    for (int k = 0; k < child->rank; ++k) child->dims[k].os = packed.outer[k];
-    child->dims[child->rank] = {};
+    for (int k = 0; k < 2; ++k) {
+        if (k < child->rank)
+            child->dims[k].os = packed.outer[k];
+        else
+            child->dims[k] = {};
+    }
+    child->dims[2] = {};
     return plan_solve(child);
 }
 
@@ -255,11 +282,11 @@ int build_in_place(plan *p) {
         if (!allocate_work(p, row_count(p) * width)) return -1;
         to = packed_columns(p, static_cast<double *>(p->work), width);
     }
-    if (plan_columns(p->children, p, from, to, width) != 0) return -1;
+    const bool planes = by_planes(p, nullptr);
+    if (plan_columns(p->children, p, from, to, width, planes) != 0) return -1;
     plan *rows = make_rows(&p->children[p->rank - 1], p, to.data, to.column);
-    rows->howmany_rank = p->rank - 1;
-    for (int k = 0; k < p->rank - 1; ++k)
-        rows->howmany_dims[k] = {p->dims[k].n, to.outer[k], p->dims[k].os};
+    for (int k = planes; k < p->rank - 1; ++k)
+        rows->howmany_dims[rows->howmany_rank++] = {p->dims[k].n, to.outer[k], p->dims[k].os};
     return plan_solve(rows);
 }
 
@@ -310,7 +337,7 @@ int build_out_of_place(plan *p) {
             b.columns ? packed_columns(p, b.columns, b.width)
                       : columns_layout{p->out, {p->dims[0].os / 2, p->dims[1].os / 2}, 1};
         if (plan_columns(&p->children[1], p, input_columns(p, first_held(row.n)), to,
-                         b.columns ? b.width : h) != 0)
+                         b.columns ? b.width : h, by_planes(p, b.columns)) != 0)
             return -1;
     }
     for (int64_t thread = 0; thread < b.threads; ++thread) {
