@@ -72,7 +72,7 @@ TEST(real, every_length_in_every_layout_with_every_table) {
             double log_sum[class_count] = {}, worst[class_count] = {};
             int64_t count[class_count] = {};
             for (int64_t n = 1; n <= 1024 && !HasFailure(); ++n) {
-                if (test_scale > 1 && n > 40 && n % test_scale != 0 && (n & (n - 1)) != 0) continue;
+                if (test_scale > 1 && n > 40 && n % test_scale != 3 && (n & (n - 1)) != 0) continue;
                 int64_t factors[lyr::max_factors];
                 const int last = lyr::factorize_size(n, factors);
                 const int64_t prime = n == 1 ? 1 : factors[last - 1];
@@ -87,10 +87,11 @@ TEST(real, every_length_in_every_layout_with_every_table) {
                 }
             }
             for (int c = 0; c < class_count; ++c)
-                std::printf("%-15s %s %-18s mean error %.3f, worst %.3f, %d transforms\n",
-                            table->name, kind == transform::r2c ? "r2c" : "c2r", names[c],
-                            std::exp(log_sum[c] / static_cast<double>(count[c])), worst[c],
-                            static_cast<int>(count[c]));
+                if (count[c] > 0)
+                    std::printf("%-15s %s %-18s mean error %.3f, worst %.3f, %d transforms\n",
+                                table->name, kind == transform::r2c ? "r2c" : "c2r", names[c],
+                                std::exp(log_sum[c] / static_cast<double>(count[c])), worst[c],
+                                static_cast<int>(count[c]));
         }
     }
 }
