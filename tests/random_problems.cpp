@@ -169,6 +169,7 @@ TEST(random_problems, usual_batches) {
         "ocb16x1*2*3*4",
         "ocf243:9:2*9:1:500",
         "ocf512:4096:4096*5:1:1",
+        "ocf600:300:260*40:1:1",
         "oscf1024",
         "iscb60x48",
         "oscf8x9x10",
