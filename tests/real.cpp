@@ -27,12 +27,11 @@ constexpr transform directions[] = {transform::r2c, transform::c2r};
 // ---- One transform ------------------------------------------------------------------------------
 
 struct layout {
-    bool in_place;
     int64_t is, os;
-    bool misaligned;
+    bool in_place, misaligned;
 };
-constexpr layout layouts[] = {{false, 1, 1, false}, {true, 1, 1, true},  {false, 3, 2, true},
-                              {false, 1, 2, false}, {true, 2, 1, false}, {true, 3, 3, false}};
+constexpr layout layouts[] = {{1, 1, false, false}, {1, 1, true, true},  {3, 2, false, true},
+                              {1, 2, false, false}, {2, 1, true, false}, {3, 3, true, false}};
 
 problem line_problem(transform kind, int64_t n, const layout &l) {
     problem p;
