@@ -511,10 +511,11 @@ TEST(real, extreme_numbers) {
                 EXPECT_EQ(b.out[0][k], expected[static_cast<size_t>(k)] * 0x1p-300);
 
             std::fill_n(b.in[0], inputs, 1.0);
-            b.in[0][4] = std::nan("");
+            b.in[0][4] = b.in[0][5] = std::nan("");
             lyr_fft_execute(holder.plan);
-            for (int64_t k = 0; k < outputs; ++k)
-                EXPECT_TRUE(std::isnan(b.out[0][k]) || (k % 2 && is_complex(p, side::out)));
+            const int64_t parts = is_complex(p, side::out) ? 2 : 1;  // either shows it
+            for (int64_t k = 0; k < outputs; k += parts)
+                EXPECT_TRUE(std::isnan(b.out[0][k]) || std::isnan(b.out[0][k + parts - 1])) << k;
 
             constexpr double tiny = std::numeric_limits<double>::denorm_min() * 8;
             std::fill_n(b.in[0], inputs, 0.0);
