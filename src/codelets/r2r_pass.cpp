@@ -339,7 +339,7 @@ template <int n, int W>
 LYR_INLINE reals<W> row_sums(const double *x, const double *matrix) {
     reals<W> even = load<W>(matrix) * x[0], odd = {};
 #pragma GCC unroll 32
-    for (int j = 1; j < n; ++j) (j % 2 != 0 ? odd : even) += load<W>(matrix + j * n) * x[j];
+    for (int64_t j = 1; j < n; ++j) (j % 2 != 0 ? odd : even) += load<W>(matrix + j * n) * x[j];
     return even + odd;
 }
 
@@ -348,9 +348,10 @@ void small(const r2r_small &pass, const double *in, double *out) {
     const auto [is, os, matrix] = pass;
     double x[n], y[n];
     for (int j = 0; j < n; ++j) x[j] = in[j * is];
-    double *to = os == 1 ? out : y;
+    const bool strided = os != 1;
+    double *to = strided ? y : out;
     cover(n, [&, m = matrix]<int W>(int64_t k) { store<W>(to + k, row_sums<n, W>(x, m + k)); });
-    if (os != 1)
+    if (strided)
         for (int k = 0; k < n; ++k) out[k * os] = y[k];
 }
 

@@ -54,8 +54,8 @@ struct r2r_pass_set {
     //            upwards, then the odd ones downwards (Makhoul, 1980); RODFT10 negates the odd
     //            inputs and turns the output round
     // HC2R, REDFT01 and RODFT01 are the transposes. REDFT11 is a complex transform with a rotation
-    // of (x[2j], x[n-1-2j]) before it and another one after it (Chen and others, as given by
-    // Britanak, 2007); RODFT11 turns its input round and negates odd outputs.
+    // of (x[2j], x[n-1-2j]) before it and another one after it (Duhamel, Mahieux and Petit, 1991);
+    // RODFT11 turns its input round and negates odd outputs.
     //
     // Tables, even n, count = h/2 rounded down, halved for R2HC and DHT:
     //   w(k); for the kinds with t also t(k) and t(h-k)

@@ -1,5 +1,5 @@
 // Cosine and sine transforms of type IV of odd length n: a Hartley transform of length n between
-// two permutations, without twiddle factors (after Chan and Siu, 1993).
+// two permutations, without twiddle factors (the idea of Chan and Ho, 1990).
 //
 //     y[k] = 2 sum x[j] cos(2 pi (2j+1)(2k+1)/(8n)).
 //
