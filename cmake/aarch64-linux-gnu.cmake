@@ -2,13 +2,14 @@
 #
 #     cmake -S . -B build-arm --toolchain cmake/aarch64-linux-gnu.cmake [-DA64_CPU=max]
 #
-# Debian packages: g++-aarch64-linux-gnu qemu-user.
+# Debian packages: g++-aarch64-linux-gnu qemu-user, and gfortran-aarch64-linux-gnu for the module.
 
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR aarch64)
 
 set(CMAKE_C_COMPILER aarch64-linux-gnu-gcc)
 set(CMAKE_CXX_COMPILER aarch64-linux-gnu-g++)
+find_program(CMAKE_Fortran_COMPILER aarch64-linux-gnu-gfortran)
 
 set(A64_CPU max CACHE STRING "Processor that the emulator pretends to be (qemu-aarch64 -cpu help lists them)")
 # try_run checks configure a project of their own, which must see the same processor.

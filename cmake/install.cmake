@@ -1,0 +1,52 @@
+# Installing: the shared library as component "runtime", what programs are built with as
+# "development", lyr-fft and its companions as "tools". Nothing that is installed holds the prefix,
+# so the whole tree can be moved.
+include(CMakePackageConfigHelpers)
+
+install(TARGETS lyra_fft EXPORT lyra_fft
+        LIBRARY COMPONENT runtime NAMELINK_COMPONENT development)
+install(TARGETS lyra_fft_static EXPORT lyra_fft ARCHIVE COMPONENT development)
+install(FILES include/lyr_fft.h include/lyr_fft.hpp include/lyra_fft.f90 TYPE INCLUDE COMPONENT development)
+
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/lyra_fft)
+install(EXPORT lyra_fft NAMESPACE lyra_fft:: DESTINATION ${package_dir}
+        FILE lyra_fft-targets.cmake COMPONENT development)
+configure_package_config_file(cmake/lyra_fft-config.cmake.in lyra_fft-config.cmake
+                              INSTALL_DESTINATION ${package_dir}
+                              PATH_VARS CMAKE_INSTALL_INCLUDEDIR
+                              NO_CHECK_REQUIRED_COMPONENTS_MACRO)
+write_basic_package_version_file(lyra_fft-config-version.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/lyra_fft-config.cmake
+              ${CMAKE_CURRENT_BINARY_DIR}/lyra_fft-config-version.cmake
+              cmake/lyra_fft-fortran.cmake
+        DESTINATION ${package_dir} COMPONENT development)
+
+# The compiled Fortran module, for users of the same compiler who do not build by CMake.
+if(LYRA_BUILD_FORTRAN AND CMAKE_Fortran_COMPILER_ID STREQUAL "GNU")
+    set(module_version 15)  # of gfortran's module files, see the first line of one
+    if(CMAKE_Fortran_COMPILER_VERSION VERSION_GREATER_EQUAL 15)
+        set(module_version 16)
+    endif()
+    install(FILES ${CMAKE_CURRENT_BINARY_DIR}/lyra_fft_modules/lyra_fft.mod
+            DESTINATION ${CMAKE_INSTALL_LIBDIR}/fortran/gfortran-mod-${module_version}
+            COMPONENT development)
+    set(pc_fortran "fmoddir=\${libdir}/fortran/gfortran-mod-${module_version}\n")
+else()
+    set(pc_fortran "")
+endif()
+
+# The prefix as seen from the .pc file; folders given as absolute paths stay where they are.
+set(pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+set(pc_prefix ${CMAKE_INSTALL_PREFIX})
+if(NOT IS_ABSOLUTE ${CMAKE_INSTALL_LIBDIR})
+    cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX
+               BASE_DIRECTORY ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig OUTPUT_VARIABLE upwards)
+    set(pc_prefix "\${pcfiledir}/${upwards}")
+endif()
+foreach(dir LIBDIR INCLUDEDIR)
+    set(pc_${dir} "\${prefix}")
+    cmake_path(APPEND pc_${dir} ${CMAKE_INSTALL_${dir}})
+endforeach()
+configure_file(cmake/lyra_fft.pc.in lyra_fft.pc @ONLY)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/lyra_fft.pc DESTINATION ${pkgconfig_dir}
+        COMPONENT development)

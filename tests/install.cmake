@@ -1,0 +1,23 @@
+# What a build installs, and programs in C, C++ and Fortran that find it in several ways.
+find_program(LYRA_PKGCONF NAMES pkgconf pkg-config)
+mark_as_advanced(LYRA_PKGCONF)
+set(fc "")
+if(LYRA_BUILD_FORTRAN)
+    set(fc ${CMAKE_Fortran_COMPILER})
+endif()
+set(tools 0)
+if(TARGET lyr-fft)
+    set(tools 1)
+endif()
+set(settings build=${PROJECT_BINARY_DIR} source=${PROJECT_SOURCE_DIR} cmake=${CMAKE_COMMAND}
+    cc=${CMAKE_C_COMPILER} cxx=${CMAKE_CXX_COMPILER} fc=${fc} pkgconf=${LYRA_PKGCONF}
+    "emulator=${CMAKE_CROSSCOMPILING_EMULATOR}" toolchain=${CMAKE_TOOLCHAIN_FILE} tools=${tools})
+foreach(way files cmake subproject pkg-config)
+    if(way STREQUAL "pkg-config" AND NOT LYRA_PKGCONF)
+        continue()
+    endif()
+    add_test(NAME install_${way} COMMAND ${Python3_EXECUTABLE}
+             ${CMAKE_CURRENT_SOURCE_DIR}/install_check.py ${way} ${settings})
+endforeach()
+add_test(NAME fortran_module COMMAND ${Python3_EXECUTABLE}
+         ${PROJECT_SOURCE_DIR}/tools/gen_fortran.py --check)
