@@ -1,0 +1,171 @@
+"""That the documentation is true.
+
+usage: docs_check.py tutorial DOCS_DIR CC INCLUDE_DIR LIBRARY_DIR [FLAG...] [-- EMULATOR...]
+       docs_check.py names SOURCE_DIR
+       docs_check.py reference SOURCE_DIR DOXYGEN
+
+tutorial   compiles and runs the programs of tutorial.md with the commands printed there, and
+           compares what they print
+names      functions, constants, files and solvers that the documentation names exist, links lead
+           somewhere, and no function is missing from moving.md
+reference  Doxygen makes the reference without a warning, and it holds every function
+
+Exits with 1 and one line per fault when something is not as it should be.
+"""
+
+import os
+import re
+import subprocess
+import sys
+import tempfile
+from pathlib import Path
+
+
+def blocks(text):
+    """(language, the paragraph before, content) of every fenced block."""
+    before = ""
+    lines = iter(text.splitlines())
+    for line in lines:
+        if line.startswith("```"):
+            content = []
+            for inner in lines:
+                if inner == "```":
+                    break
+                content.append(inner)
+            yield line[3:], before, "".join(part + "\n" for part in content)
+        elif line:
+            before = line
+
+
+def write_compiler(path, compiler, include, library, flags):
+    """A `cc` with what the tutorial's exports would tell it."""
+    words = [compiler, "-Wall", "-Wextra", "-Werror", *flags, f"-I{include}"]
+    quoted = " ".join(f"'{word}'" for word in words)
+    path.write_text(f"#!/bin/sh\nexec {quoted} \"$@\" -L'{library}'\n")
+    path.chmod(0o755)
+
+
+def check_tutorial(docs, compiler, include, library, flags, emulator):
+    programs = runs = 0
+    with tempfile.TemporaryDirectory() as folder:
+        bin_folder = Path(folder) / "bin"
+        bin_folder.mkdir()
+        write_compiler(bin_folder / "cc", compiler, include, library, flags)
+        environment = dict(os.environ, PATH=f"{bin_folder}:{os.environ['PATH']}",
+                           LD_LIBRARY_PATH=library)
+        printed = None
+        for language, before, content in blocks((Path(docs) / "tutorial.md").read_text()):
+            if language == "c":
+                name = re.fullmatch(r"`(\w+\.c)`:", before)
+                if not name:
+                    yield f"a program without a name after: {before}"
+                    continue
+                (Path(folder) / name[1]).write_text(content)
+                programs += 1
+            elif language == "sh":
+                script = re.sub(r"^\./", " ".join([*emulator, "./"]), content, flags=re.M)
+                result = subprocess.run(["sh", "-e", "-c", script], cwd=folder, env=environment,
+                                        capture_output=True, text=True, timeout=300)
+                printed = result.stdout
+                runs += 1
+                if result.returncode:
+                    yield f"{content}status {result.returncode}\n{result.stderr}"
+            elif language == "text":
+                if content != printed:
+                    yield f"said to be printed:\n{content}printed:\n{printed}"
+                printed = None
+            elif language != "console":
+                yield f"a block of unknown language {language!r}"
+    if not programs == runs >= 10:
+        yield f"{programs} programs, {runs} of them run"
+
+
+def pages(root):
+    return sorted([*(root / "docs").glob("*.md"), *root.glob("*.md")])
+
+
+def check_links(root):
+    for page in pages(root):
+        text = re.sub(r"^```.*?^```", "", page.read_text(), flags=re.S | re.M)
+        for target in re.findall(r"\]\(([^)#]+)(?:#[^)]*)?\)", text):
+            if not re.match(r"[a-z]+:", target) and not (page.parent / target).exists():
+                yield f"{page.name}: no {target}"
+
+
+def check_names(root):
+    """Names of other programs' functions do not begin like ours."""
+    header = (root / "include/lyr_fft.h").read_text()
+    known = set(re.findall(r"\b(?:lyr_fft_\w+|LYR_FFT_\w+|LFFT\w+)", header))
+    known |= {"LYR_FFT_AFFINITY"}
+    sources = "".join(path.read_text() for path in sorted((root / "src").rglob("*.[ch]*")))
+    solvers = re.findall(r'"(solve_\w+)"', (root / "src/planner/registry.cpp").read_text())
+    for page in pages(root):
+        text = page.read_text()
+        for name in sorted(set(re.findall(r"\b(?:lyr_fft_\w+|LYR_FFT_\w+|LFFT\w+)", text))):
+            if name not in known and name.removesuffix("_") not in known and name != "lyr_fft_":
+                yield f"{page.name}: {name} is not in the header"
+        for name in sorted(set(re.findall(r"`((?:src|tests|tools|bench|cmake|include|docs|examples)"
+                                          r"/[\w./-]*)`", text))):
+            if not (root / name).exists():
+                yield f"{page.name}: no {name}"
+        for name in sorted(set(re.findall(r"\b(?:solve|execute)_\w+", text))):
+            if name not in sources:
+                yield f"{page.name}: nothing is called {name}"
+    moving = (root / "docs/moving.md").read_text()
+    header = re.sub(r"/\*.*?\*/", "", header, flags=re.S)
+    for name in sorted(set(re.findall(r"\b(lyr_fft_\w+)\s*\(", header))):
+        if name.replace("_guru64_", "_guru_") not in moving:
+            yield f"moving.md: {name} is missing"
+    listed = re.findall(r"^\| \d+ \| `(solve_\w+)`", (root / "docs/architecture.md").read_text(),
+                        flags=re.M)
+    if listed != solvers:
+        yield "architecture.md: not the solvers of the registry in their order"
+    yield from check_links(root)
+
+
+def check_reference(root, doxygen):
+    with tempfile.TemporaryDirectory() as folder:
+        settings = (root / "docs/Doxyfile").read_text()
+        settings += f"\nOUTPUT_DIRECTORY = {folder}\nGENERATE_XML = YES\nQUIET = YES\n"
+        result = subprocess.run([doxygen, "-"], input=settings, cwd=root, capture_output=True,
+                                text=True, timeout=300)
+        if result.returncode:
+            yield f"status {result.returncode}"
+        yield from result.stderr.splitlines()
+        index = Path(folder) / "xml/lyr__fft_8h.xml"
+        if not index.exists():
+            yield "no reference of the header"
+            return
+        documented = {}
+        for member in re.findall(r"<memberdef .*?</memberdef>", index.read_text(), flags=re.S):
+            name = re.search(r"<name>(\w+)</name>", member)[1]
+            documented[name] = bool(re.search(r"description>\s*<para>", member))
+        header = re.sub(r"/\*.*?\*/", "", (root / "include/lyr_fft.h").read_text(), flags=re.S)
+        functions = set(re.findall(r"\b(lyr_fft_\w+|LFFT\w+)\s*\(", header))
+        for name in sorted(functions):
+            if not documented.get(name):
+                yield f"{name} has no description"
+
+
+def main(arguments):
+    match arguments:
+        case ["tutorial", docs, compiler, include, library, *rest]:
+            flags, emulator = rest, []
+            if "--" in rest:
+                flags, emulator = rest[:rest.index("--")], rest[rest.index("--") + 1:]
+            faults = check_tutorial(docs, compiler, include, library, flags, emulator)
+        case ["names", root]:
+            faults = check_names(Path(root))
+        case ["reference", root, doxygen]:
+            faults = check_reference(Path(root), doxygen)
+        case _:
+            print(__doc__, file=sys.stderr)
+            return 2
+    faults = list(faults)
+    for fault in faults:
+        print(fault)
+    return 1 if faults else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1:]))
