@@ -3,7 +3,7 @@
 usage: doxygen_filter.py HEADER
 
 A comment belongs to all declarations up to the next comment: they become a group. The first
-comment describes the file. Indented lines, formulas and tables, stay as they are.
+comment and those without declarations describe the file. Indented lines, formulas and tables, stay as they are.
 """
 
 import re
@@ -19,13 +19,14 @@ def body(comment):
 
 
 def marked_up(lines):
-    """Indented lines become verbatim blocks, angle brackets lose their meaning in HTML."""
+    """Indented lines become verbatim blocks; angle brackets lose their meaning in HTML, dots
+    between bounds do not end a sentence."""
     out, verbatim = [], False
     for line in lines:
         if line.strip() and verbatim != line.startswith("  "):
             verbatim = not verbatim
             out.append("@verbatim" if verbatim else "@endverbatim")
-        out.append(line if verbatim else re.sub("([<>])", r"\\\1", line))
+        out.append(line if verbatim else re.sub("([<>])", r"\\\1", line).replace(" .. ", " &hellip; "))
     return "\n".join(out + ["@endverbatim"] * verbatim)
 
 
@@ -46,8 +47,10 @@ def filtered(text):
     yield pieces[2]
     for comment, code in zip(pieces[3::2], pieces[4::2]):
         lines = body(comment)
-        if lines[0].startswith("----") or not code.strip():
+        if lines[0].startswith("----"):
             yield code  # the heading of a part of the header
+        elif not code.strip():
+            yield f"/** @file\n@details {marked_up(lines)}\n*/"
         else:
             description = f"/** {marked_up(lines)} */\n"
             # Doxygen does not count records among the members of a group.
