@@ -26,7 +26,8 @@ def marked_up(lines):
         if line.strip() and verbatim != line.startswith("  "):
             verbatim = not verbatim
             out.append("@verbatim" if verbatim else "@endverbatim")
-        out.append(line if verbatim else re.sub("([<>])", r"\\\1", line).replace(" .. ", " &hellip; "))
+        text = re.sub("([<>])", r"\\\1", line).replace(" .. ", " &hellip; ")
+        out.append(line if verbatim else text)
     return "\n".join(out + ["@endverbatim"] * verbatim)
 
 
