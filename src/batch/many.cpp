@@ -4,6 +4,7 @@
 #include "codelets/codelet.h"
 #include "dft/stages.h"
 #include "planner/registry.h"
+#include "r2r/columns.h"
 
 namespace lyr {
 
@@ -94,6 +95,7 @@ int solve_problem_dft_many(plan *p) {
     if (p->howmany_rank < 1) return -1;
     if (p->kind > kind_r2r) return -1;
     if (results_move(p)) return -1;
+    if (has_columns(p)) return build_columns(p);
 
     p->execute_fn = execute_many;
     p->execute_name = "execute_many";
