@@ -90,7 +90,11 @@ TEST(allocation, every_allocation_of_a_plan_may_fail) {
                              "irb6x8*5i",   "irb5:70:51x4:10:9x6:2:1",
                              "orf8:2:3",    "orf16*9",
                              "irb32*5",     "ok64b:2:1",
-                             "ok16h*7i",    "ok17e00*3"}) {
+                             "ok16h*7i",    "ok17e00*3",
+                             "ok99e00:2:3", "ok100o00",
+                             "ok60f*20i",   "ok1001e10",
+                             "ok99e11",     "ik33h*9i",
+                             "ok9o01x40b"}) {
         const problem p = problem_of(text);
         buffers b = buffers_of(p);
         int64_t made = 0;
