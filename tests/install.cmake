@@ -9,9 +9,10 @@ set(tools 0)
 if(TARGET lyr-fft)
     set(tools 1)
 endif()
+list(JOIN CMAKE_CROSSCOMPILING_EMULATOR " " emulator)
 set(settings build=${PROJECT_BINARY_DIR} source=${PROJECT_SOURCE_DIR} cmake=${CMAKE_COMMAND}
     cc=${CMAKE_C_COMPILER} cxx=${CMAKE_CXX_COMPILER} fc=${fc} pkgconf=${LYRA_PKGCONF}
-    "emulator=${CMAKE_CROSSCOMPILING_EMULATOR}" toolchain=${CMAKE_TOOLCHAIN_FILE} tools=${tools})
+    "emulator=${emulator}" toolchain=${CMAKE_TOOLCHAIN_FILE} tools=${tools})
 foreach(way files cmake subproject pkg-config)
     if(way STREQUAL "pkg-config" AND NOT LYRA_PKGCONF)
         continue()
@@ -19,5 +20,5 @@ foreach(way files cmake subproject pkg-config)
     add_test(NAME install_${way} COMMAND ${Python3_EXECUTABLE}
              ${CMAKE_CURRENT_SOURCE_DIR}/install_check.py ${way} ${settings})
 endforeach()
-add_test(NAME fortran_module COMMAND ${Python3_EXECUTABLE}
+add_test(NAME fortran_source COMMAND ${Python3_EXECUTABLE}
          ${PROJECT_SOURCE_DIR}/tools/gen_fortran.py --check)

@@ -36,7 +36,7 @@ def run(*command, **variables):
 
 def check_program(settings, program, library_dir=""):
     """Run a program, which must print the spectrum of the first example."""
-    emulator = settings["emulator"].split(";") if settings["emulator"] else []
+    emulator = settings["emulator"].split()
     if emulator:  # passed on by the emulator, whose own libraries stay alone
         command = [*emulator, *(["-E", f"LD_LIBRARY_PATH={library_dir}"] if library_dir else [])]
         output = run(*command, program)
