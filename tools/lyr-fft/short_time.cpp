@@ -2,27 +2,13 @@
 
 #include <algorithm>
 #include <cmath>
-#include <memory>
 #include <numbers>
 
-#include "lyr_fft.h"
+#include "lyr_fft.hpp"
 
 namespace lyr_tools {
 
 namespace {
-
-struct release {
-    void operator()(lyr_fft_complex *array) const { lyr_fft_free(array); }
-    void operator()(lyr_fft_plan plan) const { lyr_fft_destroy_plan(plan); }
-};
-
-using complex_array = std::unique_ptr<lyr_fft_complex[], release>;
-using plan_handle = std::unique_ptr<lyr_fft_plan_s, release>;
-
-complex_array allocate(int64_t count) {
-    return complex_array(static_cast<lyr_fft_complex *>(
-        lyr_fft_malloc(static_cast<size_t>(count) * sizeof(lyr_fft_complex))));
-}
 
 std::vector<double> hann_window(int64_t n) {
     std::vector<double> window(static_cast<size_t>(n));
@@ -40,19 +26,13 @@ bool short_time_power(const std::vector<double> &samples, const pieces &p,
                       const std::function<void(int64_t, const double *)> &f, std::string &error) {
     const int64_t n = p.window;
     const auto length = static_cast<int64_t>(samples.size());
-    // Transforms are planned as a batch of this many; two real pieces share one of them, as real
-    // and imaginary part.
-    const int64_t batch = std::clamp<int64_t>(65536 / n, 1, 32);
-    const complex_array in = allocate(n * batch);
-    const complex_array out = allocate(n * batch);
-    if (!in || !out) {
-        error = "not enough memory";
-        return false;
-    }
-    const int lengths[] = {static_cast<int>(n)};
-    const plan_handle plan(lyr_fft_plan_many_dft(1, lengths, static_cast<int>(batch), in.get(),
-                                                 nullptr, 1, lengths[0], out.get(), nullptr, 1,
-                                                 lengths[0], LYR_FFT_FORWARD, LYR_FFT_ESTIMATE));
+    const auto bins = static_cast<size_t>(n / 2 + 1);
+    // Transforms are planned as a batch of this many.
+    const int64_t batch = std::clamp<int64_t>(65536 / n, 1, 64);
+    lyr_fft::vector<double> in(static_cast<size_t>(n * batch));
+    lyr_fft::vector<lyr_fft::complex> out(bins * static_cast<size_t>(batch));
+    const auto plan =
+        lyr_fft::r2c({static_cast<int>(n)}, in, out, {.count = static_cast<int>(batch)});
     if (!plan) {
         error = "no plan for windows of " + std::to_string(n) + " samples";
         return false;
@@ -60,34 +40,29 @@ bool short_time_power(const std::vector<double> &samples, const pieces &p,
     const std::vector<double> window = hann_window(n);
     double sum = 0;
     for (const double w : window) sum += w;
-    std::vector<double> power(static_cast<size_t>(n / 2 + 1));
+    std::vector<double> power(bins);
 
-    for (int64_t first = 0; first < p.count; first += 2 * batch) {
-        const int64_t here = std::min(2 * batch, p.count - first);
-        for (int64_t i = 0; i < 2 * batch; ++i) {
+    for (int64_t first = 0; first < p.count; first += batch) {
+        const int64_t here = std::min(batch, p.count - first);
+        for (int64_t i = 0; i < here; ++i) {
             const int64_t start = std::llround(p.centre + static_cast<double>(first + i) * p.hop -
                                                static_cast<double>(n) / 2);
-            lyr_fft_complex *z = in.get() + i / 2 * n;
+            double *piece = in.data() + i * n;
             for (int64_t j = 0; j < n; ++j) {
                 const int64_t at = start + j;
-                const bool sounds = i < here && at >= 0 && at < length;
-                z[j][i % 2] =
+                const bool sounds = at >= 0 && at < length;
+                piece[j] =
                     sounds ? samples[static_cast<size_t>(at)] * window[static_cast<size_t>(j)] : 0;
             }
         }
-        lyr_fft_execute(plan.get());
+        plan->execute();
         for (int64_t i = 0; i < here; ++i) {
-            const lyr_fft_complex *z = out.get() + i / 2 * n;
-            for (int64_t k = 0; k <= n / 2; ++k) {
-                // z = a + ib with the conjugate-symmetric spectra a and b of the two pieces.
-                const lyr_fft_complex &here_z = z[k];
-                const lyr_fft_complex &mirror = z[k == 0 ? 0 : n - k];
-                const double sign = i % 2 == 0 ? 1 : -1;
-                const double re = here_z[0] + sign * mirror[0];
-                const double im = here_z[1] - sign * mirror[1];
-                // The sum above is twice the spectrum, and half of a sine is at the mirror bin.
-                const double scale = k == 0 || 2 * k == n ? 0.5 / sum : 1 / sum;
-                power[static_cast<size_t>(k)] = (re * re + im * im) * scale * scale;
+            const lyr_fft::complex *z = out.data() + static_cast<size_t>(i) * bins;
+            for (size_t k = 0; k < bins; ++k) {
+                // Half of a sine is at the mirror bin.
+                const bool alone = k == 0 || static_cast<int64_t>(2 * k) == n;
+                const double scale = alone ? 1 / sum : 2 / sum;
+                power[k] = std::norm(z[k]) * scale * scale;
             }
             f(first + i, power.data());
         }

@@ -19,7 +19,7 @@ struct pieces {
 
 // Call f(i, power) with the power spectrum of every piece: window/2+1 values, scaled so that a sine
 // of amplitude a in the middle of a bin reads a^2. Returns false, with one line in `error`, when
-// memory runs out.
+// there is no plan; throws std::bad_alloc when memory runs out.
 bool short_time_power(const std::vector<double> &samples, const pieces &p,
                       const std::function<void(int64_t, const double *)> &f, std::string &error);
 
