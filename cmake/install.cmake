@@ -50,3 +50,22 @@ endforeach()
 configure_file(cmake/lyra_fft.pc.in lyra_fft.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/lyra_fft.pc DESTINATION ${pkgconfig_dir}
         COMPONENT development)
+
+# Manual pages and, for the packages, the changelog: compressed, as Debian has them.
+find_program(LYRA_GZIP gzip)
+mark_as_advanced(LYRA_GZIP)
+if(LYRA_GZIP)
+    set(compressed "")
+    foreach(source tools/man/lyr-fft.1 tools/man/lyr_fft.3 cmake/debian/changelog)
+        cmake_path(GET source FILENAME name)
+        set(output ${CMAKE_CURRENT_BINARY_DIR}/compressed/${name}.gz)
+        add_custom_command(OUTPUT ${output}
+            COMMAND ${CMAKE_COMMAND} -E make_directory compressed
+            COMMAND ${LYRA_GZIP} -9nc ${PROJECT_SOURCE_DIR}/${source} > ${output}
+            DEPENDS ${source} VERBATIM)
+        list(APPEND compressed ${output})
+    endforeach()
+    add_custom_target(lyra_compressed ALL DEPENDS ${compressed})
+    install(FILES ${CMAKE_CURRENT_BINARY_DIR}/compressed/lyr_fft.3.gz
+            DESTINATION ${CMAKE_INSTALL_MANDIR}/man3 COMPONENT development)
+endif()

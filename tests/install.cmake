@@ -22,3 +22,23 @@ foreach(way files cmake subproject pkg-config)
 endforeach()
 add_test(NAME fortran_source COMMAND ${Python3_EXECUTABLE}
          ${PROJECT_SOURCE_DIR}/tools/gen_fortran.py --check)
+if(tools)
+    add_test(NAME tool_documents COMMAND ${Python3_EXECUTABLE}
+             ${CMAKE_CURRENT_SOURCE_DIR}/tool_documents.py $<TARGET_FILE:lyr-fft>)
+endif()
+
+# Packages, and the archive of the sources.
+find_program(LYRA_DPKG_DEB dpkg-deb)
+find_program(LYRA_LINTIAN lintian)
+mark_as_advanced(LYRA_DPKG_DEB LYRA_LINTIAN)
+set(package_check ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/package_check.py)
+if(LYRA_DPKG_DEB AND LYRA_GZIP AND LYRA_PKGCONF AND NOT CMAKE_CROSSCOMPILING)
+    set(lintian "")
+    if(LYRA_LINTIAN)
+        set(lintian ${LYRA_LINTIAN})
+    endif()
+    add_test(NAME debian_packages COMMAND ${package_check} debian ${CMAKE_CPACK_COMMAND}
+             ${PROJECT_BINARY_DIR} ${CMAKE_C_COMPILER} "${fc}" "${lintian}")
+endif()
+add_test(NAME source_archive COMMAND ${package_check} source ${CMAKE_CPACK_COMMAND} ${PROJECT_BINARY_DIR}
+         ${CMAKE_COMMAND})

@@ -71,11 +71,12 @@ def check_files(settings, folder):
               "**/cmake/lyra_fft/lyra_fft-config-version.cmake",
               "**/cmake/lyra_fft/lyra_fft-targets.cmake",
               "**/cmake/lyra_fft/lyra_fft-targets-*.cmake",
-              "**/cmake/lyra_fft/lyra_fft-fortran.cmake"]
+              "**/cmake/lyra_fft/lyra_fft-fortran.cmake", "share/man/man3/lyr_fft.3.gz"]
     if settings["fc"]:
         wanted.append("**/fortran/gfortran-mod-*/lyra_fft.mod")
     if settings["tools"] == "1":
-        wanted += ["bin/lyr-fft"]
+        wanted += ["bin/lyr-fft", "share/man/man1/lyr-fft.1.gz",
+                   "share/bash-completion/completions/lyr-fft"]
     known = {one(prefix, pattern) for pattern in wanted}
     for path in prefix.rglob("*"):
         if path.is_dir():

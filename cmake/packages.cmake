@@ -1,0 +1,71 @@
+# Packages: cpack -G DEB writes liblyra-fft2 (the shared library), liblyra-fft-dev and lyra-fft-tools;
+# cpack --config CPackSourceConfig.cmake writes the source archive. Configure with
+# -DCMAKE_INSTALL_PREFIX=/usr, which puts libraries where Debian has them.
+set(CPACK_PACKAGE_NAME lyra-fft)
+set(CPACK_PACKAGE_VENDOR "LYRA FFT maintainers")
+set(CPACK_PACKAGE_CONTACT "LYRA FFT maintainers <maintainers@lyra-fft.org>")
+set(CPACK_STRIP_FILES ON)
+set(CPACK_VERBATIM_VARIABLES ON)
+set(CPACK_GENERATOR DEB)
+set(CPACK_COMPONENTS_ALL runtime development)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME liblyra-fft2)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME liblyra-fft-dev)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME lyra-fft-tools)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION math)
+# The first line is the synopsis.
+set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "fast Fourier transforms in double precision - library
+Transforms of complex and real data and real-to-real transforms of every
+length in up to three dimensions, with any strides and batches, on one or
+several threads. Planning takes microseconds and always gives the same
+plan.")
+set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "fast Fourier transforms in double precision - development
+Headers for C and C++, the Fortran module, the static library and the
+files by which pkg-config and CMake find the LYRA FFT library.")
+set(CPACK_COMPONENT_TOOLS_DESCRIPTION "fast Fourier transforms in double precision - tools
+The program lyr-fft analyses sounds, prints how transforms are planned,
+and verifies and measures them.")
+
+# Dependencies: found from the programs, but for another architecture its libraries would have to be
+# installed here; the library needs functions of libc 2.34.
+if(CMAKE_CROSSCOMPILING)
+    set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS "libc6 (>= 2.34)")
+else()
+    set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
+    set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS ON)
+endif()
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "liblyra-fft2 (= ${PROJECT_VERSION})")
+if(CMAKE_SYSTEM_PROCESSOR MATCHES "aarch64|arm64")
+    set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE arm64)
+elseif(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
+    set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE amd64)
+endif()
+
+# What every package of Debian holds; left out of other installations.
+set(components runtime development)
+if(TARGET lyr-fft)
+    list(APPEND components tools)
+    list(APPEND CPACK_COMPONENTS_ALL tools)
+endif()
+foreach(component IN LISTS components)
+    string(TOUPPER ${component} upper)
+    set(documents ${CMAKE_INSTALL_DATADIR}/doc/${CPACK_DEBIAN_${upper}_PACKAGE_NAME})
+    install(FILES cmake/debian/copyright DESTINATION ${documents} COMPONENT ${component}
+            EXCLUDE_FROM_ALL)
+    if(LYRA_GZIP)
+        install(FILES ${CMAKE_CURRENT_BINARY_DIR}/compressed/changelog.gz DESTINATION ${documents} COMPONENT ${component} EXCLUDE_FROM_ALL)
+    endif()
+endforeach()
+
+set(CPACK_SOURCE_GENERATOR TGZ)
+set(CPACK_SOURCE_PACKAGE_FILE_NAME lyra-fft-${PROJECT_VERSION})
+set(CPACK_SOURCE_IGNORE_FILES "/\\.git$" "/\\.git/" "/build[^/]*/" "/\\.cache/" "/__pycache__/"
+                              "\\.sw[a-p]$" "~$" "/CMakeUserPresets\\.json$"
+                              "/compile_commands\\.json$")
+include(CPack)

@@ -1,0 +1,59 @@
+"""Every command and option that lyr-fft --help lists is in its manual page and its completion.
+
+usage: tool_documents.py TOOL
+
+Exits with 1 and one line per fault.
+"""
+
+import re
+import subprocess
+import sys
+from pathlib import Path
+
+TOOLS = Path(__file__).resolve().parent.parent / "tools"
+
+
+def output(*command):
+    return subprocess.run(command, check=True, capture_output=True, text=True).stdout
+
+
+def complete(*words):
+    """What the completion offers for the last of the words."""
+    script = ('source "$0"; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _lyr_fft; '
+              'echo "${COMPREPLY[@]}"')
+    return set(output("bash", "-c", script, str(TOOLS / "completion/lyr-fft"), *words).split())
+
+
+def faults(tool):
+    manual = (TOOLS / "man/lyr-fft.1").read_text().replace("\\-", "-")
+    subcommands = output(tool, "--help").split("Subcommands:")[1].split("\n\n")[0]
+    commands = re.findall(r"^  (\w+)", subcommands, re.M)
+    if complete("lyr-fft", "") != {*commands, "--help"}:
+        yield f"completion offers {complete('lyr-fft', '')}, not {commands}"
+    for command in commands:
+        section = re.search(rf"^\.SS {command}\b(.*?)^\.S", manual, re.M | re.S)
+        if not section:
+            yield f"not in the manual page: {command}"
+            continue
+        if command == "help":
+            continue
+        options = set(re.findall(r"^  (?:-\w,)?(--[\w-]+)", output(tool, command, "--help"), re.M))
+        offered = complete("lyr-fft", command, "-")
+        if offered != options:
+            yield f"{command}: completion offers {sorted(offered)}, not {sorted(options)}"
+        for option in options - {"--help"}:
+            if not re.search(rf"{option}\b", section[1]):
+                yield f"not in the manual page: {command} {option}"
+
+
+def main(arguments):
+    if len(arguments) != 1:
+        print(__doc__, file=sys.stderr)
+        return 2
+    found = list(faults(arguments[0]))
+    print("\n".join(found))
+    return 1 if found else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1:]))
