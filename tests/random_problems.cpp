@@ -262,9 +262,9 @@ TEST(random_problems, transposing_copies) {
 TEST(random_problems, results_do_not_depend_on_the_place_in_a_batch) {
     for (const lyr::codelet_table *table : all_tables()) {
         const with_table active(table);
-        for (const char *text :
-             {"ocf37*7i", "ocf60*71i", "ocb210:80:90*71:1:1", "icf1024*19i", "ocf48x20*6i",
-              "ocf100*5", "icb81*3*5", "ocf16*7", "icb37:3:3*5:111:111", "ocf128*200"}) {
+        for (const char *text : {"ocf37*7i", "ocf60*71i", "ocb210:80:90*71:1:1", "icf1024*19i",
+                                 "ocf48x20*6i", "ocf100*5", "icb81*3*5", "ok100f*19i", "ocf16*7",
+                                 "icb37:3:3*5:111:111", "ocf128*200"}) {
             const problem p = problem_of(text);
             SCOPED_TRACE(std::string(text) + " with " + table->name);
             buffers b = buffers_of(p);

@@ -95,7 +95,7 @@ int solve_problem_dft_many(plan *p) {
     if (p->howmany_rank < 1) return -1;
     if (p->kind > kind_r2r) return -1;
     if (results_move(p)) return -1;
-    if (has_columns(p)) return build_columns(p);
+    if (has_columns(p)) return build_columns(p, "execute_many");
 
     p->execute_fn = execute_many;
     p->execute_name = "execute_many";

@@ -304,34 +304,6 @@ void rodft00_join(const r2r_pass &pass, const double *in, double *out) {
     out[H - 1] = odd[H - 1];
 }
 
-// ---- Neighbouring transforms --------------------------------------------------------------------
-
-void r2hc_rows(const r2hc_row_walk &walk, const double *in, double *out) {
-    const auto [n, in_row, out_row, count] = walk;
-    constexpr int W = widest;
-    const int64_t whole = count / W * W;
-    const typename count_to<W>::type all;
-    reals<W> sign;
-    for (int i = 0; i < W; ++i) sign[i] = i % 2 == 0 ? 0.5 : -0.5;
-    for (int64_t k = 0; 2 * k <= n; ++k) {
-        const int64_t mirror = k == 0 ? 0 : n - k;
-        const double *a = in + k * in_row, *b = in + mirror * in_row;
-        double *re = out + k * out_row, *im = out + mirror * out_row;
-        // What mirrors itself has no antisymmetric part, and the place of none.
-        const bool alone = k == mirror;
-        for (int64_t i = 0; i < whole; i += W) {
-            const reals<W> x = load<W>(a + i), y = load<W>(b + i);
-            if (!alone) store<W>(im + i, shuffle_exchanged(x - y, all) * sign);
-            store<W>(re + i, (x + y) * 0.5);
-        }
-        for (int64_t i = whole; i < count; ++i) {
-            const int64_t other = i ^ 1;
-            if (!alone) im[i] = (a[other] - b[other]) * (i % 2 == 0 ? 0.5 : -0.5);
-            re[i] = (a[i] + b[i]) * 0.5;
-        }
-    }
-}
-
 // ---- Short transforms ---------------------------------------------------------------------------
 
 // W outputs. Two sums, so that one addition need not wait for the one before.
@@ -392,7 +364,6 @@ const r2r_pass_set r2r_passes = {
     },
     redft00_join,
     rodft00_join,
-    r2hc_rows,
     small_functions(count_to<r2r_small_limit>::type{}),
 };
 

@@ -24,15 +24,6 @@ struct r2r_steps {
     r2r_pass_function before, after;
 };
 
-// Half-complex outputs of neighbouring transforms from complex transforms Z of pairs of them: rows
-// k and n-k of the output are (Z[k] + Z[n-k])/2 and -i (Z[k] - Z[n-k])/2, rows of `count` numbers.
-struct r2hc_row_walk {
-    int64_t n;
-    int64_t in_row, out_row;  // in doubles
-    int64_t count;            // at most in_row
-};
-using r2hc_rows_function = void (*)(const r2hc_row_walk &, const double *in, double *out);
-
 // A short transform as the product with its matrix: out[k*os] = sum over j of in[j*is] *
 // matrix[j*n + k]. All inputs are read before any output is written, so that `out` may be `in`.
 struct r2r_small {
@@ -72,8 +63,6 @@ struct r2r_pass_set {
     // For the sines even[1 .. H-1] and odd[1 .. H] begin at in and in + count:
     // out[k-1], out[N-k-1] = odd[k] + even[k], odd[k] - even[k], even[H] = 0. n = N.
     r2r_pass_function rodft00_join;
-
-    r2hc_rows_function rows;
 
     r2r_small_set small;
 };

@@ -51,10 +51,6 @@ template <class V, int... I>
 LYR_INLINE V shuffle_reversed(V v, indices<I...>) {
     return __builtin_shufflevector(v, v, (int{sizeof...(I)} - 1 - I)...);
 }
-template <class V, int... I>
-LYR_INLINE V shuffle_exchanged(V v, indices<I...>) {
-    return __builtin_shufflevector(v, v, (I ^ 1)...);
-}
 // Every other element of the 2W numbers of lower and upper, from `first` on; step may be negative.
 template <int first, int step, class V, int... I>
 LYR_INLINE V shuffle_strided(V lower, V upper, indices<I...>) {
