@@ -97,9 +97,9 @@ typedef struct {
  *   RODFT11   y[k] = 2 sum x[j] sin(pi (j+1/2) (k+1/2)/n)
  *
  * R2HC stores the transform X of real numbers in half-complex order: Re X[0], Re X[1], .. Re
- * X[n/2], then Im X[(n-1)/2], .. Im X[1]. REDFTab (RODFTab) transforms a sequence that is even (odd)
- * about its ends: a = 1 when it is so about points half-way between elements, b = 1 when the outputs
- * are. REDFT10 is often called the DCT and REDFT01 its inverse.
+ * X[n/2], then Im X[(n-1)/2], .. Im X[1]. REDFTab (RODFTab) transforms a sequence that is even
+ * (odd) about its ends: a = 1 when it is so about points half-way between elements, b = 1 when the
+ * outputs are. REDFT10 is often called the DCT and REDFT01 its inverse.
  *
  * Nothing is scaled. A kind followed by its inverse returns the input times a factor:
  *

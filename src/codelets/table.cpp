@@ -105,13 +105,8 @@ extern const real_pass_set real_passes;
 extern const r2r_pass_set r2r_passes;
 extern const real_set reals;
 extern const codelet_table table;
-const codelet_table table = {LYR_TEXT(LYR_ISA),
-                             vec::lanes,
-                             {LYR_ROW(forward), LYR_ROW(backward)},
-                             {elements, rows},
-                             {join, part},
-                             &real_passes,
-                             &r2r_passes,
-                             &reals};
+const codelet_table table = {LYR_TEXT(LYR_ISA), vec::lanes,   {LYR_ROW(forward), LYR_ROW(backward)},
+                             {elements, rows},  {join, part}, &real_passes,
+                             &r2r_passes,       &reals};
 
 }  // namespace lyr::LYR_ISA

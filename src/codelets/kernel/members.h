@@ -487,11 +487,10 @@ constexpr rotated_slab_codelet choose_rotated_slab() {
 
 template <int R, int S>
 constexpr codelet_set make_codelets() {
-    return {
-        direct_unit<R, S>,  direct_general<R, S>, direct_many<R, S>,
-        first_unit<R, S>,   first_general<R, S>,  middle<R, S>,
-        last_unit<R, S>,    last_general<R, S>,   first_slab<R, S>,
-        twiddle_slab<R, S>, gathered_slab<R, S>,  choose_rotated_slab<R, S>()};
+    return {direct_unit<R, S>,  direct_general<R, S>, direct_many<R, S>,
+            first_unit<R, S>,   first_general<R, S>,  middle<R, S>,
+            last_unit<R, S>,    last_general<R, S>,   first_slab<R, S>,
+            twiddle_slab<R, S>, gathered_slab<R, S>,  choose_rotated_slab<R, S>()};
 }
 
 }  // namespace
