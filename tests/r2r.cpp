@@ -324,7 +324,7 @@ TEST(r2r, refusals) {
     double in[32], out[32];
     const int n[] = {4, 4}, one[] = {4, 1};
     const lyr_fft_r2r_kind mixed[] = {LYR_FFT_DHT, LYR_FFT_REDFT00};
-    for (const int bad : {-1, 11, 1 << 20}) {
+    for (const int bad : {11, 15}) {  // what else an enumeration of eleven can hold
         const lyr_fft_r2r_kind kinds[] = {LYR_FFT_DHT, kind_of(bad)};
         for (const int length : {1, 2, 4, 5})
             EXPECT_EQ(lyr_fft_plan_r2r_1d(length, in, out, kinds[1], 0), nullptr) << bad;
