@@ -6,30 +6,15 @@ usage: package_check.py debian CPACK BUILD CC FC LINTIAN    FC and LINTIAN may b
 Exits with 1 and the reason when something is not as it should be.
 """
 
-import os
 import re
-import subprocess
 import sys
 import tarfile
 import tempfile
 from pathlib import Path
 
+from install_check import Fault, run
+
 EXAMPLES = Path(__file__).resolve().parent.parent / "examples"
-
-
-class Fault(Exception):
-    pass
-
-
-def run(*command, **variables):
-    """Output of a command, which must succeed."""
-    command = [str(part) for part in command]
-    result = subprocess.run(command, capture_output=True, text=True, check=False,
-                            env=os.environ | {k: str(v) for k, v in variables.items()})
-    if result.returncode:
-        raise Fault(f"{' '.join(command)}\nstatus {result.returncode}\n"
-                    f"{result.stdout}{result.stderr}")
-    return result.stdout
 
 
 def one(folder, pattern):
