@@ -96,9 +96,13 @@ std::vector<double> twiddle_table(const pass &s, int64_t sign, int64_t lanes) {
     const int64_t columns = s.r - 1;
     std::vector<double> plain(static_cast<size_t>(2 * s.L * columns));
     lyr::fill_stage_twiddles(plain.data(), s.r * s.L * s.m, s.r, s.L, s.m, sign);
+    std::vector<double> table;
+    if (s.m != 1 && lyr::has_ready_rows(lanes, s.r, s.L)) {
+        for (const double x : plain) table.insert(table.end(), static_cast<size_t>(2 * lanes), x);
+        return table;
+    }
     if (s.m != 1 || lanes == 1) return plain;
     const int64_t grouped = s.L / lanes * lanes;
-    std::vector<double> table;
     for (int64_t group = 0; group < grouped; group += lanes)
         for (int64_t q = 0; q < columns; ++q)
             for (int64_t part = 0; part < 2; ++part)
@@ -324,16 +328,71 @@ TEST(codelets, first_stages) {
 }
 
 TEST(codelets, middle_stages) {
-    for_each_codelet([&](const codelet_table *, const codelet_set *set, int64_t r, int64_t sign) {
-        for (const int64_t m : widths(r))
-            for (const int64_t L : {2, 5}) {
-                if (m == 1) continue;  // a middle stage has others after it
-                check_pass({r, L, m, 1, true, 1, 0, 1, 0}, sign, 1, false,
+    for_each_codelet([&](const codelet_table *table, const codelet_set *set, int64_t r,
+                         int64_t sign) {
+        const auto check = [&](int64_t L, int64_t m) {
+            check_pass(
+                {r, L, m, 1, true, 1, 0, 1, 0}, sign, table->lanes, false,
+                [&](const stage &d, const double *in, double *out) { set->middle(&d, in, out); });
+        };
+        for (const int64_t m : widths(r)) {
+            if (m == 1) continue;  // a middle stage has others after it
+            for (const int64_t L : {2, 5}) check(L, m);
+        }
+        if (test_scale == 1) check(512 / (r - 1) + 1, 3);  // a table of plain rows
+    });
+}
+
+// Arrays of real and of imaginary parts, each with a guard before and behind it.
+struct split_arrays {
+    static constexpr int64_t guard = 8;
+    int64_t n;
+    std::vector<double> parts[2];
+
+    explicit split_arrays(int64_t count) : n(count) {
+        for (auto &array : parts) array.assign(static_cast<size_t>(n + 2 * guard), 3.5);
+    }
+    double *re() { return parts[0].data() + guard; }
+    double *im() { return parts[1].data() + guard; }
+    void set(const double *in) {
+        for (int64_t k = 0; k < n; ++k) {
+            re()[k] = in[2 * k];
+            im()[k] = in[2 * k + 1];
+        }
+    }
+    void get(double *out) {
+        for (int64_t k = 0; k < n; ++k) {
+            out[2 * k] = re()[k];
+            out[2 * k + 1] = im()[k];
+        }
+        for (const auto &array : parts)
+            for (int64_t k = 0; k < guard; ++k)
+                EXPECT_TRUE(array[static_cast<size_t>(k)] == 3.5 &&
+                            array[static_cast<size_t>(n + 2 * guard - 1 - k)] == 3.5)
+                    << "wrote " << k + 1 << " before or behind a split array";
+    }
+};
+
+TEST(codelets, split_stages) {
+    for_each_codelet(
+        [&](const codelet_table *table, const codelet_set *set, int64_t r, int64_t sign) {
+            ASSERT_EQ(set->split_first != nullptr, r <= lyr::common_radix_limit);
+            ASSERT_EQ(set->split_last != nullptr, r <= lyr::common_radix_limit);
+            if (!set->split_first) return;
+            for (const int64_t m : widths(r)) {
+                split_arrays split(r * m);
+                check_pass({r, 1, m, 1, false, 1, 0, 1, 0}, sign, 1, false,
                            [&](const stage &d, const double *in, double *out) {
-                               set->middle(&d, in, out);
+                               split.set(in);
+                               set->split_first(&d, split.re(), split.im(), out);
+                           });
+                check_pass({r, m, 1, 1, true, 1, 0, 1, 0}, sign, table->lanes, false,
+                           [&](const stage &d, const double *in, double *out) {
+                               set->split_last(&d, in, split.re(), split.im());
+                               split.get(out);
                            });
             }
-    });
+        });
 }
 
 TEST(codelets, last_stages) {

@@ -38,6 +38,14 @@ bool keep_slab_batch(plan *p, const slab_batch &batch) {
     return true;
 }
 
+bool get_slab_batch(const plan *p, slab_batch *batch) {
+    if (strcmp(p->execute_name, "execute_many_transpose") != 0 &&
+        (strcmp(p->execute_name, "execute_bufferization") != 0 || part_above_37(p->dims[0].n) != 1))
+        return false;
+    memcpy(batch, p->solver_words, sizeof *batch);
+    return true;
+}
+
 void walk_slab_batch(const plan *p, const double *in, int64_t in_row, int64_t in_lane,
                      double *out) {
     slab_batch b;

@@ -37,6 +37,9 @@ bool build_slab_stages(plan *p, slab_stages *list);
 // Keeps the batch in solver_words and allocates work for its scratch. False when memory runs out.
 bool keep_slab_batch(plan *p, const slab_batch &batch);
 
+// The batch that a plan keeps; false for plans that keep none.
+bool get_slab_batch(const plan *p, slab_batch *batch);
+
 // Transforms the whole batch. Input element e of transform j is in[e*in_row + j*in_lane].
 void walk_slab_batch(const plan *p, const double *in, int64_t in_row, int64_t in_lane, double *out);
 

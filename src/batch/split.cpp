@@ -1,11 +1,16 @@
 // One transform of split arrays: joined to complex numbers in a buffer, transformed there, parted
 // again. The buffer is dense and row-major; sides that hold real numbers stay out of it. All input
 // is read before any output is written, so that the arrays may be the same in any order.
+//
+// Passes that only join or part are avoided where the neighbouring pass can do it: the first and
+// last stages of rows without gaps read and write split arrays themselves, and the columns of a
+// plane are parted slab by slab, while they are still near the core.
 #include "batch/split.h"
 
 #include <cstring>
 
 #include "api/memory.h"
+#include "batch/slab_batch.h"
 #include "codelets/codelet.h"
 #include "planner/registry.h"
 
@@ -27,15 +32,22 @@ int64_t row_length(const plan *p) {
     return p->kind == kind_complex ? n : n / 2 + 1;
 }
 
-// Dimensions without gaps between their rows make one long row.
-row_walk walk_of(const plan *p, int64_t lyr_fft_iodim64::*stride) {
+// Complex numbers of the buffer below dimension `first`.
+int64_t buffer_length(const plan *p, int first) {
+    int64_t length = row_length(p);
+    for (int k = first; k + 1 < p->rank; ++k) length *= p->dims[k].n;
+    return length;
+}
+
+// The dimensions from `first` on. Those without gaps between their rows make one long row.
+row_walk walk_of(const plan *p, int first, int64_t lyr_fft_iodim64::*stride) {
     row_walk w = {{1, 1}, {0, 0}, row_length(p), 1};
     if (p->rank > 0) w.stride = p->dims[p->rank - 1].*stride;
     int k = p->rank - 2;
-    for (; k >= 0 && p->dims[k].*stride == w.length * w.stride; --k) w.length *= p->dims[k].n;
-    for (; k >= 0; --k) {
-        w.n[k] = p->dims[k].n;
-        w.step[k] = p->dims[k].*stride;
+    for (; k >= first && p->dims[k].*stride == w.length * w.stride; --k) w.length *= p->dims[k].n;
+    for (int outer = 1; k >= first; --k, --outer) {
+        w.n[outer] = p->dims[k].n;
+        w.step[outer] = p->dims[k].*stride;
     }
     return w;
 }
@@ -53,9 +65,9 @@ void for_each_row(const row_walk &w, row_function f) {
         for (int64_t j = 0; j < w.n[1]; ++j) f(i * w.step[0] + j * w.step[1]);
 }
 
-void join_rows(const plan *p, double *buffer, const double *re, const double *im) {
+void join_rows(const plan *p, int first, double *buffer, const double *re, const double *im) {
     const auto join = kernels_of(p).join;
-    const row_walk w = walk_of(p, &lyr_fft_iodim64::is);
+    const row_walk w = walk_of(p, first, &lyr_fft_iodim64::is);
     for_each_row(w, [&](int64_t start) {
         if (w.stride == 1) {
             join(buffer, re + start, im + start, w.length);
@@ -71,7 +83,7 @@ void join_rows(const plan *p, double *buffer, const double *re, const double *im
 
 void part_rows(const plan *p, double *re, double *im, const double *buffer) {
     const auto part = kernels_of(p).part;
-    const row_walk w = walk_of(p, &lyr_fft_iodim64::os);
+    const row_walk w = walk_of(p, 0, &lyr_fft_iodim64::os);
     for_each_row(w, [&](int64_t start) {
         if (w.stride == 1) {
             part(re + start, im + start, buffer, w.length);
@@ -89,12 +101,133 @@ void execute_split(plan *p, double *ri, double *ii, double *ro, double *io) {
     double *buffer = static_cast<double *>(p->work);
     double *from = ri;
     if (p->kind != kind_r2c) {
-        join_rows(p, buffer, ri, ii);
+        join_rows(p, 0, buffer, ri, ii);
         from = buffer;
     }
     plan *child = p->children;
     child->execute_fn(child, from, p->kind == kind_c2r ? ro : buffer);
     if (p->kind != kind_c2r) part_rows(p, ro, io, buffer);
+}
+
+// ---- Stages that join and part ------------------------------------------------------------------
+
+const codelet_set *codelets_of(const slab_stages &list, int64_t s) {
+    const stage &d = list.stages[s];
+    return list.table->sets[d.sign != -1][d.r - 1];
+}
+
+// The stages of a plan for one row without gaps whose first and last one serve split arrays; a
+// count of 0 when there are none.
+slab_stages split_stages_of(const plan *row) {
+    slab_stages list = slab_stages_of(row);
+    if (list.count < 2 || !unit_strides(row) || !codelets_of(list, 0)->split_first ||
+        !codelets_of(list, list.count - 1)->split_last)
+        list.count = 0;
+    return list;
+}
+
+// All stages but the last one; the result is in `result`. Both arrays hold a row.
+void run_to_last_stage(const slab_stages &list, const double *re, const double *im, double *result,
+                       double *other) {
+    double *to = list.count % 2 == 0 ? result : other;
+    codelets_of(list, 0)->split_first(list.stages, re, im, to);
+    for (int64_t s = 1; s < list.count - 1; ++s) {
+        const double *from = to;
+        to = to == result ? other : result;
+        list.stages[s].codelet(list.stages + s, from, to);
+    }
+}
+
+void execute_split_stages(plan *p, double *ri, double *ii, double *ro, double *io) {
+    plan *child = p->children;
+    const slab_stages list = slab_stages_of(child);
+    const int64_t last = list.count - 1;
+    double *from = static_cast<double *>(child->work);
+    run_to_last_stage(list, ri, ii, from, static_cast<double *>(p->work));
+    codelets_of(list, last)->split_last(list.stages + last, from, ro, io);
+}
+
+// Whether a plan first transforms the rows of its outermost dimension one by one.
+bool rows_come_first(const plan *q) {
+    if (strcmp(q->execute_name, "execute_multidimension") != 0) return false;
+    const plan *loop = q->children;
+    return strcmp(loop->execute_name, "execute_many") == 0 && loop->howmany_rank == 1 &&
+           strcmp(loop->children->execute_name, "execute_dft_direct") != 0;
+}
+
+void transform_rows(const plan *p, int first, plan *q, double *re, double *im, double *buffer);
+
+// Transforms the dimensions from `first` on of split arrays into their place in the buffer, where q
+// is the plan for them.
+void transform_into(const plan *p, int first, plan *q, double *re, double *im, double *buffer) {
+    const slab_stages list = split_stages_of(q);
+    if (list.count && p->dims[first].is == 1) {
+        const int64_t last = list.count - 1;
+        double *from = static_cast<double *>(q->work);
+        run_to_last_stage(list, re, im, from, buffer);
+        list.stages[last].codelet(list.stages + last, from, buffer);
+    } else if (rows_come_first(q)) {
+        transform_rows(p, first, q, re, im, buffer);
+        plan *columns = &q->children[1];
+        columns->execute_fn(columns, buffer, buffer);
+    } else {
+        join_rows(p, first, buffer, re, im);
+        q->execute_fn(q, buffer, buffer);
+    }
+}
+
+void transform_rows(const plan *p, int first, plan *q, double *re, double *im, double *buffer) {
+    const auto [n, is, os] = p->dims[first];
+    const int64_t step = 2 * buffer_length(p, first + 1);
+    for (int64_t i = 0; i < n; ++i)
+        transform_into(p, first + 1, q->children[0].children, re + i * is, im + i * is,
+                       buffer + i * step);
+}
+
+void execute_split_rows(plan *p, double *ri, double *ii, double *ro, double *io) {
+    double *buffer = static_cast<double *>(p->work);
+    plan *child = p->children, *columns = &child->children[1];
+    transform_rows(p, 0, child, ri, ii, buffer);
+    columns->execute_fn(columns, buffer, buffer);
+    part_rows(p, ro, io, buffer);
+}
+
+// Columns whose slabs go to the split arrays by way of a slab of results, in the child's work.
+void execute_split_plane(plan *p, double *ri, double *ii, double *ro, double *io) {
+    double *buffer = static_cast<double *>(p->work);
+    plan *child = p->children, *columns = &child->children[1];
+    transform_rows(p, 0, child, ri, ii, buffer);
+
+    const auto part = kernels_of(p).part;
+    slab_batch batch;
+    get_slab_batch(columns, &batch);
+    const int64_t rows = p->dims[0].n, row = p->dims[1].n, os = p->dims[0].os;
+    double *slab = static_cast<double *>(child->work);
+    for (int64_t first = 0; first < row; first += batch.width) {
+        const int64_t width = first + batch.width <= row ? batch.width : row - first;
+        walk_slab(batch.list, {buffer + 2 * first, row, 1, slab, width, width},
+                  static_cast<double *>(columns->work));
+        for (int64_t k = 0; k < rows; ++k)
+            part(ro + first + k * os, io + first + k * os, slab + 2 * k * width, width);
+    }
+}
+
+// Replaces the executor where neighbouring passes can join or part; the child is solved.
+void choose_executor(plan *p) {
+    plan *child = p->children;
+    if (p->kind != kind_complex) return;
+    if (p->rank == 1 && unit_strides(p) && split_stages_of(child).count)
+        p->execute_split_fn = execute_split_stages;
+    if (p->rank < 2 || !rows_come_first(child)) return;
+    p->execute_split_fn = execute_split_rows;
+
+    slab_batch columns;
+    if (p->rank > 2 || p->dims[1].os != 1 || !get_slab_batch(&child->children[1], &columns)) return;
+    const uint64_t bytes = static_cast<uint64_t>(p->dims[0].n * columns.width) * 16;
+    child->work = aligned_alloc_zero(bytes);
+    if (!child->work) return;
+    child->work_bytes = bytes;
+    p->execute_split_fn = execute_split_plane;
 }
 
 void make_child(plan *child, const plan *p) {
@@ -136,7 +269,9 @@ int solve_problem_dft_split(plan *p) {
     p->children = plan_alloc_children(1);
     if (!p->children) return -1;
     make_child(p->children, p);
-    return plan_solve(p->children);
+    if (const int32_t status = plan_solve(p->children)) return status;
+    choose_executor(p);
+    return 0;
 }
 
 }  // namespace lyr

@@ -60,7 +60,12 @@ using gathered_slab_codelet = void (*)(const stage *, const double *in, int64_t 
 using rotated_slab_codelet = void (*)(const stage *, const column_walk &, const double *in,
                                       double *out, const double *factors);
 
-// All codelets of one length and direction.
+// First and last stages of a transform between split arrays without gaps.
+using split_first_codelet = void (*)(const stage *, const double *re, const double *im,
+                                     double *out);
+using split_last_codelet = void (*)(const stage *, const double *in, double *re, double *im);
+
+// All codelets of one length and direction. Some are only there up to common_radix_limit.
 struct codelet_set {
     direct_codelet direct_unit;
     direct_codelet direct_general;
@@ -73,9 +78,11 @@ struct codelet_set {
     slab_codelet first_slab;  // no twiddles: first stage, or the whole transform when m = 1
     twiddle_slab_codelet twiddle_slab;  // middle and last stages
     gathered_slab_codelet gathered_slab;
-    rotated_slab_codelet rotated_slab;  // null above rotated_radix_limit
+    rotated_slab_codelet rotated_slab;  // null above common_radix_limit
+    split_first_codelet split_first;    // likewise
+    split_last_codelet split_last;      // likewise
 };
-inline constexpr int rotated_radix_limit = 16;
+inline constexpr int common_radix_limit = 16;
 
 // Products of complex numbers for the convolutions of Rader's and Bluestein's algorithms. Steps and
 // rows count complex numbers and may be negative.
@@ -94,6 +101,15 @@ struct split_set {
     void (*part)(double *re, double *im, const double *in, int64_t n);
 };
 
+// Whether the twiddle table of a middle stage holds ready vectors: for each row and input q the
+// real part 2*lanes times, then the imaginary part as often. A row is then used as it lies in
+// memory, where short rows would else spend their time on setting up its twiddles. Not for those
+// that stay in registers anyway, nor for tables that would crowd the first-level cache; with lanes
+// that fill a line there is an instruction that repeats a number as it loads it. Measured.
+inline bool has_ready_rows(int64_t lanes, int64_t r, int64_t L) {
+    return lanes == 2 && r > 4 && L * (r - 1) <= 512;
+}
+
 struct real_pass_set;  // codelets/real_pass.h
 struct r2r_pass_set;   // codelets/r2r_pass.h
 struct real_set;       // codelets/real.h
@@ -106,7 +122,7 @@ struct codelet_table {
     // Complex numbers in a vector. With more than one, the twiddle table of a last stage (m = 1)
     // holds groups of `lanes` rows, and in a group for each input q = 1..r-1 the real parts of all
     // rows, each twice, then the imaginary parts, each twice: vectors that need no shuffle. The
-    // rows of an incomplete group follow in plain order.
+    // rows of an incomplete group follow in plain order. For middle stages see has_ready_rows.
     int64_t lanes;
     const codelet_set *sets[2][max_radix];  // [0 forward, 1 backward][length - 1], null: none
     product_set products;

@@ -12,6 +12,17 @@ namespace {
 // Slabs that take more are walked depth first, so that their stages run in the first-level cache.
 constexpr int64_t depth_first_bytes = 24 << 10;
 
+// A middle stage's table of ready vectors.
+void fill_ready_twiddles(double *table, const root_source *roots, int64_t r, int64_t L, int64_t m,
+                         int64_t sign, int64_t lanes) {
+    double row[2 * (max_radix - 1)];
+    for (int64_t k = 0; k < L; ++k) {
+        fill_twiddle_row(row, roots, r, m * k, sign);
+        for (int64_t part = 0; part < 2 * (r - 1); ++part)
+            for (int64_t i = 0; i < 2 * lanes; ++i) *table++ = row[part];
+    }
+}
+
 // The last stage's table: full groups of `lanes` rows as vectors of doubled parts
 // (codelet_table::lanes), the rest in plain order. row holds one row.
 void fill_grouped_twiddles(double *table, const root_source *roots, int64_t r, int64_t L,
@@ -40,12 +51,22 @@ stage_codelet choose_codelet(const plan *p, int s, int count, int64_t r) {
     return codelet_last_stage(p, r);
 }
 
-}  // namespace
-
-uint64_t stage_block_bytes(int64_t n, int64_t count, int64_t last_radix, int64_t lanes) {
-    const int64_t wide = count > 1 && lanes > 1 ? n / last_radix * (last_radix - 1) : 0;
-    return static_cast<uint64_t>(n + wide + 4 * count) * 16 + 72;
+// Room for the block. One formula for the plain tables, whose entries add up to less than n, and
+// what wider ones take in addition.
+uint64_t block_bytes(int64_t n, const int64_t *factors, int count, int64_t lanes) {
+    int64_t wider = 0, L = factors[0];
+    for (int s = 1; s < count; ++s) {
+        const int64_t r = factors[s];
+        if (s == count - 1)
+            wider += L / lanes * lanes * (r - 1) * (lanes > 1);
+        else if (has_ready_rows(lanes, r, L))
+            wider += L * (r - 1) * (2 * lanes - 1);
+        L *= r;
+    }
+    return static_cast<uint64_t>(n + wider + 4 * count) * 16 + 72;
 }
+
+}  // namespace
 
 double *build_stages(plan *p, const int64_t *factors, int count, int64_t extra) {
     const int64_t n = p->dims[0].n;
@@ -54,7 +75,7 @@ double *build_stages(plan *p, const int64_t *factors, int count, int64_t extra) 
 
     const int64_t lanes = active_table()->lanes;
     const uint64_t bytes =
-        stage_block_bytes(n, count, factors[count - 1], lanes) + 16 * static_cast<uint64_t>(extra);
+        block_bytes(n, factors, count, lanes) + 16 * static_cast<uint64_t>(extra);
     p->aux = aligned_alloc_zero(bytes);
     if (!p->aux) return nullptr;
     p->aux_bytes = bytes;
@@ -81,6 +102,9 @@ double *build_stages(plan *p, const int64_t *factors, int count, int64_t extra) 
             if (s == count - 1 && lanes > 1) {
                 fill_grouped_twiddles(twiddles, &roots, r, L, sign, lanes);
                 entries += L / lanes * lanes * (r - 1);
+            } else if (has_ready_rows(lanes, r, L) && s < count - 1) {
+                fill_ready_twiddles(twiddles, &roots, r, L, m, sign, lanes);
+                entries *= 2 * lanes;
             } else {
                 fill_stage_twiddles(twiddles, &roots, r, L, m, sign);
             }
@@ -217,7 +241,7 @@ void walk_slab(const slab_stages &list, const slab &where, double *scratch,
         }
     }
     const stage &last = list.stages[list.count - 1];
-    if (rotation && (list.count == 1 || last.r > rotated_radix_limit))
+    if (rotation && (list.count == 1 || last.r > common_radix_limit))
         rotate_rows(where.out, where.out_row, h, last.L * last.r, last.r, list.table->lanes,
                     rotation);
 }

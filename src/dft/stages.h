@@ -11,15 +11,13 @@ namespace lyr {
 //   k != 2: the count k as a 64-bit word, k descriptors, and from the next multiple of 64 the
 //           twiddle tables of stages 1..k-1
 //   k == 2: two descriptors, then the twiddle table of stage 1; no count
-// Tables of stages 1..k-2 are rows k = 0..L-1 of r-1 complex numbers; the last one is in the order
-// that the active codelets read (codelet_table::lanes).
+// Tables of stages 1..k-2 are rows k = 0..L-1 of r-1 complex numbers or ready vectors
+// (has_ready_rows); the last one is in the order that the active codelets read
+// (codelet_table::lanes).
 struct stage_list {
     int64_t count;
     stage *stages;
 };
-
-// lanes: codelet_table::lanes; wide tables of a last stage of radix r take twice the room.
-uint64_t stage_block_bytes(int64_t n, int64_t count, int64_t last_radix, int64_t lanes);
 
 // Finds the stages in a block.
 inline stage_list stages_of(void *block) {

@@ -12,10 +12,10 @@ namespace {
 
 static_assert(complex_vec<vec> && complex_vec<vec1>);
 
-// The R inputs (or outputs) of a butterfly in memory, `step` complex numbers apart: a pointer for
-// every `accesses_per_pointer` of them and offsets of one, two, three.. steps. Few pointers to
-// advance, few registers, one instruction per access.
-template <int R>
+// The R inputs (or outputs) of a butterfly in memory, `step` numbers of `Doubles` doubles apart: a
+// pointer for every `accesses_per_pointer` of them and offsets of one, two, three.. steps. Few
+// pointers to advance, few registers, one instruction per access.
+template <int R, int Doubles = 2>
 struct stream {
     static constexpr int span = accesses_per_pointer;
     static constexpr int pointers = (R + span - 1) / span;
@@ -24,13 +24,13 @@ struct stream {
 
     LYR_INLINE stream(const double *p, int64_t step) {
         unroll<span>(LYR_LAMBDA(auto i) {
-            offset[i] = 2 * i * step;
+            offset[i] = Doubles * i * step;
             // Opaque to the compiler, which would else keep a pointer per access and advance them
             // all. (x86 addresses twice the first offset without a register.)
             if constexpr (i != 0 && (i != 2 || span > 4)) __asm__("" : "+r"(offset[i]));
         });
         unroll<pointers>(
-            LYR_LAMBDA(auto g) { base[g] = const_cast<double *>(p) + 2 * span * g * step; });
+            LYR_LAMBDA(auto g) { base[g] = const_cast<double *>(p) + Doubles * span * g * step; });
     }
     // Elsewhere, with the steps of another stream.
     LYR_INLINE stream(double *p, const stream &other) {
@@ -42,14 +42,15 @@ struct stream {
         constexpr int i = Q % span;
         return base[Q / span] + (i == 2 && span == 4 ? 2 * offset[1] : offset[i]);
     }
-    LYR_INLINE void advance(int64_t complex_numbers) {
-        unroll<pointers>(LYR_LAMBDA(auto g) { base[g] += 2 * complex_numbers; });
+    LYR_INLINE void advance(int64_t numbers) {
+        unroll<pointers>(LYR_LAMBDA(auto g) { base[g] += Doubles * numbers; });
     }
 };
 
-// The order of a twiddle table: rows of plain complex numbers (middle stages), or, for a last
-// stage, groups of vec::lanes rows as tw_lanes reads them, then the rest in plain order.
-enum class table_order { plain, grouped };
+// The order of a twiddle table: rows of complex numbers, plain ones or ready vectors (middle
+// stages), or, for a last stage, groups of vec::lanes rows as tw_lanes reads them, then the rest in
+// plain order.
+enum class table_order { rows, grouped };
 
 // Where the twiddles of one row are: the parts of that of input 1, and the distance (in doubles) to
 // the next input's.
@@ -64,10 +65,21 @@ LYR_INLINE row_place plain_row(const double *table, int64_t row) {
     return {p, p + 1, 2};
 }
 
+template <int R>
+constexpr int64_t ready_row_doubles = 4 * vec::lanes *(R - 1);
+
+template <int R>
+LYR_INLINE row_place ready_row(const double *table, int64_t row) {
+    const double *p = table + row * ready_row_doubles<R>;
+    return {p, p + 2 * vec::lanes, 4 * vec::lanes};
+}
+
 template <int R, table_order Order>
 LYR_INLINE row_place row_in_table(const double *table, int64_t row, int64_t rows) {
     constexpr int64_t W = vec::lanes;
-    if constexpr (Order == table_order::plain || W == 1) return plain_row<R>(table, row);
+    if constexpr (W == 1) return plain_row<R>(table, row);
+    if constexpr (Order == table_order::rows)
+        return has_ready_rows(W, R, rows) ? ready_row<R>(table, row) : plain_row<R>(table, row);
     constexpr int64_t group_doubles = 4 * W * (R - 1);
     const int64_t grouped = rows & -W;
     if (row >= grouped) return plain_row<R>(table + grouped / W * group_doubles, row - grouped);
@@ -109,6 +121,21 @@ struct row_twiddles_in_memory {
             return x;
         else
             return cmul(x, V::tw_lanes(p + 2 * (Q - 1)));
+    }
+};
+
+// Ready vectors, used where they lie.
+template <int R>
+struct ready_twiddles {
+    const double *p;
+
+    LYR_INLINE void begin_butterfly() { __asm__("" : "+r"(p)); }
+    template <int Q>
+    LYR_INLINE vec multiply(vec x, index<Q>) const {
+        if constexpr (Q == 0)
+            return x;
+        else
+            return cmul(x, vec::tw_lanes(p + 4 * vec::lanes * (Q - 1)));
     }
 };
 
@@ -230,6 +257,19 @@ __attribute__((noinline)) void walk_columns_twiddled(const column_walk w, const 
     }
 }
 
+// Middle stages whose table holds ready vectors.
+template <int R, int S>
+__attribute__((noinline)) void walk_ready_rows(const stage *d, const double *in, double *out) {
+    const int64_t L = d->L, m = d->m;
+    stream<R> from(in, m), to(out, L * m);
+    for (int64_t k = 0; k < L; ++k) {
+        const row_place t = ready_row<R>(d->twiddles, k);
+        const int64_t rest = column_run<R, S, vec>(from, to, m, ready_twiddles<R>{t.re});
+        twiddled_run<R, S, vec1>(from, to, rest, t);
+        from.advance((R - 1) * m);
+    }
+}
+
 template <int R>
 LYR_INLINE bool collides(const column_walk &w) {
     return w.count >= 4 && (streams_collide<R>(w.in_q) || streams_collide<R>(w.out_p));
@@ -249,6 +289,34 @@ LYR_INLINE void walk_twiddled(const column_walk &w, const double *in, double *ou
         if (collides<R>(w))
             return walk_columns_twiddled<R, S, visit::lines, Order>(w, in, out, twiddles, L);
     walk_columns_twiddled<R, S, visit::vectors, Order>(w, in, out, twiddles, L);
+}
+
+// The parts of the inputs (or outputs) of a butterfly in split arrays.
+template <int R>
+struct split_stream {
+    stream<R, 1> re;
+    int64_t im;  // bytes from a real part to its imaginary part
+
+    LYR_INLINE split_stream(const double *real, const double *imag, int64_t step)
+        : re(real, step), im(reinterpret_cast<intptr_t>(imag) - reinterpret_cast<intptr_t>(real)) {}
+    template <int Q>
+    LYR_INLINE double *imag_at(index<Q> q) const {
+        return reinterpret_cast<double *>(reinterpret_cast<intptr_t>(re.at(q)) + im);
+    }
+};
+
+// First stages.
+template <int R, int S, class V>
+LYR_INLINE int64_t split_first_run(split_stream<R> &in, stream<R> &out, int64_t count) {
+    for (; count >= V::lanes; count -= V::lanes) {
+        V x[R];
+        unroll<R>(LYR_LAMBDA(auto q) { x[q] = V::load_split(in.re.at(q), in.imag_at(q)); });
+        butterfly<S>(x);
+        unroll<R>(LYR_LAMBDA(auto p) { x[p].store(out.at(p)); });
+        in.re.advance(V::lanes);
+        out.advance(V::lanes);
+    }
+    return count;
 }
 
 // Butterflies at any distance from each other, lanes along them.
@@ -359,6 +427,31 @@ LYR_INLINE int64_t last_run_by_lines(const double *&in, stream<R> &out, int64_t 
     return count;
 }
 
+// Two vectors fill one of either part; the first of them waits in `done`.
+template <int R, int S, class V>
+LYR_INLINE int64_t split_last_run(const double *&in, split_stream<R> &out, int64_t count,
+                                  const double *&twiddles) {
+    alignas(64) double done[2 * V::lanes * R];
+    for (; count >= 2 * V::lanes; count -= 2 * V::lanes) {
+        V x[R];
+        last_butterfly<R, S>(x, in, twiddles);
+        unroll<R>(LYR_LAMBDA(auto p) { x[p].store(done + 2 * V::lanes * p); });
+        __asm__ volatile("" ::"r"(done) : "memory");
+        last_butterfly<R, S>(x, in, twiddles);
+        unroll<R>(LYR_LAMBDA(auto p) {
+            x[p].store_split_after(done + 2 * V::lanes * p, out.re.at(p), out.imag_at(p));
+        });
+        out.re.advance(2 * V::lanes);
+    }
+    for (; count >= V::lanes; count -= V::lanes) {
+        V x[R];
+        last_butterfly<R, S>(x, in, twiddles);
+        unroll<R>(LYR_LAMBDA(auto p) { x[p].store_split(out.re.at(p), out.imag_at(p)); });
+        out.re.advance(V::lanes);
+    }
+    return count;
+}
+
 template <int R, int S, output Out>
 LYR_INLINE void walk_last(const stage *d, const double *in, double *out, int64_t os) {
     const double *twiddles = d->twiddles;
@@ -421,7 +514,10 @@ void first_general(const stage *d, const double *in, double *out) {
 template <int R, int S>
 void middle(const stage *d, const double *in, double *out) {
     const int64_t L = d->L, m = d->m;
-    walk_twiddled<R, S, table_order::plain>({L, R * m, m, m, L * m, m}, in, out, d->twiddles, L);
+    const column_walk w = {L, R * m, m, m, L * m, m};
+    if constexpr (vec::lanes == 2)
+        if (has_ready_rows(2, R, L) && !collides<R>(w)) return walk_ready_rows<R, S>(d, in, out);
+    walk_twiddled<R, S, table_order::rows>(w, in, out, d->twiddles, L);
 }
 
 template <int R, int S>
@@ -444,7 +540,7 @@ void twiddle_slab(const stage *d, const column_walk &w, const double *in, double
     if (d->m == 1)
         walk_twiddled<R, S, table_order::grouped>(w, in, out, d->twiddles, d->L);
     else
-        walk_twiddled<R, S, table_order::plain>(w, in, out, d->twiddles, d->L);
+        walk_twiddled<R, S, table_order::rows>(w, in, out, d->twiddles, d->L);
 }
 
 // Lanes run along the transforms, which are far apart: lines are shared by neighbouring
@@ -478,19 +574,43 @@ void rotated_slab(const stage *d, const column_walk &given, const double *in, do
 }
 
 template <int R, int S>
-constexpr rotated_slab_codelet choose_rotated_slab() {
-    if constexpr (R <= rotated_radix_limit)
-        return rotated_slab<R, S>;
-    else
-        return nullptr;
+void split_first(const stage *d, const double *re, const double *im, double *out) {
+    split_stream<R> from(re, im, d->m);
+    stream<R> to(out, d->m);
+    const int64_t rest = split_first_run<R, S, vec>(from, to, d->m);
+    if constexpr (vec::lanes > 1) split_first_run<R, S, vec1>(from, to, rest);
+}
+
+template <int R, int S>
+void split_last(const stage *d, const double *in, double *re, double *im) {
+    const double *twiddles = d->twiddles;
+    split_stream<R> to(re, im, d->L);
+    const int64_t rest = split_last_run<R, S, vec>(in, to, d->L, twiddles);
+    if constexpr (vec::lanes > 1) split_last_run<R, S, vec1>(in, to, rest, twiddles);
 }
 
 template <int R, int S>
 constexpr codelet_set make_codelets() {
-    return {direct_unit<R, S>,  direct_general<R, S>, direct_many<R, S>,
-            first_unit<R, S>,   first_general<R, S>,  middle<R, S>,
-            last_unit<R, S>,    last_general<R, S>,   first_slab<R, S>,
-            twiddle_slab<R, S>, gathered_slab<R, S>,  choose_rotated_slab<R, S>()};
+    codelet_set set = {direct_unit<R, S>,
+                       direct_general<R, S>,
+                       direct_many<R, S>,
+                       first_unit<R, S>,
+                       first_general<R, S>,
+                       middle<R, S>,
+                       last_unit<R, S>,
+                       last_general<R, S>,
+                       first_slab<R, S>,
+                       twiddle_slab<R, S>,
+                       gathered_slab<R, S>,
+                       nullptr,
+                       nullptr,
+                       nullptr};
+    if constexpr (R <= common_radix_limit) {
+        set.rotated_slab = rotated_slab<R, S>;
+        set.split_first = split_first<R, S>;
+        set.split_last = split_last<R, S>;
+    }
+    return set;
 }
 
 }  // namespace

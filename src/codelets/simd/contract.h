@@ -20,6 +20,9 @@
 //   twist_back(e, d, w, a, b)     a = e + i*conj(w)*d, b = e - i*conj(w)*d
 //   V::join(p, re, im)            2*lanes complex numbers at p from their parts at re and im
 //   V::part(re, im, p)            the other way round
+//   load_split(re, im)            lanes complex numbers from their parts
+//   store_split(re, im)           the other way round
+//   store_split_after(p, re, im)  the parts of the lanes numbers at p, then of these
 //
 // Targets define `vec` (native width), `vec1` (one complex number) and `vec_half` (half of vec, at
 // least vec1), and `accesses_per_pointer`: how many steps from a pointer addressing reaches with
@@ -61,6 +64,9 @@ concept complex_vec = requires(V a, typename V::tw w, const double *p, double *q
     twist_back(a, a, w, a, a);
     {V::join(q, p, p)};
     {V::part(q, q, p)};
+    {V::load_split(p, p)};
+    a.store_split(q, q);
+    a.store_split_after(p, q, q);
 };
 
 }  // namespace lyr

@@ -34,6 +34,18 @@ struct vec1 {
         _mm_storeu_pd(re, _mm_unpacklo_pd(a, b));
         _mm_storeu_pd(im, _mm_unpackhi_pd(a, b));
     }
+    LYR_INLINE static vec1 load_split(const double *re, const double *im) {
+        return {_mm_loadh_pd(_mm_load_sd(re), im)};
+    }
+    LYR_INLINE void store_split(double *re, double *im) const {
+        _mm_storel_pd(re, v);
+        _mm_storeh_pd(im, v);
+    }
+    LYR_INLINE void store_split_after(const double *p, double *re, double *im) const {
+        const __m128d a = _mm_loadu_pd(p);
+        _mm_storeu_pd(re, _mm_unpacklo_pd(a, v));
+        _mm_storeu_pd(im, _mm_unpackhi_pd(a, v));
+    }
 };
 
 LYR_INLINE __m128d swapped(vec1 a) {
@@ -128,6 +140,26 @@ struct vec2 {
     }
     LYR_INLINE static void part(double *re, double *im, const double *p) {
         const __m256d even = gather(p, 4).v, odd = gather(p + 2, 4).v;
+        _mm256_storeu_pd(re, _mm256_unpacklo_pd(even, odd));
+        _mm256_storeu_pd(im, _mm256_unpackhi_pd(even, odd));
+    }
+    // Loads that fill both halves leave one shuffle within halves.
+    LYR_INLINE static vec2 load_split(const double *re, const double *im) {
+        const __m256d x = _mm256_broadcast_pd(reinterpret_cast<const __m128d *>(re));
+        const __m256d y = _mm256_broadcast_pd(reinterpret_cast<const __m128d *>(im));
+        return {_mm256_shuffle_pd(x, y, 12)};
+    }
+    LYR_INLINE void store_split(double *re, double *im) const {
+        const __m128d a = _mm256_castpd256_pd128(v), b = _mm256_extractf128_pd(v, 1);
+        _mm_storeu_pd(re, _mm_unpacklo_pd(a, b));
+        _mm_storeu_pd(im, _mm_unpackhi_pd(a, b));
+    }
+    // Three shuffles: the upper halves meet in a load and a blend.
+    LYR_INLINE void store_split_after(const double *p, double *re, double *im) const {
+        const __m256d even = _mm256_insertf128_pd(_mm256_castpd128_pd256(_mm_loadu_pd(p)),
+                                                  _mm256_castpd256_pd128(v), 1);
+        const __m256d upper = _mm256_broadcast_pd(reinterpret_cast<const __m128d *>(p + 2));
+        const __m256d odd = _mm256_blend_pd(upper, v, 12);
         _mm256_storeu_pd(re, _mm256_unpacklo_pd(even, odd));
         _mm256_storeu_pd(im, _mm256_unpackhi_pd(even, odd));
     }

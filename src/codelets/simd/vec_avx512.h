@@ -56,6 +56,23 @@ struct vec4 {
         _mm512_storeu_pd(re, _mm512_permutex2var_pd(a, even, b));
         _mm512_storeu_pd(im, _mm512_permutex2var_pd(a, odd, b));
     }
+    LYR_INLINE static vec4 load_split(const double *re, const double *im) {
+        const __m512d x = _mm512_castpd256_pd512(_mm256_loadu_pd(re));
+        const __m512d y = _mm512_castpd256_pd512(_mm256_loadu_pd(im));
+        return {_mm512_permutex2var_pd(x, _mm512_setr_epi64(0, 8, 1, 9, 2, 10, 3, 11), y)};
+    }
+    LYR_INLINE void store_split(double *re, double *im) const {
+        const __m512d w = _mm512_permutexvar_pd(_mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7), v);
+        _mm256_storeu_pd(re, _mm512_castpd512_pd256(w));
+        _mm256_storeu_pd(im, _mm512_extractf64x4_pd(w, 1));
+    }
+    LYR_INLINE void store_split_after(const double *p, double *re, double *im) const {
+        const __m512d a = _mm512_loadu_pd(p);
+        const __m512i even = _mm512_setr_epi64(0, 2, 4, 6, 8, 10, 12, 14);
+        const __m512i odd = _mm512_setr_epi64(1, 3, 5, 7, 9, 11, 13, 15);
+        _mm512_storeu_pd(re, _mm512_permutex2var_pd(a, even, v));
+        _mm512_storeu_pd(im, _mm512_permutex2var_pd(a, odd, v));
+    }
 };
 using vec = vec4;
 using vec_half = vec2;

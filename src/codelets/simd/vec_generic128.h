@@ -34,6 +34,18 @@ struct vec1 {
         vec1{__builtin_shufflevector(a, b, 0, 2)}.store(re);
         vec1{__builtin_shufflevector(a, b, 1, 3)}.store(im);
     }
+    LYR_INLINE static vec1 load_split(const double *re, const double *im) {
+        return {double2{*re, *im}};
+    }
+    LYR_INLINE void store_split(double *re, double *im) const {
+        *re = v[0];
+        *im = v[1];
+    }
+    LYR_INLINE void store_split_after(const double *p, double *re, double *im) const {
+        const double2 a = load(p).v;
+        vec1{__builtin_shufflevector(a, v, 0, 2)}.store(re);
+        vec1{__builtin_shufflevector(a, v, 1, 3)}.store(im);
+    }
 };
 using vec = vec1;
 using vec_half = vec1;

@@ -29,6 +29,18 @@ struct vec1 {
         vst1q_f64(re, parts.val[0]);
         vst1q_f64(im, parts.val[1]);
     }
+    LYR_INLINE static vec1 load_split(const double *re, const double *im) {
+        return {vld1q_lane_f64(im, vcombine_f64(vld1_f64(re), vdup_n_f64(0)), 1)};
+    }
+    LYR_INLINE void store_split(double *re, double *im) const {
+        vst1q_lane_f64(re, v, 0);
+        vst1q_lane_f64(im, v, 1);
+    }
+    LYR_INLINE void store_split_after(const double *p, double *re, double *im) const {
+        const float64x2_t a = vld1q_f64(p);
+        vst1q_f64(re, vzip1q_f64(a, v));
+        vst1q_f64(im, vzip2q_f64(a, v));
+    }
 };
 using vec = vec1;
 using vec_half = vec1;
