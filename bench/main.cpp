@@ -5,17 +5,14 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <ctime>
-#include <fstream>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "classes.h"
 #include "engines.h"
-#include "lyr_fft.h"
+#include "facts.h"
 #include "measure.h"
-#include "planner/describe.h"
 #include "problem.h"
 
 namespace {
@@ -105,48 +102,15 @@ void list_classes() {
 
 // ---- Where it is measured -----------------------------------------------------------------------
 
-std::string processor_name() {
-    std::ifstream cpuinfo("/proc/cpuinfo");
-    std::string model;
-    std::string part;
-    for (std::string line; std::getline(cpuinfo, line);) {
-        const size_t colon = line.find(": ");
-        if (colon == std::string::npos) continue;
-        if (line.starts_with("model name")) return line.substr(colon + 2);
-        if (line.starts_with("CPU implementer")) model = line.substr(colon + 2);
-        if (line.starts_with("CPU part")) part = line.substr(colon + 2);
-    }
-    return model.empty() ? "unknown" : "implementer " + model + " part " + part;
-}
-
-using fact = std::pair<std::string, std::string>;
-
-// Names and values of what a reader of the figures has to know.
-std::vector<fact> facts(int argc, char **argv) {
-    char date[40];
-    const time_t now = time(nullptr);
-    tm parts;
-    strftime(date, sizeof date, "%Y-%m-%d %H:%M UTC", gmtime_r(&now, &parts));
-    std::string command = "lyra-bench";
-    for (int i = 1; i < argc; ++i) command += std::string(" ") + argv[i];
-    for (char &c : command)
-        if (c == '\n' || c == '\t' || c == '\r') c = ' ';
-#ifdef __clang__
-    const std::string compiler = __VERSION__;
-#else
-    const std::string compiler = "gcc " __VERSION__;
-#endif
-    LFFTVersionRecord version;
-    LFFTGetVersion(&version);
-    return {
-        {"date", date},
-        {"processor", processor_name()},
-        {"lyra", std::string(version.library_version) + ", target " + lyr::active_target()},
-        {"fftw", fftw_description()},
-        {"compiler", compiler},
-        {"threads", "1, others where t= says so"},
-        {"command", command},
-    };
+std::vector<fact> facts(const options &o, int argc, char **argv) {
+    std::vector<fact> list = common_facts("lyra-bench", argc, argv);
+    char limit[60];
+    snprintf(limit, sizeof limit, "%g s for one plan of FFTW's", o.measuring.planning_limit);
+    const std::vector<fact> ours = {{"fftw", fftw_description()},
+                                    {"planning", limit},
+                                    {"threads", "1, others where t= says so"}};
+    list.insert(list.end() - 1, ours.begin(), ours.end());  // the command stays last
+    return list;
 }
 
 // ---- Figures ------------------------------------------------------------------------------------
@@ -288,12 +252,13 @@ int run(const options &o, int argc, char **argv) {
         if (!file) return bad_input("cannot write " + lyr_tools::in_quotes(o.output));
     }
 
-    for (const auto &[name, value] : facts(argc, argv)) {
-        printf("%-10s %s\n", name.c_str(), value.c_str());
-        if (file) fprintf(file, "# %s: %s\n", name.c_str(), value.c_str());
-    }
+    const std::vector<fact> where = facts(o, argc, argv);
+    for (const auto &[name, value] : where) printf("%-10s %s\n", name.c_str(), value.c_str());
+    if (file) write_facts(file, where);
     printf("ratio      lyra / measure, from the shortest repetitions; below 1 lyra is faster\n");
     if (file) {
+        for (const job &j : jobs)
+            fprintf(file, "# class %s: %s\n", j.class_name.c_str(), j.title.c_str());
         fprintf(file,
                 "class\tproblem\tpoints\tbatch\tengine\tstatus\tleast_s\tmedian_s\tplanning_s\t"
                 "executions\trepetitions\n");

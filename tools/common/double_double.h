@@ -57,15 +57,16 @@ inline double_double operator/(double_double a, double b) {
     return quick_sum(q, (rest.high + rest.low) / b);
 }
 
-// Sine and cosine of an angle between 0 and pi/4.
-inline void sine_cosine(double_double angle, double_double &sine, double_double &cosine) {
-    const double_double square = angle * angle;
-    double_double s_term = angle;
-    double_double c_term = 1.0;
+// Sine and cosine of an angle between 0 and pi/4, for numbers that libm does not know.
+template <class wide>
+void sine_cosine(wide angle, wide &sine, wide &cosine) {
+    const wide square = angle * angle;
+    wide s_term = angle;
+    wide c_term = 1.0;
     sine = s_term;
     cosine = c_term;
-    // 14 terms of each series: the first one left out is below 1e-31.
-    for (int k = 1; k <= 14; ++k) {
+    // 16 terms of each series: the first one left out is below 1e-40.
+    for (int k = 1; k <= 16; ++k) {
         c_term = -(c_term * square) / ((2.0 * k - 1) * (2.0 * k));
         s_term = -(s_term * square) / ((2.0 * k) * (2.0 * k + 1));
         cosine = cosine + c_term;
@@ -78,7 +79,7 @@ inline void sine_cosine(long double angle, long double &sine, long double &cosin
     cosine = std::cos(angle);
 }
 
-// pi in either precision.
+// pi in each precision.
 template <class real>
 real wide_pi();
 template <>
@@ -89,5 +90,12 @@ template <>
 inline long double wide_pi<long double>() {
     return 3.141592653589793238462643383279502884L;
 }
+#ifdef __x86_64__
+template <>
+inline __float128 wide_pi<__float128>() {
+    return static_cast<__float128>(3.141592653589793116e+00) + 1.224646799147353207e-16 -
+           2.994769809718339666e-33;
+}
+#endif
 
 }  // namespace lyr_tools
