@@ -80,6 +80,12 @@ def count_status(problems, status):
     return sum(engines.get("lyra", {}).get("status") == status for engines in problems.values())
 
 
+def planned_fully(problems):
+    """The problems for which FFTW's measuring was not cut short."""
+    return {name: engines for name, engines in problems.items()
+            if engines.get("measure", {}).get("status") != "cut"}
+
+
 def engine_names(classes):
     """The engines besides lyra, in the order of the file."""
     names = {}
@@ -164,7 +170,7 @@ def legend_below(figure, panels):
 
 
 def is_line(problems):
-    """Classes of single one-dimensional transforms, one of each length, are drawn over a length axis."""
+    """Classes of single one-dimensional transforms, one of each length, are drawn over lengths."""
     rows = [engines["lyra"] for engines in problems.values() if "lyra" in engines]
     lengths = {row["points"] for row in rows}
     return (len(lengths) == len(rows) and all(row["batch"] == 1 for row in rows)
@@ -201,6 +207,11 @@ def draw_class(axes, class_name, problems, series, limits):
             axes.plot(*zip(*points), marker="o", linestyle="-" if joined else "none", label=label,
                       **style)
     judged_by = ratios(problems, *series[-1][:2])
+    full = planned_fully(problems)
+    cut = [(place[name], value) for name, value in judged_by.items() if name not in full]
+    if cut:
+        axes.plot(*zip(*cut), linestyle="none", marker="o", markersize=4, markerfacecolor="white",
+                  markeredgecolor=OURS, zorder=5, label="FFTW's planning cut")
     refused = [place[name] for name in names if name not in judged_by]
     if refused:
         axes.plot(refused, [limits[1] / 1.06] * len(refused), linestyle="none", marker="x",

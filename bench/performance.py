@@ -17,8 +17,8 @@ import sys
 
 from figures import (FAINT_LINE, INK, OURS, STRONG_LINE, InputError, count_status, draw_classes,
                      geometric_mean, is_line, legend_below, length_axis, new_figure, plain_axes,
-                     ratio, ratio_text, ratios, read_figures, read_table, save_figure, table_head,
-                     table_row, time_text)
+                     planned_fully, ratio, ratio_text, ratios, read_figures, read_table,
+                     save_figure, table_head, table_row, time_text)
 
 # Title, name of the plot, classes.
 GROUPS = [
@@ -70,6 +70,7 @@ def head(facts, classes):
     library, _, target = known["lyra"].partition(", target ")
     used = max(int(name.partition(" t=")[2] or 1) for problems in classes.values()
                for name in problems)
+    processors = "one used" if used == 1 else f"one used, or {used} where it says so"
     text = "# Performance\n\n"
     text += (f"Written by `{known.get('report', 'bench/performance.py')}`, which measures "
              "everything again. The plots and the\nfigures behind them are in "
@@ -79,8 +80,7 @@ def head(facts, classes):
     text += table_row(["", ""]) + table_row(["---", "---"])
     for name, value in (
             ("date", known["date"]), ("processor", known["processor"]),
-            ("processors", f"{known['processors']} there, "
-                           f"{'one used' if used == 1 else f'one used, or {used} where it says so'}"),
+            ("processors", f"{known['processors']} there, {processors}"),
             ("vector target", target), ("library", f"{library}, commit {known.get('commit', '-')}"),
             ("compiler", known["compiler"]), ("FFTW", known["fftw"]),
             ("FFTW's planning", f"at most {known['planning']}"),
@@ -102,7 +102,9 @@ The *median* ratio divides the medians of all repetitions, the *shortest* ratio 
 Where the two differ, the machine was disturbed. A class counts by the geometric mean of its
 problems. Planning times are of one plan: the shortest of several for us and for FFTW's estimate
 mode, which measure nothing, and the only one for measure mode. Where that reached the limit, the
-table says *cut*: the rest of that plan is an estimate, and more time might have made a faster one.
+table says *cut* and the plots have a hollow dot: the rest of that plan is an estimate, and more
+time would often have made a faster one, so that ratio flatters us. The column *uncut* is the mean
+without such problems.
 
 Problems are written in the [notation](moving.md#the-tools-notation) of `lyr-fft`.
 """
@@ -119,16 +121,19 @@ def summary(classes, titles):
     everything = {f"{class_name} {name}": engines for class_name, problems in classes.items()
                   for name, engines in problems.items()}
     found = medians(everything)
-    cut = sum(engines.get("measure", {}).get("status") == "cut" for engines in everything.values())
+    cut = len(everything) - len(planned_fully(everything))
     ahead = sum(value > AHEAD for value in found.values())
     text = "\n## Classes\n\n"
-    text += table_head(["class", "problems", "median", "shortest", "best median", "worst median"])
+    text += table_head(["class", "problems", "cut", "median", "uncut", "shortest",
+                        "best uncut median", "worst median"])
     for name, problems in classes.items():
-        of_class = medians(problems)
+        full = planned_fully(problems)
         words = f"{name}: {titles[name]}" if name in titles else name
-        text += table_row([words, str(len(problems)), mean_text(problems, "measure", "median_s"),
-                           mean_text(problems, "measure", "least_s"), extreme(of_class, min),
-                           extreme(of_class, max)])
+        text += table_row([words, str(len(problems)), str(len(problems) - len(full)),
+                           mean_text(problems, "measure", "median_s"),
+                           mean_text(full, "measure", "median_s"),
+                           mean_text(problems, "measure", "least_s"),
+                           extreme(medians(full), min), extreme(medians(problems), max)])
     text += (f"\nOf {len(everything)} problems, {sum(v < 1 for v in found.values())} are faster "
              f"than FFTW's, {ahead} more than {AHEAD - 1:.0%} slower,\n"
              f"{count_status(everything, 'refused')} refused, {count_status(everything, 'wrong')} "
@@ -274,8 +279,8 @@ def draw_planning(classes, path):
     from matplotlib.ticker import EngFormatter
     lines = {name: problems for name, problems in classes.items()
              if is_line(problems) and len(problems) > 1}
-    chosen = [name for name in ("pow2-c2c", "smooth-c2c", "awkward-c2c", "pow2-r2c") if name in lines]
-    chosen = (chosen or list(lines))[:4]
+    usual = ("pow2-c2c", "smooth-c2c", "awkward-c2c", "pow2-r2c")
+    chosen = ([name for name in usual if name in lines] or list(lines))[:4]
     if not chosen:
         return False
     columns = min(2, len(chosen))
