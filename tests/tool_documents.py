@@ -1,4 +1,5 @@
-"""Every command and option that lyr-fft --help lists is in its manual page and its completion.
+"""Every command and option that lyr-fft --help lists is in its manual page and its completion; help
+fits into 80 columns, and mistakes are answered by one line that says where help is.
 
 usage: tool_documents.py TOOL
 
@@ -24,13 +25,29 @@ def complete(*words):
     return set(output("bash", "-c", script, str(TOOLS / "completion/lyr-fft"), *words).split())
 
 
+def check_help(text):
+    return [f"longer than 80 columns: {line}" for line in text.splitlines() if len(line) > 80]
+
+
+def check_mistake(tool, *arguments, hint):
+    result = subprocess.run([tool, *arguments], capture_output=True, text=True)
+    wanted = rf"lyr-fft: .*'--nonsense'.*; see '{hint} --help'\n"
+    if result.returncode != 2 or result.stdout or not re.fullmatch(wanted, result.stderr):
+        yield f"{arguments}: status {result.returncode}\n{result.stdout}{result.stderr}"
+
+
 def faults(tool):
     manual = (TOOLS / "man/lyr-fft.1").read_text().replace("\\-", "-")
     subcommands = output(tool, "--help").split("Subcommands:")[1].split("\n\n")[0]
     commands = re.findall(r"^  (\w+)", subcommands, re.M)
-    if complete("lyr-fft", "") != {*commands, "--help"}:
+    if complete("lyr-fft", "") != {*commands, "--help", "--version"}:
         yield f"completion offers {complete('lyr-fft', '')}, not {commands}"
+    yield from check_help(output(tool, "--help"))
+    yield from check_help(output(tool, "help", "problem"))
+    yield from check_mistake(tool, "--nonsense", hint="lyr-fft")
     for command in commands:
+        yield from check_help(output(tool, command, "--help"))
+        yield from check_mistake(tool, command, "--nonsense", hint=f"lyr-fft {command}")
         section = re.search(rf"^\.SS {command}\b(.*?)^\.S", manual, re.M | re.S)
         if not section:
             yield f"not in the manual page: {command}"

@@ -13,6 +13,7 @@
 #include <sstream>
 
 #include "commands.h"
+#include "lyr_fft.h"
 #include "problem.h"
 
 namespace lyr_tools {
@@ -120,10 +121,33 @@ std::string one_line(std::string text) {
     return text;
 }
 
+std::string version_text() {
+    LFFTVersionRecord version;
+    LFFTGetVersion(&version);
+    return std::string("lyr-fft ") + version.library_version;
+}
+
+// What is wrong with the arguments, and where they are explained.
+int fail_arguments(const CLI::App &app, const CLI::ParseError &error, const char *first) {
+    if (!first) return fail("a command is missing; see 'lyr-fft --help'");
+    const auto commands = app.get_subcommands();
+    if (commands.empty())
+        return fail("there is no %s %s; see 'lyr-fft --help'",
+                    first[0] == '-' ? "option" : "command", in_quotes(first).c_str());
+    const std::string &command = commands[0]->get_name();
+    // Even if something else, such as what a mistyped option stands for, is missing.
+    const auto unexpected = app.remaining(true);
+    if (!unexpected.empty())
+        return fail("unexpected argument %s; see 'lyr-fft %s --help'",
+                    in_quotes(unexpected[0]).c_str(), command.c_str());
+    return fail("%s; see 'lyr-fft %s --help'", one_line(error.what()).c_str(), command.c_str());
+}
+
 int run(int argc, char **argv) {
     CLI::App app("Fast Fourier transforms from the command line.", "lyr-fft");
     app.require_subcommand(1);
     app.get_formatter()->column_width(28);
+    app.set_version_flag("--version", version_text(), "Print the version and exit");
     app.footer(
         "'lyr-fft COMMAND --help' explains a command,\n"
         "'lyr-fft help problem' how problems are written.");
@@ -132,17 +156,14 @@ int run(int argc, char **argv) {
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success &request) {
-        // --help of the command that was named, if any.
+        // --version, or --help of the command that was named, if any.
         std::ostringstream text;
         std::ostringstream ignored;
         app.exit(request, text, ignored);
         print("%s", text.str().c_str());
         return finish_output(0);
     } catch (const CLI::ParseError &error) {
-        if (argc < 2) return fail("a command is missing; see 'lyr-fft --help'");
-        if (argv[1][0] != '-' && app.get_subcommands().empty())
-            return fail("there is no command %s; see 'lyr-fft --help'", in_quotes(argv[1]).c_str());
-        return fail("%s; see 'lyr-fft --help'", one_line(error.what()).c_str());
+        return fail_arguments(app, error, argc < 2 ? nullptr : argv[1]);
     }
     for (const command &c : commands)
         if (c.arguments->parsed()) return finish_output(c.run());
