@@ -56,12 +56,14 @@ find_program(LYRA_GZIP gzip)
 mark_as_advanced(LYRA_GZIP)
 if(LYRA_GZIP)
     set(compressed "")
-    foreach(source tools/man/lyr-fft.1 tools/man/lyr_fft.3 cmake/debian/changelog)
+    configure_file(cmake/debian/changelog.in changelog @ONLY)
+    foreach(source ${PROJECT_SOURCE_DIR}/tools/man/lyr-fft.1 ${PROJECT_SOURCE_DIR}/tools/man/lyr_fft.3
+                   ${CMAKE_CURRENT_BINARY_DIR}/changelog)
         cmake_path(GET source FILENAME name)
         set(output ${CMAKE_CURRENT_BINARY_DIR}/compressed/${name}.gz)
         add_custom_command(OUTPUT ${output}
             COMMAND ${CMAKE_COMMAND} -E make_directory compressed
-            COMMAND ${LYRA_GZIP} -9nc ${PROJECT_SOURCE_DIR}/${source} > ${output}
+            COMMAND ${LYRA_GZIP} -9nc ${source} > ${output}
             DEPENDS ${source} VERBATIM)
         list(APPEND compressed ${output})
     endforeach()

@@ -1,9 +1,9 @@
 # Packages: cpack -G DEB writes liblyra-fft2 (the shared library), liblyra-fft-dev and lyra-fft-tools;
-# cpack --config CPackSourceConfig.cmake writes the source archive. Configure with
-# -DCMAKE_INSTALL_PREFIX=/usr, which puts libraries where Debian has them.
+# cpack --config CPackSourceConfig.cmake writes the source archive. The presets packages and
+# packages-arm put libraries where Debian has them; ./dev packages makes everything.
 set(CPACK_PACKAGE_NAME lyra-fft)
 set(CPACK_PACKAGE_VENDOR "LYRA FFT maintainers")
-set(CPACK_PACKAGE_CONTACT "LYRA FFT maintainers <maintainers@lyra-fft.org>")
+set(CPACK_PACKAGE_CONTACT "${LYRA_PACKAGE_CONTACT}")
 set(CPACK_STRIP_FILES ON)
 set(CPACK_VERBATIM_VARIABLES ON)
 set(CPACK_GENERATOR DEB)
@@ -30,9 +30,17 @@ set(CPACK_COMPONENT_TOOLS_DESCRIPTION "fast Fourier transforms in double precisi
 The program lyr-fft analyses sounds, prints how transforms are planned,
 and verifies and measures them.")
 
-# Dependencies: found from the programs, but for another architecture its libraries would have to be
-# installed here; the library needs functions of libc 2.34.
-if(CMAKE_CROSSCOMPILING)
+# Dependencies are found from the programs: by the packages that are installed, or, for another
+# architecture, unpacked. Without them what is known of the library is written down: it needs
+# functions of libc 2.34.
+if(CMAKE_CROSSCOMPILING AND A64_ROOT)
+    file(WRITE ${CMAKE_CURRENT_BINARY_DIR}/CPackForeign.cmake
+         "set(ENV{DPKG_ADMINDIR} \"${A64_ROOT}/var/lib/dpkg\")\n")
+    set(CPACK_PROJECT_CONFIG_FILE ${CMAKE_CURRENT_BINARY_DIR}/CPackForeign.cmake)
+    set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS
+        ${A64_LIBRARIES} ${A64_ROOT}/lib/aarch64-linux-gnu ${A64_ROOT}/lib)
+endif()
+if(CMAKE_CROSSCOMPILING AND NOT A64_ROOT)
     set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS "libc6 (>= 2.34)")
 else()
     set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)

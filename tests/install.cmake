@@ -29,16 +29,18 @@ endif()
 
 # Packages, and the archive of the sources.
 find_program(LYRA_DPKG_DEB dpkg-deb)
+find_program(LYRA_FILE file)
 find_program(LYRA_LINTIAN lintian)
-mark_as_advanced(LYRA_DPKG_DEB LYRA_LINTIAN)
+mark_as_advanced(LYRA_DPKG_DEB LYRA_FILE LYRA_LINTIAN)
 set(package_check ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/package_check.py)
-if(LYRA_DPKG_DEB AND LYRA_GZIP AND LYRA_PKGCONF AND NOT CMAKE_CROSSCOMPILING)
+if(LYRA_DPKG_DEB AND LYRA_FILE AND LYRA_GZIP AND LYRA_PKGCONF)
     set(lintian "")
     if(LYRA_LINTIAN)
         set(lintian ${LYRA_LINTIAN})
     endif()
-    add_test(NAME debian_packages COMMAND ${package_check} debian ${CMAKE_CPACK_COMMAND}
-             ${PROJECT_BINARY_DIR} ${CMAKE_C_COMPILER} "${fc}" "${lintian}")
+    add_test(NAME debian_packages COMMAND ${package_check} debian cpack=${CMAKE_CPACK_COMMAND}
+             build=${PROJECT_BINARY_DIR} cc=${CMAKE_C_COMPILER} fc=${fc} readelf=${CMAKE_READELF}
+             lintian=${lintian} "emulator=${emulator}")
 endif()
-add_test(NAME source_archive COMMAND ${package_check} source ${CMAKE_CPACK_COMMAND} ${PROJECT_BINARY_DIR}
-         ${CMAKE_COMMAND})
+add_test(NAME source_archive COMMAND ${package_check} source cpack=${CMAKE_CPACK_COMMAND}
+         build=${PROJECT_BINARY_DIR} cmake=${CMAKE_COMMAND})

@@ -1,18 +1,22 @@
 """Packs a build, and checks and uses what comes out.
 
-usage: package_check.py debian CPACK BUILD CC FC LINTIAN    FC and LINTIAN may be empty
-       package_check.py source CPACK BUILD CMAKE
+usage: package_check.py debian SETTINGS
+       package_check.py source SETTINGS
+
+SETTINGS are NAME=VALUE: cpack, build; for debian cc, fc (may be empty), readelf, lintian (may be
+empty), emulator (may be empty); for source cmake. With output=FOLDER what was packed is left there.
 
 Exits with 1 and the reason when something is not as it should be.
 """
 
 import re
+import shutil
 import sys
 import tarfile
 import tempfile
 from pathlib import Path
 
-from install_check import Fault, run
+from install_check import Fault, check_program, run
 
 EXAMPLES = Path(__file__).resolve().parent.parent / "examples"
 
@@ -29,18 +33,38 @@ def expect(condition, fault):
         raise Fault(fault)
 
 
-def check_debian(folder, cpack, build, compiler, fortran, lintian):
-    run(cpack, "-G", "DEB", "--config", f"{build}/CPackConfig.cmake", "-B", folder)
-    library = one(folder, "liblyra-fft2_2.2.0_*.deb")
-    development = one(folder, "liblyra-fft-dev_2.2.0_*.deb")
-    tools = sorted(folder.glob("lyra-fft-tools_2.2.0_*.deb"))
+def needed_libc(readelf, library):
+    """The newest version of libc of which the library needs a function."""
+    found = re.findall(r"Name: GLIBC_2\.(\d+)", run(readelf, "-W", "-V", library))
+    return max(int(minor) for minor in found)
+
+
+def check_debian(folder, settings):
+    packages = Path(settings.get("output", folder / "packages"))
+    run(settings["cpack"], "-G", "DEB", "--config", f"{settings['build']}/CPackConfig.cmake",
+        "-B", packages)
+    shutil.rmtree(packages / "_CPack_Packages")
+    machine = re.search(r"Machine: +(.*)", run(settings["readelf"], "-h", one(
+        Path(settings["build"]), "libLYRA_fft.so.2.2.0")))[1]
+    architecture = {"AArch64": "arm64"}.get(machine, "amd64")
+    library = one(packages, f"liblyra-fft2_2.2.0_{architecture}.deb")
+    development = one(packages, f"liblyra-fft-dev_2.2.0_{architecture}.deb")
+    tools = sorted(packages.glob(f"lyra-fft-tools_2.2.0_{architecture}.deb"))
 
     def field(package, name):
         return run("dpkg-deb", "-f", package, name).strip()
 
-    expect(re.search(r"libc6 \(>= 2\.\d+\)", field(library, "Depends")), "the library needs libc6")
+    for package in (library, development, *tools):
+        expect(field(package, "Architecture") == architecture, f"{package} is for another machine")
+        # A foreign library's package is often called so where it comes from.
+        expect(":" not in field(package, "Depends"), f"{package}: {field(package, 'Depends')}")
+    libc = re.search(r"libc6 \(>= 2\.(\d+)\)", field(library, "Depends"))
+    expect(libc, "the library needs libc6")
     expect("libstdc++" not in field(library, "Depends"), "the library needs libstdc++")
     expect(field(development, "Depends") == "liblyra-fft2 (= 2.2.0)", "wrong dependency")
+    for package in tools:
+        for needed in ("libc6 ", "libstdc++6 ", "libsndfile1 ", "libcairo2 "):
+            expect(needed in field(package, "Depends"), f"the tool does not need {needed}")
     control = folder / "control"
     run("dpkg-deb", "-e", library, control)
     expect((control / "shlibs").read_text() == "libLYRA_fft 2 liblyra-fft2 (>= 2.2.0)\n",
@@ -55,45 +79,51 @@ def check_debian(folder, cpack, build, compiler, fortran, lintian):
             one(root, f"usr/share/doc/{name}/{document}")
     one(root, "usr/include/lyr_fft.h")
     config = one(root, "usr/lib/**/pkgconfig/lyra_fft.pc")
+    library_dir = config.parent.parent
+    needed = needed_libc(settings["readelf"], library_dir / "libLYRA_fft.so.2")
+    expect(needed <= int(libc[1]), f"the library needs libc 2.{needed}")
 
     def ask(option):
         return run("pkgconf", option, "lyra_fft", PKG_CONFIG_LIBDIR=config.parent,
-                   PKG_CONFIG_PATH="").split()
+                   PKG_CONFIG_PATH="", PKG_CONFIG_SYSROOT_DIR="").split()
 
-    sources = [(compiler, "first.c")] + ([(fortran, "entry_points.f90")] if fortran else [])
-    for program_compiler, source in sources:
-        run(program_compiler, *ask("--cflags"), "-o", folder / "program", EXAMPLES / source,
-            *ask("--libs"))
-        output = run(folder / "program", LD_LIBRARY_PATH=config.parent.parent)
-        expect("1: +0.707 -0.707i" in output, output)
+    sources = [(settings["cc"], "first.c")]
+    if settings["fc"]:
+        sources.append((settings["fc"], "entry_points.f90"))
+    for compiler, source in sources:
+        run(compiler, *ask("--cflags"), "-o", folder / "program", EXAMPLES / source, *ask("--libs"))
+        check_program(settings, folder / "program", library_dir)
     if tools:
-        expect("2.2.0" in run(root / "usr/bin/lyr-fft", "info"), "lyr-fft info: no version")
-    if lintian:
-        print(run(lintian, "--allow-root", "--fail-on", "error", library, development, *tools))
+        emulator = settings["emulator"].split()
+        expect("2.2.0" in run(*emulator, root / "usr/bin/lyr-fft", "info"),
+               "lyr-fft info: no version")
+    if settings["lintian"]:
+        print(run(settings["lintian"], "--allow-root", "--fail-on", "error", library, development,
+                  *tools))
 
 
-def check_source(folder, cpack, build, cmake):
-    run(cpack, "--config", f"{build}/CPackSourceConfig.cmake", "-B", folder)
-    with tarfile.open(one(folder, "lyra-fft-2.2.0.tar.gz")) as archive:
+def check_source(folder, settings):
+    output = Path(settings.get("output", folder))
+    run(settings["cpack"], "--config", f"{settings['build']}/CPackSourceConfig.cmake", "-B", output)
+    shutil.rmtree(output / "_CPack_Packages")
+    with tarfile.open(one(output, "lyra-fft-2.2.0.tar.gz")) as archive:
         names = archive.getnames()
         archive.extractall(folder)
     unwanted = [n for n in names if re.search(r"/\.git(/|$)|/build|__pycache__|\.o$", n)]
     expect(not unwanted, f"in the archive: {unwanted[:5]}")
-    run(cmake, "-S", folder / "lyra-fft-2.2.0", "-B", folder / "build", "-DLYRA_BUILD_TESTS=OFF",
-        "-DLYRA_BUILD_BENCH=OFF", GIT_DIR="/nowhere")
+    run(settings["cmake"], "-S", folder / "lyra-fft-2.2.0", "-B", folder / "build",
+        "-DLYRA_BUILD_TESTS=OFF", "-DLYRA_BUILD_BENCH=OFF", GIT_DIR="/nowhere")
 
 
 def main(arguments):
+    checks = {"debian": check_debian, "source": check_source}
+    if not arguments or arguments[0] not in checks:
+        print(__doc__, file=sys.stderr)
+        return 2
+    settings = dict(a.split("=", 1) for a in arguments[1:])
     with tempfile.TemporaryDirectory() as folder:
         try:
-            match arguments:
-                case ["debian", cpack, build, compiler, fortran, lintian]:
-                    check_debian(Path(folder), cpack, build, compiler, fortran, lintian)
-                case ["source", cpack, build, cmake]:
-                    check_source(Path(folder), cpack, build, cmake)
-                case _:
-                    print(__doc__, file=sys.stderr)
-                    return 2
+            checks[arguments[0]](Path(folder), settings)
         except Fault as fault:
             print(fault)
             return 1

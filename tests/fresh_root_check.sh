@@ -1,0 +1,146 @@
+#!/usr/bin/env bash
+# fresh_root_check.sh packages|demo|test
+#
+# Tries in a new Debian 12, of which nothing but the base system is there, what users do first:
+#
+#   packages   installs the packages of ./dev packages, runs lyr-fft, and builds and runs programs in
+#              C, C++ and Fortran against them, by pkg-config and by CMake; removes everything again
+#   demo       clones this repository's last commit and runs ./dev demo
+#   test       the same with ./dev test
+#
+# Needs root, the network and mmdebstrap, some gigabytes under TMPDIR, and for demo and test minutes
+# of building (LYRA_JOBS as for ./dev).
+set -euo pipefail
+export LC_ALL=C.UTF-8
+
+top=$(dirname "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")")
+task=${1:-}
+case $task in
+packages | demo | test) ;;
+*)
+    echo "usage: fresh_root_check.sh packages|demo|test" >&2
+    exit 2
+    ;;
+esac
+[[ $(id -u) == 0 ]] || { echo "fresh_root_check.sh: root is needed" >&2; exit 2; }
+
+say() {
+    printf '==> %s\n' "$*"
+}
+
+fresh=$(mktemp -d)
+trap 'rm -rf --one-file-system "$fresh"' EXIT
+root=$fresh/root
+log=$fresh/log
+
+# Run a command in the new system. Its mounts and its processes end with it.
+inside() {
+    # shellcheck disable=SC2016 # expanded by the inner shell
+    unshare --mount --pid --fork --kill-child sh -c '
+        mount -t proc proc "$0/proc" && mount -t sysfs -o ro sysfs "$0/sys" &&
+            exec chroot "$0" env -i HOME=/root PATH=/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C.UTF-8 \
+                DEBIAN_FRONTEND=noninteractive ${LYRA_JOBS:+LYRA_JOBS="$LYRA_JOBS"} "$@"
+    ' "$root" "$@"
+}
+
+# The same, with its output shown only when it fails.
+quietly() {
+    inside "$@" >"$log" 2>&1 || { tail -n 60 "$log" >&2; echo "failed: $*" >&2; exit 1; }
+}
+
+# expect WORDS COMMAND...: what a command prints must hold the words.
+expect() {
+    local words=$1 output
+    shift
+    output=$(inside "$@")
+    [[ $output == *"$words"* ]] || {
+        printf 'not printed by %s: %s\nprinted:\n%s\n' "$*" "$words" "$output" >&2
+        exit 1
+    }
+}
+
+new_system() {
+    say "a new Debian 12"
+    mmdebstrap --quiet --variant=minbase --include="$1" bookworm "$root"
+    cp -L /etc/resolv.conf "$root/etc/resolv.conf"
+}
+
+install() {
+    quietly apt-get -q -y --no-install-recommends install "$@"
+}
+
+# The file of a package, as the new system sees it.
+file_of() {
+    local file
+    for file in "$root/packages/$1"_*.deb; do echo "${file#"$root"}"; done
+}
+
+check_packages() {
+    local architecture spectrum='1: +0.707 -0.707i' language program
+    architecture=$(dpkg --print-architecture)
+    new_system ca-certificates
+    mkdir "$root/packages"
+    cp "$top"/build/packages/*_"$architecture".deb "$root/packages"
+    cp -r "$top/examples" "$top/tests/consumers" "$root/root"
+    quietly apt-get -q update
+
+    say "the library and the tool"
+    install "$(file_of liblyra-fft2)" "$(file_of lyra-fft-tools)"
+    inside lyr-fft info
+    expect ok lyr-fft verify ocf1024
+    expect libLYRA_fft.so.2 ldconfig -p
+
+    say "C by pkg-config"
+    # shellcheck disable=SC2016 # expanded inside
+    local by_pkgconf='cd /root && cc examples/first.c $(pkg-config --cflags --libs lyra_fft) -o c'
+    install "$(file_of liblyra-fft-dev)" gcc libc6-dev pkgconf
+    quietly sh -c "$by_pkgconf"
+    expect "$spectrum" /root/c
+
+    say "C++ and Fortran by pkg-config"
+    install g++ gfortran
+    # shellcheck disable=SC2016
+    quietly sh -c 'cd /root && g++ -std=c++20 examples/first.cpp -o cxx \
+        $(pkg-config --cflags --libs lyra_fft) &&
+        gfortran -I "$(pkg-config --variable=fmoddir lyra_fft)" examples/first.f90 -o fortran \
+            $(pkg-config --cflags --libs lyra_fft) &&
+        gfortran examples/entry_points.f90 -o entry_points $(pkg-config --libs lyra_fft)'
+    for program in cxx fortran entry_points; do expect "$spectrum" "/root/$program"; done
+
+    say "C, C++ and Fortran by CMake"
+    install cmake make
+    for language in C CXX Fortran; do
+        quietly sh -c "cd /root && cmake -S consumers -B $language -DLANGUAGES=$language \
+            -DEXAMPLES=/root/examples && cmake --build $language"
+        for program in lyra_fft lyra_fft_static; do
+            expect "$spectrum" "/root/$language/${language,,}_$program"
+        done
+    done
+
+    say "removing"
+    quietly apt-get -q -y purge liblyra-fft2 liblyra-fft-dev lyra-fft-tools
+    if inside find /usr /etc /var/lib/dpkg -iname '*lyr[a-]*' | grep .; then
+        echo "left behind by the packages" >&2
+        exit 1
+    fi
+}
+
+# What a visitor has: the sources, and nothing installed.
+check_command() {
+    new_system git,ca-certificates
+    git -C "$top" bundle create -q "$root/root/lyra.bundle" HEAD
+    quietly git clone -q /root/lyra.bundle /root/lyra
+    say "./dev $1"
+    inside sh -c "cd /root/lyra && ./dev $1"
+}
+
+start=$SECONDS
+case $task in
+packages) check_packages ;;
+demo)
+    check_command demo
+    [[ $(head -c 4 "$root/root/lyra/build/demo/spectrum.png" | tail -c 3) == PNG ]]
+    ;;
+test) check_command test ;;
+esac
+say "$task: good, in $((SECONDS - start)) s"
