@@ -119,7 +119,7 @@ check_packages() {
 
     say "removing"
     quietly apt-get -q -y purge liblyra-fft2 liblyra-fft-dev lyra-fft-tools
-    if inside find /usr /etc /var/lib/dpkg -iname '*lyr[a-]*' | grep .; then
+    if inside find /usr /etc /var/lib/dpkg -iname '*lyr[a_-]*' | grep .; then
         echo "left behind by the packages" >&2
         exit 1
     fi
