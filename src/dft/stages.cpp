@@ -63,7 +63,7 @@ uint64_t block_bytes(int64_t n, const int64_t *factors, int count, int64_t lanes
             wider += L * (r - 1) * (2 * lanes - 1);
         L *= r;
     }
-    return static_cast<uint64_t>(n + wider + 4 * count) * 16 + 72;
+    return static_cast<uint64_t>(n + wider + int64_t{4} * count) * 16 + 72;
 }
 
 }  // namespace
