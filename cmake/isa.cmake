@@ -1,9 +1,10 @@
 # One codelet object library per vector target: the same sources, compiled in the target's own
 # namespace with the target's own flags.
-set(lyra_codelet_sources
+set(lyra_complex_families
     src/codelets/family_2_6.cpp src/codelets/family_7_9.cpp src/codelets/family_10_12.cpp
-    src/codelets/family_13_16.cpp src/codelets/family_17_23.cpp src/codelets/family_29_37.cpp
-    src/codelets/real_pass.cpp src/codelets/r2r_pass.cpp src/codelets/real_2_16.cpp
+    src/codelets/family_13_16.cpp src/codelets/family_17_23.cpp src/codelets/family_29_37.cpp)
+set(lyra_codelet_sources
+    ${lyra_complex_families} src/codelets/real_pass.cpp src/codelets/r2r_pass.cpp src/codelets/real_2_16.cpp
     src/codelets/real_32_64.cpp src/codelets/real_128.cpp src/codelets/real_table.cpp
     src/codelets/table.cpp)
 
@@ -21,6 +22,13 @@ function(lyra_add_isa name header)
     # each file; the tests' guard zones watch what kernels read and write.
     target_compile_options(${target} PRIVATE ${ARGN} -O3 -fno-sanitize=all)
     lyra_library_settings(${target})
+    # Complex butterflies have more values than registers: put them in order before registers are
+    # given out, not only after. Takes 4 to 14 % off; long real transforms would lose by it.
+    if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+        list(TRANSFORM lyra_complex_families PREPEND ${PROJECT_SOURCE_DIR}/ OUTPUT_VARIABLE families)
+        set_source_files_properties(${families} PROPERTIES
+                                    COMPILE_OPTIONS "-fschedule-insns;-fsched-pressure")
+    endif()
     # These passes leave fusing to the compiler.
     set_source_files_properties(${PROJECT_SOURCE_DIR}/src/codelets/r2r_pass.cpp PROPERTIES
                                 COMPILE_OPTIONS -ffp-contract=fast)
