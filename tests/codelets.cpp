@@ -6,6 +6,7 @@
 #include <map>
 
 #include "codelets/codelet.h"
+#include "dft/stages.h"
 #include "dft/twiddle.h"
 #include "support.h"
 
@@ -387,7 +388,12 @@ TEST(codelets, split_stages) {
                                set->split_first(&d, split.re(), split.im(), out);
                            });
                 check_pass({r, m, 1, 1, true, 1, 0, 1, 0}, sign, table->lanes, false,
-                           [&](const stage &d, const double *in, double *out) {
+                           [&](stage d, const double *in, double *out) {
+                               const int64_t W = table->lanes, doubled = W > 1 ? m / W * W : 0;
+                               const int64_t doubles = 2 * (m + doubled) * (r - 1);
+                               std::vector<double> order(d.twiddles, d.twiddles + doubles);
+                               lyr::alternate_rows(order.data(), r, m, W);
+                               d.twiddles = order.data();
                                set->split_last(&d, in, split.re(), split.im());
                                split.get(out);
                            });

@@ -4,7 +4,7 @@
 //
 // Passes that only join or part are avoided where the neighbouring pass can do it: the first and
 // last stages of rows without gaps read and write split arrays themselves, and the columns of a
-// plane are parted slab by slab, while they are still near the core.
+// plane are parted as their last stage makes them, while they are still near the core.
 #include "batch/split.h"
 
 #include <cstring>
@@ -158,9 +158,9 @@ bool rows_come_first(const plan *q) {
 void transform_rows(const plan *p, int first, plan *q, double *re, double *im, double *buffer);
 
 // Transforms the dimensions from `first` on of split arrays into their place in the buffer, where q
-// is the plan for them.
-void transform_into(const plan *p, int first, plan *q, double *re, double *im, double *buffer) {
-    const slab_stages list = split_stages_of(q);
+// is the plan for them and `list` its stages when q is for one row.
+void transform_into(const plan *p, int first, plan *q, const slab_stages &list, double *re,
+                    double *im, double *buffer) {
     if (list.count && p->dims[first].is == 1) {
         const int64_t last = list.count - 1;
         double *from = static_cast<double *>(q->work);
@@ -179,9 +179,10 @@ void transform_into(const plan *p, int first, plan *q, double *re, double *im, d
 void transform_rows(const plan *p, int first, plan *q, double *re, double *im, double *buffer) {
     const auto [n, is, os] = p->dims[first];
     const int64_t step = 2 * buffer_length(p, first + 1);
+    plan *row = q->children[0].children;
+    const slab_stages list = split_stages_of(row);
     for (int64_t i = 0; i < n; ++i)
-        transform_into(p, first + 1, q->children[0].children, re + i * is, im + i * is,
-                       buffer + i * step);
+        transform_into(p, first + 1, row, list, re + i * is, im + i * is, buffer + i * step);
 }
 
 void execute_split_rows(plan *p, double *ri, double *ii, double *ro, double *io) {
@@ -192,23 +193,22 @@ void execute_split_rows(plan *p, double *ri, double *ii, double *ro, double *io)
     part_rows(p, ro, io, buffer);
 }
 
-// Columns whose slabs go to the split arrays by way of a slab of results, in the child's work.
+// Columns whose slabs go to the split arrays by way of room in the child's work.
 void execute_split_plane(plan *p, double *ri, double *ii, double *ro, double *io) {
     double *buffer = static_cast<double *>(p->work);
     plan *child = p->children, *columns = &child->children[1];
     transform_rows(p, 0, child, ri, ii, buffer);
 
-    const auto part = kernels_of(p).part;
     slab_batch batch;
     get_slab_batch(columns, &batch);
-    const int64_t rows = p->dims[0].n, row = p->dims[1].n, os = p->dims[0].os;
-    double *slab = static_cast<double *>(child->work);
+    const int64_t row = p->dims[1].n;
+    split_output out = {ro, io, p->dims[0].os, static_cast<double *>(child->work)};
     for (int64_t first = 0; first < row; first += batch.width) {
         const int64_t width = first + batch.width <= row ? batch.width : row - first;
-        walk_slab(batch.list, {buffer + 2 * first, row, 1, slab, width, width},
+        walk_slab(batch.list, {buffer + 2 * first, row, 1, nullptr, 0, width, &out},
                   static_cast<double *>(columns->work));
-        for (int64_t k = 0; k < rows; ++k)
-            part(ro + first + k * os, io + first + k * os, slab + 2 * k * width, width);
+        out.re += width;
+        out.im += width;
     }
 }
 
@@ -216,14 +216,18 @@ void execute_split_plane(plan *p, double *ri, double *ii, double *ro, double *io
 void choose_executor(plan *p) {
     plan *child = p->children;
     if (p->kind != kind_complex) return;
-    if (p->rank == 1 && unit_strides(p) && split_stages_of(child).count)
-        p->execute_split_fn = execute_split_stages;
+    if (p->rank == 1 && unit_strides(p))
+        if (const slab_stages list = split_stages_of(child); list.count) {
+            const stage &last = list.stages[list.count - 1];
+            alternate_rows(const_cast<double *>(last.twiddles), last.r, last.L, list.table->lanes);
+            p->execute_split_fn = execute_split_stages;
+        }
     if (p->rank < 2 || !rows_come_first(child)) return;
     p->execute_split_fn = execute_split_rows;
 
     slab_batch columns;
     if (p->rank > 2 || p->dims[1].os != 1 || !get_slab_batch(&child->children[1], &columns)) return;
-    const uint64_t bytes = static_cast<uint64_t>(p->dims[0].n * columns.width) * 16;
+    const uint64_t bytes = static_cast<uint64_t>(split_room(columns.list, columns.width)) * 16;
     child->work = aligned_alloc_zero(bytes);
     if (!child->work) return;
     child->work_bytes = bytes;

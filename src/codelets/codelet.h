@@ -60,7 +60,8 @@ using gathered_slab_codelet = void (*)(const stage *, const double *in, int64_t 
 using rotated_slab_codelet = void (*)(const stage *, const column_walk &, const double *in,
                                       double *out, const double *factors);
 
-// First and last stages of a transform between split arrays without gaps.
+// First and last stages of a transform between split arrays without gaps. A last stage takes the
+// rows of its twiddle table in an order of its own (alternate_rows).
 using split_first_codelet = void (*)(const stage *, const double *re, const double *im,
                                      double *out);
 using split_last_codelet = void (*)(const stage *, const double *in, double *re, double *im);
@@ -99,6 +100,9 @@ struct product_set {
 struct split_set {
     void (*join)(double *out, const double *re, const double *im, int64_t n);
     void (*part)(double *re, double *im, const double *in, int64_t n);
+    // `rows` rows of n numbers, the given distances apart.
+    void (*part_rows)(double *re, double *im, int64_t out_row, const double *in, int64_t in_row,
+                      int64_t rows, int64_t n);
 };
 
 // Whether the twiddle table of a middle stage holds ready vectors: for each row and input q the
@@ -115,6 +119,7 @@ struct r2r_pass_set;   // codelets/r2r_pass.h
 struct real_set;       // codelets/real.h
 
 inline constexpr int max_radix = 37;
+inline constexpr int64_t max_lanes = 4;
 
 // Everything one vector target provides.
 struct codelet_table {

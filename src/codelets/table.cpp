@@ -85,28 +85,40 @@ void join(double *out, const double *re, const double *im, int64_t n) {
     }
 }
 
-void part(double *re, double *im, const double *in, int64_t n) {
-    constexpr int64_t together = 2 * vec::lanes;
-    int64_t k = 0;
-    for (; k + together <= n; k += together) vec::part(re + k, im + k, in + 2 * k);
-    for (; k < n; ++k) {
+// Out of line, as compilers make much of this loop, which rows of whole vectors would pay for.
+__attribute__((noinline)) void part_singly(double *re, double *im, const double *in, int64_t n) {
+    for (int64_t k = 0; k < n; ++k) {
         re[k] = in[2 * k];
         im[k] = in[2 * k + 1];
     }
 }
 
+LYR_INLINE void part(double *re, double *im, const double *in, int64_t n) {
+    constexpr int64_t together = 2 * vec::lanes;
+    int64_t k = 0;
+    for (; k + together <= n; k += together) vec::part(re + k, im + k, in + 2 * k);
+    if (k < n) part_singly(re + k, im + k, in + 2 * k, n - k);
+}
+
+void part_rows(double *re, double *im, int64_t out_row, const double *in, int64_t in_row,
+               int64_t rows, int64_t n) {
+    for (int64_t k = 0; k < rows; ++k)
+        part(re + k * out_row, im + k * out_row, in + 2 * k * in_row, n);
+}
+
 }  // namespace
 
-extern const r2r_pass_set r2r_passes;
-extern const real_pass_set real_passes;
-extern const real_set reals;
-extern const codelet_table table;
 extern const real_pass_set real_passes;
 extern const r2r_pass_set r2r_passes;
 extern const real_set reals;
 extern const codelet_table table;
-const codelet_table table = {LYR_TEXT(LYR_ISA), vec::lanes,   {LYR_ROW(forward), LYR_ROW(backward)},
-                             {elements, rows},  {join, part}, &real_passes,
-                             &r2r_passes,       &reals};
+const codelet_table table = {LYR_TEXT(LYR_ISA),
+                             vec::lanes,
+                             {LYR_ROW(forward), LYR_ROW(backward)},
+                             {elements, rows},
+                             {join, part, part_rows},
+                             &real_passes,
+                             &r2r_passes,
+                             &reals};
 
 }  // namespace lyr::LYR_ISA

@@ -119,6 +119,24 @@ double *build_stages(plan *p, const int64_t *factors, int count, int64_t extra) 
     return twiddles;
 }
 
+void alternate_rows(double *table, int64_t r, int64_t L, int64_t lanes) {
+    if (lanes == 1) return;
+    const int64_t vector = 2 * lanes, group = 2 * vector * (r - 1);
+    for (int64_t k = 0; k + vector <= L; k += vector, table += 2 * group)
+        for (double *a = table; a < table + group; a += vector) {
+            // Number i of the two vectors, each twice, is row k + i.
+            double rows[2 * max_lanes];
+            for (int64_t i = 0; i < lanes; ++i) {
+                rows[i] = a[2 * i];
+                rows[lanes + i] = a[group + 2 * i];
+            }
+            for (int64_t i = 0; i < lanes; ++i) {
+                a[2 * i] = a[2 * i + 1] = rows[2 * i];
+                a[group + 2 * i] = a[group + 2 * i + 1] = rows[2 * i + 1];
+            }
+        }
+}
+
 slab_stages slab_stages_of(const plan *p) {
     slab_stages list = {0, nullptr, active_table()};
     if (strcmp(p->execute_name, "execute_1d_two_stages") == 0) {
@@ -179,11 +197,27 @@ void walk_middle(const slab_stages &list, int64_t s, int64_t h, int64_t rows, in
     codelets->twiddle_slab(d, {rows, d->r * row, row, row, rows * row, row, first, step}, from, to);
 }
 
+// The last stage for such rows, one by one, with outputs in split arrays. These are parted where
+// they are whole rows of `width` numbers: full lines, where the rows of single butterflies would
+// fall into few cache sets.
+void walk_last_split(const slab_stages &list, const slab &where, int64_t rows, int64_t first,
+                     int64_t step, const double *from) {
+    const auto [d, codelets] = stage_at(list, list.count - 1);
+    const auto &[re, im, out_row, room] = *where.split;
+    const int64_t h = where.width;
+    for (int64_t i = 0; i < rows; ++i) {
+        const int64_t k = first + i * step;
+        codelets->twiddle_slab(d, {1, 0, 0, h, h, h, k, 1}, from + 2 * i * d->r * h, room);
+        list.table->splits.part_rows(re + k * out_row, im + k * out_row, d->L * out_row, room, h,
+                                     d->r, h);
+    }
+}
+
 // The last stage for such rows, whose outputs go to their places.
 void walk_last(const slab_stages &list, const slab &where, int64_t rows, int64_t first,
                int64_t step, const double *from, const double *rotation) {
-    const int64_t s = list.count - 1;
-    const auto [d, codelets] = stage_at(list, s);
+    if (where.split) return walk_last_split(list, where, rows, first, step, from);
+    const auto [d, codelets] = stage_at(list, list.count - 1);
     const int64_t h = where.width, out_row = where.out_row;
     const column_walk walk = {rows, d->r * h, step * out_row, h, d->L * out_row, h, first, step};
     double *to = where.out + 2 * first * out_row;
@@ -210,6 +244,10 @@ void walk_branch(const slab_stages &list, const slab &where, int64_t k0, const d
 
 }  // namespace
 
+int64_t split_room(const slab_stages &list, int64_t width) {
+    return list.stages[list.count - 1].r * width;
+}
+
 int64_t slab_scratch(int64_t n, int64_t width, int64_t count) {
     return count == 1 ? 0 : n * width * (count == 2 ? 1 : 2);
 }
@@ -217,7 +255,11 @@ int64_t slab_scratch(int64_t n, int64_t width, int64_t count) {
 void walk_slab(const slab_stages &list, const slab &where, double *scratch,
                const double *rotation) {
     const int64_t h = where.width;
-    if (list.count == 1) {
+    if (list.count == 1 && where.split) {
+        const auto &[re, im, row, room] = *where.split;
+        walk_first(list, where, room, h);
+        list.table->splits.part_rows(re, im, row, room, h, list.stages->r, h);
+    } else if (list.count == 1) {
         walk_first(list, where, where.out, where.out_row);
     } else {
         const auto &[codelet, m, L, is, os, twiddles, r, sign] = list.stages[0];

@@ -44,15 +44,29 @@ struct slab_stages {
 };
 slab_stages slab_stages_of(const plan *p);
 
+// Puts the rows of a last stage's twiddle table, radix r, into the order that split_last takes: of
+// each 2*lanes rows the even ones in one group, the odd ones in the next.
+void alternate_rows(double *table, int64_t r, int64_t L, int64_t lanes);
+
+// Split arrays that take the outputs of a slab, element e of transform j at [e*row + j], by way of
+// room for split_room complex numbers.
+struct split_output {
+    double *re, *im;
+    int64_t row;
+    double *room;
+};
+
 // Transforms side by side. Element e of transform j is in[e*in_row + j*in_lane] (complex numbers)
-// and out[e*out_row + j].
+// and out[e*out_row + j], unless the outputs go to split arrays.
 struct slab {
     const double *in;
     int64_t in_row, in_lane;
     double *out;
     int64_t out_row;
     int64_t width;
+    const split_output *split = nullptr;
 };
+int64_t split_room(const slab_stages &list, int64_t width);
 
 // Multiplies `width` columns of a matrix of n rows, `row` complex numbers apart, by the factors
 // that rotated_slab_codelet takes. r is the last radix of n, lanes that of the codelet table.

@@ -291,18 +291,41 @@ LYR_INLINE void walk_twiddled(const column_walk &w, const double *in, double *ou
     walk_columns_twiddled<R, S, visit::vectors, Order>(w, in, out, twiddles, L);
 }
 
-// The parts of the inputs (or outputs) of a butterfly in split arrays.
+// The parts of the inputs (or outputs) of a butterfly in split arrays. One pointer walks over them:
+// a pointer for every few parts would take more registers than there are.
 template <int R>
 struct split_stream {
-    stream<R, 1> re;
-    int64_t im;  // bytes from a real part to its imaginary part
+    static constexpr int span = accesses_per_pointer;
+    double *re;
+    int64_t im;    // bytes from a real part to its imaginary part
+    int64_t jump;  // over `span` numbers
+    int64_t offset[span];
 
     LYR_INLINE split_stream(const double *real, const double *imag, int64_t step)
-        : re(real, step), im(reinterpret_cast<intptr_t>(imag) - reinterpret_cast<intptr_t>(real)) {}
-    template <int Q>
-    LYR_INLINE double *imag_at(index<Q> q) const {
-        return reinterpret_cast<double *>(reinterpret_cast<intptr_t>(re.at(q)) + im);
+        : re(const_cast<double *>(real)),
+          im(reinterpret_cast<intptr_t>(imag) - reinterpret_cast<intptr_t>(real)),
+          jump(span * step) {
+        unroll<span>(LYR_LAMBDA(auto i) {
+            offset[i] = i * step;
+            if constexpr (i != 0 && (i != 2 || span > 4)) __asm__("" : "+r"(offset[i]));
+        });
     }
+    // Calls f(index<Q>, address of the real part, address of the imaginary part) for all Q.
+    template <class F>
+    LYR_INLINE void for_each(F &&f) const {
+        double *real = re;
+        unroll<(R + span - 1) / span>(LYR_LAMBDA(auto group) {
+            double *imag = reinterpret_cast<double *>(reinterpret_cast<intptr_t>(real) + im);
+            __asm__("" : "+r"(imag));
+            unroll<(R - group * span < span ? R - group * span : span)>(LYR_LAMBDA(auto i) {
+                const int64_t at = i == 2 && span == 4 ? 2 * offset[1] : offset[i];
+                f(index<group * span + i>{}, real + at, imag + at);
+            });
+            real += jump;
+            __asm__("" : "+r"(real));
+        });
+    }
+    LYR_INLINE void advance(int64_t numbers) { re += numbers; }
 };
 
 // First stages.
@@ -310,10 +333,12 @@ template <int R, int S, class V>
 LYR_INLINE int64_t split_first_run(split_stream<R> &in, stream<R> &out, int64_t count) {
     for (; count >= V::lanes; count -= V::lanes) {
         V x[R];
-        unroll<R>(LYR_LAMBDA(auto q) { x[q] = V::load_split(in.re.at(q), in.imag_at(q)); });
+        in.for_each(LYR_LAMBDA(auto q, const double *re, const double *im) {
+            x[q] = V::load_split(re, im);
+        });
         butterfly<S>(x);
         unroll<R>(LYR_LAMBDA(auto p) { x[p].store(out.at(p)); });
-        in.re.advance(V::lanes);
+        in.advance(V::lanes);
         out.advance(V::lanes);
     }
     return count;
@@ -376,15 +401,22 @@ enum class output { contiguous, scattered };
 template <class V>
 constexpr int64_t lane_twiddle_doubles = V::lanes == 1 ? 2 : 4 * V::lanes;
 
-// V::lanes rows: loads, twiddles, butterfly.
+// V::lanes rows, `row` doubles apart: loads, twiddles, butterfly.
 template <int R, int S, class V>
-LYR_INLINE void last_butterfly(V (&x)[R], const double *&in, const double *&twiddles) {
+LYR_INLINE void butterfly_of_rows(V (&x)[R], const double *in, int64_t row,
+                                  const double *twiddles) {
     unroll<R>(LYR_LAMBDA(auto q) {
-        x[q] = V::gather(in + 2 * q, 2 * R);
+        x[q] = V::gather(in + 2 * q, row);
         if constexpr (q > 0)
             x[q] = cmul(x[q], V::tw_lanes(twiddles + (q - 1) * lane_twiddle_doubles<V>));
     });
     butterfly<S>(x);
+}
+
+// The next rows.
+template <int R, int S, class V>
+LYR_INLINE void last_butterfly(V (&x)[R], const double *&in, const double *&twiddles) {
+    butterfly_of_rows<R, S>(x, in, 2 * R, twiddles);
     in += 2 * R * V::lanes;
     twiddles += (R - 1) * lane_twiddle_doubles<V>;
 }
@@ -427,27 +459,31 @@ LYR_INLINE int64_t last_run_by_lines(const double *&in, stream<R> &out, int64_t 
     return count;
 }
 
-// Two vectors fill one of either part; the first of them waits in `done`.
+// Two vectors fill one of either part. The first of them waits in `done`; it has the even rows, the
+// second one the odd rows, so that parting them puts all in order.
 template <int R, int S, class V>
 LYR_INLINE int64_t split_last_run(const double *&in, split_stream<R> &out, int64_t count,
                                   const double *&twiddles) {
     alignas(64) double done[2 * V::lanes * R];
     for (; count >= 2 * V::lanes; count -= 2 * V::lanes) {
         V x[R];
-        last_butterfly<R, S>(x, in, twiddles);
+        butterfly_of_rows<R, S>(x, in, 4 * R, twiddles);
         unroll<R>(LYR_LAMBDA(auto p) { x[p].store(done + 2 * V::lanes * p); });
         __asm__ volatile("" ::"r"(done) : "memory");
-        last_butterfly<R, S>(x, in, twiddles);
-        unroll<R>(LYR_LAMBDA(auto p) {
-            x[p].store_split_after(done + 2 * V::lanes * p, out.re.at(p), out.imag_at(p));
+        twiddles += (R - 1) * lane_twiddle_doubles<V>;
+        butterfly_of_rows<R, S>(x, in + 2 * R, 4 * R, twiddles);
+        twiddles += (R - 1) * lane_twiddle_doubles<V>;
+        in += 4 * R * V::lanes;
+        out.for_each(LYR_LAMBDA(auto p, double *re, double *im) {
+            x[p].store_split_alternating(done + 2 * V::lanes * p, re, im);
         });
-        out.re.advance(2 * V::lanes);
+        out.advance(2 * V::lanes);
     }
     for (; count >= V::lanes; count -= V::lanes) {
         V x[R];
         last_butterfly<R, S>(x, in, twiddles);
-        unroll<R>(LYR_LAMBDA(auto p) { x[p].store_split(out.re.at(p), out.imag_at(p)); });
-        out.re.advance(V::lanes);
+        out.for_each(LYR_LAMBDA(auto p, double *re, double *im) { x[p].store_split(re, im); });
+        out.advance(V::lanes);
     }
     return count;
 }

@@ -22,7 +22,8 @@
 //   V::part(re, im, p)            the other way round
 //   load_split(re, im)            lanes complex numbers from their parts
 //   store_split(re, im)           the other way round
-//   store_split_after(p, re, im)  the parts of the lanes numbers at p, then of these
+//   store_split_alternating(p, re, im)
+//                                 the parts of the lanes numbers at p and of these, in turns
 //
 // Targets define `vec` (native width), `vec1` (one complex number) and `vec_half` (half of vec, at
 // least vec1), and `accesses_per_pointer`: how many steps from a pointer addressing reaches with
@@ -66,7 +67,7 @@ concept complex_vec = requires(V a, typename V::tw w, const double *p, double *q
     {V::part(q, q, p)};
     {V::load_split(p, p)};
     a.store_split(q, q);
-    a.store_split_after(p, q, q);
+    a.store_split_alternating(p, q, q);
 };
 
 }  // namespace lyr

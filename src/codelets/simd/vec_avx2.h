@@ -41,7 +41,7 @@ struct vec1 {
         _mm_storel_pd(re, v);
         _mm_storeh_pd(im, v);
     }
-    LYR_INLINE void store_split_after(const double *p, double *re, double *im) const {
+    LYR_INLINE void store_split_alternating(const double *p, double *re, double *im) const {
         const __m128d a = _mm_loadu_pd(p);
         _mm_storeu_pd(re, _mm_unpacklo_pd(a, v));
         _mm_storeu_pd(im, _mm_unpackhi_pd(a, v));
@@ -154,14 +154,10 @@ struct vec2 {
         _mm_storeu_pd(re, _mm_unpacklo_pd(a, b));
         _mm_storeu_pd(im, _mm_unpackhi_pd(a, b));
     }
-    // Three shuffles: the upper halves meet in a load and a blend.
-    LYR_INLINE void store_split_after(const double *p, double *re, double *im) const {
-        const __m256d even = _mm256_insertf128_pd(_mm256_castpd128_pd256(_mm_loadu_pd(p)),
-                                                  _mm256_castpd256_pd128(v), 1);
-        const __m256d upper = _mm256_broadcast_pd(reinterpret_cast<const __m128d *>(p + 2));
-        const __m256d odd = _mm256_blend_pd(upper, v, 12);
-        _mm256_storeu_pd(re, _mm256_unpacklo_pd(even, odd));
-        _mm256_storeu_pd(im, _mm256_unpackhi_pd(even, odd));
+    LYR_INLINE void store_split_alternating(const double *p, double *re, double *im) const {
+        const __m256d even = _mm256_loadu_pd(p);
+        _mm256_storeu_pd(re, _mm256_unpacklo_pd(even, v));
+        _mm256_storeu_pd(im, _mm256_unpackhi_pd(even, v));
     }
 };
 

@@ -66,12 +66,10 @@ struct vec4 {
         _mm256_storeu_pd(re, _mm512_castpd512_pd256(w));
         _mm256_storeu_pd(im, _mm512_extractf64x4_pd(w, 1));
     }
-    LYR_INLINE void store_split_after(const double *p, double *re, double *im) const {
-        const __m512d a = _mm512_loadu_pd(p);
-        const __m512i even = _mm512_setr_epi64(0, 2, 4, 6, 8, 10, 12, 14);
-        const __m512i odd = _mm512_setr_epi64(1, 3, 5, 7, 9, 11, 13, 15);
-        _mm512_storeu_pd(re, _mm512_permutex2var_pd(a, even, v));
-        _mm512_storeu_pd(im, _mm512_permutex2var_pd(a, odd, v));
+    LYR_INLINE void store_split_alternating(const double *p, double *re, double *im) const {
+        const __m512d even = _mm512_loadu_pd(p);
+        _mm512_storeu_pd(re, _mm512_unpacklo_pd(even, v));
+        _mm512_storeu_pd(im, _mm512_unpackhi_pd(even, v));
     }
 };
 using vec = vec4;

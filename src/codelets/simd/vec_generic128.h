@@ -41,7 +41,7 @@ struct vec1 {
         *re = v[0];
         *im = v[1];
     }
-    LYR_INLINE void store_split_after(const double *p, double *re, double *im) const {
+    LYR_INLINE void store_split_alternating(const double *p, double *re, double *im) const {
         const double2 a = load(p).v;
         vec1{__builtin_shufflevector(a, v, 0, 2)}.store(re);
         vec1{__builtin_shufflevector(a, v, 1, 3)}.store(im);

@@ -36,7 +36,7 @@ struct vec1 {
         vst1q_lane_f64(re, v, 0);
         vst1q_lane_f64(im, v, 1);
     }
-    LYR_INLINE void store_split_after(const double *p, double *re, double *im) const {
+    LYR_INLINE void store_split_alternating(const double *p, double *re, double *im) const {
         const float64x2_t a = vld1q_f64(p);
         vst1q_f64(re, vzip1q_f64(a, v));
         vst1q_f64(im, vzip2q_f64(a, v));
