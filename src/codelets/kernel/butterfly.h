@@ -71,12 +71,12 @@ LYR_INLINE void butterfly(V (&x)[4]) {  // 8
     x[3] = add_si<-S>(c, d);
 }
 
-// 16. Sum and difference of the two cosines (-1/2, sqrt(5)/2) instead of the cosines themselves;
-// the second sine enters as a ratio to the first, which scales the rotation (Winograd, 1978).
+// 17. Sum and difference of the two cosines (-1/2, sqrt(5)/2) instead of the cosines themselves
+// (Winograd, 1978). The sines go into the differences, not into the rotations: one operation more,
+// but no multiply-add that overwrites a sum needed twice.
 template <int S, class V>
 LYR_INLINE void butterfly(V (&x)[5]) {
-    constexpr double sine1 = S * roots<5>::sine[1];
-    constexpr double ratio = roots<5>::sine[2] / roots<5>::sine[1];
+    constexpr double sine1 = S * roots<5>::sine[1], sine2 = S * roots<5>::sine[2];
     constexpr double quarter_sqrt5 = 0.55901699437494742410;
     const V s1 = x[1] + x[4], d1 = x[1] - x[4];
     const V s2 = x[2] + x[3], d2 = x[2] - x[3];
@@ -85,13 +85,13 @@ LYR_INLINE void butterfly(V (&x)[5]) {
     const V dif = s1 - s2;
     const V t1 = fma(mean, dif, quarter_sqrt5);
     const V t2 = fma(mean, dif, -quarter_sqrt5);
-    const V u1 = fma(d1, d2, ratio);
-    const V u2 = fma(scale(d1, ratio), d2, -1.0);
+    const V u1 = fma(scale(d1, sine1), d2, sine2);
+    const V u2 = fma(scale(d1, sine2), d2, -sine1);
     x[0] = x[0] + sum;
-    x[1] = fma_i(t1, u1, sine1);
-    x[4] = fma_i(t1, u1, -sine1);
-    x[2] = fma_i(t2, u2, sine1);
-    x[3] = fma_i(t2, u2, -sine1);
+    x[1] = add_i(t1, u1);
+    x[4] = sub_i(t1, u1);
+    x[2] = add_i(t2, u2);
+    x[3] = sub_i(t2, u2);
 }
 
 // Odd lengths by symmetric pairs, h = (R-1)/2: with s_j = x_j + x_{R-j} and d_j = x_j - x_{R-j},
@@ -199,7 +199,7 @@ LYR_INLINE void butterfly(V (&x)[6]) {  // 18
 }
 
 template <int S, class V>
-LYR_INLINE void butterfly(V (&x)[10]) {  // 42
+LYR_INLINE void butterfly(V (&x)[10]) {  // 44
     butterfly_coprime<S, 2, 5>(x);
 }
 

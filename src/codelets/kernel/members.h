@@ -12,10 +12,10 @@ namespace {
 
 static_assert(complex_vec<vec> && complex_vec<vec1>);
 
-// The R inputs (or outputs) of a butterfly in memory, `step` numbers of `Doubles` doubles apart: a
+// The R inputs (or outputs) of a butterfly in memory, `step` complex numbers apart: a
 // pointer for every `accesses_per_pointer` of them and offsets of one, two, three.. steps. Few
 // pointers to advance, few registers, one instruction per access.
-template <int R, int Doubles = 2>
+template <int R>
 struct stream {
     static constexpr int span = accesses_per_pointer;
     static constexpr int pointers = (R + span - 1) / span;
@@ -24,13 +24,13 @@ struct stream {
 
     LYR_INLINE stream(const double *p, int64_t step) {
         unroll<span>(LYR_LAMBDA(auto i) {
-            offset[i] = Doubles * i * step;
+            offset[i] = 2 * i * step;
             // Opaque to the compiler, which would else keep a pointer per access and advance them
             // all. (x86 addresses twice the first offset without a register.)
             if constexpr (i != 0 && (i != 2 || span > 4)) __asm__("" : "+r"(offset[i]));
         });
         unroll<pointers>(
-            LYR_LAMBDA(auto g) { base[g] = const_cast<double *>(p) + Doubles * span * g * step; });
+            LYR_LAMBDA(auto g) { base[g] = const_cast<double *>(p) + 2 * span * g * step; });
     }
     // Elsewhere, with the steps of another stream.
     LYR_INLINE stream(double *p, const stream &other) {
@@ -43,7 +43,7 @@ struct stream {
         return base[Q / span] + (i == 2 && span == 4 ? 2 * offset[1] : offset[i]);
     }
     LYR_INLINE void advance(int64_t numbers) {
-        unroll<pointers>(LYR_LAMBDA(auto g) { base[g] += Doubles * numbers; });
+        unroll<pointers>(LYR_LAMBDA(auto g) { base[g] += 2 * numbers; });
     }
 };
 
