@@ -260,9 +260,12 @@ std::vector<int64_t> batches() {
 // f(real place, spectrum place, number of transforms) for every combination.
 void for_each_arrangement(int64_t n,
                           const std::function<void(const place &, const place &, int64_t)> &f) {
+    const int64_t one_of = test_scale > 1 ? 5 : 1;
+    int64_t count = n;
     for (const int64_t v : batches())
         for (const place &real : real_places(n, v))
             for (const place &spectrum : spectrum_places(n, v)) {
+                if (count++ % one_of != 0) continue;
                 f(real, spectrum, v);
                 if (testing::Test::HasFailure()) return;
             }

@@ -36,7 +36,7 @@ void cosine(const double *in, double *out, const int64_t *is, const int64_t *os,
             int64_t ivs, int64_t ovs) {
     if (ivs == 1 && ovs == 1)
         v = cosine_run<N, real_vec<wide_lanes>, true>(in, out, is, os, v, 1, 1);
-    else
+    else if (N > 3)  // too few numbers to pay for gathering them
         v = cosine_run<N, real_vec<wide_lanes>, false>(in, out, is, os, v, ivs, ovs);
     cosine_run<N, real_vec<1>, false>(in, out, is, os, v, ivs, ovs);
 }

@@ -204,11 +204,32 @@ struct batch_of_spectra {
     }
 };
 
+// Too few numbers to fill vectors or to pay for gathering them: one transform after another.
+template <int N>
+constexpr bool tiny = N < 4 || N < real_lanes;
+
 template <int N, bool Zeroed>
 LYR_INLINE void forward_short(LYR_REAL_PARAMETERS) {
+    if constexpr (tiny<N> && Zeroed) {
+        if (are_lines<N>(R0, R1, rs) && are_complex(Cr, Ci, csr, csi) && ovs > 2) {
+#pragma GCC unroll 2
+            for (; v > 0; --v, R0 += ivs, Cr += ovs)
+                forward_one<N>(unit_reals{R0}, unit_complex<N>{Cr});
+            return;
+        }
+    }
+    if constexpr (tiny<N> && !Zeroed) {
+        if (are_lines<N>(R0, R1, rs) && are_half_complex<N>(Cr, Ci, csr, csi) && ovs > 1) {
+#pragma GCC unroll 2
+            for (; v > 0; --v, R0 += ivs, Cr += ovs)
+                forward_one<N>(unit_reals{R0}, half_complex<N>{Cr});
+            return;
+        }
+    }
     batch_of_reals<N> in(R0, R1, rs, ivs);
     batch_of_spectra<N, Zeroed> out(Cr, Ci, csr, csi, ovs);
-    for (; v >= real_lanes; v -= real_lanes) {
+    const bool gathers = in.how == layout::scattered && out.how == layout::scattered;
+    for (; v >= real_lanes && !(tiny<N> && gathers); v -= real_lanes) {
         wide x[N], y[N];
         in.load(x);
         const auto load = LYR_LAMBDA(auto j) {
@@ -238,9 +259,24 @@ LYR_INLINE void forward_short(LYR_REAL_PARAMETERS) {
 
 template <int N>
 LYR_INLINE void backward_short(LYR_REAL_PARAMETERS) {
+    if constexpr (tiny<N>) {
+        if (are_lines<N>(R0, R1, rs) && are_complex(Cr, Ci, csr, csi) && ivs > 2) {
+#pragma GCC unroll 2
+            for (; v > 0; --v, R0 += ovs, Cr += ivs)
+                backward_one<N>(unit_complex<N>{Cr}, unit_reals{R0});
+            return;
+        }
+        if (are_lines<N>(R0, R1, rs) && are_half_complex<N>(Cr, Ci, csr, csi) && ivs > 1) {
+#pragma GCC unroll 2
+            for (; v > 0; --v, R0 += ovs, Cr += ivs)
+                backward_one<N>(half_complex<N>{Cr}, unit_reals{R0});
+            return;
+        }
+    }
     batch_of_spectra<N> in(Cr, Ci, csr, csi, ivs);
     batch_of_reals<N> out(R0, R1, rs, ovs);
-    for (; v >= real_lanes; v -= real_lanes) {
+    const bool gathers = in.how == layout::scattered && out.how == layout::scattered;
+    for (; v >= real_lanes && !(tiny<N> && gathers); v -= real_lanes) {
         wide y[N], x[N];
         in.load(y);
         real_backward<N, wide>(

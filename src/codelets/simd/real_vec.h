@@ -227,15 +227,18 @@ LYR_INLINE void load_pairs_reversed(const double *p, real_vec<2> &re, real_vec<2
     re = LYR_SHUFFLE(b, a, 0, 2);
     im = LYR_SHUFFLE(b, a, 1, 3);
 }
+// Two numbers from p and two from q: a load and an insertion from memory, no shuffle.
+LYR_INLINE real_vec<4> load_halves(const double *p, const double *q) {
+    const auto a = real_vec<2>::load(p), b = real_vec<2>::load(q);
+    return {__builtin_shufflevector(a.v, b.v, 0, 1, 2, 3)};
+}
 LYR_INLINE void load_pairs(const double *p, real_vec<4> &re, real_vec<4> &im) {
-    const auto a = real_vec<4>::load(p), b = real_vec<4>::load(p + 4);
-    const auto c = LYR_SHUFFLE(a, b, 0, 1, 4, 5), d = LYR_SHUFFLE(a, b, 2, 3, 6, 7);
+    const auto c = load_halves(p, p + 4), d = load_halves(p + 2, p + 6);
     re = LYR_SHUFFLE(c, d, 0, 4, 2, 6);
     im = LYR_SHUFFLE(c, d, 1, 5, 3, 7);
 }
 LYR_INLINE void load_pairs_reversed(const double *p, real_vec<4> &re, real_vec<4> &im) {
-    const auto a = real_vec<4>::load(p), b = real_vec<4>::load(p + 4);
-    const auto c = LYR_SHUFFLE(b, a, 2, 3, 6, 7), d = LYR_SHUFFLE(b, a, 0, 1, 4, 5);
+    const auto c = load_halves(p + 6, p + 2), d = load_halves(p + 4, p);
     re = LYR_SHUFFLE(c, d, 0, 4, 2, 6);
     im = LYR_SHUFFLE(c, d, 1, 5, 3, 7);
 }
