@@ -173,6 +173,8 @@ TEST(random_problems, usual_batches) {
         "oscf1024",
         "iscb60x48",
         "oscf8x9x10",
+        "oscf1000x18",
+        "iscf13x100",
         "iscf37:2:2*9:100:100",
         "oscb7:64:3*64:1:50",
         "ocf0*70:1:70*70:70:1",
