@@ -5,7 +5,7 @@
 #include <cstring>
 #include <map>
 
-#include "codelets/codelet.h"
+#include "codelets/select.h"
 #include "dft/stages.h"
 #include "dft/twiddle.h"
 #include "support.h"

@@ -10,7 +10,7 @@
 #include <map>
 #include <utility>
 
-#include "codelets/real.h"
+#include "codelets/select.h"
 #include "planner/registry.h"
 #include "support.h"
 

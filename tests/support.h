@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "buffers.h"
-#include "codelets/codelet.h"
+#include "codelets/select.h"
 #include "planner/plan.h"
 #include "problem.h"
 #include "verdict.h"

@@ -1,7 +1,7 @@
 // The general batch: a loop over the outermost batch dimension around a child plan for the rest.
 #include <cstring>
 
-#include "codelets/codelet.h"
+#include "codelets/select.h"
 #include "dft/stages.h"
 #include "planner/registry.h"
 #include "r2r/columns.h"

@@ -11,7 +11,7 @@
 
 #include "api/memory.h"
 #include "batch/slab_batch.h"
-#include "codelets/codelet.h"
+#include "codelets/select.h"
 #include "planner/registry.h"
 
 namespace lyr {

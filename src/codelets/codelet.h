@@ -3,8 +3,6 @@
 
 #include <cstdint>
 
-#include "planner/plan.h"
-
 namespace lyr {
 
 // One pass of a stage sequence. Before the stage the data is a matrix of L rows of r*m complex
@@ -136,23 +134,5 @@ struct codelet_table {
     const r2r_pass_set *r2r_passes;
     const real_set *reals;
 };
-
-// The table in use, chosen when the library is loaded.
-const codelet_table *active_table();
-
-// Tables this processor can run, best first, null-terminated.
-const codelet_table *const *supported_tables();
-
-// Makes another supported table the active one for plans made from now on. For tests and
-// benchmarks; not exported.
-void set_active_table(const codelet_table *table);
-
-// The codelets of length n for the direction of the plan, or null.
-const codelet_set *codelets_for(const plan *p, int64_t n);
-
-// Lookups by length; null for n without a codelet. Any sign but -1 is backward.
-stage_codelet codelet_first_stage(const plan *p, int64_t n);
-stage_codelet codelet_middle_stage(const plan *p, int64_t n);
-stage_codelet codelet_last_stage(const plan *p, int64_t n);
 
 }  // namespace lyr

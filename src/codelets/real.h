@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "planner/plan.h"
+#include "planner/executor.h"
 
 namespace lyr {
 
@@ -58,13 +58,5 @@ struct real_set {
     executor hc2r_unit[real_sizes + 1];
     executor dht_unit[real_sizes + 1];
 };
-
-// The codelets of the active table.
-const real_set *active_reals();
-
-// Lookups by length in the active table; null for n without a codelet. The plan's strides do not
-// matter.
-real_kernel codelet_r2c(const plan *p, int64_t n);
-real_kernel codelet_r2c_many(const plan *p, int64_t n);
 
 }  // namespace lyr

@@ -1,12 +1,12 @@
 // Chooses the codelet table for this processor, once, when the library is loaded, and looks
 // codelets up in it.
+#include "codelets/select.h"
+
 #include <unistd.h>
 
 #include <cstdlib>
 
-#include "codelets/codelet.h"
 #include "codelets/cpu.h"
-#include "codelets/real.h"
 
 namespace lyr {
 

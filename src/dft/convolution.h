@@ -8,7 +8,7 @@
 // has no stage list, gathered together and transformed one after another.
 #pragma once
 
-#include "codelets/codelet.h"
+#include "codelets/select.h"
 #include "dft/stages.h"
 
 namespace lyr {

@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "api/memory.h"
-#include "codelets/codelet.h"
+#include "codelets/select.h"
 #include "planner/registry.h"
 
 namespace lyr {

@@ -6,7 +6,7 @@
 // Child 0 is the first pass, a rotated batch; child 1 the second, a batch with transposed output.
 #pragma once
 
-#include "codelets/codelet.h"
+#include "codelets/select.h"
 
 namespace lyr {
 

@@ -2,7 +2,7 @@
 // tables, shared by all solvers that run codelets in stages.
 #pragma once
 
-#include "codelets/codelet.h"
+#include "codelets/select.h"
 #include "dft/factorize.h"
 
 namespace lyr {

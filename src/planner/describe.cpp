@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "codelets/codelet.h"
+#include "codelets/select.h"
 #include "dft/factorize.h"
 
 namespace lyr {

@@ -11,6 +11,7 @@
 #include <cstdint>
 
 #include "lyr_fft.h"
+#include "planner/executor.h"
 
 enum { kind_complex = 0, kind_c2r = 1, kind_r2c = 2, kind_r2r = 3, kind_rotated_batch = 7 };
 
@@ -31,8 +32,8 @@ struct lyr_fft_plan_s {
 
     // The solution: filled by the solver that accepts the problem.
     unsigned char solver_words[48];
-    void (*execute_fn)(lyr_fft_plan_s *plan, double *in, double *out);
-    void (*execute_split_fn)(lyr_fft_plan_s *plan, double *ri, double *ii, double *ro, double *io);
+    lyr::executor execute_fn;
+    lyr::split_executor execute_split_fn;
     const char *execute_name;
     void *work;
     uint64_t work_bytes;
@@ -47,10 +48,6 @@ struct lyr_fft_plan_s {
 };
 
 namespace lyr {
-
-using plan = lyr_fft_plan_s;
-using executor = void (*)(plan *, double *, double *);
-using split_executor = void (*)(plan *, double *, double *, double *, double *);
 
 // Stands for inembed or onembed: extents n when null.
 void plan_fill_dims(plan *p, int rank, const int *n, const int *inembed, int istride,

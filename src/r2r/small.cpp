@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "api/memory.h"
-#include "codelets/codelet.h"
+#include "codelets/select.h"
 #include "codelets/r2r_pass.h"
 #include "dft/twiddle.h"
 

@@ -22,7 +22,7 @@
 #include <cstring>
 
 #include "api/memory.h"
-#include "codelets/codelet.h"
+#include "codelets/select.h"
 #include "codelets/r2r_pass.h"
 #include "planner/registry.h"
 #include "r2r/small.h"

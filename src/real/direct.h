@@ -1,7 +1,7 @@
 // What the solvers that call real-data codelets share: the private block of a plan.
 #pragma once
 
-#include "codelets/real.h"
+#include "codelets/select.h"
 
 namespace lyr {
 

@@ -3,7 +3,7 @@
 #include <cstring>
 
 #include "api/memory.h"
-#include "codelets/codelet.h"
+#include "codelets/select.h"
 #include "dft/twiddle.h"
 #include "threads/pool.h"
 

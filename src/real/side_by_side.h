@@ -6,7 +6,7 @@
 // (codelets/real_pass.h) goes along the rows.
 #pragma once
 
-#include "codelets/codelet.h"
+#include "codelets/select.h"
 #include "codelets/real_pass.h"
 #include "planner/plan.h"
 

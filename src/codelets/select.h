@@ -1,0 +1,37 @@
+// The choice among the codelet tables, and lookups in the chosen one. Kernels do not include this:
+// they are compiled without knowing what a plan is.
+#pragma once
+
+#include "codelets/codelet.h"
+#include "codelets/real.h"
+#include "planner/plan.h"
+
+namespace lyr {
+
+// The table in use, chosen when the library is loaded.
+const codelet_table *active_table();
+
+// Tables this processor can run, best first, null-terminated.
+const codelet_table *const *supported_tables();
+
+// Makes another supported table the active one for plans made from now on. For tests and
+// benchmarks; not exported.
+void set_active_table(const codelet_table *table);
+
+// The codelets of length n for the direction of the plan, or null.
+const codelet_set *codelets_for(const plan *p, int64_t n);
+
+// Lookups by length; null for n without a codelet. Any sign but -1 is backward.
+stage_codelet codelet_first_stage(const plan *p, int64_t n);
+stage_codelet codelet_middle_stage(const plan *p, int64_t n);
+stage_codelet codelet_last_stage(const plan *p, int64_t n);
+
+// The codelets of the active table.
+const real_set *active_reals();
+
+// Lookups by length in the active table; null for n without a codelet. The plan's strides do not
+// matter.
+real_kernel codelet_r2c(const plan *p, int64_t n);
+real_kernel codelet_r2c_many(const plan *p, int64_t n);
+
+}  // namespace lyr
