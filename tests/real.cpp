@@ -57,7 +57,7 @@ double check_problem(const problem &p, bool misaligned, uint64_t seed,
     const lyr_tools::verdict v = verify(p, b, holder.plan, seed);
     EXPECT_EQ(v.damage, "");
     // The worst of many short transforms is worse than one of them usually is.
-    EXPECT_LE(v.error.l2, point_count(p) < 32 && batch_count(p) > 1 ? 2.0 : v.bound);
+    EXPECT_LE(v.error.l2, point_count(p) < 32 ? 2.0 : v.bound);
     EXPECT_LE(v.error.linf, 1e-15);
     return v.error.l2;
 }
@@ -271,13 +271,6 @@ problem random_problem(random_source &random) {
     return p;
 }
 
-// In place, results may fall on input that is still to be read: of transforms side by side, those
-// of rank 1 and 2 with one batch dimension are served.
-bool may_be_refused(const problem &p) {
-    if (!p.in_place || p.batch_rank == 0 || p.batch[p.batch_rank - 1].is != 1) return false;
-    return p.rank > 2 || p.batch_rank > 1 || p.dims[p.rank - 1].n == 1;
-}
-
 TEST(real, any_dimensions_any_batch_any_layout) {
     const int64_t count = 3000 / test_scale;
     for (const lyr::codelet_table *table : all_tables()) {
@@ -287,11 +280,6 @@ TEST(real, any_dimensions_any_batch_any_layout) {
             const problem p = random_problem(random);
             const bool plain = !p.split && random.below(2) != 0;
             const constructor with = plain ? constructor::automatic : constructor::guru64;
-            if (may_be_refused(p)) {
-                const buffers b = buffers_of(p);
-                const plan_holder holder(make_plan(p, b, with));
-                if (!holder.plan) continue;
-            }
             check_problem(p, random.below(2) != 0, static_cast<uint64_t>(i + 1), with);
         }
     }

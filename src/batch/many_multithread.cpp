@@ -2,6 +2,7 @@
 // thread. All run the same plan at the same time, each with its own scratch memory.
 #include "batch/many_multithread.h"
 
+#include "planner/places.h"
 #include "planner/registry.h"
 #include "threads/pool.h"
 
@@ -73,7 +74,7 @@ int solve_problem_dft_many_multithread(plan *p) {
     if (p->split == 1) return -1;
     if (p->howmany_rank < 1 || p->nthreads < 2) return -1;
     if (p->kind > kind_r2r) return -1;  // rotated batches see to their threads themselves
-    if (results_move(p)) return -1;
+    if (!works_one_by_one(p, batch_order::any)) return -1;
 
     const int64_t h = p->howmany_dims[0].n, threads = threads_for_plan(p->nthreads);
     p->nthreads = threads;

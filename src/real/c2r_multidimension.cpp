@@ -13,6 +13,7 @@
 #include <cstring>
 
 #include "batch/many_multithread.h"
+#include "planner/places.h"
 #include "planner/registry.h"
 #include "threads/pool.h"
 
@@ -268,6 +269,19 @@ plan *make_rows(plan *child, const plan *p, double *in, int64_t in_step) {
     return child;
 }
 
+// Whether the columns can be transformed where the input is: its numbers do not share places, and
+// the rows leave their results where they were, apart from those of later ones.
+bool columns_stay(const plan *p) {
+    if (inputs_overlap(p)) return false;
+    plan rows = {};
+    make_rows(&rows, p, p->in, p->dims[p->rank - 1].is);
+    for (int k = 0; k < p->rank - 1; ++k) {
+        rows.howmany_dims[rows.howmany_rank++] = p->dims[k];
+        if (p->dims[k].n > 1 && 2 * p->dims[k].is != p->dims[k].os) return false;
+    }
+    return walkable_dimensions(&rows) == rows.howmany_rank;
+}
+
 int build_in_place(plan *p) {
     p->execute_fn = execute_in_place;
     p->nchildren = p->rank;
@@ -276,7 +290,7 @@ int build_in_place(plan *p) {
     const int64_t width = p->dims[p->rank - 1].n / 2 + 1;
     const columns_layout from = input_columns(p, 0);
     columns_layout to = from;
-    if (results_move(p)) {
+    if (!columns_stay(p)) {
         p->work_bytes = static_cast<uint64_t>(row_count(p) * width) * 16;
         to = packed_columns(p, scratch_array(p), width);
     }

@@ -6,6 +6,7 @@
 // Scratch: a row of the input of all transforms. Child 0: the row; child 1: the columns.
 #include <cstring>
 
+#include "planner/places.h"
 #include "planner/registry.h"
 
 namespace lyr {
@@ -66,6 +67,8 @@ int build(plan *p, int32_t kind) {
     const auto [howmany, idist, odist] = p->howmany_dims[0];
     if (idist != 1 || odist != 1) return -1;
     if (p->dims[0].n > 1 && !rows_stay_apart(p)) return -1;
+    // The columns of the input are transformed where they are.
+    if (kind == kind_c2r && inputs_overlap(p)) return -1;
 
     const lyr_fft_iodim64 outer = p->dims[0], inner = p->dims[1];
     const int64_t half = inner.n / 2 + 1;
