@@ -94,7 +94,6 @@ int solve_bufferized_problem(plan *p) {
     if (half_spectrum && slice > 16) slice /= 2;
     if (slice == 0) return -1;
 
-    p->execute_name = "execute_bufferization";
     p->nchildren = 1;
     p->children = plan_alloc_children(1);
     if (!p->children) return -1;
@@ -112,8 +111,10 @@ int solve_bufferized_problem(plan *p) {
         if (!find_stages(p, &list)) return -1;
         if (!keep_slab_batch(p, {slab_width(n, n, h, list.count), list})) return -1;
         p->execute_fn = execute_bufferization_walk;
+        p->execute_name = "execute_bufferization_walk";
     } else {
         p->execute_fn = execute_bufferization;
+        p->execute_name = "execute_bufferization";
     }
     return 0;
 }

@@ -5,8 +5,8 @@
 #include <cstring>
 
 #include "api/memory.h"
-#include "codelets/select.h"
 #include "codelets/r2r_pass.h"
+#include "codelets/select.h"
 #include "dft/twiddle.h"
 
 namespace lyr {
@@ -113,6 +113,7 @@ int build_small(plan *p) {
     const r2r_small_function run = active_table()->r2r_passes->small.by_length[n - 1];
     memcpy(p->solver_words, &run, sizeof run);
     p->execute_fn = execute_small;
+    p->execute_name = "execute_r2r_small";
     return 0;
 }
 

@@ -3,8 +3,8 @@
 #include <cstring>
 
 #include "api/memory.h"
-#include "codelets/select.h"
 #include "codelets/r2r_pass.h"
+#include "codelets/select.h"
 #include "dft/twiddle.h"
 #include "planner/registry.h"
 
@@ -187,6 +187,8 @@ int build_through_dft(plan *p) {
     if (!make_work(p, b) || !make_tables(p)) return -1;
     memcpy(p->solver_words, &b, sizeof b);
     p->execute_fn = unit_strides(p) ? execute_contiguous : execute_strided;
+    p->execute_name =
+        unit_strides(p) ? "execute_r2r_through_dft" : "execute_r2r_through_dft_discrete";
     return make_child(p, b.steps) ? 0 : -1;
 }
 

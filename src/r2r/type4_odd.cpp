@@ -105,6 +105,7 @@ int build_type4_odd(plan *p) {
     child->dims[0] = {n, 1, 1};
     child->in = child->out = static_cast<double *>(p->work);
     p->execute_fn = execute_type4_odd;
+    p->execute_name = "execute_type4_odd";
     return plan_solve(child);
 }
 
