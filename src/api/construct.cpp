@@ -25,16 +25,25 @@ bool count(int64_t &points, int64_t &in_extent, int64_t &out_extent, const lyr_f
     return true;
 }
 
-// Whether byte sizes and offsets of the problem, and of buffers a few times as large, fit in 64
-// bits.
+// Of what is counted in elements: sizes and offsets in bytes, and those of buffers a few times as
+// large, then fit in 64 bits.
+constexpr int64_t limit = INT64_MAX / 128;
+
 bool problem_is_addressable(const plan *p) {
-    constexpr int64_t limit = INT64_MAX / 128;
     int64_t points = 1;
     int64_t in_extent = 1;
     int64_t out_extent = 1;
     return count(points, in_extent, out_extent, p->dims, p->rank) &&
            count(points, in_extent, out_extent, p->howmany_dims, p->howmany_rank) &&
            points <= limit && in_extent <= limit && out_extent <= limit;
+}
+
+// Nothing is as far away as the second element of a dimension that has one, but solvers multiply.
+void limit_unused_strides(lyr_fft_iodim64 *dims, int rank) {
+    for (int k = 0; k < rank; ++k) {
+        if (dims[k].is > limit) dims[k].is = limit;
+        if (dims[k].os > limit) dims[k].os = limit;
+    }
 }
 
 }  // namespace
@@ -55,7 +64,11 @@ plan *plan_create(int32_t kind, int64_t sign, int64_t split, const plan_arrays &
 
 plan *plan_finish(plan *p) {
     const bool arrays_missing = p->split == 1 && !p->in_imag && !p->out_imag;
-    if (!arrays_missing && problem_is_addressable(p) && plan_solve(p) == 0) return p;
+    if (!arrays_missing && problem_is_addressable(p)) {
+        limit_unused_strides(p->dims, p->rank);
+        limit_unused_strides(p->howmany_dims, p->howmany_rank);
+        if (plan_solve(p) == 0) return p;
+    }
     lyr_fft_destroy_plan(p);
     return nullptr;
 }
