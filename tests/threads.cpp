@@ -540,8 +540,9 @@ testing::AssertionResult comes_down_to(int64_t threads) {
     return testing::AssertionFailure() << tasks_of_process() << " threads, expected " << threads;
 }
 
-// So many more threads the system starts for us, up to a limit.
+// So many threads the system starts for us, up to a limit. No worker is left then.
 int64_t available_threads(int64_t limit) {
+    lyr_fft_cleanup_threads();
     std::vector<pthread_t> threads;
     static sem_t end;
     sem_init(&end, 0, 0);
@@ -1172,6 +1173,7 @@ TEST(transforms, pools_come_and_go) {
 // allocator takes no care of forks: the child may find one of its locks taken, and wait for ever.
 #if !defined(LYRA_TEST_SANITIZED)
 TEST(transforms, in_a_child_of_fork) {
+    NEEDS_THREADS(12);
     const problem p = problem_of("ocf64*40");
     buffers b = buffers_of(p);
     lyr_fft_cleanup_threads();

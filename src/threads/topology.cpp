@@ -10,6 +10,13 @@
 #include <cstdlib>
 #include <cstring>
 
+// Of OpenMP 4.5, where the program uses it.
+extern "C" {
+__attribute__((weak)) int omp_get_num_places(void);
+__attribute__((weak)) int omp_get_place_num_procs(int place);
+__attribute__((weak)) void omp_get_place_proc_ids(int place, int *ids);
+}
+
 namespace lyr {
 
 namespace {
@@ -31,6 +38,23 @@ int processors_of_thread(pthread_t thread, processor_set *set) {
     return pthread_getaffinity_np(thread, sizeof *set, set->system());
 }
 
+// OpenMP binds the first thread of a program even before we are loaded when it is asked to bind
+// any; the program's processors are those of its places then.
+void add_places_of_openmp(processor_set *set) {
+    if (!omp_get_num_places || !omp_get_place_num_procs || !omp_get_place_proc_ids) return;
+    if (!getenv("OMP_PROC_BIND") && !getenv("OMP_PLACES") && !getenv("GOMP_CPU_AFFINITY")) return;
+    for (int place = omp_get_num_places() - 1; place >= 0; --place) {
+        const int count = omp_get_place_num_procs(place);
+        if (count < 1) continue;
+        int *ids = static_cast<int *>(malloc(static_cast<size_t>(count) * sizeof(int)));
+        if (!ids) return;
+        omp_get_place_proc_ids(place, ids);
+        for (int k = 0; k < count; ++k)
+            if (ids[k] >= 0 && ids[k] < max_processors) set->add(ids[k]);
+        free(ids);
+    }
+}
+
 // Those at load, and what has been added since.
 int allowed_processors(processor_set *set) {
     *set = processors_at_load;
@@ -38,6 +62,7 @@ int allowed_processors(processor_set *set) {
     const pid_t threads[] = {0, getpid()};  // this one, the first one
     for (const pid_t thread : threads)
         if (sched_getaffinity(thread, sizeof more, more.system()) == 0) set->add(more);
+    add_places_of_openmp(set);
     return set->count() > 0 ? 0 : -1;
 }
 
