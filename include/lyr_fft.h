@@ -347,9 +347,9 @@ void lyr_fft_free(void *p);
 int lyr_fft_init_threads(void);
 
 /* The number of threads, 1 to 512 (values outside are clipped), that plans made from now on may
- * use. The setting is one for the whole process; 1 at start. On machines with an even number of NUMA
- * nodes a plan uses no more threads than half of the nodes have processors. The number of threads
- * may change results in their last bits. Reads LYR_FFT_AFFINITY. */
+ * use. The setting is one for the whole process; 1 at start. On machines with an even number of
+ * NUMA nodes a plan uses no more threads than half of the nodes have processors. The number of
+ * threads may change results in their last bits. Reads LYR_FFT_AFFINITY. */
 void lyr_fft_plan_with_nthreads(int nthreads);
 
 /* End all worker threads: waits for transforms in progress, and returns when the threads are gone.

@@ -21,8 +21,9 @@ const platform *system_calls = &this_machine;
 // Read and written with atomics.
 int32_t policy = affinity_spread;
 int32_t policy_fixed = 0;
-int32_t processors = 0;  // 0: unknown
-uint64_t version = 1;    // grows when workers may have to move
+int32_t processors = 0;     // 0: unknown
+uint64_t version = 1;       // grows when workers may have to move
+int32_t without_nodes = 0;  // the machine shows none: nobody can be placed
 
 template <class number>
 number load(const number *x) {
@@ -147,6 +148,7 @@ void look_at_machine() {
         allowed = now;
         changed = true;
     }
+    store(&without_nodes, int32_t{machine.node_count == 0});
     if (machine.node_count > 0) count_usable(&machine, &allowed);
     if (const int count = allowed.count()) store(&processors, count);
     if (changed) __atomic_fetch_add(&version, 1, __ATOMIC_RELAXED);
@@ -172,9 +174,8 @@ int32_t affinity_discover() {
 }
 
 placement affinity_here() {
-    const int cpu =
-        affinity_policy_get() == affinity_none ? -1 : load(&system_calls)->current_processor();
-    return {load(&version), 0, cpu};
+    const bool matters = affinity_policy_get() != affinity_none && !load(&without_nodes);
+    return {load(&version), 0, matters ? load(&system_calls)->current_processor() : -1};
 }
 
 void affinity_bind(pthread_t thread, const placement &where) {
@@ -214,6 +215,7 @@ void use_platform(const platform *p) {
     topology_release(&machine);
     allowed = {};
     looked = false;
+    store(&without_nodes, 0);
     store(&system_calls, p);
     store(&policy, int32_t{affinity_spread});
     store(&policy_fixed, 0);
