@@ -294,12 +294,13 @@ lyr_fft_plan lyr_fft_plan_guru64_split_dft_c2r(int rank, const lyr_fft_iodim64 *
 /* ---- Execution --------------------------------------------------------------------------------
  */
 
-/* Run a plan on the arrays given at planning. */
+/* Run a plan on the arrays given at planning. Without effect when one of them was null. */
 void lyr_fft_execute(const lyr_fft_plan plan);
 
 /*
  * Run a plan on other arrays. They must have the planned layout, and an in-place plan must be run
- * in place; alignment does not matter. A null array makes the call return without effect.
+ * in place; alignment does not matter. A null array, or a plan of another kind than the function's,
+ * makes the call return without effect.
  */
 void lyr_fft_execute_dft(const lyr_fft_plan plan, lyr_fft_complex *in, lyr_fft_complex *out);
 void lyr_fft_execute_dft_r2c(const lyr_fft_plan plan, double *in, lyr_fft_complex *out);
@@ -332,7 +333,7 @@ void lyr_fft_free(void *p);
  */
 
 /*
- * A plan made for several threads shares its work among the calling thread and workers, threads
+ * A plan made for several threads shares its work among the calling thread and its workers, threads
  * that the library makes when it first needs them and keeps for later. Workers that wait spin for
  * about a millisecond and then sleep. They are bound to processors near the calling thread, by the
  * environment variable LYR_FFT_AFFINITY:
@@ -342,20 +343,21 @@ void lyr_fft_free(void *p);
  *   NO      not at all, until the first plan for several threads chooses one of the others.
  *
  * Calling threads are never bound. Workers take no signals but those of their own faults and
- * SIGPROF.
+ * SIGPROF. No function of the library is a cancellation point.
  */
 
 /* Prepare the library for threads. Returns 1. Optional: lyr_fft_plan_with_nthreads calls it. */
 int lyr_fft_init_threads(void);
 
 /* The number of threads, 1 to 512 (values outside are clipped), that plans made from now on may
- * use. The setting is one for the whole process; 1 at start. On machines with two or four NUMA
- * nodes plans use no more threads than half of the nodes have processors. The number of threads may
- * change results in their last bits. Reads LYR_FFT_AFFINITY. */
+ * use. The setting is one for the whole process; 1 at start. On machines with an even number of
+ * NUMA nodes a plan uses no more threads than half of the nodes have processors. The number of
+ * threads may change results in their last bits. Reads LYR_FFT_AFFINITY. */
 void lyr_fft_plan_with_nthreads(int nthreads);
 
-/* End idle worker threads. Plans made before go on working: executing them makes new workers. Must
- * not run while a transform is executing. */
+/* End all worker threads: waits for transforms in progress, and returns when the threads are gone.
+ * May be called at any time except in signal handlers. Plans made before go on working: executing
+ * them makes new workers. */
 void lyr_fft_cleanup_threads(void);
 
 /* ---- Version ----------------------------------------------------------------------------------
