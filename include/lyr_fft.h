@@ -24,7 +24,8 @@
  *
  * Errors. A constructor returns a null plan when an argument is out of range, when memory runs out
  * or when the library has no way to compute the problem. Nothing is printed and nothing leaks.
- * Every other function ignores a null plan or a null array.
+ * Every other function ignores a null plan or a null array. Constructors take null arrays, for
+ * plans that are to run on others: input and output that are both null count as in place.
  *
  * Ownership. Arrays belong to the caller, plans to whoever calls lyr_fft_destroy_plan.
  *
@@ -241,9 +242,11 @@ lyr_fft_plan lyr_fft_plan_many_r2r(int rank, const int *n, int howmany, double *
 
 /*
  * The transform and the batch as explicit dimensions, 0 to 3 of each, outermost first, every length
- * and stride at least 1. Rank 0 plans a pure rearrangement of the batch. The split forms take real
- * and imaginary parts in separate arrays, with strides in doubles; split complex plans transform
- * forward, and backward when the real and imaginary arrays are exchanged at execution.
+ * and stride at least 1. Any sign but LYR_FFT_FORWARD counts as LYR_FFT_BACKWARD. Rank 0, where
+ * dims may be null, plans a pure rearrangement of the batch; between real and complex arrays it is
+ * refused. The split forms take real and imaginary parts in separate arrays, with strides in
+ * doubles; split complex plans transform forward, and backward when the real and imaginary arrays
+ * are exchanged at execution.
  */
 lyr_fft_plan lyr_fft_plan_guru_dft(int rank, const lyr_fft_iodim *dims, int howmany_rank,
                                    const lyr_fft_iodim *howmany_dims, lyr_fft_complex *in,
@@ -295,12 +298,13 @@ lyr_fft_plan lyr_fft_plan_guru64_split_dft_c2r(int rank, const lyr_fft_iodim64 *
 /* ---- Execution --------------------------------------------------------------------------------
  */
 
-/* Run a plan on the arrays given at planning. */
+/* Run a plan on the arrays given at planning. Without effect when one of them was null. */
 void lyr_fft_execute(const lyr_fft_plan plan);
 
 /*
  * Run a plan on other arrays. They must have the planned layout, and an in-place plan must be run
- * in place; alignment does not matter. A null array makes the call return without effect.
+ * in place; alignment does not matter. A null array, or a plan of another kind than the function's,
+ * makes the call return without effect.
  */
 void lyr_fft_execute_dft(const lyr_fft_plan plan, lyr_fft_complex *in, lyr_fft_complex *out);
 void lyr_fft_execute_dft_r2c(const lyr_fft_plan plan, double *in, lyr_fft_complex *out);
@@ -333,7 +337,7 @@ void lyr_fft_free(void *p);
  */
 
 /*
- * A plan made for several threads shares its work among the calling thread and workers, threads
+ * A plan made for several threads shares its work among the calling thread and its workers, threads
  * that the library makes when it first needs them and keeps for later. Workers that wait spin for
  * about a millisecond and then sleep. They are bound to processors near the calling thread, by the
  * environment variable LYR_FFT_AFFINITY:
@@ -343,20 +347,21 @@ void lyr_fft_free(void *p);
  *   NO      not at all, until the first plan for several threads chooses one of the others.
  *
  * Calling threads are never bound. Workers take no signals but those of their own faults and
- * SIGPROF.
+ * SIGPROF. No function of the library is a cancellation point.
  */
 
 /* Prepare the library for threads. Returns 1. Optional: lyr_fft_plan_with_nthreads calls it. */
 int lyr_fft_init_threads(void);
 
 /* The number of threads, 1 to 512 (values outside are clipped), that plans made from now on may
- * use. The setting is one for the whole process; 1 at start. On machines with two or four NUMA
- * nodes plans use no more threads than half of the nodes have processors. The number of threads may
- * change results in their last bits. Reads LYR_FFT_AFFINITY. */
+ * use. The setting is one for the whole process; 1 at start. On machines with an even number of
+ * NUMA nodes a plan uses no more threads than half of the nodes have processors. The number of
+ * threads may change results in their last bits. Reads LYR_FFT_AFFINITY. */
 void lyr_fft_plan_with_nthreads(int nthreads);
 
-/* End idle worker threads. Plans made before go on working: executing them makes new workers. Must
- * not run while a transform is executing. */
+/* End all worker threads: waits for transforms in progress, and returns when the threads are gone.
+ * May be called at any time except in signal handlers. Plans made before go on working: executing
+ * them makes new workers. */
 void lyr_fft_cleanup_threads(void);
 
 /* ---- Version ----------------------------------------------------------------------------------

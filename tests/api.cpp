@@ -251,7 +251,7 @@ TEST(refusals, guru) {
     check({
         {accepted, "rank 0 without dims",
          lyr_fft_plan_guru_dft(0, nullptr, 1, &copies, a.ci, a.co, forward, 0)},
-        {refused, "rank 0 without dims, 64-bit",
+        {accepted, "rank 0 without dims, 64-bit",
          lyr_fft_plan_guru64_dft(0, nullptr, 1, &copies_64, a.ci, a.co, forward, 0)},
         {refused, "r2r in place with two strides",
          lyr_fft_plan_guru_r2r(1, &one, 0, nullptr, a.in, a.in, &dht, 0)},
@@ -330,6 +330,78 @@ TEST(plans, null_arguments_have_no_effect) {
     // Plans may be made before there are arrays.
     const plan_holder without(lyr_fft_plan_dft_1d(16, nullptr, nullptr, forward, 0));
     lyr_fft_execute(without.plan);
+}
+
+// Every function that runs a plan on other arrays, on plans of every kind: only the one that the
+// plan was made for has an effect.
+TEST(plans, calls_of_the_wrong_kind_have_no_effect) {
+    double *const x = a.in, *const y = a.out;
+    double *const xi = x + 64, *const yi = y + 64;
+    const lyr_fft_iodim n = {8, 1, 1}, copies = {3, 16, 16};
+    using run_function = void (*)(lyr_fft_plan);
+    const run_function runs[] = {
+        [](lyr_fft_plan p) { lyr_fft_execute_dft(p, a.ci, a.co); },
+        [](lyr_fft_plan p) { lyr_fft_execute_dft_r2c(p, a.in, a.co); },
+        [](lyr_fft_plan p) { lyr_fft_execute_dft_c2r(p, a.ci, a.out); },
+        [](lyr_fft_plan p) { lyr_fft_execute_r2r(p, a.in, a.out); },
+        [](lyr_fft_plan p) { lyr_fft_execute_split_dft(p, a.in, a.in + 64, a.out, a.out + 64); },
+        [](lyr_fft_plan p) { lyr_fft_execute_split_dft_r2c(p, a.in, a.out, a.out + 64); },
+        [](lyr_fft_plan p) { lyr_fft_execute_split_dft_c2r(p, a.in, a.in + 64, a.out); },
+    };
+    constexpr int kinds = 7;
+    for (const int batch : {0, 1}) {
+        const lyr_fft_plan made[kinds] = {
+            lyr_fft_plan_guru_dft(1, &n, batch, &copies, a.ci, a.co, forward, 0),
+            lyr_fft_plan_guru_dft_r2c(1, &n, batch, &copies, x, a.co, 0),
+            lyr_fft_plan_guru_dft_c2r(1, &n, batch, &copies, a.ci, y, 0),
+            lyr_fft_plan_r2r_1d(8, x, y, LYR_FFT_DHT, 0),
+            lyr_fft_plan_guru_split_dft(1, &n, batch, &copies, x, xi, y, yi, 0),
+            lyr_fft_plan_guru_split_dft_r2c(1, &n, batch, &copies, x, y, yi, 0),
+            lyr_fft_plan_guru_split_dft_c2r(1, &n, batch, &copies, x, xi, y, 0),
+        };
+        for (int kind = 0; kind < kinds; ++kind) {
+            const plan_holder holder(made[kind]);
+            ASSERT_TRUE(holder.plan) << kind;
+            for (int call = 0; call < kinds; ++call) {
+                std::fill(std::begin(a.in), std::end(a.in), 1.0);
+                std::fill(std::begin(a.out), std::end(a.out), -1.0);
+                runs[call](holder.plan);
+                EXPECT_EQ(a.out[0] != -1, call == kind) << "call " << call << ", plan " << kind;
+                EXPECT_TRUE(
+                    std::all_of(std::begin(a.in), std::end(a.in), [](double v) { return v == 1; }));
+            }
+        }
+    }
+}
+
+// Split plans that were made without one of their arrays wait for all of them.
+TEST(plans, split_plans_without_an_array) {
+    double *const x = a.in, *const y = a.out;
+    const lyr_fft_iodim n = {8, 1, 1}, copies = {3, 16, 16};
+    for (int missing = 0; missing < 4; ++missing)
+        for (const int batch : {0, 1}) {
+            double *const array[] = {missing == 0 ? nullptr : x, missing == 1 ? nullptr : x + 64,
+                                     missing == 2 ? nullptr : y, missing == 3 ? nullptr : y + 64};
+            const plan_holder complex(lyr_fft_plan_guru_split_dft(1, &n, batch, &copies, array[0],
+                                                                  array[1], array[2], array[3], 0));
+            ASSERT_TRUE(complex.plan) << missing;
+            const plan_holder there(lyr_fft_plan_guru_split_dft_r2c(1, &n, batch, &copies, array[0],
+                                                                    array[2], array[3], 0));
+            const plan_holder back(lyr_fft_plan_guru_split_dft_c2r(1, &n, batch, &copies, array[0],
+                                                                   array[1], array[2], 0));
+            std::fill(std::begin(a.in), std::end(a.in), 1.0);
+            std::fill(std::begin(a.out), std::end(a.out), -1.0);
+            const auto written = [] {
+                return std::any_of(std::begin(a.out), std::end(a.out),
+                                   [](double v) { return v != -1; });
+            };
+            lyr_fft_execute(complex.plan);
+            if (missing != 1) lyr_fft_execute(there.plan);
+            if (missing != 3) lyr_fft_execute(back.plan);
+            EXPECT_FALSE(written()) << missing;
+            lyr_fft_execute_split_dft(complex.plan, x, x + 64, y, y + 64);
+            EXPECT_TRUE(written()) << missing;
+        }
 }
 
 TEST(memory, blocks) {

@@ -96,7 +96,10 @@ std::vector<double> twiddle_table(const pass &s, int64_t sign, int64_t lanes) {
     if (!s.twiddled) return {};
     const int64_t columns = s.r - 1;
     std::vector<double> plain(static_cast<size_t>(2 * s.L * columns));
-    lyr::fill_stage_twiddles(plain.data(), s.r * s.L * s.m, s.r, s.L, s.m, sign);
+    lyr::root_source roots;
+    lyr::root_source_init(&roots, s.r * s.L * s.m, s.r * s.L);
+    lyr::fill_stage_twiddles(plain.data(), &roots, s.r, s.L, s.m, sign);
+    lyr::root_source_release(&roots);
     std::vector<double> table;
     if (s.m != 1 && lyr::has_ready_rows(lanes, s.r, s.L)) {
         for (const double x : plain) table.insert(table.end(), static_cast<size_t>(2 * lanes), x);

@@ -5,6 +5,7 @@
 
 #include <dlfcn.h>
 #include <pthread.h>
+#include <semaphore.h>
 #include <sys/resource.h>
 #include <sys/time.h>
 #include <sys/wait.h>
@@ -58,6 +59,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using lyr::pool_task;
+using lyr::processor_set;
 using lyr_tools::buffers;
 using lyr_tools::problem;
 
@@ -159,8 +161,8 @@ class machine {
         fs::create_directory(fs::path(folder) / "power");
         fs::create_directory(fs::path(folder) / "node");
         seen.node_directory = folder.c_str();
-        CPU_ZERO(&allowed);
-        for (int cpu = 0; cpu < CPU_SETSIZE; ++cpu) CPU_SET(cpu, &allowed);
+        allowed = {};
+        for (int cpu = 0; cpu < lyr::max_processors; ++cpu) allowed.add(cpu);
         current = 0;
         affinity_works = true;
         bound.clear();
@@ -177,30 +179,37 @@ class machine {
     machine &operator=(const machine &) = delete;
 
     std::string folder;
-    static inline cpu_set_t allowed;
-    static inline std::atomic<int> current;
+    static inline processor_set allowed;
+    static inline std::atomic<int> current;  // where all threads are
+    static inline thread_local int here;     // where this one is, when above 0
     static inline bool affinity_works;
-    static inline std::vector<cpu_set_t> bound;  // by worker
+    static inline std::vector<processor_set> bound;  // one call after the other
 
   private:
-    lyr::platform seen = {nullptr, [] { return current.load(); },
-                          [](cpu_set_t *set) {
+    lyr::platform seen = {nullptr, [] { return here > 0 ? here : current.load(); },
+                          [](processor_set *set) {
                               *set = allowed;
                               return affinity_works ? 0 : -1;
                           },
-                          [](pthread_t, const cpu_set_t *set) {
+                          [](pthread_t, const processor_set *set) {
                               bound.push_back(*set);
                               return affinity_works ? 0 : EINVAL;
-                          }};
+                          },
+                          lyr::this_machine.bound_to};
 };
 
-// "0-3,8": the processors of a mask.
-std::string list_of(const cpu_set_t &set) {
+bool equal(const processor_set &a, const processor_set &b) {
+    return std::equal(std::begin(a.words), std::end(a.words), b.words);
+}
+
+// "0-3,8": the processors of a mask; "-": all that the process may use.
+std::string list_of(const processor_set &set) {
+    if (equal(set, machine::allowed)) return "-";
     std::string text;
-    for (int cpu = 0; cpu < CPU_SETSIZE; ++cpu) {
-        if (!CPU_ISSET(cpu, &set)) continue;
+    for (int cpu = 0; cpu < lyr::max_processors; ++cpu) {
+        if (!set.has(cpu)) continue;
         int last = cpu;
-        while (last + 1 < CPU_SETSIZE && CPU_ISSET(last + 1, &set)) ++last;
+        while (set.has(last + 1)) ++last;
         text += (text.empty() ? "" : ",") + std::to_string(cpu);
         if (last > cpu) text += "-" + std::to_string(last);
         cpu = last;
@@ -217,10 +226,13 @@ std::string digits(int count, char digit) {
 TEST(topology, masks_of_processors) {
     struct example {
         std::string text;
-        std::vector<int32_t> cpus;
+        std::vector<int> cpus;
     };
-    std::vector<int32_t> first_160(160);
-    for (int32_t i = 0; i < 160; ++i) first_160[static_cast<size_t>(i)] = i;
+    const auto first = [](int count) {
+        std::vector<int> cpus;
+        for (int cpu = 0; cpu < count; ++cpu) cpus.push_back(cpu);
+        return cpus;
+    };
     const example examples[] = {
         {"00000000,0000000f\n", {0, 1, 2, 3}},
         {"a5\n", {0, 2, 5, 7}},
@@ -229,14 +241,18 @@ TEST(topology, masks_of_processors) {
         {"", {}},
         {"\n", {}},
         {"xyzA1\n", {0}},
-        {digits(40, 'f'), first_160},
-        {digits(64, 'f'), first_160},  // of 256
+        {digits(40, 'f'), first(160)},
+        {digits(512, 'f'), first(2048)},
+        {digits(3000, 'f'), first(lyr::max_processors)},
     };
     for (const example &e : examples) {
-        int32_t cpus[lyr::max_processors + 1];
-        const int count = lyr::parse_cpumap(e.text.c_str(), cpus);
-        EXPECT_EQ(std::vector<int32_t>(cpus, cpus + count), e.cpus) << e.text;
-        EXPECT_EQ(cpus[count], -1);
+        processor_set set;
+        const int count = lyr::parse_cpumap(e.text.c_str(), &set);
+        std::vector<int> cpus;
+        for (int cpu = 0; cpu < lyr::max_processors; ++cpu)
+            if (set.has(cpu)) cpus.push_back(cpu);
+        EXPECT_EQ(cpus, e.cpus) << e.text;
+        EXPECT_EQ(count, static_cast<int>(cpus.size()));
     }
 }
 
@@ -252,7 +268,8 @@ TEST(topology, distances) {
         EXPECT_FALSE(lyr::parse_distances(text, 2, d)) << text;
 }
 
-// The processors that workers are bound to, one after the other; "-": nowhere.
+// The processors that workers of a caller are bound to, one after the other; "-": those of the
+// process, or none where these are not known.
 std::string places(int workers, int caller, const char *policy) {
     setenv("LYR_FFT_AFFINITY", policy, 1);
     machine::current = caller;
@@ -260,9 +277,11 @@ std::string places(int workers, int caller, const char *policy) {
     lyr_fft_plan_with_nthreads(2);
     unsetenv("LYR_FFT_AFFINITY");
     std::string text;
+    lyr::placement where = lyr::affinity_here();
     for (int i = 0; i < workers; ++i) {
         machine::bound.clear();
-        lyr::pin_new_worker(pthread_self());
+        where.index = i;
+        lyr::affinity_bind(pthread_self(), where);
         text += (i ? " " : "") + (machine::bound.empty() ? "-" : list_of(machine::bound[0]));
     }
     return text;
@@ -280,8 +299,8 @@ TEST(topology, workers_on_one_node) {
     EXPECT_EQ(places(2, -1, "SPREAD"), "- -");
     EXPECT_EQ(places(2, 500, "CLOSE"), "- -");
     // Never a processor that the process may not use.
-    CPU_ZERO(&m.allowed);
-    CPU_SET(5, &m.allowed);
+    machine::allowed = {};
+    machine::allowed.add(5);
     EXPECT_EQ(places(2, 5, "SPREAD"), "- -");
     EXPECT_EQ(places(2, 5, "CLOSE"), "- -");
     EXPECT_EQ(lyr::usable_processors(), 1);
@@ -316,12 +335,25 @@ TEST(topology, workers_on_several_nodes) {
         EXPECT_EQ(places(8, 0, "CLOSE"), "0-1 4-5 4-5 2-3 2-3 6-7 6-7 -");
         EXPECT_EQ(lyr::numa_node_count(), 4);
     }
+    {
+        // Distances are those of nodes that are there, whatever their numbers.
+        const machine gaps(
+            {{8, "3\n", "10 40 20\n"}, {1023, "c\n", "20 40 10\n"}, {250, "30\n", "40 10 40\n"}});
+        EXPECT_EQ(places(6, 0, "CLOSE"), "0-1 2-3 2-3 4-5 4-5 -");
+        EXPECT_EQ(lyr::numa_node_count(), 3);
+        EXPECT_EQ(places(3, 4, "SPREAD"), "0 5 1");
+    }
+    {
+        const machine wide({{4, digits(512, 'f'), "10\n"}});  // the file has 575 bytes
+        EXPECT_EQ(places(1, 2000, "CLOSE"), "0-2047");
+    }
 }
 
 TEST(topology, any_machine) {
     random_source random{11};
     for (int i = 0; i < 200 / test_scale + 5; ++i) {
-        const int nodes = 1 + static_cast<int>(random.below(4)), size = 4 << random.below(4);
+        const int nodes = 1 + static_cast<int>(random.below(i % 20 == 4 ? 40 : 4));
+        const int size = 4 << random.below(nodes > 4 ? 6 : 4);
         std::vector<machine::node> list;
         for (int k = 0; k < nodes; ++k) {
             std::string row;
@@ -333,27 +365,33 @@ TEST(topology, any_machine) {
                             row + "\n"});
         }
         const machine m(list);
-        for (int cpu = 0; cpu < CPU_SETSIZE; ++cpu)
-            if (random.below(3) == 0) CPU_CLR(cpu, &m.allowed);
+        for (int cpu = 0; cpu < lyr::max_processors; ++cpu)
+            if (random.below(3) == 0) machine::allowed.remove(cpu);
         const int caller = static_cast<int>(random.below(nodes * size));
-        CPU_SET(caller, &m.allowed);
+        machine::allowed.add(caller);
         for (const char *policy : {"SPREAD", "CLOSE"}) {
             SCOPED_TRACE(std::to_string(nodes) + " nodes of " + std::to_string(size) + ", caller " +
                          std::to_string(caller) + ", " + policy);
             places(0, caller, policy);
             machine::bound.clear();
-            for (int k = 0; k < nodes * size + 3; ++k) lyr::pin_new_worker(pthread_self());
-            int usable = 0;
-            for (int cpu = 0; cpu < nodes * size; ++cpu) usable += CPU_ISSET(cpu, &m.allowed) != 0;
-            EXPECT_LT(static_cast<int>(machine::bound.size()), usable) << "one is the caller's";
-            for (const cpu_set_t &set : machine::bound) {
-                cpu_set_t inside;
-                CPU_AND(&inside, &set, &m.allowed);
-                EXPECT_TRUE(CPU_EQUAL(&inside, &set) && CPU_COUNT(&set) > 0) << list_of(set);
+            lyr::placement where = lyr::affinity_here();
+            for (; where.index < nodes * size + 3; ++where.index)
+                lyr::affinity_bind(pthread_self(), where);
+            int usable = 0, placed = 0;
+            for (int cpu = 0; cpu < nodes * size; ++cpu) usable += machine::allowed.has(cpu);
+            for (const processor_set &set : machine::bound) {
+                if (equal(set, machine::allowed)) continue;
+                ++placed;
+                int inside = 0;
+                for (int cpu = 0; cpu < nodes * size; ++cpu)
+                    inside += set.has(cpu) && machine::allowed.has(cpu);
+                EXPECT_TRUE(inside > 0 && inside == set.count()) << list_of(set);
                 if (*policy == 'S') {
-                    EXPECT_FALSE(CPU_ISSET(caller, &set));
+                    EXPECT_FALSE(set.has(caller));
                 }
             }
+            EXPECT_LT(placed, usable) << "one is the caller's";
+            EXPECT_TRUE(placed > 0 || usable < 4);
         }
     }
 }
@@ -367,26 +405,27 @@ TEST(topology, thread_caps) {
                       high = "ffff" + std::string(8, 'f') + std::string(12, '0');
     const example examples[] = {
         {{{0, low, "10 20\n"}, {1, high, "20 10\n"}}, 48},
-        {{{0, low, "10\n"}}, 100},
-        {{{0, "7\n", "10 20\n"}, {1, "38\n", "20 10\n"}}, 100},  // an odd number
-        {{{0, "0\n", "10 20\n"}, {1, "3\n", "20 10\n"}}, 100},
-        {{{0, "3\n", "10 20 20\n"}, {1, "c\n", "20 10 20\n"}, {2, "30\n", "20 20 10\n"}}, 100},
-        {{{0, "3\n", "10 20 9 9\n"},
-          {1, "c\n", "9 10 9 9\n"},
-          {2, "30\n", "9 9 10 9\n"},
-          {3, "c0\n", "9 9 9 10\n"},
-          {4, "ff00\n", ""},
-          {17, "ff0000\n", ""}},
-         4},
-        {{{0, low, "10 20\n"}, {1, high, "20\n"}}, 100},  // a distance is missing
+        {{{0, low, "10\n"}}, -1},
+        {{{0, "7\n", "10 20\n"}, {1, "38\n", "20 10\n"}}, -1},  // an odd number
+        {{{0, "0\n", "10 20\n"}, {1, "3\n", "20 10\n"}}, -1},
+        {{{0, "3\n", "10 20 20\n"}, {1, "c\n", "20 10 20\n"}, {2, "30\n", "20 20 10\n"}}, -1},
+        {{{0, "3\n", "10 20 9 9 9 9\n"},
+          {1, "c\n", "9 10 9 9 9 9\n"},
+          {2, "30\n", "9 9 10 9 9 9\n"},
+          {3, "c0\n", "9 9 9 10 9 9\n"},
+          {4, "ff00\n", "9 9 9 9 10 9\n"},
+          {17, "ff0000\n", "9 9 9 9 9 10\n"}},
+         6},
+        {{{0, digits(150, 'f'), "10 20\n"}, {1, "0\n", "20 10\n"}}, 600},
+        {{{0, low, "10 20\n"}, {1, high, "20\n"}}, -1},  // a distance is missing
     };
     for (const example &e : examples) {
         const machine m(e.nodes);
         lyr_fft_plan_with_nthreads(2);
-        EXPECT_EQ(lyr::threads_for_plan(100), e.cap) << e.nodes[0].distance;
+        EXPECT_EQ(lyr::threads_for_plan(1000), e.cap < 0 ? 1000 : e.cap) << e.nodes[0].distance;
         EXPECT_EQ(lyr::threads_for_plan(3), 3);
-        if (e.cap == 4) {
-            EXPECT_EQ(dealt_out("ocf512*16", 8), "4:4+4+4+4");
+        if (e.cap == 6) {
+            EXPECT_EQ(dealt_out("ocf512*16", 8), "6: 6 of 3");
         }
     }
 }
@@ -399,8 +438,8 @@ TEST(topology, incomplete_machines) {
         {{0, "f\n", ""}},
         {{0, "\n", "10\n"}},
         {{0, "f\n", "ten\n"}},
-        {{0, "f\n", "10 20\n"}, {2, "f0\n", "20 10\n"}},  // node 1 is missing
-        {{4, "f\n", "10\n"}},
+        {{0, "f\n", "10 20\n"}, {1, "f0\n", "20\n"}},
+        {{1024, "f\n", "10\n"}},
         {{0, "0\n", "10\n"}},
         {{0, digits(64, '0'), "10\n"}},
     };
@@ -423,11 +462,13 @@ TEST(topology, incomplete_machines) {
         EXPECT_EQ(lyr::numa_node_count(), 0);
     }
     {
-        // Memory for the distances is the only one that is taken.
         const machine m({{0, "f\n", "10\n"}});
-        mallocs_until_failure = 0;
+        for (int successes = 0; successes < 3; ++successes) {
+            mallocs_until_failure = successes;
+            EXPECT_EQ(lyr::numa_node_count(), 0);
+            mallocs_until_failure = -1;
+        }
         EXPECT_EQ(lyr::numa_node_count(), 1);
-        mallocs_until_failure = -1;
     }
 }
 
@@ -468,7 +509,7 @@ TEST(topology, first_plan_sets_the_policy) {
             const bool first = other == text;
             EXPECT_EQ(lyr::affinity_policy_get(), first ? policy : lyr::affinity_none) << other;
             if (first) {
-                EXPECT_EQ(holder.plan->children[0].nthreads, 4 / holder.plan->nchildren);
+                EXPECT_EQ(holder.plan->children[0].nthreads, 4 / holder.plan->shares);
                 break;
             }
         }
@@ -496,6 +537,31 @@ testing::AssertionResult comes_down_to(int64_t threads) {
     return testing::AssertionFailure() << tasks_of_process() << " threads, expected " << threads;
 }
 
+// So many threads the system starts for us, up to a limit. No worker is left then.
+int64_t available_threads(int64_t limit) {
+    lyr_fft_cleanup_threads();
+    std::vector<pthread_t> threads;
+    static sem_t end;
+    sem_init(&end, 0, 0);
+    const auto wait = [](void *) -> void * {
+        while (sem_wait(&end) != 0) {
+        }
+        return nullptr;
+    };
+    for (pthread_t thread; static_cast<int64_t>(threads.size()) < limit;) {
+        if (__real_pthread_create(&thread, nullptr, wait, nullptr) != 0) break;
+        threads.push_back(thread);
+    }
+    for (size_t i = 0; i < threads.size(); ++i) sem_post(&end);
+    for (const pthread_t thread : threads) pthread_join(thread, nullptr);
+    return static_cast<int64_t>(threads.size());
+}
+
+// Skips a test that makes no sense where the system does not start so many threads.
+#define NEEDS_THREADS(wanted)                                                      \
+    if (const int64_t available = available_threads(wanted); available < (wanted)) \
+    GTEST_SKIP() << "needs " << (wanted) << " threads, the system starts " << available
+
 // Counts for every item how often it was done, and by which chunk.
 struct ledger {
     int64_t n;
@@ -522,6 +588,7 @@ struct ledger {
 };
 
 TEST(pool, runs_every_item_once) {
+    NEEDS_THREADS(2);
     std::thread([] {}).join();  // with the first one sanitizers start a thread of their own
     lyr_fft_cleanup_threads();
     const int64_t before = tasks_of_process();
@@ -551,13 +618,14 @@ TEST(pool, makes_workers_when_needed) {
         lyr::thread_pool_run(n, threads, align, ledger::work, &l);
         return lyr::pool_worker_count();
     };
+    const int64_t most = available_threads(511);
     EXPECT_EQ(workers_after(8, 1, 1), 0);
     EXPECT_EQ(workers_after(8, 8, 8), 0);
-    EXPECT_EQ(workers_after(10, 4, 1), 3);
-    EXPECT_EQ(workers_after(10, 2, 1), 3);
-    EXPECT_EQ(workers_after(100, 8, 8), 6);
-    EXPECT_EQ(workers_after(2000, 100000, 1), 499) << "chunks of 4";
-    EXPECT_EQ(workers_after(512, 100000, 1), 511);
+    EXPECT_EQ(workers_after(10, 4, 1), std::min<int64_t>(3, most));
+    EXPECT_EQ(workers_after(10, 2, 1), std::min<int64_t>(3, most));
+    EXPECT_EQ(workers_after(100, 8, 8), std::min<int64_t>(6, most));
+    EXPECT_EQ(workers_after(2000, 100000, 1), std::min<int64_t>(499, most)) << "chunks of 4";
+    EXPECT_EQ(workers_after(512, 100000, 1), std::min<int64_t>(511, most));
     lyr_fft_cleanup_threads();
     EXPECT_EQ(lyr::pool_worker_count(), 0);
     lyr_fft_cleanup_threads();
@@ -575,6 +643,7 @@ TEST(pool, nested_runs) {
 }
 
 TEST(pool, threads_that_cannot_be_made) {
+    NEEDS_THREADS(6);
     for (const int setting : {4, 60})
         for (int64_t successes = 0; successes < 7; ++successes) {
             lyr_fft_cleanup_threads();
@@ -588,19 +657,19 @@ TEST(pool, threads_that_cannot_be_made) {
             EXPECT_EQ(lyr::pool_worker_count(), std::min<int64_t>(successes, 6));
             threads_until_failure = -1;
         }
-    // With memory for some workers only, what was begun is finished and the rest is left.
+    // Nor is anything lost without memory: for the record of the caller, and for those of workers.
     for (int64_t successes = 0; successes < 8; ++successes) {
         lyr_fft_cleanup_threads();
         lyr_fft_plan_with_nthreads(7);
-        ledger l(70);
-        mallocs_until_failure = successes;
-        lyr::thread_pool_run(70, 7, 1, ledger::work, &l);
-        mallocs_until_failure = -1;
-        EXPECT_EQ(l.times(1), successes < 6 ? 10 * successes : 70);
-        EXPECT_EQ(l.times(1) + l.times(0), 70);
-        ledger again(70);
-        lyr::thread_pool_run(70, 7, 1, ledger::work, &again);
-        EXPECT_EQ(again.times(1), 70) << "afterwards";
+        for (const bool memory : {false, true}) {
+            ledger l(70);
+            mallocs_until_failure = memory ? -1 : successes;
+            lyr::thread_pool_run(70, 7, 1, ledger::work, &l);
+            mallocs_until_failure = -1;
+            EXPECT_EQ(l.times(1), 70) << "after " << successes;
+            EXPECT_EQ(lyr::pool_worker_count(),
+                      memory ? 6 : std::min<int64_t>(6, std::max<int64_t>(successes - 1, 0)));
+        }
     }
     lyr_fft_cleanup_threads();
     EXPECT_EQ(lyr::pool_worker_count(), 0);
@@ -627,6 +696,11 @@ TEST(pool, interrupted_by_signals) {
     EXPECT_GT(interruptions, 10);
 }
 
+int64_t microseconds(const rusage &r) {
+    return (r.ru_utime.tv_sec + r.ru_stime.tv_sec) * 1'000'000 + r.ru_utime.tv_usec +
+           r.ru_stime.tv_usec;
+}
+
 // Workers that have nothing to do sleep, and wake up again.
 TEST(pool, idle_workers_take_no_time) {
     lyr_fft_cleanup_threads();
@@ -640,43 +714,227 @@ TEST(pool, idle_workers_take_no_time) {
         getrusage(RUSAGE_SELF, &start);
         usleep(100'000);
         getrusage(RUSAGE_SELF, &end);
-        const auto microseconds = [](const rusage &r) {
-            return (r.ru_utime.tv_sec + r.ru_stime.tv_sec) * 1'000'000 + r.ru_utime.tv_usec +
-                   r.ru_stime.tv_usec;
-        };
         EXPECT_LT(microseconds(end) - microseconds(start), 10'000);
     }
 }
 
 TEST(pool, workers_follow_the_caller) {
+    NEEDS_THREADS(2);
     const machine m({{0, "ff\n", "10\n"}});
     lyr_fft_plan_with_nthreads(3);
     const auto run_on = [](int cpu) {
         machine::current = cpu;
         machine::bound.clear();
-        lyr::pool_refresh_placement();
         ledger l(3);
         lyr::thread_pool_run(3, 3, 1, ledger::work, &l);
         EXPECT_EQ(l.times(1), 3);
         std::string text;
-        for (const cpu_set_t &set : machine::bound) text += list_of(set) + " ";
+        for (const processor_set &set : machine::bound) text += list_of(set) + " ";
         return text;
     };
+    const int64_t started = lyr::pool_count().started;
     EXPECT_EQ(run_on(0), "4 1,5 ");
     EXPECT_EQ(run_on(0), "");
     EXPECT_EQ(run_on(4), "0 1,5 ");
-    EXPECT_EQ(run_on(-1), "");
-    EXPECT_EQ(lyr::pool_worker_count(), 2);
+    EXPECT_EQ(run_on(-1), "- - ");
     machine::affinity_works = false;  // no reason not to run
     EXPECT_EQ(run_on(6), "0 1,4-5 ");
-    lyr::pool_refresh_placement_at(7);
-    EXPECT_EQ(lyr::pool_worker_count(), 0);
+    machine::affinity_works = true;
     setenv("LYR_FFT_AFFINITY", "NO", 1);
     lyr_fft_plan_with_nthreads(3);
     unsetenv("LYR_FFT_AFFINITY");
-    EXPECT_EQ(run_on(2), "");
+    EXPECT_EQ(run_on(2), "- - ");
     EXPECT_EQ(run_on(3), "");
+    EXPECT_EQ(lyr::pool_count().started, started + 2) << "workers are kept";
     EXPECT_EQ(lyr::pool_worker_count(), 2);
+    lyr_fft_cleanup_threads();
+    EXPECT_EQ(run_on(1), "- - ") << "a machine that was forgotten";
+}
+
+// Each calling thread keeps its workers where they are, whatever the others do.
+TEST(pool, several_callers) {
+    NEEDS_THREADS(16);
+    const machine m({{0, "ffff\n", "10\n"}});
+    lyr_fft_plan_with_nthreads(4);
+    constexpr int callers = 4, runs = 100 / test_scale + 20;
+    std::atomic<int64_t> right = 0, warm = 0;
+    const auto run = [&right] {
+        ledger l(40);
+        lyr::thread_pool_run(40, 4, 1, ledger::work, &l);
+        right += l.times(1) == 40;
+    };
+    lyr::pool_counts before = {};
+    std::vector<std::thread> threads;
+    for (int i = 0; i < callers; ++i)
+        threads.emplace_back([&, i] {
+            machine::here = 4 * i + 1;
+            run();
+            if (++warm == callers) before = lyr::pool_count();
+            while (warm < callers) usleep(100);
+            for (int k = 0; k < runs; ++k) run();
+        });
+    for (std::thread &t : threads) t.join();
+    EXPECT_EQ(right, callers * (runs + 1));
+    // Where a thread stands still for a second others may take its workers.
+    EXPECT_LT(lyr::pool_count().started - before.started, runs / 4);
+    EXPECT_LT(lyr::pool_count().bound - before.bound, runs / 4);
+
+    // Workers of callers that are gone serve those that come.
+    for (int i = 0; i < 60; ++i) std::thread(run).join();
+    EXPECT_EQ(right, callers * (runs + 1) + 60);
+    EXPECT_LE(lyr::pool_worker_count(), 40);
+    lyr_fft_cleanup_threads();
+    EXPECT_EQ(lyr::pool_worker_count(), 0);
+}
+
+// Binds all threads to the first processor of the process, as long as it exists.
+class one_processor {
+  public:
+    one_processor() {
+        EXPECT_EQ(sched_getaffinity(0, sizeof before, before.system()), 0);
+        for (int cpu = lyr::max_processors - 1; cpu >= 0; --cpu)
+            if (before.has(cpu)) first = cpu;
+        processor_set one = {};
+        one.add(first);
+        bind(one);
+    }
+    ~one_processor() { bind(before); }
+    one_processor(const one_processor &) = delete;
+    one_processor &operator=(const one_processor &) = delete;
+
+    processor_set before = {};
+    int first = 0;
+
+  private:
+    static void bind(const processor_set &set) {
+        for (const auto &entry : fs::directory_iterator("/proc/self/task"))
+            sched_setaffinity(std::stoi(entry.path().filename()), sizeof set, set.system());
+    }
+};
+
+// Workers that nobody places get the processors of the process, not those of the thread that
+// happened to make them; others get their own.
+TEST(pool, callers_that_are_bound) {
+    NEEDS_THREADS(3);
+    for (const char *policy : {"NO", "SPREAD"}) {
+        lyr_fft_cleanup_threads();
+        const one_processor bound;
+        setenv("LYR_FFT_AFFINITY", policy, 1);
+        lyr_fft_plan_with_nthreads(4);
+        unsetenv("LYR_FFT_AFFINITY");
+        processor_set seen[4] = {};
+        const auto look = [](const pool_task *task) {
+            processor_set *set = static_cast<processor_set *>(task->arg) + task->index;
+            sched_getaffinity(0, sizeof *set, set->system());
+        };
+        lyr::thread_pool_run(4, 4, 1, look, seen);
+        EXPECT_EQ(seen[3].count(), 1);
+        for (int i = 0; i < 3; ++i) {
+            if (*policy == 'N') {
+                EXPECT_TRUE(equal(seen[i], bound.before)) << seen[i].count();
+            } else if (bound.before.count() > 1) {
+                EXPECT_FALSE(equal(seen[i], seen[3])) << i;
+            }
+        }
+    }
+    lyr_fft_cleanup_threads();
+}
+
+// Threads that outnumber their processors give way to each other instead of spinning, whether this
+// was so from the start or the processors became fewer. Processor time tells.
+TEST(pool, more_threads_than_processors) {
+    if (test_scale > 1) GTEST_SKIP() << "is about times";
+    for (const int processors : {1, 8}) {
+        const machine m({{0, "ff\n", "10\n"}});
+        machine::allowed = {};
+        for (int cpu = 0; cpu < processors; ++cpu) machine::allowed.add(cpu);
+        lyr_fft_plan_with_nthreads(3);
+        const auto run = [] {
+            ledger l(99);
+            lyr::thread_pool_run(99, 3, 1, ledger::work, &l);
+            EXPECT_EQ(l.times(1), 99);
+        };
+        run();
+        const one_processor bound;
+        for (int i = 0; i < 3; ++i) run();
+        constexpr int runs = 40;
+        rusage start, end;
+        getrusage(RUSAGE_SELF, &start);
+        for (int i = 0; i < runs; ++i) {
+            usleep(4000);
+            run();
+        }
+        getrusage(RUSAGE_SELF, &end);
+        EXPECT_LT(microseconds(end) - microseconds(start), 700 * runs) << processors;
+    }
+}
+
+// A thread that is cancelled goes on until the library is done: nothing is lost or locked.
+TEST(pool, cancelled_callers) {
+    NEEDS_THREADS(2);
+    for (const int setting : {4, 60}) {
+        const machine m({{0, "ff\n", "10\n"}});
+        std::atomic<int> done = 0;
+        struct argument {
+            int setting;
+            std::atomic<int> *done;
+            ledger l;
+        } a = {setting, &done, ledger(100)};
+        const auto cancelled = [](void *arg) -> void * {
+            argument *const given = static_cast<argument *>(arg);
+            const int threads = given->setting;
+            pthread_cancel(pthread_self());
+            lyr_fft_plan_with_nthreads(threads);
+            ++*given->done;
+            lyr::thread_pool_run(100, threads, 1, ledger::work, &given->l);
+            ++*given->done;
+            lyr_fft_cleanup_threads();
+            ++*given->done;
+            for (;;) pthread_testcancel();
+        };
+        pthread_t thread;
+        ASSERT_EQ(__real_pthread_create(&thread, nullptr, cancelled, &a), 0);
+        void *result = nullptr;
+        pthread_join(thread, &result);
+        EXPECT_EQ(result, PTHREAD_CANCELED);
+        EXPECT_EQ(done, 3);
+        EXPECT_EQ(a.l.times(1), 100);
+        EXPECT_EQ(lyr::pool_worker_count(), 0);
+        EXPECT_EQ(lyr::threads_for_plan(8), 8);
+    }
+}
+
+// Runs and clean-ups meet in any order; every clean-up ends what is idle, and what was running.
+TEST(pool, cleanups_at_any_time) {
+    NEEDS_THREADS(12);
+    lyr_fft_cleanup_threads();
+    const int64_t before = tasks_of_process();
+    lyr_fft_plan_with_nthreads(4);
+    constexpr int callers = 3, runs = 2000 / test_scale + 50;
+    std::atomic<int> right = 0, running = callers;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < callers; ++i)
+        threads.emplace_back([&] {
+            for (int k = 0; k < runs; ++k) {
+                ledger l(64);
+                lyr::thread_pool_run(64, 4, 1, ledger::work, &l);
+                right += l.times(1) == 64;
+            }
+            --running;
+        });
+    int64_t most = 0;
+    for (int i = 0; running > 0; ++i) {
+        lyr_fft_cleanup_threads();
+        most = std::max(most, lyr::pool_worker_count());
+        if (i % 4 == 0) lyr_fft_plan_with_nthreads(i % 8 ? 4 : 49);
+    }
+    for (std::thread &t : threads) t.join();
+    EXPECT_EQ(right, callers * runs);
+    EXPECT_LE(most, callers * 3);
+    lyr_fft_cleanup_threads();
+    EXPECT_EQ(lyr::pool_worker_count(), 0);
+    EXPECT_TRUE(comes_down_to(before));
+    lyr_fft_plan_with_nthreads(1);
 }
 
 // ---- Transforms ---------------------------------------------------------------------------------
@@ -856,6 +1114,7 @@ void plan_and_run(const char *text, int rounds, std::atomic<int> &right) {
 }
 
 TEST(transforms, from_several_threads) {
+    NEEDS_THREADS(16);
     constexpr const char *texts[] = {"ocf64*40", "icf2048", "ocf24x30", "oscf16x16*3"};
     constexpr int rounds = static_cast<int>(100 / test_scale) + 2;
     std::atomic<int> right = 0;
@@ -888,6 +1147,7 @@ TEST(transforms, pools_come_and_go) {
 // allocator takes no care of forks: the child may find one of its locks taken, and wait for ever.
 #if !defined(LYRA_TEST_SANITIZED)
 TEST(transforms, in_a_child_of_fork) {
+    NEEDS_THREADS(12);
     const problem p = problem_of("ocf64*40");
     buffers b = buffers_of(p);
     lyr_fft_cleanup_threads();
@@ -925,6 +1185,7 @@ TEST(transforms, in_a_child_of_fork) {
 
 // Its code stays as long as the process, for the workers that run it.
 TEST(transforms, library_closed_under_its_workers) {
+    NEEDS_THREADS(3);
     void *library = dlopen(LYRA_LIBRARY_FILE, RTLD_NOW | RTLD_LOCAL);
     ASSERT_TRUE(library) << dlerror();
     const auto symbol = [library](const char *name) { return dlsym(library, name); };
@@ -948,6 +1209,25 @@ TEST(transforms, library_closed_under_its_workers) {
     library = dlopen(LYRA_LIBRARY_FILE, RTLD_NOW | RTLD_LOCAL | RTLD_NOLOAD);
     EXPECT_TRUE(library) << "unloaded";
 }
+
+// A plug-in with the static library inside: after the clean-up nothing of it runs any more.
+#if !defined(LYRA_TEST_SANITIZED)
+TEST(transforms, plug_in_that_is_unloaded) {
+    NEEDS_THREADS(4);
+    const int64_t before = tasks_of_process();
+    for (int i = 0; i < 20 / test_scale + 3; ++i) {
+        void *plug_in = dlopen(LYRA_PLUG_IN_FILE, RTLD_NOW | RTLD_LOCAL);
+        ASSERT_TRUE(plug_in) << dlerror();
+        const auto run =
+            reinterpret_cast<int (*)(int threads)>(dlsym(plug_in, "transform_and_clean_up"));
+        ASSERT_TRUE(run);
+        EXPECT_EQ(run(i % 2 ? 4 : 60), 1);
+        dlclose(plug_in);
+        ASSERT_FALSE(dlopen(LYRA_PLUG_IN_FILE, RTLD_NOW | RTLD_LOCAL | RTLD_NOLOAD));
+    }
+    EXPECT_TRUE(comes_down_to(before));
+}
+#endif
 
 }  // namespace
 }  // namespace lyr_test

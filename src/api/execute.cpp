@@ -5,8 +5,6 @@
 
 namespace {
 
-using lyr::plan;
-
 double *reals(lyr_fft_complex *array) {
     return reinterpret_cast<double *>(array);
 }
@@ -20,7 +18,7 @@ __attribute__((noinline)) void run_on_stack(function run) {
 }
 
 template <class function>
-__attribute__((noinline)) void run_on_lent(const plan *p, const double *in, const double *out,
+__attribute__((noinline)) void run_on_lent(const lyr::plan *p, const double *in, const double *out,
                                            function run) {
     const lyr::lent_scratch scratch = lyr::scratch_lend(p, in, out);
     run(scratch.memory);
@@ -28,7 +26,8 @@ __attribute__((noinline)) void run_on_lent(const plan *p, const double *in, cons
 }
 
 template <class function>
-inline void run_with_scratch(const plan *p, const double *in, const double *out, function run) {
+inline void run_with_scratch(const lyr::plan *p, const double *in, const double *out,
+                             function run) {
     if (p->scratch_bytes == 0)
         run(nullptr);
     else if (p->scratch_bytes <= lyr::stack_scratch_bytes)
@@ -37,14 +36,31 @@ inline void run_with_scratch(const plan *p, const double *in, const double *out,
         run_on_lent(p, in, out, run);
 }
 
-void run(const plan *p, double *in, double *out) {
-    if (p && in && out)
+void run(const lyr::plan *p, double *in, double *out) {
+    if (in && out)
         run_with_scratch(p, in, out, [=](double *scratch) { p->execute_fn(p, in, out, scratch); });
 }
 
-void run_split(const plan *p, double *ri, double *ii, double *ro, double *io) {
+void run_split(const lyr::plan *p, double *ri, double *ii, double *ro, double *io) {
     run_with_scratch(p, ri, ro,
                      [=](double *scratch) { p->execute_split_fn(p, ri, ii, ro, io, scratch); });
+}
+
+// Calls that a plan is not made for have no effect.
+bool is_interleaved(const lyr::plan *plan, int32_t kind) {
+    return plan && plan->kind == kind && plan->split != 1;
+}
+
+bool is_split(const lyr::plan *plan, int32_t kind) {
+    return plan && plan->kind == kind && plan->split == 1 && plan->execute_split_fn;
+}
+
+// Whether the arrays given at planning are all there: sides of complex numbers that are split have
+// two.
+bool has_arrays(const lyr::plan *plan) {
+    if (!plan->in || !plan->out) return false;
+    if (plan->split != 1) return true;
+    return (plan->kind == kind_r2c || plan->in_imag) && (plan->kind == kind_c2r || plan->out_imag);
 }
 
 }  // namespace
@@ -52,36 +68,36 @@ void run_split(const plan *p, double *ri, double *ii, double *ro, double *io) {
 extern "C" {
 
 void lyr_fft_execute(const lyr_fft_plan plan) {
-    if (plan) run(plan, plan->in, plan->out);
+    if (plan && has_arrays(plan)) run(plan, plan->in, plan->out);
 }
 
 void lyr_fft_execute_dft(const lyr_fft_plan plan, lyr_fft_complex *in, lyr_fft_complex *out) {
-    run(plan, reals(in), reals(out));
+    if (is_interleaved(plan, kind_complex)) run(plan, reals(in), reals(out));
 }
 
 void lyr_fft_execute_dft_r2c(const lyr_fft_plan plan, double *in, lyr_fft_complex *out) {
-    run(plan, in, reals(out));
+    if (is_interleaved(plan, kind_r2c)) run(plan, in, reals(out));
 }
 
 void lyr_fft_execute_dft_c2r(const lyr_fft_plan plan, lyr_fft_complex *in, double *out) {
-    run(plan, reals(in), out);
+    if (is_interleaved(plan, kind_c2r)) run(plan, reals(in), out);
 }
 
 void lyr_fft_execute_r2r(const lyr_fft_plan plan, double *in, double *out) {
-    run(plan, in, out);
+    if (is_interleaved(plan, kind_r2r)) run(plan, in, out);
 }
 
 void lyr_fft_execute_split_dft(const lyr_fft_plan plan, double *ri, double *ii, double *ro,
                                double *io) {
-    if (plan && ri && ii && ro && io && plan->execute_split_fn) run_split(plan, ri, ii, ro, io);
+    if (is_split(plan, kind_complex) && ri && ii && ro && io) run_split(plan, ri, ii, ro, io);
 }
 
 void lyr_fft_execute_split_dft_r2c(const lyr_fft_plan plan, double *in, double *ro, double *io) {
-    if (plan && in && ro && io && plan->execute_split_fn) run_split(plan, in, nullptr, ro, io);
+    if (is_split(plan, kind_r2c) && in && ro && io) run_split(plan, in, nullptr, ro, io);
 }
 
 void lyr_fft_execute_split_dft_c2r(const lyr_fft_plan plan, double *ri, double *ii, double *out) {
-    if (plan && ri && ii && out && plan->execute_split_fn) run_split(plan, ri, ii, out, nullptr);
+    if (is_split(plan, kind_c2r) && ri && ii && out) run_split(plan, ri, ii, out, nullptr);
 }
 
 void lyr_fft_destroy_plan(lyr_fft_plan plan) {

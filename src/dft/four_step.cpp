@@ -11,7 +11,7 @@ namespace lyr {
 
 namespace {
 
-void execute_four_step(const plan *p, double *in, double *out, double *scratch) {
+void execute_c2c_1d_large(const plan *p, double *in, double *out, double *scratch) {
     const plan *columns = &p->children[0], *rows = &p->children[1];
     double *below = scratch_below(p, scratch);
     columns->execute_fn(columns, in, scratch, below);
@@ -56,7 +56,8 @@ void fill_rotation(double *table, int64_t n1, int64_t n2, int64_t sign, int64_t 
 
 int build_four_step(plan *p, int64_t n1, int64_t n2) {
     const int64_t row = padded_row(n2);
-    p->execute_fn = execute_four_step;
+    p->execute_fn = execute_c2c_1d_large;
+    p->execute_name = "execute_c2c_1d_large";
     p->nchildren = 2;
     p->children = plan_alloc_children(2);
     if (!p->children) return -1;

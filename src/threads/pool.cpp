@@ -1,12 +1,15 @@
 // Workers wait for their task spinning on `slot`, so that handing over needs no system call while
 // work is flowing, and sleep on a semaphore after a while without any. In large pools they sleep at
-// once: spinning would take processors from those that work.
+// once: spinning would take processors from those that work. Each belongs to the thread that it was
+// last at work for, and is bound anew when that one has moved to another processor.
 #include "threads/pool.h"
 
 #include <pthread.h>
 #include <sched.h>
 #include <semaphore.h>
 #include <signal.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
@@ -20,7 +23,10 @@ namespace lyr {
 namespace {
 
 constexpr int64_t most_spinning_threads = 48;
-constexpr int64_t spin_nanoseconds = 1'000'000;  // without a task, before a worker sleeps
+constexpr int64_t spin_nanoseconds = 1'000'000;   // without a task, before a worker sleeps
+constexpr int64_t crowded_nanoseconds = 50'000;   // the same where threads outnumber processors
+constexpr int64_t patience_nanoseconds = 20'000;  // of a caller, before it looks at processors
+constexpr int64_t look_nanoseconds = 1'000'000;   // between its looks
 
 // Values of `slot`; any other is the address of the worker: a task is posted.
 constexpr uint64_t slot_idle = 0, slot_running = 1, slot_asleep = 2, slot_exit = UINT64_MAX;
@@ -31,24 +37,50 @@ struct worker {
     sem_t done;               // of workers that never spin
     work_function fn;         // null: end
     pool_task task;
-    worker *next;  // in idle_workers
+    worker *next;  // in a list of workers
     uint64_t slot;
+    pthread_t thread;
+    placement where;
     bool spins;
+    bool crowded;  // its caller's threads outnumber their processors; read and written with atomics
     char padding_after[64];
 };
 
-// Everything is set up by lyr_fft_init_threads.
-int32_t pool_initialized = 0;  // read with acquire
-pthread_mutex_t pool_init_mutex = PTHREAD_MUTEX_INITIALIZER;
-sem_t pool_lock;        // for idle_workers
-sem_t worker_exit_sem;  // posted by every worker that ends
-worker *idle_workers = nullptr;
+// A thread that has run something, and its workers that wait for more. The list is a stack: the
+// worker whose turn is first returns to its top, so that in the next run it does the same chunk,
+// whose data its caches hold.
+struct caller {
+    pid_t thread;
+    int32_t runs;       // that it is in the middle of; more than one where runs are nested
+    int64_t busy;       // workers at work in them
+    int64_t last_used;  // in nanoseconds
+    worker *idle;
+    caller *next;
+    // What only the thread itself uses.
+    int64_t looked;      // when it last looked at
+    int32_t processors;  // those that it and its workers may use; 0: not yet
+};
+
+// Workers of others are taken rather than new ones made when those have not run anything for so
+// long, and in any case when there are so many workers.
+constexpr int64_t forgotten_nanoseconds = 1'000'000'000;
+constexpr int64_t many_workers = max_threads;
+
+pthread_mutex_t pool_lock = PTHREAD_MUTEX_INITIALIZER;  // for what follows
+caller *callers = nullptr;                              // the one that ran last comes first
+uint32_t pool_age = 0;  // clean-ups begun: runs in progress are counted by the parity of their age
+int64_t runs_in_progress[2] = {0, 0};
+pthread_cond_t runs_ended = PTHREAD_COND_INITIALIZER;
+
+// Held by lyr_fft_cleanup_threads, before pool_lock.
+pthread_mutex_t cleanup_lock = PTHREAD_MUTEX_INITIALIZER;
 
 // Read and written with relaxed atomics.
 int64_t pool_nthreads = 1;
 int32_t thread_cap = -1;       // no cap
 int64_t workers_existing = 0;  // idle or not
-int64_t workers_awake = 0;
+int64_t workers_awake = 0;     // that spin or work; one that was woken counts at once
+int64_t workers_started = 0, workers_bound = 0;
 
 template <class number>
 number load(const number *x) {
@@ -70,12 +102,17 @@ bool wait_for(sem_t *semaphore) {
     return status == 0;
 }
 
-void lock_idle_workers() {
-    wait_for(&pool_lock);
-}
-void unlock_idle_workers() {
-    sem_post(&pool_lock);
-}
+// While one exists the thread cannot be cancelled: workers would be lost, and locks kept.
+class no_cancellation {
+  public:
+    no_cancellation() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &before); }
+    ~no_cancellation() { pthread_setcancelstate(before, nullptr); }
+    no_cancellation(const no_cancellation &) = delete;
+    no_cancellation &operator=(const no_cancellation &) = delete;
+
+  private:
+    int before;
+};
 
 int64_t nanoseconds() {
     timespec now;
@@ -96,24 +133,21 @@ void pause_processor() {
 // its processor.
 struct spin {
     int64_t turns = 0;
-    int64_t start = 0;
+    int64_t start = 0, waited = 0;  // nanoseconds, counted from the first turn
+    bool crowded = false;
 
-    // Waits a little; true when it has been long, counted from the first turn.
-    bool turn() {
+    void turn(bool team_crowded) {
         constexpr int64_t between_clocks = 64;
-        const bool crowded = load(&workers_awake) >= usable_processors();
-        if (crowded || is_long)
+        crowded = team_crowded || load(&workers_awake) >= usable_processors();
+        if (crowded || waited > spin_nanoseconds)
             sched_yield();
         else
             pause_processor();
-        if (turns++ % (crowded ? 8 : between_clocks) != 0) return is_long;
+        if (turns++ % (crowded ? 8 : between_clocks) != 0) return;
         const int64_t now = nanoseconds();
         if (start == 0) start = now;
-        return is_long = now - start > spin_nanoseconds;
+        waited = now - start;
     }
-
-  private:
-    bool is_long = false;
 };
 
 // ---- Workers ------------------------------------------------------------------------------------
@@ -124,15 +158,17 @@ uint64_t wait_for_post(worker *w) {
     for (;;) {
         uint64_t slot = __atomic_load_n(&w->slot, __ATOMIC_SEQ_CST);
         if (slot > slot_asleep) return slot;
-        if (!waiting.turn()) continue;
-        // Whoever posts from now on finds slot_asleep and wakes us.
-        slot = slot_idle;
-        __atomic_compare_exchange_n(&w->slot, &slot, slot_asleep, false, __ATOMIC_SEQ_CST,
-                                    __ATOMIC_SEQ_CST);
-        if (slot != slot_idle && slot != slot_asleep) continue;
+        waiting.turn(load(&w->crowded));
+        if (waiting.waited <= (waiting.crowded ? crowded_nanoseconds : spin_nanoseconds)) continue;
+        // Whoever posts from now on finds slot_asleep, counts us as awake, and wakes us.
         count(&workers_awake, -1);
+        slot = slot_idle;
+        if (!__atomic_compare_exchange_n(&w->slot, &slot, slot_asleep, false, __ATOMIC_SEQ_CST,
+                                         __ATOMIC_SEQ_CST)) {
+            count(&workers_awake, +1);
+            continue;
+        }
         wait_for(&w->ready);
-        count(&workers_awake, +1);
         waiting = {};
     }
 }
@@ -158,7 +194,6 @@ void *worker_main(void *arg) {
         run_spinning(w);
     else
         run_sleeping(w);
-    sem_post(&worker_exit_sem);
     return nullptr;
 }
 
@@ -175,13 +210,10 @@ bool start_thread(worker *w) {
     pthread_attr_t attributes;
     if (pthread_attr_init(&attributes) != 0) return false;
     pthread_attr_setscope(&attributes, PTHREAD_SCOPE_SYSTEM);
-    pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
     sigset_t signals;
     block_signals(&signals);
-    pthread_t thread;
-    const bool started = pthread_create(&thread, &attributes, worker_main, w) == 0;
+    const bool started = pthread_create(&w->thread, &attributes, worker_main, w) == 0;
     pthread_sigmask(SIG_SETMASK, &signals, nullptr);
-    if (started) pin_new_worker(thread);
     pthread_attr_destroy(&attributes);
     return started;
 }
@@ -192,82 +224,244 @@ void free_worker(worker *w) {
     free(w);
 }
 
-// Null when no thread can be started, or, with *no_memory, when there is no memory.
-worker *create_worker(bool *no_memory) {
+// Null when there is no memory or no thread.
+worker *create_worker() {
     worker *w = static_cast<worker *>(malloc(sizeof(worker)));
-    *no_memory = !w;
     if (!w) return nullptr;
     sem_init(&w->ready, 0, 0);
     sem_init(&w->done, 0, 0);
     w->slot = slot_idle;
+    w->where = {};
+    w->crowded = false;
     w->spins = load(&pool_nthreads) <= most_spinning_threads;
     count(&workers_existing, +1);
     if (w->spins) count(&workers_awake, +1);
-    if (start_thread(w)) return w;
+    if (start_thread(w)) {
+        count(&workers_started, +1);
+        return w;
+    }
     if (w->spins) count(&workers_awake, -1);
     count(&workers_existing, -1);
     free_worker(w);
     return nullptr;
 }
 
+// Wakes the worker if it sleeps.
+void post(worker *w, uint64_t slot) {
+    if (w->spins) {
+        if (__atomic_exchange_n(&w->slot, slot, __ATOMIC_SEQ_CST) != slot_asleep) return;
+        count(&workers_awake, +1);
+    }
+    sem_post(&w->ready);
+}
+
 void hand_over(worker *w, work_function fn, const pool_task &task) {
     w->fn = fn;
     w->task = task;
-    if (!w->spins || __atomic_exchange_n(&w->slot, reinterpret_cast<uint64_t>(w),
-                                         __ATOMIC_SEQ_CST) == slot_asleep)
-        sem_post(&w->ready);
+    post(w, reinterpret_cast<uint64_t>(w));
 }
 
-void wait_until_done(worker *w) {
-    if (!w->spins) {
-        wait_for(&w->done);
-        return;
+bool is_done(const worker *w) {
+    const uint64_t slot = __atomic_load_n(&w->slot, __ATOMIC_SEQ_CST);
+    return slot == slot_idle || slot == slot_asleep;
+}
+
+// Ends workers of a list, and waits until their threads are gone.
+void end_workers(worker *list) {
+    for (worker *w = list; w; w = w->next) {
+        w->fn = nullptr;
+        post(w, slot_exit);
     }
-    spin waiting;
-    for (;;) {
-        const uint64_t slot = __atomic_load_n(&w->slot, __ATOMIC_SEQ_CST);
-        if (slot == slot_idle || slot == slot_asleep) return;
-        waiting.turn();
+    while (worker *w = list) {
+        list = w->next;
+        pthread_join(w->thread, nullptr);
+        if (w->spins) count(&workers_awake, -1);
+        count(&workers_existing, -1);
+        free_worker(w);
     }
 }
 
-void end_worker(worker *w) {
-    w->fn = nullptr;
-    const uint64_t slot = __atomic_exchange_n(&w->slot, slot_exit, __ATOMIC_SEQ_CST);
-    if (!w->spins || slot == slot_asleep) sem_post(&w->ready);
-    wait_for(&worker_exit_sem);
-    if (w->spins) count(&workers_awake, -1);
-    count(&workers_existing, -1);
-    free_worker(w);
+// ---- Callers ------------------------------------------------------------------------------------
+// pool_lock is held.
+
+bool has_ended(pid_t thread) {
+    return syscall(SYS_tgkill, getpid(), thread, 0) != 0 && errno == ESRCH;
+}
+
+// The record of the calling thread, which becomes the first; null when there is no memory.
+caller *this_caller() {
+    const auto thread = static_cast<pid_t>(syscall(SYS_gettid));
+    caller **link = &callers;
+    while (*link && (*link)->thread != thread) link = &(*link)->next;
+    caller *c = *link;
+    if (c) {
+        *link = c->next;
+    } else {
+        c = static_cast<caller *>(calloc(1, sizeof(caller)));
+        if (!c) return nullptr;
+        c->thread = thread;
+    }
+    c->next = callers;
+    callers = c;
+    return c;
+}
+
+// Takes their workers from callers that are gone or, with `all`, from all, and frees the records
+// that nobody needs then.
+worker *take_idle_workers(bool all) {
+    worker *list = nullptr, **end = &list;
+    for (caller **link = &callers; *link;) {
+        caller *c = *link;
+        const bool unused = c->runs == 0 && (all || has_ended(c->thread));
+        if (unused || all) {
+            *end = c->idle;
+            while (*end) end = &(*end)->next;
+            c->idle = nullptr;
+        }
+        if (unused) {
+            *link = c->next;
+            free(c);
+        } else {
+            link = &c->next;
+        }
+    }
+    return list;
 }
 
 // ---- A run --------------------------------------------------------------------------------------
 
 struct team {
-    worker *members[max_threads - 1];  // null: the chunk is left to the caller
+    caller *owner;  // null: it has no workers
+    worker *members[max_threads - 1];
     int64_t size;
+    int64_t index;  // of the first member among the owner's workers
+    uint32_t age;
 };
 
-// The list is a stack: the member whose turn is first returns to its top, so that in the next run
-// it does the same chunk, whose data its caches hold.
-void take_idle_workers(team *t, int64_t wanted) {
-    lock_idle_workers();
-    for (t->size = 0; t->size < wanted && idle_workers; ++t->size) {
-        t->members[t->size] = idle_workers;
-        idle_workers = idle_workers->next;
+void take_from(worker **idle, team *t, int64_t wanted) {
+    while (t->size < wanted && *idle) {
+        t->members[t->size++] = *idle;
+        *idle = (*idle)->next;
     }
-    unlock_idle_workers();
 }
 
-void return_workers(const team *t) {
-    lock_idle_workers();
-    for (int64_t i = t->size - 1; i >= 0; --i) {
-        worker *w = t->members[i];
-        if (!w) continue;
-        w->next = idle_workers;
-        idle_workers = w;
+// Workers that nobody is going to miss.
+void take_unused(team *t, int64_t wanted) {
+    worker *orphans = take_idle_workers(false);
+    take_from(&orphans, t, wanted);
+    while (worker *w = orphans) {
+        orphans = w->next;
+        w->next = t->owner->idle;
+        t->owner->idle = w;
     }
-    unlock_idle_workers();
+    const int64_t now = nanoseconds();
+    const bool many = load(&workers_existing) >= many_workers;
+    while (t->size < wanted) {
+        caller *oldest = nullptr;
+        for (caller *c = callers; c; c = c->next)
+            if (c->runs == 0 && c->idle && (!oldest || c->last_used < oldest->last_used))
+                oldest = c;
+        if (!oldest || (!many && now - oldest->last_used < forgotten_nanoseconds)) return;
+        take_from(&oldest->idle, t, wanted);
+    }
+}
+
+// Any that have nothing to do.
+void take_any(team *t, int64_t wanted) {
+    for (caller *c = callers; c; c = c->next) take_from(&c->idle, t, wanted);
+}
+
+void begin_run(team *t, int64_t wanted) {
+    pthread_mutex_lock(&pool_lock);
+    t->size = t->index = 0;
+    t->age = pool_age;
+    ++runs_in_progress[t->age % 2];
+    t->owner = this_caller();
+    if (caller *c = t->owner) {
+        ++c->runs;
+        t->index = c->busy;
+        take_from(&c->idle, t, wanted);
+        if (t->size < wanted) take_unused(t, wanted);
+        c->busy += t->size;
+    }
+    pthread_mutex_unlock(&pool_lock);
+}
+
+// Makes the workers that are still wanted.
+void complete(team *t, int64_t wanted) {
+    const int64_t taken = t->size;
+    while (t->size < wanted) {
+        worker *w = create_worker();
+        if (!w) break;
+        t->members[t->size++] = w;
+    }
+    if (t->size == taken && t->size == wanted) return;
+    pthread_mutex_lock(&pool_lock);
+    if (t->size < wanted) take_any(t, wanted);
+    t->owner->busy += t->size - taken;
+    pthread_mutex_unlock(&pool_lock);
+}
+
+void end_run(team *t) {
+    pthread_mutex_lock(&pool_lock);
+    if (caller *c = t->owner) {
+        for (int64_t i = t->size - 1; i >= 0; --i) {
+            worker *w = t->members[i];
+            w->next = c->idle;
+            c->idle = w;
+        }
+        --c->runs;
+        c->busy -= t->size;
+        c->last_used = nanoseconds();
+    }
+    if (--runs_in_progress[t->age % 2] == 0) pthread_cond_broadcast(&runs_ended);
+    pthread_mutex_unlock(&pool_lock);
+}
+
+// Binds the members that were not bound for this place.
+void place(team *t) {
+    placement where = affinity_here();
+    const bool nowhere = where.cpu < 0;  // all have the same place
+    for (int64_t i = 0; i < t->size; ++i) {
+        worker *w = t->members[i];
+        where.index = nowhere ? 0 : t->index + i;
+        if (w->where.version == where.version && w->where.index == where.index &&
+            w->where.cpu == where.cpu)
+            continue;
+        affinity_bind(w->thread, where);
+        count(&workers_bound, +1);
+        w->where = where;
+        t->owner->processors = 0;
+    }
+}
+
+bool crowded(const team *t) {
+    const int32_t processors = t->owner->processors;
+    return processors > 0 && t->size + 1 > processors;
+}
+
+// What threads may use can shrink and grow at any time.
+void look_at_processors(team *t) {
+    const int64_t now = nanoseconds();
+    if (now - t->owner->looked < look_nanoseconds) return;
+    t->owner->looked = now;
+    processor_set all = {};
+    affinity_add_processors(pthread_self(), &all);
+    for (int64_t i = 0; i < t->size; ++i) affinity_add_processors(t->members[i]->thread, &all);
+    t->owner->processors = all.count();
+    for (int64_t i = 0; i < t->size; ++i) store(&t->members[i]->crowded, crowded(t));
+}
+
+void wait_until_done(team *t, worker *w) {
+    if (!w->spins) {
+        wait_for(&w->done);
+        return;
+    }
+    spin waiting;
+    while (!is_done(w)) {
+        waiting.turn(crowded(t));
+        if (waiting.waited > patience_nanoseconds) look_at_processors(t);
+    }
 }
 
 }  // namespace
@@ -294,48 +488,26 @@ void thread_pool_run(int64_t n, int64_t nthreads, int64_t align, work_function f
         fn(&own);
         return;
     }
-    lyr_fft_init_threads();
-
+    const no_cancellation guard;
     team t;
-    bool no_memory = false;
-    take_idle_workers(&t, chunks - 1);
-    const int64_t idle = t.size;
-    for (int64_t i = 0; i < chunks - 1; ++i) {
-        if (i >= idle) {
-            worker *w = create_worker(&no_memory);
-            if (no_memory) break;
-            t.members[t.size++] = w;
-        }
-        if (t.members[i]) hand_over(t.members[i], fn, {chunk, i, arg});
-    }
-    if (!no_memory) fn(&own);
-    // What was handed over is waited for in any case: it uses memory of the caller's.
+    begin_run(&t, chunks - 1);
+    if (t.owner) complete(&t, chunks - 1);
+    place(&t);
     for (int64_t i = 0; i < t.size; ++i) {
+        store(&t.members[i]->crowded, crowded(&t));
+        hand_over(t.members[i], fn, {chunk, i, arg});
+    }
+    fn(&own);
+    for (int64_t i = t.size; i < chunks - 1; ++i) {
         const pool_task left = {chunk, i, arg};
-        if (t.members[i])
-            wait_until_done(t.members[i]);
-        else
-            fn(&left);
+        fn(&left);
     }
-    return_workers(&t);
+    for (int64_t i = 0; i < t.size; ++i) wait_until_done(&t, t.members[i]);
+    end_run(&t);
 }
 
-void pool_refresh_placement() {
-    pool_refresh_placement_at(affinity_caller_processor());
-}
-
-void pool_refresh_placement_at(int cpu) {
-    if (affinity_caller_moved(cpu) && __atomic_load_n(&pool_initialized, __ATOMIC_ACQUIRE))
-        pool_destroy_workers();
-}
-
-void pool_destroy_workers() {
-    lock_idle_workers();
-    while (worker *w = idle_workers) {
-        idle_workers = w->next;
-        end_worker(w);
-    }
-    unlock_idle_workers();
+pool_counts pool_count() {
+    return {load(&workers_existing), load(&workers_started), load(&workers_bound)};
 }
 
 int64_t pool_worker_count() {
@@ -348,33 +520,36 @@ int64_t library_threads() {
 
 // ---- Fork ---------------------------------------------------------------------------------------
 // The child has none of the workers. Locks are taken before, so that the child finds everything in
-// order; it makes a new pool when it needs one.
+// order; it makes new workers when it needs them.
 
 namespace {
 
 void before_fork() {
-    pthread_mutex_lock(&pool_init_mutex);
-    if (pool_initialized) lock_idle_workers();
+    pthread_mutex_lock(&cleanup_lock);
+    pthread_mutex_lock(&pool_lock);
     affinity_lock();
 }
 
 void after_fork_in_parent() {
     affinity_unlock();
-    if (pool_initialized) unlock_idle_workers();
-    pthread_mutex_unlock(&pool_init_mutex);
+    pthread_mutex_unlock(&pool_lock);
+    pthread_mutex_unlock(&cleanup_lock);
 }
 
 // Workers that were busy for another thread stay behind as memory that nobody uses.
 void after_fork_in_child() {
-    while (worker *w = idle_workers) {
-        idle_workers = w->next;
-        free(w);
+    while (caller *c = callers) {
+        callers = c->next;
+        while (worker *w = c->idle) {
+            c->idle = w->next;
+            free(w);
+        }
+        free(c);
     }
+    runs_in_progress[0] = runs_in_progress[1] = 0;
     store(&workers_existing, int64_t{0});
     store(&workers_awake, int64_t{0});
-    affinity_unlock();
-    __atomic_store_n(&pool_initialized, 0, __ATOMIC_RELEASE);
-    pthread_mutex_unlock(&pool_init_mutex);
+    after_fork_in_parent();
 }
 
 __attribute__((constructor)) void survive_fork() {
@@ -388,40 +563,30 @@ __attribute__((constructor)) void survive_fork() {
 extern "C" {
 
 int lyr_fft_init_threads(void) {
-    using namespace lyr;
-    if (__atomic_load_n(&pool_initialized, __ATOMIC_ACQUIRE)) return 1;
-    pthread_mutex_lock(&pool_init_mutex);
-    if (!pool_initialized) {
-        sem_init(&pool_lock, 0, 1);
-        sem_init(&worker_exit_sem, 0, 0);
-        idle_workers = nullptr;
-        affinity_start();
-        __atomic_store_n(&pool_initialized, 1, __ATOMIC_RELEASE);
-    }
-    pthread_mutex_unlock(&pool_init_mutex);
     return 1;
 }
 
 void lyr_fft_plan_with_nthreads(int nthreads) {
     using namespace lyr;
+    const no_cancellation guard;
     store(&thread_cap, affinity_discover());
-    lyr_fft_init_threads();
-    affinity_start_if_unknown();
     const int64_t count = nthreads < 1 ? 1 : nthreads > max_threads ? max_threads : nthreads;
     store(&pool_nthreads, count);
 }
 
 void lyr_fft_cleanup_threads(void) {
     using namespace lyr;
-    pthread_mutex_lock(&pool_init_mutex);
-    if (pool_initialized) {
-        pool_destroy_workers();
-        sem_destroy(&pool_lock);
-        sem_destroy(&worker_exit_sem);
-        affinity_release();
-        __atomic_store_n(&pool_initialized, 0, __ATOMIC_RELEASE);
-    }
-    pthread_mutex_unlock(&pool_init_mutex);
+    const no_cancellation guard;
+    pthread_mutex_lock(&cleanup_lock);
+    pthread_mutex_lock(&pool_lock);
+    // Runs that begin from now on are not waited for.
+    const uint32_t age = pool_age++;
+    while (runs_in_progress[age % 2] > 0) pthread_cond_wait(&runs_ended, &pool_lock);
+    worker *list = take_idle_workers(true);
+    pthread_mutex_unlock(&pool_lock);
+    end_workers(list);
+    affinity_release();
+    pthread_mutex_unlock(&cleanup_lock);
 }
 
 }  // extern "C"

@@ -1,4 +1,5 @@
-// The pool of worker threads: one for the process, its workers made when first needed.
+// The pool of worker threads. Every calling thread has workers of its own, made when it first needs
+// them.
 #pragma once
 
 #include <cstdint>
@@ -35,20 +36,17 @@ int64_t threads_for_plan(int64_t requested);
 
 // Runs fn over n items, a chunk of chunks_of(n, nthreads, align) per thread, the last one on the
 // calling thread; returns when all is done. May be called from several threads at once, and from
-// within fn. Call pool_refresh_placement before.
-// When no thread can be started its chunk is done by the caller. When there is no memory for a
-// worker the remaining chunks are not done at all.
+// within fn. Where there is no thread for a chunk, or no memory, the caller does it.
 void thread_pool_run(int64_t n, int64_t nthreads, int64_t align, work_function fn, void *arg);
 
-// Makes new workers when the calling thread (the thread on processor `cpu`) has moved to another
-// processor since the present ones were placed.
-void pool_refresh_placement();
-void pool_refresh_placement_at(int cpu);
+// Nothing is left to do here: a run looks where its caller is.
+inline void pool_refresh_placement() {}
 
-// Ends all idle workers.
-void pool_destroy_workers();
-
-// Workers that exist. For tests.
+// Workers that exist, and how many have been started and bound so far. For tests.
+struct pool_counts {
+    int64_t workers, started, bound;
+};
+pool_counts pool_count();
 int64_t pool_worker_count();
 
 }  // namespace lyr

@@ -5,23 +5,47 @@
 #include <pthread.h>
 #include <sched.h>
 
+#include <cstddef>
 #include <cstdint>
 
 namespace lyr {
 
-inline constexpr int max_nodes = 4;         // nodes with higher numbers are left out
-inline constexpr int max_processors = 160;  // of a node, and in cpu_to_node
+// As many as kernels can be built for.
+inline constexpr int max_processors = 8192;
+inline constexpr int max_node_number = 1023;
 
-// Lists end with -1. What a failed step of the discovery would have filled keeps its old values.
+// A cpu_set_t with room for any machine.
+struct processor_set {
+    uint64_t words[max_processors / 64];
+
+    bool has(int64_t cpu) const {
+        return cpu >= 0 && cpu < max_processors && (words[cpu / 64] >> (cpu % 64) & 1);
+    }
+    void add(int64_t cpu) { words[cpu / 64] |= uint64_t{1} << (cpu % 64); }
+    void remove(int64_t cpu) { words[cpu / 64] &= ~(uint64_t{1} << (cpu % 64)); }
+    void add(const processor_set &other) {
+        for (size_t i = 0; i < sizeof words / sizeof words[0]; ++i) words[i] |= other.words[i];
+    }
+    int count() const {
+        int bits = 0;
+        for (const uint64_t word : words) bits += __builtin_popcountll(word);
+        return bits;
+    }
+    cpu_set_t *system() { return reinterpret_cast<cpu_set_t *>(words); }
+    const cpu_set_t *system() const { return reinterpret_cast<const cpu_set_t *>(words); }
+};
+
+// Processors whose numbers leave the same remainder often lie apart: a group.
+inline constexpr int group_count = 4;
+
+// Nodes are counted from 0 in the order of their numbers, which may have gaps.
 struct topology {
-    int32_t node_count =
-        -1;                 // the highest node number plus 1; 0: nothing known; -1: not looked yet
-    uint64_t node_present;  // bit i: node i is there
-    int32_t node_cpus[max_nodes][max_processors + 1];  // ascending
-    int32_t cpu_to_node[max_processors];               // -1: unknown
-    int32_t *node_distance;                       // node_count * node_count, from malloc; or null
-    int32_t nearest_nodes[max_nodes][max_nodes];  // of each node, the nearest one first
-    int32_t nearest_dist[max_nodes][max_nodes];   // their distances
+    int32_t node_count;  // 0: nothing known, and no list is there
+    int32_t *numbers;    // the kernel's number of each node
+    int32_t *distance;   // node_count * node_count
+    int32_t *nearest;    // node_count of each node, the nearest one first
+    int32_t *usable;     // by node and group: processors that the process may use
+    int16_t *node_of;    // max_processors; -1: unknown
 };
 
 // What the library asks of the system about processors. Tests put another one in its place
@@ -29,23 +53,24 @@ struct topology {
 struct platform {
     const char *node_directory;
     int (*current_processor)();  // or -1
-    // 0, or another value when the processors of this process (of this thread) cannot be read.
-    int (*allowed_processors)(cpu_set_t *set);
-    int (*bind)(pthread_t thread, const cpu_set_t *set);  // 0: done
+    // The rest return 0, or another value when it cannot be done.
+    int (*allowed_processors)(processor_set *set);  // of this process
+    int (*bind)(pthread_t thread, const processor_set *set);
+    int (*bound_to)(pthread_t thread, processor_set *set);
 };
 extern const platform this_machine;
 
-// A topology of which nothing is known yet.
-void topology_reset(topology *t);
-// Looks for nodes (once), their processors and distances (again with every call). False when there
-// are no nodes or something about them cannot be read.
+// Reads nodes, their processors and distances; the lists are in memory from malloc until
+// topology_release. False when there are no nodes, or something about them cannot be read.
 bool topology_discover(topology *t, const char *node_directory);
-void topology_release(topology *t);  // node_distance
+void topology_release(topology *t);
+
+// Fills `usable`.
+void count_usable(topology *t, const processor_set *allowed);
 
 // Reads a processor mask: hexadecimal digits, the last one standing for processors 0 to 3, up to
-// the first newline; commas are skipped. Returns the number of processors written to `cpus` in
-// ascending order, at most max_processors, with a -1 behind them.
-int parse_cpumap(const char *text, int32_t *cpus);
+// the first newline; commas are skipped. Returns the number of processors in the set.
+int parse_cpumap(const char *text, processor_set *cpus);
 
 // Reads `count` distances. False when there are fewer.
 bool parse_distances(const char *text, int count, int32_t *distances);
