@@ -174,9 +174,13 @@ lyr_fft_plan lyr_fft_plan_dft(int rank, const int *n, lyr_fft_complex *in, lyr_f
  * is read at in[b*idist + (row-major index within inembed)*istride] and written likewise with
  * onembed, ostride and odist. inembed and onembed give the physical extent of each dimension; null
  * means n. The outermost extent is not used. Strides are at least 1, and so are distances when
- * howmany is not
- * 1. In-place batches that would overlap are refused; out-of-place outputs must not overlap each
- * other or the input.
+ * howmany is not 1.
+ *
+ * In place, by this constructor and all others, input and output may be laid out in any two ways: a
+ * plan goes through a buffer of its own where a result would fall on input that is still to be
+ * read. What has two results on one place (n = 8, howmany = 4, ostride = 1, odist = 7) is refused;
+ * so are layouts whose dimensions are too long and too entangled to rule that out in some thousand
+ * steps. Out of place, outputs must not overlap each other or the input; that is not checked.
  */
 lyr_fft_plan lyr_fft_plan_many_dft(int rank, const int *n, int howmany, lyr_fft_complex *in,
                                    const int *inembed, int istride, int idist, lyr_fft_complex *out,
@@ -247,6 +251,12 @@ lyr_fft_plan lyr_fft_plan_many_r2r(int rank, const int *n, int howmany, double *
  * refused. The split forms take real and imaginary parts in separate arrays, with strides in
  * doubles; split complex plans transform forward, and backward when the real and imaginary arrays
  * are exchanged at execution.
+ *
+ * Some 32-bit forms refuse layouts that their 64-bit relatives take, in place or not.
+ * lyr_fft_plan_guru_dft and lyr_fft_plan_guru_split_dft: rank 2 when the outer stride exceeds the
+ * inner one but not the reach (n-1)*stride of the inner dimension, rank 3 and batches of rank 2 and
+ * 3 when their dimensions do not nest row-major. lyr_fft_plan_guru_r2r: one transform of rank 1 in
+ * place with two different strides.
  */
 lyr_fft_plan lyr_fft_plan_guru_dft(int rank, const lyr_fft_iodim *dims, int howmany_rank,
                                    const lyr_fft_iodim *howmany_dims, lyr_fft_complex *in,

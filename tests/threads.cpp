@@ -135,7 +135,16 @@ TEST(choices, batches) {
     EXPECT_EQ(dealt_out("ocf40x40*2*20", 2), "2: 2 of 1");
     EXPECT_EQ(dealt_out("ocf0*100:1:50*50:100:1", 3), "3: 3 of 40");
     EXPECT_EQ(dealt_out("ocf1000:1:1*1:5:5*7:1000:1000", 4), "4: 1 of 1");
-    EXPECT_EQ(dealt_out("icf64:100:1*100:1:64", 4), "no plan");  // results move
+    EXPECT_EQ(dealt_out("icf64:100:1*100:1:64", 4), "execute_inplace_buffered");  // results move
+    // In place on threads, results must not fall on input of earlier transforms either.
+    EXPECT_EQ(dealt_out("icf64:1:1*100:64:64", 2), "2: 2 of 56");
+    EXPECT_EQ(dealt_out("ik64h:1:1*100:64:64", 2), "2: 2 of 56");
+    EXPECT_EQ(dealt_out("icf2:3:1*1000:2:2", 2), "execute_many");
+    // Real transforms side by side have no chunk of one.
+    EXPECT_EQ(dealt_out("ocf64*33i", 4), "4: 3 of 16");
+    EXPECT_EQ(dealt_out("orf64*33i", 4), "4: 4 of 9");
+    EXPECT_EQ(dealt_out("orf64*17i", 2), "2: 2 of 9");
+    EXPECT_EQ(dealt_out("orf64*17", 2), "2: 2 of 16");
 }
 
 // ---- Machines -----------------------------------------------------------------------------------

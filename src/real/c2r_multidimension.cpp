@@ -12,13 +12,13 @@
 // waits in scratch memory.
 //
 // Numbers that are real by symmetry have imaginary parts that count for nothing. In place they are
-// set to 0 before anything else. Out of place the column that waits gets them as 0, and the other
-// one that has such numbers, column 0 of rows of even length, is done over again by way of its
-// place in the rare case that they are large enough to disturb more than rounding does.
+// set to 0 before anything else. Out of place the rare columns where they are large enough to
+// disturb more than rounding does are transformed by way of a copy in scratch memory.
 #include <cmath>
 #include <cstring>
 
 #include "batch/many_multithread.h"
+#include "dft/factorize.h"
 #include "planner/places.h"
 #include "planner/registry.h"
 #include "threads/pool.h"
@@ -29,6 +29,9 @@ namespace {
 
 // Rows are put together, with the number that waited, in a buffer of about this size.
 constexpr int64_t row_buffer_bytes = 1 << 14;
+// Imaginary parts that count for nothing are let through when they are at most so many times the
+// real part: what they leave in results is rounding errors of that times the real part.
+constexpr double harmless_ratio = 1024;
 // Columns transformed together where the output cannot take complex numbers directly.
 constexpr int64_t most_columns = 8;
 
@@ -129,8 +132,31 @@ void execute_in_place(const plan *p, double *in, double *out, double *scratch) {
     }
 }
 
-// Transforms column k by way of lone, where its result is left.
-void transform_lone_column(const plan *p, const double *in, int64_t k, double *scratch) {
+// Children out of place: the lone column from its place in scratch memory; the passes over the
+// others, unless rows have one number; rows; and, where it is there, the lone column from the
+// input.
+int64_t first_rows(const plan *p) {
+    return p->dims[p->rank - 1].n > 1 ? p->rank : 1;
+}
+
+// Whether imaginary parts that count for nothing are not harmless.
+bool is_disturbed(const plan *p, const double *in) {
+    const outer_dims o = outer_of(p);
+    const auto [n, is, os] = p->dims[p->rank - 1];
+    const int64_t other = n % 2 ? 0 : n * is;  // where number n/2 is
+    const auto harmless = [](const double *x) {
+        return fabs(x[1]) <= harmless_ratio * fabs(x[0]) || x[1] == 0;
+    };
+    bool all = true;
+    for_each_real_row(o, [&](int64_t i, int64_t j) {
+        const double *row = in + 2 * (i * o.dims[0].is + j * o.dims[1].is);
+        all = all && harmless(row) && harmless(row + other);
+    });
+    return !all;
+}
+
+// Transforms column k, 0 or n/2, without them. The result is left in lone.
+void transform_clean_column(const plan *p, const double *in, int64_t k, double *scratch) {
     const outer_dims o = outer_of(p);
     const double *column = in + 2 * k * p->dims[p->rank - 1].is;
     double *to = scratch;
@@ -142,15 +168,15 @@ void transform_lone_column(const plan *p, const double *in, int64_t k, double *s
     lone->execute_fn(lone, scratch, scratch, scratch_below(p, scratch));
 }
 
-// Whether imaginary parts in column 0 that count for nothing exceed the real parts, or are NaNs.
-bool column_is_disturbed(const plan *p, const double *in) {
-    const outer_dims o = outer_of(p);
-    bool disturbed = false;
-    for_each_real_row(o, [&](int64_t i, int64_t j) {
-        const double *x = in + 2 * (i * o.dims[0].is + j * o.dims[1].is);
-        disturbed = disturbed || !(fabs(x[1]) <= fabs(x[0]) || x[1] == 0);
-    });
-    return disturbed;
+void transform_lone_column(const plan *p, const double *in, bool disturbed, double *scratch) {
+    const int64_t k = lone_number(p->dims[p->rank - 1].n), direct = first_rows(p) + 1;
+    if (disturbed || direct == p->nchildren) {
+        transform_clean_column(p, in, k, scratch);
+    } else {
+        const plan *child = &p->children[direct];
+        child->execute_fn(child, const_cast<double *>(in) + 2 * k * p->dims[p->rank - 1].is,
+                          scratch, scratch_below(p, scratch));
+    }
 }
 
 // A complex number takes two elements of a row of real ones.
@@ -185,7 +211,7 @@ void transform_groups(const plan *p, double *out, double *scratch, int64_t threa
                       int64_t end) {
     const bookkeeping b = words_of(p);
     const outer_dims o = outer_of(p);
-    const plan *child = &p->children[p->nchildren - 1];
+    const plan *child = &p->children[first_rows(p)];
     double *below = scratch_below(p, scratch, thread);
     const auto [n, is, os] = p->dims[p->rank - 1];
     double *buffer = scratch + 2 * (b.rows + thread * buffer_room(b.group, n));
@@ -229,8 +255,8 @@ void execute_out_of_place(const plan *p, double *in, double *out, double *scratc
     const plan *held = &p->children[1];
     double *below = scratch_below(p, scratch), *columns = scratch + 2 * b.columns;
     const double *first = in + 2 * first_held(n) * is;
-    const bool again = n % 2 == 0 && column_is_disturbed(p, in);
-    if (!again) transform_lone_column(p, in, lone_number(n), scratch);
+    const bool disturbed = is_disturbed(p, in), again = disturbed && n % 2 == 0;
+    if (!again) transform_lone_column(p, in, disturbed, scratch);
     if (n == 1) {
         // No number waits in the output.
     } else if (by_planes(p, b.width)) {
@@ -253,9 +279,9 @@ void execute_out_of_place(const plan *p, double *in, double *out, double *scratc
         }
     }
     if (again) {
-        transform_lone_column(p, in, 0, scratch);
+        transform_clean_column(p, in, 0, scratch);
         put_columns(p, scratch, 1, out, 0);
-        transform_lone_column(p, in, lone_number(n), scratch);
+        transform_lone_column(p, in, disturbed, scratch);
     }
     transform_rows(p, out, scratch);
 }
@@ -301,16 +327,24 @@ int plan_columns(plan *passes, const plan *p, columns_layout from, const columns
     return 0;
 }
 
-// The column of one number of each row, in all its dimensions at once, in place in work.
-int plan_lone_column(plan *child, const plan *p, double *to) {
+// Another plan for a column costs little where its dimensions have stages.
+bool lone_goes_directly(const plan *p) {
+    bool stages = true;
+    for (int k = 0; k < p->rank - 1; ++k) stages = stages && part_above_37(p->dims[k].n) == 1;
+    return stages;
+}
+
+// The column of one number of each row, in all its dimensions at once, to its place in work.
+int plan_lone_column(plan *child, const plan *p, const columns_layout &from, double *to) {
     const columns_layout packed = packed_columns(p, to, 1);
     plan_copy_problem(child, p);
     child->kind = kind_complex;
-    child->in = child->out = to;
+    child->in = from.data;
+    child->out = to;
     child->rank = p->rank - 1;
     for (int k = 0; k < 2; ++k) {
         if (k < child->rank)
-            child->dims[k].is = child->dims[k].os = packed.outer[k];
+            child->dims[k] = {p->dims[k].n, from.outer[k], packed.outer[k]};
         else
             child->dims[k] = {};
     }
@@ -393,8 +427,9 @@ int build_out_of_place(plan *p) {
         const int64_t chunks = chunks_of(all_rows / b.group, p->nthreads, 1).count;
         if (worth_threads(all_rows * row.n, chunks)) b.threads = chunks;
     }
+    const bool direct = lone_goes_directly(p);
     p->shares = b.threads;
-    p->nchildren = (h ? p->rank : 1) + 1;
+    p->nchildren = static_cast<int32_t>(first_rows(p) + 1 + direct);
     p->children = plan_alloc_children(p->nchildren);
     if (!p->children) return -1;
 
@@ -407,7 +442,11 @@ int build_out_of_place(plan *p) {
            *columns_place = scratch_array(p, 2);
     memcpy(p->solver_words, &b, sizeof b);
 
-    if (plan_lone_column(&p->children[0], p, lone_place) != 0) return -1;
+    if (plan_lone_column(&p->children[0], p, packed_columns(p, lone_place, 1), lone_place) != 0)
+        return -1;
+    if (direct && plan_lone_column(&p->children[first_rows(p) + 1], p,
+                                   input_columns(p, lone_number(row.n)), lone_place) != 0)
+        return -1;
     if (h) {
         const columns_layout to =
             b.width ? packed_columns(p, columns_place, b.width)
@@ -416,7 +455,7 @@ int build_out_of_place(plan *p) {
                          b.width ? b.width : h, by_planes(p, b.width)) != 0)
             return -1;
     }
-    plan *rows = make_rows(&p->children[p->nchildren - 1], p, rows_place, 1);
+    plan *rows = make_rows(&p->children[first_rows(p)], p, rows_place, 1);
     rows->howmany_rank = 1;
     rows->howmany_dims[0] = {b.group, columns, above.os};
     if (b.threads > 1) rows->nthreads = 1;
