@@ -2,7 +2,9 @@
 #include <bit>
 #include <cmath>
 #include <cstring>
+#include <map>
 #include <numeric>
+#include <set>
 
 #include "api/memory.h"
 #include "batch/bufferization.h"
@@ -227,7 +229,7 @@ TEST(choice, solvers_and_executors) {
         {"ocf1763", "solve_problem_c2c_1d_bluestein/execute_1d_prime_bluestein(" STAGES ")"},
         {"ocf8000", STAGES},
         {"ocf16384",
-         "solve_problem_c2c_1d_large/execute_c2c_1d_large("
+         "solve_problem_c2c_1d_large/execute_four_step("
          "solve_problem_dft_many_transpose_rotate/execute_many_transpose_rotate(" TWO_STAGES ") "
          "solve_problem_dft_many_post_transpose/execute_many_post_transpose)"},
         {"ocf16384:2:1", "solve_problem_c2c_1d/execute_1d_discrete"},
@@ -237,7 +239,7 @@ TEST(choice, solvers_and_executors) {
          "solve_problem_dft_many_post_transpose/execute_many_post_transpose_inplace("
          "solve_problem_dft_many/execute_many(" TWO_STAGES ") " REARRANGED_INPLACE ")"},
         {"ocf256:256:256*17:1:1",
-         "solve_bufferized_problem/execute_bufferization("
+         "solve_bufferized_problem/execute_bufferization_walk("
          "solve_indirect_problem/execute_indirect_before("
          "solve_problem_dft_many/execute_many(" TWO_STAGES ")))"},
         {"ocf255:255:255*17:1:1", SLAB},
@@ -248,15 +250,15 @@ TEST(choice, solvers_and_executors) {
          "solve_problem_c2c_1d_rader/execute_1d_rader_discrete(" TWO_STAGES "))"},
         {"ocf16:16:1*9:1:16",
          "solve_indirect_problem/execute_indirect_before("
-         "solve_problem_dft_many/execute_many(" DIRECT "))"},
+         "solve_problem_dft_many/execute_many_direct(" DIRECT "))"},
         {"ocf16*8i", SLAB},
         {"icf100*8i", SLAB},
-        {"ocf16*8", "solve_problem_dft_many/execute_many(" DIRECT ")"},
+        {"ocf16*8", "solve_problem_dft_many/execute_many_direct(" DIRECT ")"},
         {"ocf64*5*8i", "solve_problem_dft_many/execute_many(" SLAB ")"},
         {"ocf12x16",
          "solve_problem_multidimension/execute_multidimension("
-         "solve_problem_dft_many/execute_many(" DIRECT ") " SLAB ")"},
-        {"icf16:2:1*9:32:32", "solve_problem_dft_many/execute_many(" DIRECT ")"},
+         "solve_problem_dft_many/execute_many_direct(" DIRECT ") " SLAB ")"},
+        {"icf16:2:1*9:32:32", "solve_problem_dft_many/execute_many_direct(" DIRECT ")"},
         {"oscf16", SPLIT "(" DIRECT ")"},
         {"iscb60:2:3", SPLIT "(" TWO_STAGES ")"},
         {"oscf16*3", MANY_SPLIT "(" SPLIT "(" DIRECT "))"},
@@ -283,6 +285,102 @@ TEST(choice, solvers_and_executors) {
         const plan_holder holder(make_plan(p, b, lyr_tools::constructor::guru64));
         ASSERT_NE(holder.plan, nullptr) << e.problem;
         EXPECT_EQ(names_of(holder.plan), e.names) << e.problem;
+    }
+}
+
+// Adds the executors of a plan tree to those known by their names.
+void collect_executors(const plan *p, std::map<std::string, std::set<const void *>> &by_name) {
+    by_name[p->execute_name].insert(p->split == 1
+                                        ? reinterpret_cast<const void *>(p->execute_split_fn)
+                                        : reinterpret_cast<const void *>(p->execute_fn));
+    for (int k = 0; k < p->nchildren; ++k) collect_executors(&p->children[k], by_name);
+}
+
+// But for codelets that are executors themselves, one for each length.
+TEST(choice, executors_have_names_of_their_own) {
+    std::map<std::string, std::set<const void *>> by_name;
+    for (const lyr::codelet_table *table : all_tables()) {
+        const with_table active(table);
+        for (const int threads : {1, 3}) {
+            lyr_fft_plan_with_nthreads(threads);
+            for (const char *text : {"ocf1",
+                                     "ocf16",
+                                     "ocf64",
+                                     "ocf1000",
+                                     "ocf1000:2:2",
+                                     "ocf4096",
+                                     "ocf32768",
+                                     "ocf41",
+                                     "ocf83:2:2",
+                                     "ocf16*9",
+                                     "ocf60*3000",
+                                     "ocf60*50",
+                                     "ocf60*50i",
+                                     "ocf41*50",
+                                     "ocf256:256:256*17:1:1",
+                                     "icf9x16",
+                                     "ocf16:16:1*9:1:16",
+                                     "icf60:1:9*9:60:1",
+                                     "ocf60:1:9*9:60:1",
+                                     "oscf16",
+                                     "oscf64",
+                                     "oscf60x64",
+                                     "oscf600x8",
+                                     "oscf8x9x10",
+                                     "oscf16*3",
+                                     "icf0*4:1:4*4:4:1",
+                                     "ocf0*4:1:4*4:4:1",
+                                     "orf8",
+                                     "orf8:2:2",
+                                     "orf8*5",
+                                     "orf1000",
+                                     "orf1000:2:2",
+                                     "orf1001",
+                                     "orf30000",
+                                     "orf1000*5i",
+                                     "orf9*5i",
+                                     "irf8x9*5i",
+                                     "orb8",
+                                     "orb8:2:2",
+                                     "orb1000",
+                                     "orb1000:2:2",
+                                     "orb1001",
+                                     "orb30000",
+                                     "orb1000*5i",
+                                     "orb9*5i",
+                                     "irb8x9*5i",
+                                     "orb8x9",
+                                     "irb8x9",
+                                     "irb8x9x10",
+                                     "ok8f",
+                                     "ok8f:2:2",
+                                     "ok8b",
+                                     "ok8b:2:2",
+                                     "ok8h",
+                                     "ok8h:2:2",
+                                     "ok9e00",
+                                     "ok9e00:2:2",
+                                     "ok5e10",
+                                     "ok60e10",
+                                     "ok60e10:2:2",
+                                     "ok99e11",
+                                     "ok100e00",
+                                     "ok100o00",
+                                     "ok101e00",
+                                     "ok60e10*9i",
+                                     "ok60f*9i"}) {
+                const lyr_tools::problem p = problem_of(text);
+                const plan_holder holder(make_plan(p, buffers_of(p)));
+                ASSERT_NE(holder.plan, nullptr) << text;
+                collect_executors(holder.plan, by_name);
+            }
+        }
+    }
+    lyr_fft_plan_with_nthreads(1);
+    EXPECT_GE(by_name.size(), 50U);
+    for (const auto &[name, executors] : by_name) {
+        if (name.ends_with("_unit")) continue;
+        EXPECT_EQ(executors.size(), 1U) << name;
     }
 }
 
@@ -560,7 +658,10 @@ struct root {
 
 root twiddle(int64_t t, int64_t N) {
     root w;
-    lyr::compute_twiddle(t, N, &w.re);
+    lyr::root_source alone;
+    lyr::root_source_init(&alone, N, 0);
+    lyr::root_of(&alone, t < 0 ? -t : t, t < 0 ? -1 : +1, &w.re);
+    lyr::root_source_release(&alone);
     return w;
 }
 
@@ -641,7 +742,7 @@ TEST(twiddles, are_accurate) {
     }
 }
 
-// Entry by entry the same bits as compute_twiddle, from shared roots too.
+// Entry by entry the same bits as roots computed alone.
 TEST(twiddles, stage_tables) {
     struct example {
         int64_t N, r, L, m;
@@ -658,14 +759,12 @@ TEST(twiddles, stage_tables) {
     for (const auto &[N, r, L, m] : examples)
         for (const int64_t sign : {-1, +1}) {
             const int64_t entries = L * (r - 1);
-            std::vector<double> table(static_cast<size_t>(2 * entries) + 2, 7.0), shared(table);
-            lyr::fill_stage_twiddles(table.data(), N, r, L, m, sign);
+            std::vector<double> table(static_cast<size_t>(2 * entries) + 2, 7.0);
             lyr::root_source source;
             lyr::root_source_init(&source, N, entries);
-            lyr::fill_stage_twiddles(shared.data(), &source, r, L, m, sign);
+            lyr::fill_stage_twiddles(table.data(), &source, r, L, m, sign);
             lyr::root_source_release(&source);
             EXPECT_EQ(table.back(), 7.0) << "wrote past the end";
-            EXPECT_TRUE(same_bits(table.data(), shared.data(), 2 * entries + 2)) << N;
             const int64_t step = std::max<int64_t>(1, L / (400 / test_scale));
             for (int64_t j = 0; j < L; j += step)
                 for (int64_t k = 1; k < r; ++k) {
@@ -674,37 +773,6 @@ TEST(twiddles, stage_tables) {
                         same_bits(&w.re, &table[static_cast<size_t>(2 * (j * (r - 1) + k - 1))], 2))
                         << N << ": row " << j << ", column " << k;
                 }
-        }
-    double untouched[2] = {7, 7};
-    lyr::fill_stage_twiddles(untouched, 16, 1, 4, 4, -1);
-    lyr::fill_stage_twiddles(untouched, 16, 4, 0, 4, -1);
-    lyr::fill_stage_twiddles(nullptr, 16, 4, 4, 1, -1);
-    EXPECT_EQ(untouched[0], 7);
-    EXPECT_EQ(untouched[1], 7);
-}
-
-TEST(twiddles, fixed_patterns) {
-    struct pattern {
-        void (*fill)(double *, int64_t);
-        int64_t (*count)(int64_t n);
-        int64_t first, step, turns;  // W(first + step*k, turns*n), k = 0 .. count-1
-    };
-    const pattern patterns[] = {
-        {lyr::fill_half_angle, [](int64_t n) { return n == 0 ? 0 : (n - 1) / 2; }, -1, -1, 2},
-        {lyr::fill_quarter_angle, [](int64_t n) { return n; }, 0, -1, 4},
-        {lyr::fill_odd_sixteenth_angle, [](int64_t n) { return n; }, 1, 2, 16},
-    };
-    for (const pattern &p : patterns)
-        for (const int64_t n : {0, 1, 2, 3, 8, 15}) {
-            std::vector<double> table(static_cast<size_t>(2 * n + 2), 7.0);
-            p.fill(table.data(), n);
-            const auto count = static_cast<size_t>(p.count(n));
-            for (size_t k = 0; k < count; ++k) {
-                const root w = twiddle(p.first + p.step * static_cast<int64_t>(k), p.turns * n);
-                EXPECT_TRUE(same_bits(&w.re, &table[2 * k], 2)) << n << ", entry " << k;
-            }
-            for (size_t k = 2 * count; k < table.size(); ++k)
-                EXPECT_EQ(table[k], 7.0) << "pattern " << &p - patterns << " wrote too much";
         }
 }
 

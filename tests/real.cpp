@@ -155,7 +155,7 @@ TEST(real, threads) {
         {"orb20000:2:1", ": execute_1d_c2r_discrete\n"},
         {"orf20001", ": execute_1d_r2c_odd\n"},
         {"orb60x63", ": execute_c2r_multidimension\n"},
-        {"irb64x60", ": execute_c2r_multidimension\n"},
+        {"irb64x60", ": execute_c2r_multidimension_inplace\n"},
         {"orf40x30x20", ": execute_multidimension\n"},
         {"irb9x64*40i", ": execute_c2r_multidimension_many\n"},
         {"orf1000*40i", ": execute_multithread\n"},

@@ -89,7 +89,6 @@ int solve_bufferized_problem(plan *p) {
     if (half_spectrum && slice > 16) slice /= 2;
     if (slice == 0) return -1;
 
-    p->execute_name = "execute_bufferization";
     p->nchildren = 1;
     p->children = plan_alloc_children(1);
     if (!p->children) return -1;
@@ -107,9 +106,11 @@ int solve_bufferized_problem(plan *p) {
         if (!find_stages(p, &list)) return -1;
         keep_slab_batch(p, {slab_width(n, n, h, list.count), list});
         p->execute_fn = execute_bufferization_walk;
+        p->execute_name = "execute_bufferization_walk";
     } else {
         p->work_bytes = static_cast<uint64_t>(slice * row) * 16;
         p->execute_fn = execute_bufferization;
+        p->execute_name = "execute_bufferization";
     }
     return 0;
 }

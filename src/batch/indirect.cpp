@@ -17,7 +17,7 @@ void execute_indirect_before(const plan *p, double *in, double *out, double *scr
     const plan *rows = p->children;
     const auto [n, is, os] = p->dims[0];
     const auto [h, idist, odist] = p->howmany_dims[0];
-    if (strcmp(rows->execute_name, "execute_many") != 0) {
+    if (strcmp(rows->solver_name, "solve_problem_dft_many") != 0) {
         copy_transpose_cpx(in, out, n, h, is, odist);
         rows->execute_fn(rows, out, out, scratch);
         return;

@@ -73,17 +73,19 @@ void choose_executor(plan *p) {
     const plan *child = p->children;
     const auto [n, is, os] = p->dims[0];
     const auto [h, idist, odist] = p->howmany_dims[0];
-    if (strcmp(child->execute_name, "execute_dft_direct") == 0) {
+    if (strcmp(child->solver_name, "solve_problem_dft_direct") == 0) {
         if (idist == 0 || odist == 0) return;  // on the same arrays, one after another
         const many_codelet codelet = codelets_for(p, n)->direct_many;
         memcpy(p->solver_words, &codelet, sizeof codelet);
         p->execute_fn = execute_many_direct;
+        p->execute_name = "execute_many_direct";
     } else if (unit_strides(p) && h > far_bytes / 16 / n) {
         const auto [count, stages, table] = slab_stages_of(child);
         if (count == 0) return;
         const stage_list list = {count, const_cast<stage *>(stages)};
         memcpy(p->solver_words, &list, sizeof list);
         p->execute_fn = execute_many_far;
+        p->execute_name = "execute_many_far";
     }
 }
 
@@ -95,7 +97,7 @@ int solve_problem_dft_many(plan *p) {
     if (p->howmany_rank < 1) return -1;
     if (p->kind > kind_r2r) return -1;
     if (!works_one_by_one(p)) return -1;
-    if (has_columns(p)) return build_columns(p, "execute_many");
+    if (has_columns(p)) return build_columns(p);
 
     p->execute_fn = execute_many;
     p->execute_name = "execute_many";

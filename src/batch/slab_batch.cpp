@@ -37,7 +37,7 @@ void keep_slab_batch(plan *p, const slab_batch &batch) {
 
 bool get_slab_batch(const plan *p, slab_batch *batch) {
     if (strcmp(p->execute_name, "execute_many_transpose") != 0 &&
-        (strcmp(p->execute_name, "execute_bufferization") != 0 || part_above_37(p->dims[0].n) != 1))
+        strcmp(p->execute_name, "execute_bufferization_walk") != 0)
         return false;
     memcpy(batch, p->solver_words, sizeof *batch);
     return true;

@@ -149,8 +149,8 @@ void execute_split_stages(const plan *p, double *ri, double *ii, double *ro, dou
 bool rows_come_first(const plan *q) {
     if (strcmp(q->execute_name, "execute_multidimension") != 0) return false;
     const plan *loop = q->children;
-    return strcmp(loop->execute_name, "execute_many") == 0 && loop->howmany_rank == 1 &&
-           strcmp(loop->children->execute_name, "execute_dft_direct") != 0;
+    return strcmp(loop->solver_name, "solve_problem_dft_many") == 0 && loop->howmany_rank == 1 &&
+           strcmp(loop->children->solver_name, "solve_problem_dft_direct") != 0;
 }
 
 void transform_rows(const plan *p, int first, const plan *q, double *re, double *im, double *buffer,
@@ -221,14 +221,17 @@ void choose_executor(plan *p) {
             const stage &last = list.stages[list.count - 1];
             alternate_rows(const_cast<double *>(last.twiddles), last.r, last.L, list.table->lanes);
             p->execute_split_fn = execute_split_stages;
+            p->execute_name = "execute_split_stages";
         }
     if (p->rank < 2 || !rows_come_first(child)) return;
     p->execute_split_fn = execute_split_rows;
+    p->execute_name = "execute_split_rows";
 
     slab_batch columns;
     if (p->rank > 2 || p->dims[1].os != 1 || !get_slab_batch(&child->children[1], &columns)) return;
     p->work_bytes += static_cast<uint64_t>(split_room(columns.list, columns.width)) * 16;
     p->execute_split_fn = execute_split_plane;
+    p->execute_name = "execute_split_plane";
 }
 
 void make_child(plan *child, const plan *p) {

@@ -73,10 +73,7 @@ int solve_problem_c2c_1d(plan *p) {
     const int count = factorize_size(p->dims[0].n, factors);
     if (count < 1 || !codelets_for(p, factors[0])) return -1;
     const int64_t n1 = unit_strides(p) ? two_pass_split(p->dims[0].n, factors[0]) : 0;
-    if (n1) {
-        p->execute_name = "execute_1d";
-        return build_four_step(p, n1, p->dims[0].n / n1);
-    }
+    if (n1) return build_four_step(p, n1, p->dims[0].n / n1);
 
     const uint64_t halves = unit_strides(p) ? 1 : 2;
     p->work_bytes = static_cast<uint64_t>(p->dims[0].n) * 16 * halves;

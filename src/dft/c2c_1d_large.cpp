@@ -27,7 +27,6 @@ int solve_problem_c2c_1d_large(plan *p) {
     if (!use_large_method(n, p->nthreads)) return -1;
     const int64_t n1 = split_large(n);
     if (n1 == 1) return -1;
-    p->execute_name = "execute_c2c_1d_large";
     return build_four_step(p, n1, n / n1);
 }
 

@@ -51,8 +51,8 @@ int solve_problem_dft_direct(plan *p) {
     if (!codelet) return -1;
     if (!strides_fit_codelets(p)) return -1;
 
-    p->execute_name = "execute_dft_direct";
     p->execute_fn = execute_dft_direct_without_aux;
+    p->execute_name = "execute_dft_direct_without_aux";
     const uint64_t bytes = static_cast<uint64_t>(p->dims[0].n + header_complex) * 16;
     p->aux = aligned_alloc_zero(bytes);
     if (p->aux) {
@@ -60,6 +60,7 @@ int solve_problem_dft_direct(plan *p) {
         p->aux_owned = 1;
         memcpy(p->aux, &codelet, sizeof codelet);
         p->execute_fn = execute_dft_direct;
+        p->execute_name = "execute_dft_direct";
     }
     return 0;
 }

@@ -57,6 +57,7 @@ void fill_rotation(double *table, int64_t n1, int64_t n2, int64_t sign, int64_t 
 int build_four_step(plan *p, int64_t n1, int64_t n2) {
     const int64_t row = padded_row(n2);
     p->execute_fn = execute_four_step;
+    p->execute_name = "execute_four_step";
     p->nchildren = 2;
     p->children = plan_alloc_children(2);
     if (!p->children) return -1;

@@ -80,15 +80,6 @@ void reflect_octant(const double *octant, int64_t N, double *all) {
 
 }  // namespace
 
-void compute_twiddle(int64_t t, int64_t N, double *out) {
-    int64_t u = t % N;
-    if (u < 0) u += N;
-    const reduced_angle angle = reduce(u, N);
-    double root[2] = {};
-    octant_root(angle.q, N, root);
-    restore(angle, root, out);
-}
-
 void root_source_init(root_source *source, int64_t N, int64_t entries, double *room) {
     const int step_log2 = N % 4 == 0 ? 2 : N % 2 == 0 ? 1 : 0;
     const int64_t distinct = (N / 2 >> step_log2) + 1;
@@ -147,29 +138,8 @@ void fill_twiddle_row(double *row, const root_source *source, int64_t r, int64_t
 
 void fill_stage_twiddles(double *table, const root_source *source, int64_t r, int64_t L, int64_t m,
                          int64_t sign) {
-    if (!table || L == 0 || r < 2) return;
     for (int64_t j = 0; j < L; ++j, table += 2 * (r - 1))
         fill_twiddle_row(table, source, r, m * j, sign);
-}
-
-void fill_stage_twiddles(double *table, int64_t N, int64_t r, int64_t L, int64_t m, int64_t sign) {
-    if (!table || L == 0 || r < 2) return;
-    root_source source;
-    root_source_init(&source, N, L * (r - 1));
-    fill_stage_twiddles(table, &source, r, L, m, sign);
-    root_source_release(&source);
-}
-
-void fill_half_angle(double *table, int64_t n) {
-    for (int64_t k = 1; 2 * k < n; ++k) compute_twiddle(-k, 2 * n, table + 2 * (k - 1));
-}
-
-void fill_quarter_angle(double *table, int64_t n) {
-    for (int64_t k = 0; k < n; ++k) compute_twiddle(-k, 4 * n, table + 2 * k);
-}
-
-void fill_odd_sixteenth_angle(double *table, int64_t n) {
-    for (int64_t k = 0; k < n; ++k) compute_twiddle(2 * k + 1, 16 * n, table + 2 * k);
 }
 
 }  // namespace lyr

@@ -7,11 +7,8 @@
 
 namespace lyr {
 
-// Writes W(t, N) to out[0], out[1]. t has either sign, N > 0 and 4*N fits in 63 bits.
-void compute_twiddle(int64_t t, int64_t N, double *out);
-
-// The distinct roots of one N, so that a large table costs one sincos call for about every eighth
-// entry. Same bits as compute_twiddle.
+// The distinct roots of one N > 0, 4*N below 2^63, so that a large table costs one sincos call for
+// about every eighth entry. A root has the same bits whether it comes from there or alone.
 struct root_source {
     int64_t N;
     int step_log2;      // reduced angles are multiples of this power of two
@@ -39,14 +36,8 @@ void fill_twiddle_row(double *row, const root_source *source, int64_t r, int64_t
                       int64_t sign);
 
 // Writes L*(r-1) twiddles: row j = 0..L-1, column k = 1..r-1, entry [j*(r-1) + k-1] =
-// W(sign*m*j*k, N). Writes nothing when table is null, L is 0 or r is below 2.
-void fill_stage_twiddles(double *table, int64_t N, int64_t r, int64_t L, int64_t m, int64_t sign);
+// W(sign*m*j*k, source->N).
 void fill_stage_twiddles(double *table, const root_source *source, int64_t r, int64_t L, int64_t m,
                          int64_t sign);
-
-// Fixed patterns of the real-data transforms; nothing is written for n = 0.
-void fill_half_angle(double *table, int64_t n);           // W(-k, 2n), k = 1, 2, .. while 2k < n
-void fill_quarter_angle(double *table, int64_t n);        // W(-k, 4n), k = 0..n-1
-void fill_odd_sixteenth_angle(double *table, int64_t n);  // W(2k+1, 16n), k = 0..n-1
 
 }  // namespace lyr

@@ -44,7 +44,6 @@ void append_radices(text &t, int64_t n) {
 
 bool has_stages(const plan *p) {
     if (p->kind == kind_r2c || p->kind == kind_c2r) return false;
-    if (strcmp(p->execute_name, "execute_1d") == 0) return p->nchildren == 0;
     return strncmp(p->execute_name, "execute_1d", 10) == 0 ||
            strcmp(p->execute_name, "execute_many_transpose") == 0 ||
            strcmp(p->execute_name, "execute_many_post_transpose") == 0;

@@ -42,12 +42,12 @@ bool has_columns(const plan *p) {
     return n >= shortest && h >= 4 && idist == 1 && odist == 1 && is > 1 && os > 1;
 }
 
-int build_columns(plan *p, const char *execute_name) {
+int build_columns(plan *p) {
     const int64_t h = p->howmany_dims[0].n;
     p->work_bytes = static_cast<uint64_t>(row_of_work(p->dims[0].n) * (h < slab ? h : slab)) * 8;
     p->any_count = 1;
     p->execute_fn = execute_columns;
-    p->execute_name = execute_name;
+    p->execute_name = "execute_columns";
     p->nchildren = 1;
     p->children = plan_alloc_children(1);
     if (!p->children) return -1;

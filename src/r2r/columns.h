@@ -9,6 +9,6 @@ namespace lyr {
 bool has_columns(const plan *p);
 
 // Plans a batch with distances 1. 0, or -1 when memory runs out or the length cannot be served.
-int build_columns(plan *p, const char *execute_name);
+int build_columns(plan *p);
 
 }  // namespace lyr

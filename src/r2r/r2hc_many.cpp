@@ -14,7 +14,7 @@ int solve_problem_r2hc_many(plan *p) {
     const auto [h, idist, odist] = p->howmany_dims[0];
     if (h < 2 || idist != 1 || odist != 1) return -1;
     if (!works_one_by_one(p)) return -1;
-    return build_columns(p, "execute_r2hc_many");
+    return build_columns(p);
 }
 
 }  // namespace lyr

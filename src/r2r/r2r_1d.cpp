@@ -24,19 +24,16 @@ int build(plan *p) {
 
 int solve_problem_r2hc_1d(plan *p) {
     if (!is_single(p, LYR_FFT_R2HC)) return -1;
-    p->execute_name = "execute_r2hc_1d";
     return build(p);
 }
 
 int solve_problem_hc2r_1d(plan *p) {
     if (!is_single(p, LYR_FFT_HC2R)) return -1;
-    p->execute_name = "execute_hc2r_1d";
     return build(p);
 }
 
 int solve_problem_dht_1d(plan *p) {
     if (!is_single(p, LYR_FFT_DHT)) return -1;
-    p->execute_name = "execute_dht_1d";
     return build(p);
 }
 
@@ -45,7 +42,6 @@ int solve_problem_r2r_1d(plan *p) {
     const int32_t kind = p->r2r_kinds[0];
     if (kind < LYR_FFT_R2HC || kind > LYR_FFT_RODFT11) return -1;
     if (kind == LYR_FFT_REDFT00) return -1;
-    p->execute_name = "execute_r2r_1d";
     if (is_small_r2r(kind, p->dims[0].n)) return build_small(p);
     if (kind == LYR_FFT_RODFT00) return build_type1(p);
     const bool type4 = kind == LYR_FFT_REDFT11 || kind == LYR_FFT_RODFT11;

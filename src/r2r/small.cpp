@@ -113,6 +113,7 @@ int build_small(plan *p) {
     const r2r_small_function run = active_table()->r2r_passes->small.by_length[n - 1];
     memcpy(p->solver_words, &run, sizeof run);
     p->execute_fn = execute_small;
+    p->execute_name = "execute_r2r_small";
     return 0;
 }
 

@@ -186,6 +186,8 @@ int build_through_dft(plan *p) {
     if (!make_tables(p)) return -1;
     memcpy(p->solver_words, &b, sizeof b);
     p->execute_fn = unit_strides(p) ? execute_contiguous : execute_strided;
+    p->execute_name =
+        unit_strides(p) ? "execute_r2r_through_dft" : "execute_r2r_through_dft_discrete";
     return make_child(p, b.steps) ? 0 : -1;
 }
 

@@ -107,6 +107,7 @@ int build_halves(plan *p) {
         if (plan_solve(child) != 0) return -1;
     }
     p->execute_fn = execute_halves;
+    p->execute_name = "execute_type1_halves";
     return 0;
 }
 
@@ -173,6 +174,7 @@ int build_coprime(plan *p) {
     child->dims[0] = {N, 1, 1};
     child->in = child->out = scratch_array(p);
     p->execute_fn = is_sine(p) ? execute_rodft00_coprime : execute_redft00_coprime;
+    p->execute_name = is_sine(p) ? "execute_rodft00_coprime" : "execute_redft00_coprime";
     return plan_solve(child);
 }
 
@@ -185,7 +187,6 @@ int build_type1(plan *p) {
 int solve_problem_redft00_1d(plan *p) {
     if (!is_single_r2r(p, 2)) return -1;
     if (p->r2r_kinds[0] != LYR_FFT_REDFT00) return -1;
-    p->execute_name = "execute_redft00_1d";
     return is_small_r2r(LYR_FFT_REDFT00, p->dims[0].n) ? build_small(p) : build_type1(p);
 }
 

@@ -100,6 +100,7 @@ int build_type4_odd(plan *p) {
     child->dims[0] = {n, 1, 1};
     child->in = child->out = scratch_array(p);
     p->execute_fn = execute_type4_odd;
+    p->execute_name = "execute_type4_odd";
     return plan_solve(child);
 }
 

@@ -26,6 +26,7 @@ int solve_problem_c2r_direct(plan *p) {
     p->execute_fn = execute_c2r_direct;
     if (single_unit(p)) {
         p->execute_fn = active_reals()->c2r_unit[real_exponent(n)];
+        p->execute_name = "execute_c2r_direct_unit";
         return 0;
     }
     return build_real_block(p, kernel, 1, 2 * os, 2 * is, 2 * is) ? 0 : -1;

@@ -343,6 +343,7 @@ bool columns_stay(const plan *p) {
 
 int build_in_place(plan *p) {
     p->execute_fn = execute_in_place;
+    p->execute_name = "execute_c2r_multidimension_inplace";
     p->nchildren = p->rank;
     p->children = plan_alloc_children(p->nchildren);
     if (!p->children) return -1;
@@ -380,6 +381,7 @@ int64_t rows_together(int64_t rows, int64_t columns) {
 
 int build_out_of_place(plan *p) {
     p->execute_fn = execute_out_of_place;
+    p->execute_name = "execute_c2r_multidimension";
     const lyr_fft_iodim64 row = p->dims[p->rank - 1], above = p->dims[p->rank - 2];
     const int64_t h = row.n / 2, columns = h + 1, all_rows = row_count(p);
 
@@ -428,7 +430,6 @@ int solve_problem_c2r_multidimension(plan *p) {
     if (p->kind != kind_c2r) return -1;
     if (p->howmany_rank != 0) return -1;
     if (p->rank < 2) return -1;
-    p->execute_name = "execute_c2r_multidimension";
     return p->in == p->out ? build_in_place(p) : build_out_of_place(p);
 }
 

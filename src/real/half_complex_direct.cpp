@@ -57,7 +57,7 @@ struct half_complex_solver {
     const real_entry (&kernels)[real_sizes];
     const executor (&unit)[real_sizes + 1];
     executor execute;
-    const char *name;
+    const char *name, *unit_name;
 };
 
 int solve(plan *p, const half_complex_solver &s) {
@@ -72,6 +72,7 @@ int solve(plan *p, const half_complex_solver &s) {
     p->execute_fn = s.execute;
     if (single_unit(p)) {
         p->execute_fn = s.unit[real_exponent(n)];
+        p->execute_name = s.unit_name;
         return 0;
     }
     const bool forward = s.kind != LYR_FFT_HC2R;
@@ -83,20 +84,20 @@ int solve(plan *p, const half_complex_solver &s) {
 
 int solve_problem_r2hc_direct(plan *p) {
     const real_set *r = active_reals();
-    return solve(
-        p, {LYR_FFT_R2HC, r->forward, r->r2hc_unit, execute_r2hc_direct, "execute_r2hc_direct"});
+    return solve(p, {LYR_FFT_R2HC, r->forward, r->r2hc_unit, execute_r2hc_direct,
+                     "execute_r2hc_direct", "execute_r2hc_direct_unit"});
 }
 
 int solve_problem_hc2r_direct(plan *p) {
     const real_set *r = active_reals();
-    return solve(
-        p, {LYR_FFT_HC2R, r->backward, r->hc2r_unit, execute_hc2r_direct, "execute_hc2r_direct"});
+    return solve(p, {LYR_FFT_HC2R, r->backward, r->hc2r_unit, execute_hc2r_direct,
+                     "execute_hc2r_direct", "execute_hc2r_direct_unit"});
 }
 
 int solve_problem_dht_direct(plan *p) {
     const real_set *r = active_reals();
-    return solve(p,
-                 {LYR_FFT_DHT, r->hartley, r->dht_unit, execute_dht_direct, "execute_dht_direct"});
+    return solve(p, {LYR_FFT_DHT, r->hartley, r->dht_unit, execute_dht_direct, "execute_dht_direct",
+                     "execute_dht_direct_unit"});
 }
 
 }  // namespace lyr

@@ -29,6 +29,7 @@ int solve_problem_r2c_1d_direct(plan *p) {
     p->execute_fn = execute_1d_r2c_direct;
     if (single_unit(p)) {
         p->execute_fn = active_reals()->r2c_unit[n - 1];
+        p->execute_name = "execute_1d_r2c_direct_unit";
         return 0;
     }
     return build_real_block(p, kernel, 1, 2 * is, 2 * os, 2 * os) ? 0 : -1;
