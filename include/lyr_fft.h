@@ -24,7 +24,8 @@
  *
  * Errors. A constructor returns a null plan when an argument is out of range, when memory runs out
  * or when the library has no way to compute the problem. Nothing is printed and nothing leaks.
- * Every other function ignores a null plan or a null array.
+ * Every other function ignores a null plan or a null array. Constructors take null arrays, for
+ * plans that are to run on others: input and output that are both null count as in place.
  *
  * Ownership. Arrays belong to the caller, plans to whoever calls lyr_fft_destroy_plan.
  *
@@ -241,9 +242,11 @@ lyr_fft_plan lyr_fft_plan_many_r2r(int rank, const int *n, int howmany, double *
 
 /*
  * The transform and the batch as explicit dimensions, 0 to 3 of each, outermost first, every length
- * and stride at least 1. Rank 0 plans a pure rearrangement of the batch. The split forms take real
- * and imaginary parts in separate arrays, with strides in doubles; split complex plans transform
- * forward, and backward when the real and imaginary arrays are exchanged at execution.
+ * and stride at least 1. Any sign but LYR_FFT_FORWARD counts as LYR_FFT_BACKWARD. Rank 0, where
+ * dims may be null, plans a pure rearrangement of the batch; between real and complex arrays it is
+ * refused. The split forms take real and imaginary parts in separate arrays, with strides in
+ * doubles; split complex plans transform forward, and backward when the real and imaginary arrays
+ * are exchanged at execution.
  */
 lyr_fft_plan lyr_fft_plan_guru_dft(int rank, const lyr_fft_iodim *dims, int howmany_rank,
                                    const lyr_fft_iodim *howmany_dims, lyr_fft_complex *in,

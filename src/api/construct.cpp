@@ -27,10 +27,11 @@ bool count(int64_t &points, int64_t &in_extent, int64_t &out_extent, const lyr_f
     return true;
 }
 
-// Whether byte sizes and offsets of the problem, and of buffers a few times as large, fit in 64
-// bits.
+// Of what is counted in elements: sizes and offsets in bytes, and those of buffers a few times as
+// large, then fit in 64 bits.
+constexpr int64_t limit = INT64_MAX / 128;
+
 bool problem_is_addressable(const plan *p) {
-    constexpr int64_t limit = INT64_MAX / 128;
     int64_t points = 1;
     int64_t in_extent = 1;
     int64_t out_extent = 1;
@@ -57,6 +58,14 @@ bool results_collide(const plan *p) {
     return is_in_place(p) && outputs_overlap(p) && !changes_nothing(p);
 }
 
+// Nothing is as far away as the second element of a dimension that has one, but solvers multiply.
+void limit_unused_strides(lyr_fft_iodim64 *dims, int rank) {
+    for (int k = 0; k < rank; ++k) {
+        if (dims[k].is > limit) dims[k].is = limit;
+        if (dims[k].os > limit) dims[k].os = limit;
+    }
+}
+
 }  // namespace
 
 plan *plan_create(int32_t kind, int64_t sign, int64_t split, const plan_arrays &arrays) {
@@ -75,10 +84,13 @@ plan *plan_create(int32_t kind, int64_t sign, int64_t split, const plan_arrays &
 
 plan *plan_finish(plan *p) {
     const bool arrays_missing = p->split == 1 && !p->in_imag && !p->out_imag;
-    if (!arrays_missing && problem_is_addressable(p) && !results_collide(p) && plan_solve(p) == 0 &&
-        scratch_reserve(p)) {
-        p->reserved = 1;
-        return p;
+    if (!arrays_missing && problem_is_addressable(p)) {
+        limit_unused_strides(p->dims, p->rank);
+        limit_unused_strides(p->howmany_dims, p->howmany_rank);
+        if (!results_collide(p) && plan_solve(p) == 0 && scratch_reserve(p)) {
+            p->reserved = 1;
+            return p;
+        }
     }
     lyr_fft_destroy_plan(p);
     return nullptr;

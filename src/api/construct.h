@@ -1,6 +1,8 @@
 // What all plan constructors share.
 #pragma once
 
+#include <cstring>
+
 #include "planner/plan.h"
 
 namespace lyr {
@@ -22,6 +24,14 @@ plan *plan_finish(plan *p);
 
 inline double *reals(lyr_fft_complex *array) {
     return reinterpret_cast<double *>(array);
+}
+
+// A kind as the caller wrote it: in C it may be any number.
+inline int32_t kind_at(const lyr_fft_r2r_kind *kinds, int k) {
+    int32_t kind;
+    static_assert(sizeof kind == sizeof *kinds);
+    memcpy(&kind, kinds + k, sizeof kind);
+    return kind;
 }
 
 }  // namespace lyr

@@ -9,10 +9,9 @@ using namespace lyr;
 
 // What the forms of the guru interface check differently.
 enum rules : unsigned {
-    dims_optional_at_rank_0 = 1,
-    length_1_is_rank_0 = 2,   // a transform of length 1 is a pure copy of the batch
-    in_place_unit_check = 4,  // refuse one in-place transform with two different strides
-    layout_check = 8,
+    length_1_is_rank_0 = 1,   // a transform of length 1 is a pure copy of the batch
+    in_place_unit_check = 2,  // refuse one in-place transform with two different strides
+    layout_check = 4,
 };
 
 struct guru_layout {
@@ -34,9 +33,7 @@ bool copy_dims(lyr_fft_iodim64 *to, const iodim *from, int rank) {
 template <class iodim>
 bool copy_layout(guru_layout &l, int rank, const iodim *dims, int howmany_rank,
                  const iodim *howmany_dims, unsigned rules) {
-    const bool dims_needed = rank != 0 || !(rules & dims_optional_at_rank_0);
-    if (dims_needed && !dims) return false;
-    if (howmany_rank > 0 && !howmany_dims) return false;
+    if ((rank > 0 && !dims) || (howmany_rank > 0 && !howmany_dims)) return false;
     if (rank < 0 || rank > 3 || howmany_rank < 0 || howmany_rank > 3) return false;
     l.rank = rank;
     l.howmany_rank = howmany_rank;
@@ -47,7 +44,7 @@ bool copy_layout(guru_layout &l, int rank, const iodim *dims, int howmany_rank,
 }
 
 // The other kinds multiply one number by a constant, or are not defined for it.
-bool copies_length_1(lyr_fft_r2r_kind kind) {
+bool copies_length_1(int32_t kind) {
     return kind == LYR_FFT_R2HC || kind == LYR_FFT_HC2R || kind == LYR_FFT_DHT ||
            kind == LYR_FFT_REDFT01 || kind == LYR_FFT_RODFT01;
 }
@@ -94,7 +91,7 @@ plan *plan_guru(int32_t kind, int64_t sign, int64_t split, const guru_layout &l,
     p->howmany_rank = l.howmany_rank;
     memcpy(p->dims, l.dims, static_cast<size_t>(l.rank) * sizeof l.dims[0]);
     memcpy(p->howmany_dims, l.howmany_dims, static_cast<size_t>(l.howmany_rank) * sizeof l.dims[0]);
-    for (int k = 0; r2r_kinds && k < l.rank; ++k) p->r2r_kinds[k] = r2r_kinds[k];
+    for (int k = 0; r2r_kinds && k < l.rank; ++k) p->r2r_kinds[k] = kind_at(r2r_kinds, k);
     return plan_finish(p);
 }
 
@@ -131,7 +128,7 @@ static plan *guru_r2r(int rank, const iodim *dims, int howmany_rank, const iodim
                       double *in, double *out, const lyr_fft_r2r_kind *kind, unsigned rules) {
     guru_layout l;
     if (rank >= 1 && !kind) return nullptr;
-    if (rank == 1 && !copies_length_1(kind[0])) rules &= ~unsigned{length_1_is_rank_0};
+    if (rank == 1 && !copies_length_1(kind_at(kind, 0))) rules &= ~unsigned{length_1_is_rank_0};
     if (!copy_layout(l, rank, dims, howmany_rank, howmany_dims, rules)) return nullptr;
     return plan_guru(kind_r2r, 0, -1, l, {in, nullptr, out, nullptr}, rules, kind);
 }
@@ -167,7 +164,7 @@ lyr_fft_plan lyr_fft_plan_guru_dft(int rank, const lyr_fft_iodim *dims, int howm
                                    const lyr_fft_iodim *howmany_dims, lyr_fft_complex *in,
                                    lyr_fft_complex *out, int sign, unsigned) {
     return guru_dft(rank, dims, howmany_rank, howmany_dims, in, out, sign,
-                    dims_optional_at_rank_0 | length_1_is_rank_0 | layout_check);
+                    length_1_is_rank_0 | layout_check);
 }
 
 lyr_fft_plan lyr_fft_plan_guru_dft_r2c(int rank, const lyr_fft_iodim *dims, int howmany_rank,
@@ -186,7 +183,7 @@ lyr_fft_plan lyr_fft_plan_guru_r2r(int rank, const lyr_fft_iodim *dims, int howm
                                    const lyr_fft_iodim *howmany_dims, double *in, double *out,
                                    const lyr_fft_r2r_kind *kind, unsigned) {
     return guru_r2r(rank, dims, howmany_rank, howmany_dims, in, out, kind,
-                    dims_optional_at_rank_0 | length_1_is_rank_0 | in_place_unit_check);
+                    length_1_is_rank_0 | in_place_unit_check);
 }
 
 lyr_fft_plan lyr_fft_plan_guru_split_dft(int rank, const lyr_fft_iodim *dims, int howmany_rank,

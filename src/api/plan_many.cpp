@@ -55,7 +55,7 @@ plan *plan_many(int32_t kind, int64_t sign, const many_layout &l, double *in, do
         p->howmany_rank = 1;
         p->howmany_dims[0] = {l.howmany, l.idist, l.odist};
     }
-    for (int k = 0; r2r_kinds && k < l.rank; ++k) p->r2r_kinds[k] = r2r_kinds[k];
+    for (int k = 0; r2r_kinds && k < l.rank; ++k) p->r2r_kinds[k] = kind_at(r2r_kinds, k);
     return plan_finish(p);
 }
 

@@ -118,6 +118,22 @@ bool made_of_good_radices(int64_t n) {
     return true;
 }
 
+// The shortest product of good radices from `least` on. For each product of odd primes there is one
+// power of two that comes to at least that much; if it makes no good length with it, larger ones
+// may.
+int64_t shortest_good_length(int64_t least) {
+    int64_t best = INT64_MAX;
+    for (int64_t sevens = 1; sevens < 2 * least; sevens *= 7)
+        for (int64_t fives = sevens; fives < 2 * least; fives *= 5)
+            for (int64_t odd = fives; odd < 2 * least; odd *= 3) {
+                int64_t length = odd;
+                while (length < least) length *= 2;
+                while (length < best && !made_of_good_radices(length)) length *= 2;
+                if (length < best) best = length;
+            }
+    return best;
+}
+
 }  // namespace
 
 int64_t bluestein_length(int64_t p) {
@@ -131,8 +147,7 @@ int64_t bluestein_length(int64_t p) {
         }
     for (int64_t length : long_lengths)
         if (M <= length && length <= M + longest_detour) return length;
-    while (!smooth_to_11(M) || !made_of_good_radices(M)) ++M;
-    return M;
+    return shortest_good_length(M);
 }
 
 int solve_problem_c2c_1d_bluestein(plan *p) {
