@@ -3,6 +3,7 @@
 usage: library_check.py header COMPILER... -- INCLUDE_DIR
        library_check.py exports NM HEADER LIBRARY
        library_check.py needed READELF LIBRARY
+       library_check.py inside READELF LIBRARY
        library_check.py codelets NM ISA OBJECT...
 
 Exits with 1 and one line per fault when something is not as it should be.
@@ -40,6 +41,15 @@ def check_needed(readelf, library):
     needed = set(re.findall(r"\(NEEDED\).*\[(.*)\]", run(readelf, "-dW", library)))
     if needed != {"libm.so.6", "libc.so.6"}:
         yield "needed libraries: " + " ".join(sorted(needed))
+
+
+def check_inside(readelf, library):
+    """Calls among its own functions do not leave the library, whatever a program defines."""
+    relocations = run(readelf, "-rW", library)
+    for name in sorted(set(re.findall(r"\b(?:lyr_fft_|LFFT)\w+", relocations)) - {"lyr_fft_version"}):
+        yield f"called from outside: {name}"
+    if "calloc" not in relocations:
+        yield "no calls of libc found"
 
 
 def check_codelets(nm, isa, objects):
@@ -97,6 +107,8 @@ def main(arguments):
             faults = check_exports(nm, header, library)
         case ["needed", readelf, library]:
             faults = check_needed(readelf, library)
+        case ["inside", readelf, library]:
+            faults = check_inside(readelf, library)
         case ["codelets", nm, isa, *objects] if objects:
             faults = check_codelets(nm, isa, objects)
         case _:
