@@ -102,6 +102,19 @@ int run_spectrum(const spectrum_arguments &arguments) {
         return fail("no frequency lies between %s and %s Hz",
                     format_hertz(arguments.lowest).c_str(), format_hertz(highest).c_str());
 
+    // Powers of enormous numbers would overflow: such signals are made smaller, and their levels
+    // raised again.
+    double largest = 0;
+    for (const double x : s.samples) largest = std::max(largest, std::abs(x));
+    const int lowered = largest > 1e100 ? std::ilogb(largest) : 0;
+    const double raised = 20 * std::log10(2) * lowered;
+    if (lowered != 0)
+        for (double &x : s.samples) x = std::ldexp(x, -lowered);
+    const auto level_of = [raised](double power) {
+        const double level = decibels(power);
+        return level > lowest_level ? level + raised : level;
+    };
+
     // A constant offset would only show as a line at 0 Hz.
     double mean = 0;
     for (const double x : s.samples) mean += x / static_cast<double>(length);
@@ -127,7 +140,8 @@ int run_spectrum(const spectrum_arguments &arguments) {
         const double hertz = static_cast<double>(k) * bin_width;
         if (hertz < arguments.lowest || hertz > highest) wanted[k] = 0;
     }
-    const std::vector<peak> peaks = find_peaks(wanted, arguments.peaks);
+    std::vector<peak> peaks = find_peaks(wanted, arguments.peaks);
+    for (peak &p : peaks) p.level += raised;
     progress.clear();
 
     const char *unit = s.is_text ? "dB" : "dBFS";
@@ -160,7 +174,7 @@ int run_spectrum(const spectrum_arguments &arguments) {
     picture.range = arguments.range;
     picture.level_unit = unit;
     picture.peaks = peaks;
-    for (const double power : average) picture.average.push_back(decibels(power));
+    for (const double power : average) picture.average.push_back(level_of(power));
 
     // At least one spectrum per column of pixels, and no gaps: pieces overlap by three quarters.
     const int64_t columns = picture_columns(size);
@@ -185,7 +199,7 @@ int run_spectrum(const spectrum_arguments &arguments) {
                 if (i % pieces_per_column != pieces_per_column - 1) return;
                 float *to = picture.levels.data() + i / pieces_per_column * picture.bins;
                 for (size_t k = 0; k < column.size(); ++k)
-                    to[k] = static_cast<float>(decibels(column[k]));
+                    to[k] = static_cast<float>(level_of(column[k]));
                 progress.update(static_cast<double>(i), static_cast<double>(drawn.count));
             },
             error))
