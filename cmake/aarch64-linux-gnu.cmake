@@ -1,15 +1,24 @@
 # Cross-building for AArch64 Linux on Debian; ctest runs the programs under user-mode emulation.
 #
 #     cmake -S . -B build-arm --toolchain cmake/aarch64-linux-gnu.cmake [-DA64_CPU=max]
-#         [-DA64_ROOT=FOLDER]
+#         [-DA64_ROOT=FOLDER] [-DA64_COMPILER=clang]
 #
 # Debian packages: g++-aarch64-linux-gnu qemu-user, and gfortran-aarch64-linux-gnu for the module.
 
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR aarch64)
 
-set(CMAKE_C_COMPILER aarch64-linux-gnu-gcc)
-set(CMAKE_CXX_COMPILER aarch64-linux-gnu-g++)
+set(A64_COMPILER gcc CACHE STRING "gcc, or clang, which uses the libraries and linker of gcc")
+list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES A64_COMPILER)
+if(A64_COMPILER STREQUAL "clang")
+    set(CMAKE_C_COMPILER clang)
+    set(CMAKE_C_COMPILER_TARGET aarch64-linux-gnu)
+    set(CMAKE_CXX_COMPILER clang++)
+    set(CMAKE_CXX_COMPILER_TARGET aarch64-linux-gnu)
+else()
+    set(CMAKE_C_COMPILER aarch64-linux-gnu-gcc)
+    set(CMAKE_CXX_COMPILER aarch64-linux-gnu-g++)
+endif()
 find_program(CMAKE_Fortran_COMPILER aarch64-linux-gnu-gfortran)
 
 set(A64_CPU max CACHE STRING "Processor that the emulator pretends to be (qemu-aarch64 -cpu help lists them)")

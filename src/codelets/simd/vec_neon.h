@@ -22,7 +22,8 @@ struct vec1 {
     LYR_INLINE static tw tw_lanes(const double *p) { return load(p); }
     LYR_INLINE static tw tw_plain(const double *p) { return load(p); }
     LYR_INLINE static void join(double *p, const double *re, const double *im) {
-        vst2q_f64(p, float64x2x2_t{{vld1q_f64(re), vld1q_f64(im)}});
+        const float64x2x2_t parts = {{vld1q_f64(re), vld1q_f64(im)}};  // a macro takes them
+        vst2q_f64(p, parts);
     }
     LYR_INLINE static void part(double *re, double *im, const double *p) {
         const float64x2x2_t parts = vld2q_f64(p);
