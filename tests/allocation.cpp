@@ -1,21 +1,29 @@
-// Planning when memory runs out: every single allocation of a plan fails once. The program is
-// linked with --wrap for the allocation functions, so that those of the library come here.
-#include <cstdlib>
+// When memory or threads run out: every single allocation and thread creation of plans and of their
+// executions fails once. The program is linked with --wrap for these functions, so that those of
+// the library come here.
+#include <pthread.h>
 
+#include <atomic>
+#include <cerrno>
+#include <cstdlib>
+#include <ctime>
+
+#include "reference.h"
 #include "support.h"
 
 namespace {
 
 // Counts only while the library is at work; gtest and the test itself go through unhindered.
-bool counting = false;
-int64_t until_failure = -1;  // allocations that still succeed; negative: all
-int64_t live_blocks = 0;
-int64_t allocations = 0;
+std::atomic<bool> counting = false;
+std::atomic<int64_t> until_failure = -1;  // allocations that still succeed; negative: all
+std::atomic<int64_t> live_blocks = 0;
+std::atomic<int64_t> allocations = 0;
+std::atomic<size_t> largest_block = SIZE_MAX;
 
-bool fails() {
+bool fails(size_t bytes = 0) {
     if (!counting) return false;
     ++allocations;
-    return until_failure >= 0 && until_failure-- == 0;
+    return bytes > largest_block || (until_failure >= 0 && until_failure-- == 0);
 }
 
 void *counted(void *block) {
@@ -30,19 +38,24 @@ void *__real_malloc(size_t bytes);
 void *__real_calloc(size_t count, size_t bytes);
 void *__real_aligned_alloc(size_t alignment, size_t bytes);
 void __real_free(void *block);
+int __real_pthread_create(pthread_t *, const pthread_attr_t *, void *(*)(void *), void *);
 
 void *__wrap_malloc(size_t bytes) {
-    return fails() ? nullptr : counted(__real_malloc(bytes));
+    return fails(bytes) ? nullptr : counted(__real_malloc(bytes));
 }
 void *__wrap_calloc(size_t count, size_t bytes) {
-    return fails() ? nullptr : counted(__real_calloc(count, bytes));
+    return fails(count * bytes) ? nullptr : counted(__real_calloc(count, bytes));
 }
 void *__wrap_aligned_alloc(size_t alignment, size_t bytes) {
-    return fails() ? nullptr : counted(__real_aligned_alloc(alignment, bytes));
+    return fails(bytes) ? nullptr : counted(__real_aligned_alloc(alignment, bytes));
 }
 void __wrap_free(void *block) {
     if (counting && block) --live_blocks;
     __real_free(block);
+}
+int __wrap_pthread_create(pthread_t *thread, const pthread_attr_t *attributes,
+                          void *(*start)(void *), void *arg) {
+    return fails() ? EAGAIN : __real_pthread_create(thread, attributes, start, arg);
 }
 }
 
@@ -150,6 +163,130 @@ TEST(allocation, every_allocation_of_a_plan_may_fail) {
         }
         EXPECT_GE(made, 1) << text;
     }
+}
+
+// Runs f with allocations counted.
+template <class function>
+void counted_run(function f) {
+    counting = true;
+    f();
+    counting = false;
+}
+
+// A plan's life on several threads: made, run, run again with new workers, destroyed. Whatever
+// fails, there is no plan, or both results are right, and in the end nothing is left.
+TEST(allocation, everything_may_fail_with_threads) {
+    struct example {
+        const char *problem;
+        int threads;
+    };
+    constexpr example examples[] = {
+        {"ocf16*300", 2},
+        {"icf60*50i", 3},
+        {"ocf1001*20i", 4},
+        {"ocf64*30*5i", 2},
+        {"ocb30x64", 3},
+        {"icf8x60x10", 4},
+        {"ocf41*90", 2},
+        {"ocf83*40i", 3},
+        {"ocf16384", 2},
+        {"icf2048", 4},
+        {"ocf0*30*40i", 2},
+        {"oscf60*30", 3},
+        {"ocf256:256:256*20:1:1", 2},
+        {"orf60*90i", 3},
+        {"orb15*90i", 2},
+        {"orf8x9x10", 4},
+        {"orb8x90x10", 3},
+        {"irb60x70", 2},
+        {"irf6x80*5i", 3},
+        {"irb6x80*5i", 2},
+        {"orf16384", 3},
+        {"irb16384", 2},
+        {"orf16*900", 2},
+        {"orb32*100", 4},
+        {"ok60f*90i", 3},
+        {"ok17e00*90", 2},
+        {"ik33h*90i", 2},
+        {"ok99e11*40", 3},
+        {"ok9o01x400b", 2},
+        {"ocf1x1x3000", 3},
+    };
+    for (const auto &[text, threads] : examples) {
+        const problem p = problem_of(text);
+        if (test_scale > 1 && point_count(p) * batch_count(p) > 3000) continue;
+        buffers b = buffers_of(p);
+        for (int64_t successes = 0;; ++successes) {
+            SCOPED_TRACE(std::string(text) + ", failure after " + std::to_string(successes));
+            live_blocks = 0;
+            allocations = 0;
+            until_failure = successes;
+            lyr_fft_plan plan = nullptr;
+            counted_run([&, threads = threads] {
+                lyr_fft_plan_with_nthreads(threads);
+                plan = make_plan(p, b, lyr_tools::constructor::guru64);
+            });
+            for (int run = 0; plan && run < 2; ++run) {
+                fill_buffers(p, static_cast<uint64_t>(run + 1), b);
+                counted_run([&] {
+                    if (run == 1) lyr_fft_cleanup_threads();
+                    lyr_fft_execute(plan);
+                });
+                EXPECT_EQ(check_buffers(p, b), "");
+                EXPECT_LE(compare_with_reference(p, b).l2, p.rank > 0 ? 2.0 : 0);
+            }
+            const bool failed_once = until_failure < 0;
+            until_failure = -1;
+            counted_run([&] {
+                lyr_fft_destroy_plan(plan);
+                lyr_fft_plan_with_nthreads(1);
+                lyr_fft_cleanup_threads();
+            });
+            EXPECT_EQ(live_blocks, 0) << "leaked";
+            if (!failed_once) {
+                EXPECT_TRUE(plan) << "no plan with all the memory it wants";
+                break;
+            }
+            if (HasFailure()) return;
+            ASSERT_LT(successes, 1000);
+        }
+    }
+}
+
+// Whatever the length, a refusal does not search, sieve or sum first.
+TEST(allocation, refusals_are_quick) {
+    constexpr int64_t lengths[] = {10000000019,       100000000003,      1000000000039,
+                                   1000000000000037,  72057594037927931, int64_t{1} << 40,
+                                   int64_t{41} << 40, int64_t{3} << 50,  2305843009213693951};
+    double room[2] = {};
+    largest_block = size_t{256} << 20;
+    for (const int64_t n : lengths)
+        for (const int64_t stride : {1, 2}) {
+            const lyr_fft_iodim64 dim = {n, stride, stride};
+            std::vector<lyr_fft_plan> plans;
+            timespec before, after;
+            clock_gettime(CLOCK_THREAD_CPUTIME_ID, &before);
+            counted_run([&] {
+                lyr_fft_complex *z = complexes(room);
+                plans.push_back(lyr_fft_plan_guru64_dft(1, &dim, 0, nullptr, z, z, -1, 0));
+                plans.push_back(lyr_fft_plan_guru64_dft_r2c(1, &dim, 0, nullptr, room, z, 0));
+                plans.push_back(lyr_fft_plan_guru64_dft_c2r(1, &dim, 0, nullptr, z, room, 0));
+                for (int kind = LYR_FFT_R2HC; kind <= LYR_FFT_RODFT11; ++kind) {
+                    const auto k = static_cast<lyr_fft_r2r_kind>(kind);
+                    plans.push_back(
+                        lyr_fft_plan_guru64_r2r(1, &dim, 0, nullptr, room, room, &k, 0));
+                }
+            });
+            clock_gettime(CLOCK_THREAD_CPUTIME_ID, &after);
+            const double milliseconds = 1e3 * static_cast<double>(after.tv_sec - before.tv_sec) +
+                                        1e-6 * static_cast<double>(after.tv_nsec - before.tv_nsec);
+            for (const lyr_fft_plan plan : plans) {
+                EXPECT_EQ(plan, nullptr) << n;
+                lyr_fft_destroy_plan(plan);
+            }
+            EXPECT_LT(milliseconds, 10 * static_cast<double>(test_scale)) << n;
+        }
+    largest_block = SIZE_MAX;
 }
 
 TEST(allocation, library_blocks) {
