@@ -156,8 +156,8 @@ call decode(const uint8_t *data, size_t size) {
     c.other_arrays = style / 64 % 2 != 0;
     c.seed = 1 + static_cast<uint64_t>(b.byte());
     const int setting = b.byte();
-    c.table = setting % 4;
-    c.threads = setting / 4 % 16 == 15 ? 2 + setting / 64 % 3 : 1;
+    c.table = setting % 3;
+    c.threads = setting < 252 ? 1 : 2 + setting % 2;
     c.rank = c.how < form::guru ? 1 + b.below(3) : b.below(4);
     c.batch_rank = c.how == form::basic ? 0 : c.how == form::many ? 1 : b.below(4);
     for (int d = 0; d < 3; ++d) {

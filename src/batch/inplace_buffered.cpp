@@ -238,6 +238,7 @@ int solve_problem_inplace_buffered(plan *p) {
     if (has_split_arrays(p)) {
         p->execute_fn = execute_forwarded;
         p->execute_split_fn = execute_inplace_buffered_split;
+        p->execute_name = "execute_inplace_buffered_split";
     }
     return build(p);
 }

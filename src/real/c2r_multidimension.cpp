@@ -297,7 +297,8 @@ struct columns_layout {
 
 columns_layout input_columns(const plan *p, int64_t first) {
     const int64_t is = p->dims[p->rank - 1].is;
-    return {p->in + 2 * first * is, {p->dims[0].is, p->dims[1].is}, is};
+    double *column = p->in ? p->in + 2 * first * is : nullptr;  // a plan for other arrays
+    return {column, {p->dims[0].is, p->dims[1].is}, is};
 }
 
 // Row-major, `width` columns to a row.
