@@ -1,5 +1,5 @@
 /*
- * LYRA FFT for C++20: plans that clean up after themselves, spans, and typed problems.
+ * LYRA FFT for C++17 and later: plans that clean up after themselves, spans, and typed problems.
  *
  *     std::vector<lyr_fft::complex> in(1024), out(1024);
  *     auto plan = lyr_fft::dft({1024}, in, out, lyr_fft::direction::forward).value();
@@ -17,6 +17,10 @@
 #ifndef LYR_FFT_HPP
 #define LYR_FFT_HPP
 
+#if __cplusplus < 201703L
+    #error "lyr_fft.hpp needs C++17 or later, such as -std=c++17; lyr_fft.h needs C++11"
+#endif
+
 #include <lyr_fft.h>
 
 #include <complex>
@@ -25,12 +29,18 @@
 #include <cstdlib>
 #include <exception>
 #include <initializer_list>
+#include <iterator>
 #include <limits>
 #include <new>
-#include <span>
 #include <type_traits>
 #include <utility>
 #include <vector>
+#if __has_include(<version>)
+    #include <version>
+#endif
+#ifdef __cpp_lib_span
+    #include <span>
+#endif
 
 namespace lyr_fft {
 
@@ -52,6 +62,54 @@ enum class kind : int {
     rodft10 = LYR_FFT_RODFT10,
     rodft11 = LYR_FFT_RODFT11
 };
+
+// ---- Arrays -------------------------------------------------------------------------------------
+
+// Numbers one behind the other that belong to somebody else: std::span, and for C++17 the part of
+// it that this layer needs. Vectors, std::array and plain arrays become spans by themselves.
+#ifdef __cpp_lib_span
+template <class T>
+using span = std::span<T>;
+#else
+template <class T>
+class span {
+    // As std::span has it: elements may become const, and what ends with the expression may only be
+    // read.
+    template <class Array>
+    using element = std::remove_pointer_t<decltype(std::data(std::declval<Array &>()))>;
+    template <class Array, class Element>
+    static constexpr bool fits = !std::is_same_v<std::decay_t<Array>, span> &&
+                                 std::is_convertible_v<Element (*)[], T (*)[]> &&
+                                 (std::is_lvalue_reference_v<Array> || std::is_const_v<T>);
+
+  public:
+    using element_type = T;
+    using value_type = std::remove_cv_t<T>;
+    using iterator = T *;
+
+    constexpr span() noexcept = default;
+    constexpr span(T *first_element, std::size_t count) noexcept
+        : begins(first_element), length(count) {}
+    template <class Array, class Element = element<Array>,
+              std::enable_if_t<fits<Array, Element>, int> = 0>
+    constexpr span(Array &&array) noexcept : begins(std::data(array)), length(std::size(array)) {}
+
+    constexpr T *data() const noexcept { return begins; }
+    constexpr std::size_t size() const noexcept { return length; }
+    constexpr bool empty() const noexcept { return length == 0; }
+    constexpr T &operator[](std::size_t index) const noexcept { return begins[index]; }
+    constexpr iterator begin() const noexcept { return begins; }
+    constexpr iterator end() const noexcept { return begins + length; }
+    constexpr span first(std::size_t count) const noexcept { return {begins, count}; }
+    constexpr span subspan(std::size_t start, std::size_t count) const noexcept {
+        return {begins + start, count};
+    }
+
+  private:
+    T *begins = nullptr;
+    std::size_t length = 0;
+};
+#endif
 
 // ---- Problems -----------------------------------------------------------------------------------
 
@@ -93,7 +151,7 @@ struct batch {
 };
 
 // A problem of any layout: the dimensions of the transform and those of the batch, 0 to 3 each,
-// outermost first, as {.n = length, .is = input stride, .os = output stride}.
+// outermost first, as {length, input stride, output stride}.
 using dimension = lyr_fft_iodim64;
 struct dimensions {
     per_dimension<dimension> transform = {};
@@ -105,10 +163,13 @@ struct dimensions {
 // execution, for the backward transform.
 template <class Real>
 struct split {
-    std::span<Real> re, im;
+    span<Real> re, im;
 
     constexpr split exchanged() const { return {im, re}; }
-    constexpr operator split<const Real>() const requires(!std::is_const_v<Real>) {
+    template <
+        class Other,
+        std::enable_if_t<!std::is_const_v<Real> && std::is_same_v<Other, const Real>, int> = 0>
+    constexpr operator split<Other>() const {
         return {re, im};
     }
 };
@@ -220,7 +281,7 @@ class plan : public detail::owned {
 
     // Run on other arrays of the planned layout; in place if, and only if, so planned. Lengths are
     // not checked.
-    void execute(std::span<const In> in, std::span<Out> out) const noexcept {
+    void execute(span<const In> in, span<Out> out) const noexcept {
         if constexpr (std::is_same_v<In, complex> && std::is_same_v<Out, complex>)
             lyr_fft_execute_dft(get(), detail::raw(in.data()), detail::raw(out.data()));
         else if constexpr (std::is_same_v<Out, complex>)
@@ -246,7 +307,7 @@ class split_r2c_plan : public detail::owned {
   public:
     using owned::execute;
     using owned::owned;
-    void execute(std::span<const double> in, split<double> out) const noexcept {
+    void execute(span<const double> in, split<double> out) const noexcept {
         lyr_fft_execute_split_dft_r2c(get(), detail::raw(in.data()), out.re.data(), out.im.data());
     }
 };
@@ -254,7 +315,7 @@ class split_c2r_plan : public detail::owned {
   public:
     using owned::execute;
     using owned::owned;
-    void execute(split<const double> in, std::span<double> out) const noexcept {
+    void execute(split<const double> in, span<double> out) const noexcept {
         lyr_fft_execute_split_dft_c2r(get(), detail::raw(in.re.data()), detail::raw(in.im.data()),
                                       out.data());
     }
@@ -322,7 +383,7 @@ constexpr described describe(const shape &n, const batch &b, const layout &l, co
 }
 
 template <class T>
-constexpr bool holds(std::span<T> array, std::int64_t elements) noexcept {
+constexpr bool holds(span<T> array, std::int64_t elements) noexcept {
     return elements <= static_cast<std::int64_t>(array.size());
 }
 template <class Real>
@@ -348,7 +409,7 @@ struct sides {
 
 // Plan by the advanced constructor that f calls with both arrays' descriptions.
 template <class Plan, class In, class Out, class F>
-result<Plan> plan_many(const shape &n, std::span<const In> in, std::span<Out> out, const batch &b,
+result<Plan> plan_many(const shape &n, span<const In> in, span<Out> out, const batch &b,
                        sides contents, F f) noexcept {
     if (!complete(n, b)) return error::refused;
     const described i = describe(n, b, b.in, contents.in);
@@ -401,7 +462,7 @@ struct kind_list {
 // ---- Constructors -------------------------------------------------------------------------------
 
 // Complex transforms of `n`, rank 1 to 3.
-inline result<dft_plan> dft(const shape &n, std::span<const complex> in, std::span<complex> out,
+inline result<dft_plan> dft(const shape &n, span<const complex> in, span<complex> out,
                             direction sign, const batch &b = {}) noexcept {
     return detail::plan_many<dft_plan>(
         n, in, out, b, detail::complex_sides,
@@ -414,7 +475,7 @@ inline result<dft_plan> dft(const shape &n, std::span<const complex> in, std::sp
 
 // Real to complex; rows of the output are n/2+1 long, and in place those of the input are padded to
 // 2(n/2+1) doubles.
-inline result<r2c_plan> r2c(const shape &n, std::span<const double> in, std::span<complex> out,
+inline result<r2c_plan> r2c(const shape &n, span<const double> in, span<complex> out,
                             const batch &b = {}) noexcept {
     detail::sides contents = detail::r2c_sides;
     if (detail::same(in.data(), out.data())) contents.in = detail::content::padded;
@@ -427,7 +488,7 @@ inline result<r2c_plan> r2c(const shape &n, std::span<const double> in, std::spa
 }
 
 // Complex to real, the same layouts the other way round.
-inline result<c2r_plan> c2r(const shape &n, std::span<const complex> in, std::span<double> out,
+inline result<c2r_plan> c2r(const shape &n, span<const complex> in, span<double> out,
                             const batch &b = {}) noexcept {
     detail::sides contents = detail::c2r_sides;
     if (detail::same(in.data(), out.data())) contents.out = detail::content::padded;
@@ -440,8 +501,8 @@ inline result<c2r_plan> c2r(const shape &n, std::span<const complex> in, std::sp
 }
 
 // Real to real, one kind per dimension.
-inline result<r2r_plan> r2r(const shape &n, std::span<const double> in, std::span<double> out,
-                            const kinds &k, const batch &b = {}) noexcept {
+inline result<r2r_plan> r2r(const shape &n, span<const double> in, span<double> out, const kinds &k,
+                            const batch &b = {}) noexcept {
     if (k.rank != n.rank) return error::refused;
     const detail::kind_list list(k);
     return detail::plan_many<r2r_plan>(
@@ -454,8 +515,8 @@ inline result<r2r_plan> r2r(const shape &n, std::span<const double> in, std::spa
 }
 
 // The same for any layout.
-inline result<dft_plan> dft(const dimensions &d, std::span<const complex> in,
-                            std::span<complex> out, direction sign) noexcept {
+inline result<dft_plan> dft(const dimensions &d, span<const complex> in, span<complex> out,
+                            direction sign) noexcept {
     return detail::plan_guru<dft_plan>(d, in, out, detail::complex_sides, [&] {
         return lyr_fft_plan_guru64_dft(d.transform.rank, d.transform.items, d.batch.rank,
                                        d.batch.items, detail::raw(in.data()),
@@ -463,8 +524,8 @@ inline result<dft_plan> dft(const dimensions &d, std::span<const complex> in,
     });
 }
 
-inline result<r2c_plan> r2c(const dimensions &d, std::span<const double> in,
-                            std::span<complex> out) noexcept {
+inline result<r2c_plan> r2c(const dimensions &d, span<const double> in,
+                            span<complex> out) noexcept {
     return detail::plan_guru<r2c_plan>(d, in, out, detail::r2c_sides, [&] {
         return lyr_fft_plan_guru64_dft_r2c(d.transform.rank, d.transform.items, d.batch.rank,
                                            d.batch.items, detail::raw(in.data()),
@@ -472,8 +533,8 @@ inline result<r2c_plan> r2c(const dimensions &d, std::span<const double> in,
     });
 }
 
-inline result<c2r_plan> c2r(const dimensions &d, std::span<const complex> in,
-                            std::span<double> out) noexcept {
+inline result<c2r_plan> c2r(const dimensions &d, span<const complex> in,
+                            span<double> out) noexcept {
     return detail::plan_guru<c2r_plan>(d, in, out, detail::c2r_sides, [&] {
         return lyr_fft_plan_guru64_dft_c2r(d.transform.rank, d.transform.items, d.batch.rank,
                                            d.batch.items, detail::raw(in.data()),
@@ -481,7 +542,7 @@ inline result<c2r_plan> c2r(const dimensions &d, std::span<const complex> in,
     });
 }
 
-inline result<r2r_plan> r2r(const dimensions &d, std::span<const double> in, std::span<double> out,
+inline result<r2r_plan> r2r(const dimensions &d, span<const double> in, span<double> out,
                             const kinds &k) noexcept {
     if (k.rank != d.transform.rank) return error::refused;
     const detail::kind_list list(k);
@@ -502,7 +563,7 @@ inline result<split_dft_plan> split_dft(const dimensions &d, split<const double>
     });
 }
 
-inline result<split_r2c_plan> split_r2c(const dimensions &d, std::span<const double> in,
+inline result<split_r2c_plan> split_r2c(const dimensions &d, span<const double> in,
                                         split<double> out) noexcept {
     return detail::plan_guru<split_r2c_plan>(d, in, out, detail::r2c_sides, [&] {
         return lyr_fft_plan_guru64_split_dft_r2c(d.transform.rank, d.transform.items, d.batch.rank,
@@ -512,7 +573,7 @@ inline result<split_r2c_plan> split_r2c(const dimensions &d, std::span<const dou
 }
 
 inline result<split_c2r_plan> split_c2r(const dimensions &d, split<const double> in,
-                                        std::span<double> out) noexcept {
+                                        span<double> out) noexcept {
     return detail::plan_guru<split_c2r_plan>(d, in, out, detail::c2r_sides, [&] {
         return lyr_fft_plan_guru64_split_dft_c2r(d.transform.rank, d.transform.items, d.batch.rank,
                                                  d.batch.items, detail::raw(in.re.data()),

@@ -100,7 +100,7 @@ check_packages() {
     say "C++ and Fortran by pkg-config"
     install g++ gfortran
     # shellcheck disable=SC2016
-    quietly sh -c 'cd /root && g++ -std=c++20 examples/first.cpp -o cxx \
+    quietly sh -c 'cd /root && g++ examples/first.cpp -o cxx \
         $(pkg-config --cflags --libs lyra_fft) &&
         gfortran -I "$(pkg-config --variable=fmoddir lyra_fft)" examples/first.f90 -o fortran \
             $(pkg-config --cflags --libs lyra_fft) &&

@@ -152,7 +152,7 @@ def check_pkg_config(settings, folder):
         raise Fault("wrong version")
     examples = Path(settings["source"]) / "examples"
     consumers = [("first.c", settings["cc"], ["-std=c99"]),
-                 ("first.cpp", settings["cxx"], ["-std=c++20"])]
+                 ("first.cpp", settings["cxx"], ["-std=c++17"])]
     if settings["fc"]:
         consumers.append(("first.f90", settings["fc"], ["-I", *ask("--variable=fmoddir")]))
         consumers.append(("entry_points.f90", settings["fc"], []))
