@@ -44,8 +44,10 @@
 
 namespace lyr_fft {
 
+// A complex number.
 using complex = std::complex<double>;
 
+// The sign of the exponent.
 enum class direction : int { forward = LYR_FFT_FORWARD, backward = LYR_FFT_BACKWARD };
 
 // The kinds of real-to-real transforms, defined at lyr_fft_r2r_kind.
@@ -117,9 +119,11 @@ class span {
 // learns the length, and refuses it.
 template <class T>
 struct per_dimension {
+    // The library's highest rank.
     static constexpr std::size_t most = 3;
 
     constexpr per_dimension() = default;
+    // From a list in braces.
     constexpr per_dimension(std::initializer_list<T> list)
         : rank(static_cast<int>(list.size() > most ? most + 1 : list.size())) {
         std::size_t k = 0;
@@ -127,35 +131,38 @@ struct per_dimension {
             if (k < most) items[k++] = item;
     }
 
-    int rank = 0;
-    T items[most] = {};
+    int rank = 0;        // how many there are
+    T items[most] = {};  // outermost first
 };
 
+// Lengths.
 using shape = per_dimension<int>;
+// What happens along each dimension of a real-to-real transform.
 using kinds = per_dimension<kind>;
 
 // Where the elements of an array lie, all in elements: neighbours along the last dimension `stride`
 // apart, transforms `distance` apart (0: one behind the other, without gaps), `extent` physical
 // lengths of the dimensions (empty: no padding).
 struct layout {
-    int stride = 1;
-    int distance = 0;
-    shape extent = {};
+    int stride = 1;     // from one element to the next along the last dimension
+    int distance = 0;   // from one transform to the next
+    shape extent = {};  // physical lengths
 };
 
 // `count` transforms of the same shape.
 struct batch {
-    int count = 1;
-    layout in = {};
-    layout out = {};
+    int count = 1;    // how many
+    layout in = {};   // where the inputs lie
+    layout out = {};  // where the outputs lie
 };
 
-// A problem of any layout: the dimensions of the transform and those of the batch, 0 to 3 each,
-// outermost first, as {length, input stride, output stride}.
+// {length, input stride, output stride}
 using dimension = lyr_fft_iodim64;
+// A problem of any layout: the dimensions of the transform and those of the batch, 0 to 3 each,
+// outermost first.
 struct dimensions {
-    per_dimension<dimension> transform = {};
-    per_dimension<dimension> batch = {};
+    per_dimension<dimension> transform = {};  // of the transform
+    per_dimension<dimension> batch = {};      // of the batch
 };
 
 // Real and imaginary parts in arrays of their own, of double or const double. A plan of split
@@ -163,9 +170,12 @@ struct dimensions {
 // execution, for the backward transform.
 template <class Real>
 struct split {
-    span<Real> re, im;
+    span<Real> re;  // real parts
+    span<Real> im;  // imaginary parts
 
+    // Real and imaginary parts exchanged: a forward transform of both sides becomes a backward one.
     constexpr split exchanged() const { return {im, re}; }
+    // The same, only to be read.
     template <
         class Other,
         std::enable_if_t<!std::is_const_v<Real> && std::is_same_v<Other, const Real>, int> = 0>
@@ -176,19 +186,23 @@ struct split {
 
 // ---- Results ------------------------------------------------------------------------------------
 
+// Why there is no plan.
 enum class error {
     array_too_short,  // a span ends before the last element of the problem
     refused           // an argument is out of range, memory ran out, or nothing solves the problem
 };
 
+// What result::value throws when there is no plan.
 struct refused_plan : std::exception {
+    // For the reason.
     explicit refused_plan(error why) noexcept : reason(why) {}
+    // The reason in words.
     const char *what() const noexcept override {
         return reason == error::array_too_short ? "lyr_fft: an array is too short for the problem"
                                                 : "lyr_fft: there is no plan for the problem";
     }
 
-    error reason;
+    error reason;  // why there is no plan
 };
 
 // A plan, or why there is none. Reaching for a plan that is not there is undefined, except by
@@ -196,22 +210,31 @@ struct refused_plan : std::exception {
 template <class Plan>
 class [[nodiscard]] result {
   public:
+    // A plan.
     result(Plan plan) noexcept : held(std::move(plan)) {}
+    // No plan.
     result(error why) noexcept : reason_(why) {}
 
+    // Whether there is a plan.
     bool has_value() const noexcept { return static_cast<bool>(held); }
+    // Whether there is a plan.
     explicit operator bool() const noexcept { return has_value(); }
     // Why there is no plan, when there is none.
     error reason() const noexcept { return reason_; }
 
+    // The plan, which must be there.
     const Plan &operator*() const &noexcept { return held; }
+    // The plan, which must be there, to be moved.
     Plan &&operator*() &&noexcept { return std::move(held); }
+    // The plan, which must be there.
     const Plan *operator->() const noexcept { return &held; }
 
+    // The plan; throws refused_plan when there is none.
     const Plan &value() const & {
         check();
         return held;
     }
+    // The plan, moved; throws refused_plan when there is none.
     Plan value() && {
         check();
         return std::move(held);
@@ -293,37 +316,46 @@ class plan : public detail::owned {
     }
 };
 
-// The same for split complex arrays.
+// A plan from split complex arrays to split complex arrays.
 class split_dft_plan : public detail::owned {
   public:
     using owned::execute;
     using owned::owned;
+    // Run on other arrays of the planned layout.
     void execute(split<const double> in, split<double> out) const noexcept {
         lyr_fft_execute_split_dft(get(), detail::raw(in.re.data()), detail::raw(in.im.data()),
                                   out.re.data(), out.im.data());
     }
 };
+// A plan from real arrays to split complex arrays.
 class split_r2c_plan : public detail::owned {
   public:
     using owned::execute;
     using owned::owned;
+    // Run on other arrays of the planned layout.
     void execute(span<const double> in, split<double> out) const noexcept {
         lyr_fft_execute_split_dft_r2c(get(), detail::raw(in.data()), out.re.data(), out.im.data());
     }
 };
+// A plan from split complex arrays to real arrays.
 class split_c2r_plan : public detail::owned {
   public:
     using owned::execute;
     using owned::owned;
+    // Run on other arrays of the planned layout.
     void execute(split<const double> in, span<double> out) const noexcept {
         lyr_fft_execute_split_dft_c2r(get(), detail::raw(in.re.data()), detail::raw(in.im.data()),
                                       out.data());
     }
 };
 
+// Complex to complex.
 using dft_plan = plan<complex, complex>;
+// Real to complex.
 using r2c_plan = plan<double, complex>;
+// Complex to real.
 using c2r_plan = plan<complex, double>;
+// Real to real.
 using r2r_plan = plan<double, double>;
 
 // ---- Checking and describing problems -----------------------------------------------------------
@@ -514,7 +546,7 @@ inline result<r2r_plan> r2r(const shape &n, span<const double> in, span<double> 
         });
 }
 
-// The same for any layout.
+// Complex transforms of any layout.
 inline result<dft_plan> dft(const dimensions &d, span<const complex> in, span<complex> out,
                             direction sign) noexcept {
     return detail::plan_guru<dft_plan>(d, in, out, detail::complex_sides, [&] {
@@ -524,6 +556,7 @@ inline result<dft_plan> dft(const dimensions &d, span<const complex> in, span<co
     });
 }
 
+// Real to complex, any layout.
 inline result<r2c_plan> r2c(const dimensions &d, span<const double> in,
                             span<complex> out) noexcept {
     return detail::plan_guru<r2c_plan>(d, in, out, detail::r2c_sides, [&] {
@@ -533,6 +566,7 @@ inline result<r2c_plan> r2c(const dimensions &d, span<const double> in,
     });
 }
 
+// Complex to real, any layout.
 inline result<c2r_plan> c2r(const dimensions &d, span<const complex> in,
                             span<double> out) noexcept {
     return detail::plan_guru<c2r_plan>(d, in, out, detail::c2r_sides, [&] {
@@ -542,6 +576,7 @@ inline result<c2r_plan> c2r(const dimensions &d, span<const complex> in,
     });
 }
 
+// Real to real, any layout, one kind per dimension.
 inline result<r2r_plan> r2r(const dimensions &d, span<const double> in, span<double> out,
                             const kinds &k) noexcept {
     if (k.rank != d.transform.rank) return error::refused;
@@ -553,7 +588,7 @@ inline result<r2r_plan> r2r(const dimensions &d, span<const double> in, span<dou
     });
 }
 
-// The same for split arrays, with strides in doubles.
+// Split complex arrays, forward, with strides in doubles.
 inline result<split_dft_plan> split_dft(const dimensions &d, split<const double> in,
                                         split<double> out) noexcept {
     return detail::plan_guru<split_dft_plan>(d, in, out, detail::complex_sides, [&] {
@@ -563,6 +598,7 @@ inline result<split_dft_plan> split_dft(const dimensions &d, split<const double>
     });
 }
 
+// Real to split complex arrays, with strides in doubles.
 inline result<split_r2c_plan> split_r2c(const dimensions &d, span<const double> in,
                                         split<double> out) noexcept {
     return detail::plan_guru<split_r2c_plan>(d, in, out, detail::r2c_sides, [&] {
@@ -572,6 +608,7 @@ inline result<split_r2c_plan> split_r2c(const dimensions &d, span<const double> 
     });
 }
 
+// Split complex to real arrays, with strides in doubles.
 inline result<split_c2r_plan> split_c2r(const dimensions &d, split<const double> in,
                                         span<double> out) noexcept {
     return detail::plan_guru<split_c2r_plan>(d, in, out, detail::c2r_sides, [&] {
@@ -586,12 +623,15 @@ inline result<split_c2r_plan> split_c2r(const dimensions &d, split<const double>
 // Gives containers memory aligned to 64 bytes.
 template <class T>
 struct allocator {
+    // What is allocated.
     using value_type = T;
 
     allocator() noexcept = default;
+    // Allocators of all types are one.
     template <class U>
     allocator(const allocator<U> &) noexcept {}
 
+    // Memory for n numbers, zero-filled; throws std::bad_alloc when there is none.
     T *allocate(std::size_t n) {
         // 72 bytes more than asked for are taken.
         constexpr std::size_t most = (std::numeric_limits<std::size_t>::max() - 72) / sizeof(T);
@@ -599,8 +639,10 @@ struct allocator {
         if (p == nullptr) fail();
         return static_cast<T *>(p);
     }
+    // Release what allocate gave.
     void deallocate(T *p, std::size_t) noexcept { lyr_fft_free(p); }
 
+    // All are equal.
     template <class U>
     bool operator==(const allocator<U> &) const noexcept {
         return true;

@@ -8,7 +8,8 @@ tutorial   compiles and runs the programs of tutorial.md with the commands print
            compares what they print
 names      functions, constants, files and solvers that the documentation names exist, links lead
            somewhere, and no function is missing from moving.md
-reference  Doxygen makes the reference without a warning, and it holds every function
+reference  Doxygen makes the site without a warning; it holds all pages and every function in C, C++
+           and Fortran, and its links lead somewhere
 
 Exits with 1 and one line per fault when something is not as it should be.
 """
@@ -18,7 +19,9 @@ import re
 import subprocess
 import sys
 import tempfile
+from html.parser import HTMLParser
 from pathlib import Path
+from urllib.parse import unquote
 
 
 def blocks(text):
@@ -123,28 +126,69 @@ def check_names(root):
     yield from check_links(root)
 
 
+class Page(HTMLParser):
+    """What a page of the site points at, and what can be pointed at in it."""
+
+    def __init__(self, path):
+        super().__init__()
+        self.targets, self.names = [], set()
+        self.feed(path.read_text(errors="replace"))
+
+    def handle_starttag(self, tag, attributes):
+        for key, value in attributes:
+            if key in ("id", "name") and value:
+                self.names.add(value)
+            elif key in ("href", "src", "data") and value:
+                self.targets.append(value)
+
+
+def check_site(folder):
+    """Links and pictures of the site lead somewhere."""
+    site = {path.name: Page(path) for path in folder.glob("*.html")}
+    for name, page in sorted(site.items()):
+        for target in page.targets:
+            if re.match(r"[a-z]+:", target):
+                continue
+            file, _, place = unquote(target).partition("#")
+            if file and not (folder / file).exists():
+                yield f"{name}: no {target}"
+            elif place and (file or name) in site and place not in site[file or name].names:
+                yield f"{name}: no place {target}"
+
+
 def check_reference(root, doxygen):
     with tempfile.TemporaryDirectory() as folder:
         settings = (root / "docs/Doxyfile").read_text()
         settings += f"\nOUTPUT_DIRECTORY = {folder}\nGENERATE_XML = YES\nQUIET = YES\n"
         result = subprocess.run([doxygen, "-"], input=settings, cwd=root, capture_output=True,
-                                text=True, timeout=300)
+                                text=True, timeout=600)
         if result.returncode:
             yield f"status {result.returncode}"
         yield from result.stderr.splitlines()
-        index = Path(folder) / "xml/lyr__fft_8h.xml"
-        if not index.exists():
-            yield "no reference of the header"
-            return
-        documented = {}
-        for member in re.findall(r"<memberdef .*?</memberdef>", index.read_text(), flags=re.S):
-            name = re.search(r"<name>(\w+)</name>", member)[1]
-            documented[name] = bool(re.search(r"description>\s*<para>", member))
+        yield from check_site(Path(folder) / "html")
+
+        def described(file):
+            """Names of the file's members, and whether something is said of them."""
+            text = (Path(folder) / "xml" / file).read_text()
+            for member in re.findall(r"<memberdef .*?</memberdef>", text, flags=re.S):
+                yield (re.search(r"<name>([^<]+)</name>", member)[1],
+                       bool(re.search(r"description>\s*<para>", member)))
+
         header = re.sub(r"/\*.*?\*/", "", (root / "include/lyr_fft.h").read_text(), flags=re.S)
         functions = set(re.findall(r"\b(lyr_fft_\w+|LFFT\w+)\s*\(", header))
-        for name in sorted(functions):
-            if not documented.get(name):
-                yield f"{name} has no description"
+        layer = {"dft", "r2c", "c2r", "r2r", "split_dft", "split_r2c", "split_c2r", "set_threads"}
+        for file, wanted in (("lyr__fft_8h.xml", functions),
+                             ("namespacelyra__fft.xml", {name.lower() for name in functions}),
+                             ("namespacelyr__fft.xml", layer)):
+            known = dict(described(file))
+            for name in sorted(wanted):
+                if not known.get(name):
+                    yield f"{file}: {name} has no description"
+        titles = "".join(p.read_text() for p in (Path(folder) / "html").glob("*.html"))
+        for page in pages(root):
+            title = re.match(r"# (.*)", page.read_text())[1]
+            if f"<title>LYRA FFT: {title}</title>" not in titles:
+                yield f"{page.name} is not in the site"
 
 
 def main(arguments):
