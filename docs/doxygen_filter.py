@@ -253,7 +253,7 @@ def heading_name(text):
 
 def with_references(page, text):
     def reference(match):
-        shown, target = match.groups()
+        shown, target = " ".join(match[1].split()), match[2]
         if re.match(r"[a-z]+:", target):
             return match[0]
         name, _, heading = target.partition("#")
@@ -261,6 +261,8 @@ def with_references(page, text):
         if found.suffix != ".md":
             return shown  # a file of the repository
         return f'@ref {label(found, heading)} "{shown}"'
+    # Doxygen wants what a picture shows on one line.
+    text = re.sub(r"!\[([^\]]*)\]", lambda m: f"![{' '.join(m[1].split())}]", text)
     return re.sub(r"(?<!!)\[([^\]]*)\]\(([^)]*)\)", reference, text)
 
 

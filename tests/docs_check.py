@@ -146,6 +146,9 @@ def check_site(folder):
     """Links and pictures of the site lead somewhere."""
     site = {path.name: Page(path) for path in folder.glob("*.html")}
     for name, page in sorted(site.items()):
+        for command in re.findall(r"[@\\](?:section|image|ref|code|verbatim)\b.*",
+                                  (folder / name).read_text(errors="replace")):
+            yield f"{name}: not understood: {command}"
         for target in page.targets:
             if re.match(r"[a-z]+:", target):
                 continue
