@@ -21,7 +21,7 @@ set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION math)
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "fast Fourier transforms in double precision - library
 Transforms of complex and real data and real-to-real transforms of every
 length in up to three dimensions, with any strides and batches, on one or
-several threads. Planning takes microseconds and always gives the same
+several threads. Planning measures nothing and always gives the same
 plan.")
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "fast Fourier transforms in double precision - development
 Headers for C and C++, the Fortran module, the static library and the
