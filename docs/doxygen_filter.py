@@ -281,7 +281,8 @@ def markdown(page, text):
             yield flushed()
         if line.startswith("```"):
             fence = not fence
-            yield line if line != "```sh" and line != "```console" else "```{.sh}"
+            languages = {"```sh": "```{.sh}", "```console": "```{.sh}", "```fortran": "```{.f90}"}
+            yield languages.get(line, line)
         elif fence:
             yield line
         elif heading:

@@ -1,11 +1,12 @@
 """That the documentation is true.
 
-usage: docs_check.py tutorial DOCS_DIR CC INCLUDE_DIR LIBRARY_DIR [FLAG...] [-- EMULATOR...]
+usage: docs_check.py tutorial DOCS_DIR SETTINGS
        docs_check.py names SOURCE_DIR
        docs_check.py reference SOURCE_DIR DOXYGEN
 
 tutorial   compiles and runs the programs of tutorial.md with the commands printed there, and
-           compares what they print
+           compares what they print; SETTINGS are NAME=VALUE: cc, cxx, fc (may be empty), modules
+           (folder of the Fortran module), include, library, flags and emulator (may be empty)
 names      functions, constants, files and solvers that the documentation names exist, links lead
            somewhere, and no function is missing from moving.md
 reference  Doxygen makes the site without a warning; it holds all pages and every function in C, C++
@@ -40,46 +41,57 @@ def blocks(text):
             before = line
 
 
-def write_compiler(path, compiler, include, library, flags):
-    """A `cc` with what the tutorial's exports would tell it."""
-    words = [compiler, "-Wall", "-Wextra", "-Werror", *flags, f"-I{include}"]
+def write_compiler(path, compiler, settings, *flags):
+    """A compiler with what the tutorial's exports would tell it."""
+    words = [compiler, "-Wall", "-Wextra", "-Werror", *settings["flags"], *flags]
     quoted = " ".join(f"'{word}'" for word in words)
-    path.write_text(f"#!/bin/sh\nexec {quoted} \"$@\" -L'{library}'\n")
+    path.write_text(f"#!/bin/sh\nexec {quoted} \"$@\" -L'{settings['library']}'\n")
     path.chmod(0o755)
 
 
-def check_tutorial(docs, compiler, include, library, flags, emulator):
+LANGUAGES = {"c": "c", "cpp": "cpp", "fortran": "f90"}
+
+
+def check_tutorial(docs, settings):
     programs = runs = 0
     with tempfile.TemporaryDirectory() as folder:
         bin_folder = Path(folder) / "bin"
         bin_folder.mkdir()
-        write_compiler(bin_folder / "cc", compiler, include, library, flags)
+        include = f"-I{settings['include']}"
+        write_compiler(bin_folder / "cc", settings["cc"], settings, include)
+        write_compiler(bin_folder / "c++", settings["cxx"], settings, include)
+        write_compiler(bin_folder / "gfortran", settings["fc"], settings)
         environment = dict(os.environ, PATH=f"{bin_folder}:{os.environ['PATH']}",
-                           LD_LIBRARY_PATH=library)
+                           LD_LIBRARY_PATH=settings["library"], LYRA_MODULES=settings["modules"])
         printed = None
+        skipped = False
         for language, before, content in blocks((Path(docs) / "tutorial.md").read_text()):
-            if language == "c":
-                name = re.fullmatch(r"`(\w+\.c)`:", before)
-                if not name:
-                    yield f"a program without a name after: {before}"
+            if language in LANGUAGES:
+                name = re.fullmatch(r"`(\w+\.(\w+))`:", before)
+                if not name or name[2] != LANGUAGES[language]:
+                    yield f"a {language} program without a name after: {before}"
                     continue
                 (Path(folder) / name[1]).write_text(content)
                 programs += 1
+                skipped = language == "fortran" and not settings["fc"]
             elif language == "sh":
-                script = re.sub(r"^\./", " ".join([*emulator, "./"]), content, flags=re.M)
+                runs += 1
+                if skipped:
+                    continue
+                script = re.sub(r"^\./", " ".join([*settings["emulator"], "./"]), content,
+                                flags=re.M)
                 result = subprocess.run(["sh", "-e", "-c", script], cwd=folder, env=environment,
                                         capture_output=True, text=True, timeout=300)
                 printed = result.stdout
-                runs += 1
                 if result.returncode:
                     yield f"{content}status {result.returncode}\n{result.stderr}"
             elif language == "text":
-                if content != printed:
+                if content != printed and not skipped:
                     yield f"said to be printed:\n{content}printed:\n{printed}"
                 printed = None
             elif language != "console":
                 yield f"a block of unknown language {language!r}"
-    if not programs == runs >= 10:
+    if not programs == runs >= 14:
         yield f"{programs} programs, {runs} of them run"
 
 
@@ -197,11 +209,11 @@ def check_reference(root, doxygen):
 
 def main(arguments):
     match arguments:
-        case ["tutorial", docs, compiler, include, library, *rest]:
-            flags, emulator = rest, []
-            if "--" in rest:
-                flags, emulator = rest[:rest.index("--")], rest[rest.index("--") + 1:]
-            faults = check_tutorial(docs, compiler, include, library, flags, emulator)
+        case ["tutorial", docs, *rest]:
+            settings = dict(a.split("=", 1) for a in rest)
+            for name in ("flags", "emulator"):
+                settings[name] = settings[name].split()
+            faults = check_tutorial(docs, settings)
         case ["names", root]:
             faults = check_names(Path(root))
         case ["reference", root, doxygen]:
