@@ -127,6 +127,7 @@ check_packages() {
 
 # The commands in README's heading of that name, without their comments.
 commands_under() {
+    # shellcheck disable=SC2016 # marks of code
     sed '/^```/,/^```/d' "$top/README.md" |
         sed -n "/^## $1/,/^## /s/^    \([^#]*[^# ]\) *\(#.*\)\?$/\1/p"
 }
