@@ -136,6 +136,11 @@ def check_names(root):
                         flags=re.M)
     if listed != solvers:
         yield "architecture.md: not the solvers of the registry in their order"
+    shown = [content for language, _, content in blocks((root / "README.md").read_text())
+             if language == "c"]
+    example = re.sub(r"\A(//.*\n)+", "", (root / "examples/first.c").read_text())
+    if shown != [example]:
+        yield "README.md: the first program is not examples/first.c"
     yield from check_links(root)
 
 
