@@ -10,6 +10,7 @@ set(CPACK_GENERATOR DEB)
 set(CPACK_COMPONENTS_ALL runtime development)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_POST_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/debian/installed_size.cmake)
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME liblyra-fft2)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME liblyra-fft-dev)
@@ -21,11 +22,12 @@ set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION math)
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "fast Fourier transforms in double precision - library
 Transforms of complex and real data and real-to-real transforms of every
 length in up to three dimensions, with any strides and batches, on one or
-several threads. Planning takes microseconds and always gives the same
+several threads. Planning measures nothing and always gives the same
 plan.")
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "fast Fourier transforms in double precision - development
-Headers for C and C++, the Fortran module, the static library and the
-files by which pkg-config and CMake find the LYRA FFT library.")
+Headers for C and C++, the Fortran module, the static library, the files
+by which pkg-config and CMake find the LYRA FFT library, documentation
+and examples.")
 set(CPACK_COMPONENT_TOOLS_DESCRIPTION "fast Fourier transforms in double precision - tools
 The program lyr-fft analyses sounds, prints how transforms are planned,
 and verifies and measures them.")
@@ -71,6 +73,15 @@ foreach(component IN LISTS components)
         install(FILES ${CMAKE_CURRENT_BINARY_DIR}/compressed/changelog.gz DESTINATION ${documents} COMPONENT ${component} EXCLUDE_FROM_ALL)
     endif()
 endforeach()
+
+# The pages and the examples, with the folders that their links know.
+set(documents ${CMAKE_INSTALL_DATADIR}/doc/${CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME})
+install(FILES README.md CONTRIBUTING.md CHANGELOG.md DESTINATION ${documents} COMPONENT development
+        EXCLUDE_FROM_ALL)
+install(DIRECTORY docs DESTINATION ${documents} COMPONENT development EXCLUDE_FROM_ALL
+        FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" PATTERN "*.png")
+install(DIRECTORY examples DESTINATION ${documents} COMPONENT development EXCLUDE_FROM_ALL
+        FILES_MATCHING PATTERN "*.c" PATTERN "*.cpp" PATTERN "*.f90")
 
 set(CPACK_SOURCE_GENERATOR TGZ)
 set(CPACK_SOURCE_PACKAGE_FILE_NAME lyra-fft-${PROJECT_VERSION})

@@ -8,6 +8,6 @@ int main() {
     const auto plan = lyr_fft::dft({8}, in, out, lyr_fft::direction::forward);
     if (!plan) return 1;
     plan->execute();
-    for (int k = 0; const lyr_fft::complex y : out)
-        std::printf("%d: %+.3f %+.3fi\n", k++, y.real(), y.imag());
+    int k = 0;
+    for (const lyr_fft::complex y : out) std::printf("%d: %+.3f %+.3fi\n", k++, y.real(), y.imag());
 }

@@ -51,6 +51,10 @@
 #include <stddef.h>
 #include <stdint.h>
 
+/* The version of the library that this header belongs to, 10000 major + 100 minor + patch:
+ * #if LYR_FFT_VERSION_NUMBER >= 20300. LFFTGetVersion asks the library that is loaded. */
+#define LYR_FFT_VERSION_NUMBER (20200)
+
 #ifdef __cplusplus
 extern "C" {
 #endif

@@ -1,5 +1,5 @@
 /*
- * LYRA FFT for C++20: plans that clean up after themselves, spans, and typed problems.
+ * LYRA FFT for C++17 and later: plans that clean up after themselves, spans, and typed problems.
  *
  *     std::vector<lyr_fft::complex> in(1024), out(1024);
  *     auto plan = lyr_fft::dft({1024}, in, out, lyr_fft::direction::forward).value();
@@ -17,6 +17,10 @@
 #ifndef LYR_FFT_HPP
 #define LYR_FFT_HPP
 
+#if __cplusplus < 201703L
+    #error "lyr_fft.hpp needs C++17 or later, such as -std=c++17; lyr_fft.h needs C++11"
+#endif
+
 #include <lyr_fft.h>
 
 #include <complex>
@@ -25,17 +29,25 @@
 #include <cstdlib>
 #include <exception>
 #include <initializer_list>
+#include <iterator>
 #include <limits>
 #include <new>
-#include <span>
 #include <type_traits>
 #include <utility>
 #include <vector>
+#if __has_include(<version>)
+    #include <version>
+#endif
+#ifdef __cpp_lib_span
+    #include <span>
+#endif
 
 namespace lyr_fft {
 
+// A complex number.
 using complex = std::complex<double>;
 
+// The sign of the exponent.
 enum class direction : int { forward = LYR_FFT_FORWARD, backward = LYR_FFT_BACKWARD };
 
 // The kinds of real-to-real transforms, defined at lyr_fft_r2r_kind.
@@ -53,15 +65,65 @@ enum class kind : int {
     rodft11 = LYR_FFT_RODFT11
 };
 
+// ---- Arrays -------------------------------------------------------------------------------------
+
+// Numbers one behind the other that belong to somebody else: std::span, and for C++17 the part of
+// it that this layer needs. Vectors, std::array and plain arrays become spans by themselves.
+#ifdef __cpp_lib_span
+template <class T>
+using span = std::span<T>;
+#else
+template <class T>
+class span {
+    // As std::span has it: elements may become const, and what ends with the expression may only be
+    // read.
+    template <class Array>
+    using element = std::remove_pointer_t<decltype(std::data(std::declval<Array &>()))>;
+    template <class Array, class Element>
+    static constexpr bool fits = !std::is_same_v<std::decay_t<Array>, span> &&
+                                 std::is_convertible_v<Element (*)[], T (*)[]> &&
+                                 (std::is_lvalue_reference_v<Array> || std::is_const_v<T>);
+
+  public:
+    using element_type = T;
+    using value_type = std::remove_cv_t<T>;
+    using iterator = T *;
+
+    constexpr span() noexcept = default;
+    constexpr span(T *first_element, std::size_t count) noexcept
+        : begins(first_element), length(count) {}
+    template <class Array, class Element = element<Array>,
+              std::enable_if_t<fits<Array, Element>, int> = 0>
+    constexpr span(Array &&array) noexcept : begins(std::data(array)), length(std::size(array)) {}
+
+    constexpr T *data() const noexcept { return begins; }
+    constexpr std::size_t size() const noexcept { return length; }
+    constexpr bool empty() const noexcept { return length == 0; }
+    constexpr T &operator[](std::size_t index) const noexcept { return begins[index]; }
+    constexpr iterator begin() const noexcept { return begins; }
+    constexpr iterator end() const noexcept { return begins + length; }
+    constexpr span first(std::size_t count) const noexcept { return {begins, count}; }
+    constexpr span subspan(std::size_t start, std::size_t count) const noexcept {
+        return {begins + start, count};
+    }
+
+  private:
+    T *begins = nullptr;
+    std::size_t length = 0;
+};
+#endif
+
 // ---- Problems -----------------------------------------------------------------------------------
 
 // Up to three things, one per dimension, outermost first: {480, 640}. Of a longer list the library
 // learns the length, and refuses it.
 template <class T>
 struct per_dimension {
+    // The library's highest rank.
     static constexpr std::size_t most = 3;
 
     constexpr per_dimension() = default;
+    // From a list in braces.
     constexpr per_dimension(std::initializer_list<T> list)
         : rank(static_cast<int>(list.size() > most ? most + 1 : list.size())) {
         std::size_t k = 0;
@@ -69,35 +131,38 @@ struct per_dimension {
             if (k < most) items[k++] = item;
     }
 
-    int rank = 0;
-    T items[most] = {};
+    int rank = 0;        // how many there are
+    T items[most] = {};  // outermost first
 };
 
+// Lengths.
 using shape = per_dimension<int>;
+// What happens along each dimension of a real-to-real transform.
 using kinds = per_dimension<kind>;
 
 // Where the elements of an array lie, all in elements: neighbours along the last dimension `stride`
 // apart, transforms `distance` apart (0: one behind the other, without gaps), `extent` physical
 // lengths of the dimensions (empty: no padding).
 struct layout {
-    int stride = 1;
-    int distance = 0;
-    shape extent = {};
+    int stride = 1;     // from one element to the next along the last dimension
+    int distance = 0;   // from one transform to the next
+    shape extent = {};  // physical lengths
 };
 
 // `count` transforms of the same shape.
 struct batch {
-    int count = 1;
-    layout in = {};
-    layout out = {};
+    int count = 1;    // how many
+    layout in = {};   // where the inputs lie
+    layout out = {};  // where the outputs lie
 };
 
-// A problem of any layout: the dimensions of the transform and those of the batch, 0 to 3 each,
-// outermost first, as {.n = length, .is = input stride, .os = output stride}.
+// {length, input stride, output stride}
 using dimension = lyr_fft_iodim64;
+// A problem of any layout: the dimensions of the transform and those of the batch, 0 to 3 each,
+// outermost first.
 struct dimensions {
-    per_dimension<dimension> transform = {};
-    per_dimension<dimension> batch = {};
+    per_dimension<dimension> transform = {};  // of the transform
+    per_dimension<dimension> batch = {};      // of the batch
 };
 
 // Real and imaginary parts in arrays of their own, of double or const double. A plan of split
@@ -105,29 +170,39 @@ struct dimensions {
 // execution, for the backward transform.
 template <class Real>
 struct split {
-    std::span<Real> re, im;
+    span<Real> re;  // real parts
+    span<Real> im;  // imaginary parts
 
+    // Real and imaginary parts exchanged: a forward transform of both sides becomes a backward one.
     constexpr split exchanged() const { return {im, re}; }
-    constexpr operator split<const Real>() const requires(!std::is_const_v<Real>) {
+    // The same, only to be read.
+    template <
+        class Other,
+        std::enable_if_t<!std::is_const_v<Real> && std::is_same_v<Other, const Real>, int> = 0>
+    constexpr operator split<Other>() const {
         return {re, im};
     }
 };
 
 // ---- Results ------------------------------------------------------------------------------------
 
+// Why there is no plan.
 enum class error {
     array_too_short,  // a span ends before the last element of the problem
     refused           // an argument is out of range, memory ran out, or nothing solves the problem
 };
 
+// What result::value throws when there is no plan.
 struct refused_plan : std::exception {
+    // For the reason.
     explicit refused_plan(error why) noexcept : reason(why) {}
+    // The reason in words.
     const char *what() const noexcept override {
         return reason == error::array_too_short ? "lyr_fft: an array is too short for the problem"
                                                 : "lyr_fft: there is no plan for the problem";
     }
 
-    error reason;
+    error reason;  // why there is no plan
 };
 
 // A plan, or why there is none. Reaching for a plan that is not there is undefined, except by
@@ -135,22 +210,31 @@ struct refused_plan : std::exception {
 template <class Plan>
 class [[nodiscard]] result {
   public:
+    // A plan.
     result(Plan plan) noexcept : held(std::move(plan)) {}
+    // No plan.
     result(error why) noexcept : reason_(why) {}
 
+    // Whether there is a plan.
     bool has_value() const noexcept { return static_cast<bool>(held); }
+    // Whether there is a plan.
     explicit operator bool() const noexcept { return has_value(); }
     // Why there is no plan, when there is none.
     error reason() const noexcept { return reason_; }
 
+    // The plan, which must be there.
     const Plan &operator*() const &noexcept { return held; }
+    // The plan, which must be there, to be moved.
     Plan &&operator*() &&noexcept { return std::move(held); }
+    // The plan, which must be there.
     const Plan *operator->() const noexcept { return &held; }
 
+    // The plan; throws refused_plan when there is none.
     const Plan &value() const & {
         check();
         return held;
     }
+    // The plan, moved; throws refused_plan when there is none.
     Plan value() && {
         check();
         return std::move(held);
@@ -220,7 +304,7 @@ class plan : public detail::owned {
 
     // Run on other arrays of the planned layout; in place if, and only if, so planned. Lengths are
     // not checked.
-    void execute(std::span<const In> in, std::span<Out> out) const noexcept {
+    void execute(span<const In> in, span<Out> out) const noexcept {
         if constexpr (std::is_same_v<In, complex> && std::is_same_v<Out, complex>)
             lyr_fft_execute_dft(get(), detail::raw(in.data()), detail::raw(out.data()));
         else if constexpr (std::is_same_v<Out, complex>)
@@ -232,37 +316,46 @@ class plan : public detail::owned {
     }
 };
 
-// The same for split complex arrays.
+// A plan from split complex arrays to split complex arrays.
 class split_dft_plan : public detail::owned {
   public:
     using owned::execute;
     using owned::owned;
+    // Run on other arrays of the planned layout.
     void execute(split<const double> in, split<double> out) const noexcept {
         lyr_fft_execute_split_dft(get(), detail::raw(in.re.data()), detail::raw(in.im.data()),
                                   out.re.data(), out.im.data());
     }
 };
+// A plan from real arrays to split complex arrays.
 class split_r2c_plan : public detail::owned {
   public:
     using owned::execute;
     using owned::owned;
-    void execute(std::span<const double> in, split<double> out) const noexcept {
+    // Run on other arrays of the planned layout.
+    void execute(span<const double> in, split<double> out) const noexcept {
         lyr_fft_execute_split_dft_r2c(get(), detail::raw(in.data()), out.re.data(), out.im.data());
     }
 };
+// A plan from split complex arrays to real arrays.
 class split_c2r_plan : public detail::owned {
   public:
     using owned::execute;
     using owned::owned;
-    void execute(split<const double> in, std::span<double> out) const noexcept {
+    // Run on other arrays of the planned layout.
+    void execute(split<const double> in, span<double> out) const noexcept {
         lyr_fft_execute_split_dft_c2r(get(), detail::raw(in.re.data()), detail::raw(in.im.data()),
                                       out.data());
     }
 };
 
+// Complex to complex.
 using dft_plan = plan<complex, complex>;
+// Real to complex.
 using r2c_plan = plan<double, complex>;
+// Complex to real.
 using c2r_plan = plan<complex, double>;
+// Real to real.
 using r2r_plan = plan<double, double>;
 
 // ---- Checking and describing problems -----------------------------------------------------------
@@ -322,7 +415,7 @@ constexpr described describe(const shape &n, const batch &b, const layout &l, co
 }
 
 template <class T>
-constexpr bool holds(std::span<T> array, std::int64_t elements) noexcept {
+constexpr bool holds(span<T> array, std::int64_t elements) noexcept {
     return elements <= static_cast<std::int64_t>(array.size());
 }
 template <class Real>
@@ -348,7 +441,7 @@ struct sides {
 
 // Plan by the advanced constructor that f calls with both arrays' descriptions.
 template <class Plan, class In, class Out, class F>
-result<Plan> plan_many(const shape &n, std::span<const In> in, std::span<Out> out, const batch &b,
+result<Plan> plan_many(const shape &n, span<const In> in, span<Out> out, const batch &b,
                        sides contents, F f) noexcept {
     if (!complete(n, b)) return error::refused;
     const described i = describe(n, b, b.in, contents.in);
@@ -401,7 +494,7 @@ struct kind_list {
 // ---- Constructors -------------------------------------------------------------------------------
 
 // Complex transforms of `n`, rank 1 to 3.
-inline result<dft_plan> dft(const shape &n, std::span<const complex> in, std::span<complex> out,
+inline result<dft_plan> dft(const shape &n, span<const complex> in, span<complex> out,
                             direction sign, const batch &b = {}) noexcept {
     return detail::plan_many<dft_plan>(
         n, in, out, b, detail::complex_sides,
@@ -414,7 +507,7 @@ inline result<dft_plan> dft(const shape &n, std::span<const complex> in, std::sp
 
 // Real to complex; rows of the output are n/2+1 long, and in place those of the input are padded to
 // 2(n/2+1) doubles.
-inline result<r2c_plan> r2c(const shape &n, std::span<const double> in, std::span<complex> out,
+inline result<r2c_plan> r2c(const shape &n, span<const double> in, span<complex> out,
                             const batch &b = {}) noexcept {
     detail::sides contents = detail::r2c_sides;
     if (detail::same(in.data(), out.data())) contents.in = detail::content::padded;
@@ -427,7 +520,7 @@ inline result<r2c_plan> r2c(const shape &n, std::span<const double> in, std::spa
 }
 
 // Complex to real, the same layouts the other way round.
-inline result<c2r_plan> c2r(const shape &n, std::span<const complex> in, std::span<double> out,
+inline result<c2r_plan> c2r(const shape &n, span<const complex> in, span<double> out,
                             const batch &b = {}) noexcept {
     detail::sides contents = detail::c2r_sides;
     if (detail::same(in.data(), out.data())) contents.out = detail::content::padded;
@@ -440,8 +533,8 @@ inline result<c2r_plan> c2r(const shape &n, std::span<const complex> in, std::sp
 }
 
 // Real to real, one kind per dimension.
-inline result<r2r_plan> r2r(const shape &n, std::span<const double> in, std::span<double> out,
-                            const kinds &k, const batch &b = {}) noexcept {
+inline result<r2r_plan> r2r(const shape &n, span<const double> in, span<double> out, const kinds &k,
+                            const batch &b = {}) noexcept {
     if (k.rank != n.rank) return error::refused;
     const detail::kind_list list(k);
     return detail::plan_many<r2r_plan>(
@@ -453,9 +546,9 @@ inline result<r2r_plan> r2r(const shape &n, std::span<const double> in, std::spa
         });
 }
 
-// The same for any layout.
-inline result<dft_plan> dft(const dimensions &d, std::span<const complex> in,
-                            std::span<complex> out, direction sign) noexcept {
+// Complex transforms of any layout.
+inline result<dft_plan> dft(const dimensions &d, span<const complex> in, span<complex> out,
+                            direction sign) noexcept {
     return detail::plan_guru<dft_plan>(d, in, out, detail::complex_sides, [&] {
         return lyr_fft_plan_guru64_dft(d.transform.rank, d.transform.items, d.batch.rank,
                                        d.batch.items, detail::raw(in.data()),
@@ -463,8 +556,9 @@ inline result<dft_plan> dft(const dimensions &d, std::span<const complex> in,
     });
 }
 
-inline result<r2c_plan> r2c(const dimensions &d, std::span<const double> in,
-                            std::span<complex> out) noexcept {
+// Real to complex, any layout.
+inline result<r2c_plan> r2c(const dimensions &d, span<const double> in,
+                            span<complex> out) noexcept {
     return detail::plan_guru<r2c_plan>(d, in, out, detail::r2c_sides, [&] {
         return lyr_fft_plan_guru64_dft_r2c(d.transform.rank, d.transform.items, d.batch.rank,
                                            d.batch.items, detail::raw(in.data()),
@@ -472,8 +566,9 @@ inline result<r2c_plan> r2c(const dimensions &d, std::span<const double> in,
     });
 }
 
-inline result<c2r_plan> c2r(const dimensions &d, std::span<const complex> in,
-                            std::span<double> out) noexcept {
+// Complex to real, any layout.
+inline result<c2r_plan> c2r(const dimensions &d, span<const complex> in,
+                            span<double> out) noexcept {
     return detail::plan_guru<c2r_plan>(d, in, out, detail::c2r_sides, [&] {
         return lyr_fft_plan_guru64_dft_c2r(d.transform.rank, d.transform.items, d.batch.rank,
                                            d.batch.items, detail::raw(in.data()),
@@ -481,7 +576,8 @@ inline result<c2r_plan> c2r(const dimensions &d, std::span<const complex> in,
     });
 }
 
-inline result<r2r_plan> r2r(const dimensions &d, std::span<const double> in, std::span<double> out,
+// Real to real, any layout, one kind per dimension.
+inline result<r2r_plan> r2r(const dimensions &d, span<const double> in, span<double> out,
                             const kinds &k) noexcept {
     if (k.rank != d.transform.rank) return error::refused;
     const detail::kind_list list(k);
@@ -492,7 +588,7 @@ inline result<r2r_plan> r2r(const dimensions &d, std::span<const double> in, std
     });
 }
 
-// The same for split arrays, with strides in doubles.
+// Split complex arrays, forward, with strides in doubles.
 inline result<split_dft_plan> split_dft(const dimensions &d, split<const double> in,
                                         split<double> out) noexcept {
     return detail::plan_guru<split_dft_plan>(d, in, out, detail::complex_sides, [&] {
@@ -502,7 +598,8 @@ inline result<split_dft_plan> split_dft(const dimensions &d, split<const double>
     });
 }
 
-inline result<split_r2c_plan> split_r2c(const dimensions &d, std::span<const double> in,
+// Real to split complex arrays, with strides in doubles.
+inline result<split_r2c_plan> split_r2c(const dimensions &d, span<const double> in,
                                         split<double> out) noexcept {
     return detail::plan_guru<split_r2c_plan>(d, in, out, detail::r2c_sides, [&] {
         return lyr_fft_plan_guru64_split_dft_r2c(d.transform.rank, d.transform.items, d.batch.rank,
@@ -511,8 +608,9 @@ inline result<split_r2c_plan> split_r2c(const dimensions &d, std::span<const dou
     });
 }
 
+// Split complex to real arrays, with strides in doubles.
 inline result<split_c2r_plan> split_c2r(const dimensions &d, split<const double> in,
-                                        std::span<double> out) noexcept {
+                                        span<double> out) noexcept {
     return detail::plan_guru<split_c2r_plan>(d, in, out, detail::c2r_sides, [&] {
         return lyr_fft_plan_guru64_split_dft_c2r(d.transform.rank, d.transform.items, d.batch.rank,
                                                  d.batch.items, detail::raw(in.re.data()),
@@ -525,12 +623,15 @@ inline result<split_c2r_plan> split_c2r(const dimensions &d, split<const double>
 // Gives containers memory aligned to 64 bytes.
 template <class T>
 struct allocator {
+    // What is allocated.
     using value_type = T;
 
     allocator() noexcept = default;
+    // Allocators of all types are one.
     template <class U>
     allocator(const allocator<U> &) noexcept {}
 
+    // Memory for n numbers, zero-filled; throws std::bad_alloc when there is none.
     T *allocate(std::size_t n) {
         // 72 bytes more than asked for are taken.
         constexpr std::size_t most = (std::numeric_limits<std::size_t>::max() - 72) / sizeof(T);
@@ -538,8 +639,10 @@ struct allocator {
         if (p == nullptr) fail();
         return static_cast<T *>(p);
     }
+    // Release what allocate gave.
     void deallocate(T *p, std::size_t) noexcept { lyr_fft_free(p); }
 
+    // All are equal.
     template <class U>
     bool operator==(const allocator<U> &) const noexcept {
         return true;

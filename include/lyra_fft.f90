@@ -25,6 +25,7 @@ module lyra_fft
     ! lyr_fft_version
     character(len=*), parameter :: LYR_FFT_VERSION = "fft version: 2.0.2.B001"
 
+    integer(c_int), parameter :: LYR_FFT_VERSION_NUMBER = 20200
     integer(c_int), parameter :: LYR_FFT_FORWARD = -1
     integer(c_int), parameter :: LYR_FFT_BACKWARD = 1
     integer(c_int), parameter :: LYR_FFT_MEASURE = 0

@@ -437,6 +437,10 @@ TEST(version, texts) {
     EXPECT_STREQ(record.compiler, "gcc");
     EXPECT_STREQ(record.library_name, "lumenkit-lyr-fft");
     EXPECT_STREQ(record.library_version, "2.2.0");
+    constexpr int number = LYR_FFT_VERSION_NUMBER;
+    EXPECT_EQ(std::string(record.library_version), std::to_string(number / 10000) + '.' +
+                                                       std::to_string(number / 100 % 100) + '.' +
+                                                       std::to_string(number % 100));
 }
 
 // ---- Fortran ------------------------------------------------------------------------------------

@@ -1,4 +1,5 @@
 // The C++ layer: the same problem as the C call it stands for, lengths of arrays, plans that move.
+#include <array>
 #include <cstring>
 #include <lyr_fft.hpp>
 
@@ -54,6 +55,30 @@ void agrees(const char *what, const lyr_fft::result<Plan> &plan, const In &in, O
     }
 }
 
+// What becomes a span, of std or our own.
+template <class From, class To, bool Wanted>
+constexpr void becomes() {
+    static_assert(std::is_convertible_v<From, lyr_fft::span<To>> == Wanted);
+}
+
+TEST(cpp_layer, takes_what_std_span_takes) {
+    becomes<std::vector<double> &, double, true>();
+    becomes<std::vector<double>, double, false>();
+    becomes<std::vector<double>, const double, true>();
+    becomes<const std::vector<double> &, double, false>();
+    becomes<const std::vector<double> &, const double, true>();
+    becomes<std::array<double, 3> &, double, true>();
+    becomes<double(&)[3], const double, true>();
+    becomes<lyr_fft::span<double>, const double, true>();
+    becomes<lyr_fft::span<const double>, double, false>();
+    becomes<std::vector<complex> &, double, false>();
+    becomes<double *, double, false>();
+    becomes<double, double, false>();
+    int sum = 0, numbers[] = {1, 2, 4, 8};
+    for (const int x : lyr_fft::span<const int>(numbers).subspan(1, 2)) sum += x;
+    EXPECT_EQ(sum, 6);
+}
+
 TEST(cpp_layer, plans_what_c_plans) {
     constexpr int f = LYR_FFT_FORWARD, b = LYR_FFT_BACKWARD;
     agrees("line", lyr_fft::dft({60}, zi, zo, direction::forward), zi, zo,
@@ -70,25 +95,21 @@ TEST(cpp_layer, plans_what_c_plans) {
            lyr_fft_plan_r2r_2d(8, 9, xi.data(), xr.data(), LYR_FFT_REDFT10, LYR_FFT_RODFT01, 0));
 
     const int n[] = {12, 5}, extent[] = {13, 7};
-    agrees("batch, dense", lyr_fft::dft({12, 5}, zi, zo, direction::forward, {.count = 9}), zi, zo,
+    agrees("batch, dense", lyr_fft::dft({12, 5}, zi, zo, direction::forward, {9}), zi, zo,
            lyr_fft_plan_many_dft(2, n, 9, raw(zi), nullptr, 1, 60, raw(zr), nullptr, 1, 60, f, 0));
     agrees("batch, strides, padding",
-           lyr_fft::dft({12, 5}, zi, zo, direction::forward,
-                        {.count = 3,
-                         .in = {.stride = 4, .distance = 1},
-                         .out = {.stride = 2, .extent = {13, 7}}}),
-           zi, zo,
+           lyr_fft::dft({12, 5}, zi, zo, direction::forward, {3, {4, 1}, {2, 0, {13, 7}}}), zi, zo,
            lyr_fft_plan_many_dft(2, n, 3, raw(zi), nullptr, 4, 1, raw(zr), extent, 2, 2 * 12 * 7, f,
                                  0));
     agrees(
-        "batch, r2c", lyr_fft::r2c({12, 5}, xi, zo, {.count = 4}), xi, zo,
+        "batch, r2c", lyr_fft::r2c({12, 5}, xi, zo, {4}), xi, zo,
         lyr_fft_plan_many_dft_r2c(2, n, 4, xi.data(), nullptr, 1, 60, raw(zr), nullptr, 1, 36, 0));
     agrees(
-        "batch, c2r", lyr_fft::c2r({12, 5}, zi, xo, {.count = 4}), zi, xo,
+        "batch, c2r", lyr_fft::c2r({12, 5}, zi, xo, {4}), zi, xo,
         lyr_fft_plan_many_dft_c2r(2, n, 4, raw(zi), nullptr, 1, 36, xr.data(), nullptr, 1, 60, 0));
 
     const lyr_fft_iodim64 dims[] = {{16, 3, 1}}, many[] = {{5, 50, 17}};
-    const lyr_fft::dimensions layout{.transform = {{16, 3, 1}}, .batch = {{5, 50, 17}}};
+    const lyr_fft::dimensions layout{{{16, 3, 1}}, {{5, 50, 17}}};
     const lyr_fft_r2r_kind dht = LYR_FFT_DHT;
     agrees("guru", lyr_fft::dft(layout, zi, zo, direction::backward), zi, zo,
            lyr_fft_plan_guru64_dft(1, dims, 1, many, raw(zi), raw(zr), b, 0));
@@ -114,7 +135,6 @@ TEST(cpp_layer, plans_what_c_plans) {
 }
 
 TEST(cpp_layer, needs_no_longer_arrays_than_the_problem) {
-    using std::span;
     struct row {
         const char *what;
         // The shortest arrays, and a plan for arrays of those lengths.
@@ -122,26 +142,24 @@ TEST(cpp_layer, needs_no_longer_arrays_than_the_problem) {
         std::function<std::pair<bool, lyr_fft::error>(int, int)> plan;
     };
     const auto outcome = [](const auto &r) { return std::pair(r.has_value(), r.reason()); };
-    const auto z = [](auto &v, int n) { return span(v).first(static_cast<size_t>(n)); };
+    const auto z = [](auto &v, int n) {
+        return lyr_fft::span<std::decay_t<decltype(v[0])>>(v).first(static_cast<size_t>(n));
+    };
     constexpr direction f = direction::forward;
     const row rows[] = {
         {"line", 60, 60,
          [&](int i, int o) { return outcome(lyr_fft::dft({60}, z(zi, i), z(zo, o), f)); }},
         {"strides", 11 * 3 + 1, 11 * 5 + 1,
          [&](int i, int o) {
-             return outcome(lyr_fft::dft({12}, z(zi, i), z(zo, o), f,
-                                         {.in = {.stride = 3}, .out = {.stride = 5}}));
+             return outcome(lyr_fft::dft({12}, z(zi, i), z(zo, o), f, {1, {3}, {5}}));
          }},
         {"batch", 4 * 100 + 12, 11 * 5 + 4 + 1,
          [&](int i, int o) {
-             return outcome(lyr_fft::dft(
-                 {12}, z(zi, i), z(zo, o), f,
-                 {.count = 5, .in = {.distance = 100}, .out = {.stride = 5, .distance = 1}}));
+             return outcome(lyr_fft::dft({12}, z(zi, i), z(zo, o), f, {5, {1, 100}, {5, 1}}));
          }},
         {"padding", 2 * 50 + 3 * 10 + 6, 3 * 24,
          [&](int i, int o) {
-             return outcome(lyr_fft::dft({4, 6}, z(zi, i), z(zo, o), f,
-                                         {.count = 3, .in = {.distance = 50, .extent = {5, 10}}}));
+             return outcome(lyr_fft::dft({4, 6}, z(zi, i), z(zo, o), f, {3, {1, 50, {5, 10}}}));
          }},
         {"real plane", 4 * 7, 4 * 4,
          [&](int i, int o) {
@@ -153,13 +171,13 @@ TEST(cpp_layer, needs_no_longer_arrays_than_the_problem) {
          }},
         {"real plane, in place", 3 * 10 + 8, 4 * 5,
          [&](int i, int o) {
-             const auto in = span(reinterpret_cast<double *>(zo.data()), 2 * room);
+             const lyr_fft::span<double> in(reinterpret_cast<double *>(zo.data()), 2 * room);
              return outcome(lyr_fft::r2c({4, 8}, in.first(static_cast<size_t>(i)), z(zo, o)));
          }},
         {"any layout", 15 * 3 + 4 * 50 + 1, 8 + 4 * 17 + 1,
          [&](int i, int o) {
-             return outcome(lyr_fft::r2c({.transform = {{16, 3, 1}}, .batch = {{5, 50, 17}}},
-                                         z(xi, i), z(zo, o)));
+             return outcome(lyr_fft::r2c(lyr_fft::dimensions{{{16, 3, 1}}, {{5, 50, 17}}}, z(xi, i),
+                                         z(zo, o)));
          }},
     };
     for (const row &r : rows) {
@@ -183,16 +201,15 @@ TEST(cpp_layer, says_why_there_is_no_plan) {
     EXPECT_EQ(reason(lyr_fft::dft({0}, zi, zo, f)), error::refused);
     EXPECT_EQ(reason(lyr_fft::dft({-5, 4}, zi, zo, f)), error::refused);
     EXPECT_EQ(reason(lyr_fft::dft({2, 2, 2, 2}, zi, zo, f)), error::refused);
-    EXPECT_EQ(reason(lyr_fft::dft({8}, zi, zo, f, {.count = 0})), error::refused);
-    EXPECT_EQ(reason(lyr_fft::dft({8}, zi, zo, f, {.in = {.stride = -1}})), error::refused);
-    EXPECT_EQ(reason(lyr_fft::dft({4, 6}, zi, zo, f, {.in = {.extent = {4, 5}}})), error::refused);
-    EXPECT_EQ(reason(lyr_fft::dft({4, 6}, zi, zo, f, {.in = {.extent = {9}}})), error::refused);
+    EXPECT_EQ(reason(lyr_fft::dft({8}, zi, zo, f, {0})), error::refused);
+    EXPECT_EQ(reason(lyr_fft::dft({8}, zi, zo, f, {1, {-1}})), error::refused);
+    EXPECT_EQ(reason(lyr_fft::dft({4, 6}, zi, zo, f, {1, {1, 0, {4, 5}}})), error::refused);
+    EXPECT_EQ(reason(lyr_fft::dft({4, 6}, zi, zo, f, {1, {1, 0, {9}}})), error::refused);
     EXPECT_EQ(reason(lyr_fft::r2r({4, 6}, xi, xo, {kind::dht})), error::refused);
-    EXPECT_EQ(reason(lyr_fft::dft({huge, huge, huge}, zi, zo, f, {.count = huge})),
-              error::array_too_short);
-    EXPECT_EQ(reason(lyr_fft::dft({.transform = {{8, -1, 1}}}, zi, zo, f)), error::refused);
-    EXPECT_EQ(reason(lyr_fft::dft({.transform = {{8, std::numeric_limits<int64_t>::max(), 1}}}, zi,
-                                  zo, f)),
+    EXPECT_EQ(reason(lyr_fft::dft({huge, huge, huge}, zi, zo, f, {huge})), error::array_too_short);
+    EXPECT_EQ(reason(lyr_fft::dft(lyr_fft::dimensions{{{8, -1, 1}}}, zi, zo, f)), error::refused);
+    EXPECT_EQ(reason(lyr_fft::dft(
+                  lyr_fft::dimensions{{{8, std::numeric_limits<int64_t>::max(), 1}}}, zi, zo, f)),
               error::array_too_short);
     EXPECT_THROW(lyr_fft::dft({0}, zi, zo, f).value(), lyr_fft::refused_plan);
     EXPECT_THROW(lyr_fft::vector<double>(size_t{1} << 59), std::bad_alloc);

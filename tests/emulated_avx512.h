@@ -1,38 +1,87 @@
-// Included first when the AVX-512 codelets are compiled for processors without AVX-512: SIMDe's
-// emulation of the intrinsics, and the ones that SIMDe 0.7 lacks.
+// Included first when the AVX-512 codelets are compiled for processors without AVX-512: the
+// intrinsics that they use, made of two halves each, for AVX2. Short, as compiling the codelets is
+// what takes the time.
 #pragma once
 
-#define SIMDE_ENABLE_NATIVE_ALIASES
-#include <simde/x86/avx512.h>
-#include <simde/x86/fma.h>
+#include <immintrin.h>
 
 #define LYR_EMULATED static inline __attribute__((always_inline))
 
+typedef long long lyr_emulated_indices __attribute__((vector_size(64)));
+
+LYR_EMULATED __m256d lyr_half(__m512d a, int which) {
+    return which ? __builtin_shufflevector(a, a, 4, 5, 6, 7)
+                 : __builtin_shufflevector(a, a, 0, 1, 2, 3);
+}
+LYR_EMULATED __m512d lyr_join(__m256d low, __m256d high) {
+    return __builtin_shufflevector(low, high, 0, 1, 2, 3, 4, 5, 6, 7);
+}
+
+// f of both halves.
+#define LYR_EMULATE_BY_HALVES(name, f)                                                         \
+    LYR_EMULATED __m512d name(__m512d a, __m512d b) {                                          \
+        return lyr_join(f(lyr_half(a, 0), lyr_half(b, 0)), f(lyr_half(a, 1), lyr_half(b, 1))); \
+    }
+#define LYR_EMULATE_FUSED(name, f)                                          \
+    LYR_EMULATED __m512d name(__m512d a, __m512d b, __m512d c) {            \
+        return lyr_join(f(lyr_half(a, 0), lyr_half(b, 0), lyr_half(c, 0)),  \
+                        f(lyr_half(a, 1), lyr_half(b, 1), lyr_half(c, 1))); \
+    }
+LYR_EMULATE_BY_HALVES(lyr_unpackhi, _mm256_unpackhi_pd)
+LYR_EMULATE_BY_HALVES(lyr_unpacklo, _mm256_unpacklo_pd)
+LYR_EMULATE_FUSED(lyr_fmadd, _mm256_fmadd_pd)
+LYR_EMULATE_FUSED(lyr_fmaddsub, _mm256_fmaddsub_pd)
+LYR_EMULATE_FUSED(lyr_fmsubadd, _mm256_fmsubadd_pd)
+
+LYR_EMULATED __m512d lyr_loadu(const void *p) {
+    const double *from = static_cast<const double *>(p);
+    return lyr_join(_mm256_loadu_pd(from), _mm256_loadu_pd(from + 4));
+}
+LYR_EMULATED void lyr_storeu(void *p, __m512d a) {
+    double *to = static_cast<double *>(p);
+    _mm256_storeu_pd(to, lyr_half(a, 0));
+    _mm256_storeu_pd(to + 4, lyr_half(a, 1));
+}
+LYR_EMULATED __m512d lyr_set1(double x) {
+    return __m512d{x, x, x, x, x, x, x, x};
+}
+LYR_EMULATED __m512d lyr_setr(double a, double b, double c, double d, double e, double f, double g,
+                              double h) {
+    return __m512d{a, b, c, d, e, f, g, h};
+}
+LYR_EMULATED __m512d lyr_insert(__m512d a, __m256d b, int which) {
+    return which ? lyr_join(lyr_half(a, 0), b) : lyr_join(b, lyr_half(a, 1));
+}
+LYR_EMULATED __m512d lyr_permutex2var(__m512d a, __m512i indices, __m512d b) {
+    const lyr_emulated_indices from = (lyr_emulated_indices)indices;
+    __m512d result = a;
+    for (int j = 0; j < 8; ++j) result[j] = from[j] & 8 ? b[from[j] & 7] : a[from[j] & 7];
+    return result;
+}
 // The immediate operand has a bit for each of the eight doubles.
 template <int Control>
-LYR_EMULATED __m512d lyr_emulated_permute(__m512d a) {
-    return simde_mm512_insertf64x4(
-        simde_mm512_castpd256_pd512(
-            _mm256_permute_pd(simde_mm512_castpd512_pd256(a), Control & 15)),
-        _mm256_permute_pd(simde_mm512_extractf64x4_pd(a, 1), Control >> 4), 1);
-}
-#undef _mm512_permute_pd
-#define _mm512_permute_pd(a, control) lyr_emulated_permute<control>(a)
-
-#undef _mm512_fmaddsub_pd
-#define _mm512_fmaddsub_pd lyr_emulated_fmaddsub
-LYR_EMULATED __m512d lyr_emulated_fmaddsub(__m512d a, __m512d b, __m512d c) {
-    const __m256d low =
-        _mm256_fmaddsub_pd(simde_mm512_castpd512_pd256(a), simde_mm512_castpd512_pd256(b),
-                           simde_mm512_castpd512_pd256(c));
-    const __m256d high =
-        _mm256_fmaddsub_pd(simde_mm512_extractf64x4_pd(a, 1), simde_mm512_extractf64x4_pd(b, 1),
-                           simde_mm512_extractf64x4_pd(c, 1));
-    return simde_mm512_insertf64x4(simde_mm512_castpd256_pd512(low), high, 1);
+LYR_EMULATED __m512d lyr_permute(__m512d a) {
+    return lyr_join(_mm256_permute_pd(lyr_half(a, 0), Control & 15),
+                    _mm256_permute_pd(lyr_half(a, 1), Control >> 4));
 }
 
-#undef _mm512_fmsubadd_pd
-#define _mm512_fmsubadd_pd lyr_emulated_fmsubadd
-LYR_EMULATED __m512d lyr_emulated_fmsubadd(__m512d a, __m512d b, __m512d c) {
-    return lyr_emulated_fmaddsub(a, b, simde_mm512_sub_pd(simde_mm512_set1_pd(-0.0), c));
-}
+#define _mm512_add_pd(a, b) ((__m512d)((a) + (b)))
+#define _mm512_sub_pd(a, b) ((__m512d)((a) - (b)))
+#define _mm512_mul_pd(a, b) ((__m512d)((a) * (b)))
+#define _mm512_fmadd_pd lyr_fmadd
+#define _mm512_fmaddsub_pd lyr_fmaddsub
+#define _mm512_fmsubadd_pd lyr_fmsubadd
+#define _mm512_loadu_pd lyr_loadu
+#define _mm512_storeu_pd lyr_storeu
+#define _mm512_set1_pd lyr_set1
+#define _mm512_setr_pd lyr_setr
+#define _mm512_setr_epi64(...) ((__m512i)(lyr_emulated_indices{__VA_ARGS__}))
+#define _mm512_castpd256_pd512(a) lyr_join(a, a)
+#define _mm512_castpd512_pd256(a) lyr_half(a, 0)
+#define _mm512_extractf64x4_pd(a, which) lyr_half(a, which)
+#define _mm512_insertf64x4(a, b, which) lyr_insert(a, b, which)
+#define _mm512_permute_pd(a, control) lyr_permute<control>(a)
+#define _mm512_permutex2var_pd lyr_permutex2var
+#define _mm512_permutexvar_pd(indices, a) lyr_permutex2var(a, indices, a)
+#define _mm512_unpackhi_pd lyr_unpackhi
+#define _mm512_unpacklo_pd lyr_unpacklo

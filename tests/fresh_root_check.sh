@@ -1,24 +1,24 @@
 #!/usr/bin/env bash
-# fresh_root_check.sh packages|demo|test
+# fresh_root_check.sh packages|readme
 #
 # Tries in a new Debian 12, of which nothing but the base system is there, what users do first:
 #
 #   packages   installs the packages of ./dev packages, runs lyr-fft, and builds and runs programs in
 #              C, C++ and Fortran against them, by pkg-config and by CMake; removes everything again
-#   demo       clones this repository's last commit and runs ./dev demo
-#   test       the same with ./dev test
+#   readme     clones this repository's last commit and does what README says, in its order: its two
+#              commands, and the first program after each; then counts the tests
 #
-# Needs root, the network and mmdebstrap, some gigabytes under TMPDIR, and for demo and test minutes
-# of building (LYRA_JOBS as for ./dev).
+# Needs root, the network and mmdebstrap, some gigabytes under TMPDIR, and for readme minutes of
+# building (LYRA_JOBS as for ./dev).
 set -euo pipefail
 export LC_ALL=C.UTF-8
 
 top=$(dirname "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")")
 task=${1:-}
 case $task in
-packages | demo | test) ;;
+packages | readme) ;;
 *)
-    echo "usage: fresh_root_check.sh packages|demo|test" >&2
+    echo "usage: fresh_root_check.sh packages|readme" >&2
     exit 2
     ;;
 esac
@@ -100,7 +100,7 @@ check_packages() {
     say "C++ and Fortran by pkg-config"
     install g++ gfortran
     # shellcheck disable=SC2016
-    quietly sh -c 'cd /root && g++ -std=c++20 examples/first.cpp -o cxx \
+    quietly sh -c 'cd /root && g++ examples/first.cpp -o cxx \
         $(pkg-config --cflags --libs lyra_fft) &&
         gfortran -I "$(pkg-config --variable=fmoddir lyra_fft)" examples/first.f90 -o fortran \
             $(pkg-config --cflags --libs lyra_fft) &&
@@ -125,22 +125,49 @@ check_packages() {
     fi
 }
 
+# The commands in README's heading of that name, without their comments.
+commands_under() {
+    # shellcheck disable=SC2016 # marks of code
+    sed '/^```/,/^```/d' "$top/README.md" |
+        sed -n "/^## $1/,/^## /s/^    \([^#]*[^# ]\) *\(#.*\)\?$/\1/p"
+}
+
+in_clone() {
+    inside sh -c 'cd /root/lyra && exec "$@"' sh "$@"
+}
+
+tests_of() {
+    in_clone ctest --test-dir "$1" -N | sed -n 's/^Total Tests: //p'
+}
+
 # What a visitor has: the sources, and nothing installed.
-check_command() {
+check_readme() {
+    local command compile count
     new_system git,ca-certificates
     git -C "$top" bundle create -q "$root/root/lyra.bundle" HEAD
     quietly git clone -q /root/lyra.bundle /root/lyra
-    say "./dev $1"
-    inside sh -c "cd /root/lyra && ./dev $1"
+    compile=$(commands_under "A first program")
+    [[ $compile == cc*./first ]] || { echo "README has another first program" >&2; exit 1; }
+    while read -r command; do
+        say "$command"
+        # shellcheck disable=SC2086 # words
+        time in_clone $command </dev/null
+        say "${compile//$'\n'/; }"
+        in_clone rm -f first
+        expect "1: +0.707 -0.707i" sh -ec "cd /root/lyra; $compile"
+    done < <(commands_under "Two commands")
+    [[ $(head -c 4 "$root/root/lyra/build/demo/spectrum.png" | tail -c 3) == PNG ]]
+
+    say "as many tests as where everything was there before"
+    quietly sh -c 'cd /root/lyra && cmake --preset release -B /root/second'
+    count=$(tests_of build)
+    say "$count tests"
+    ((count == $(tests_of /root/second)))
 }
 
 start=$SECONDS
 case $task in
 packages) check_packages ;;
-demo)
-    check_command demo
-    [[ $(head -c 4 "$root/root/lyra/build/demo/spectrum.png" | tail -c 3) == PNG ]]
-    ;;
-test) check_command test ;;
+readme) check_readme ;;
 esac
 say "$task: good, in $((SECONDS - start)) s"

@@ -11,12 +11,15 @@ something is not as it should be.
 """
 
 import os
+import re
 import subprocess
 import sys
 import tempfile
 from pathlib import Path
 
 EXPECTED = "1: +0.707 -0.707i"
+VERSION = re.search(r"project\(lyra_fft VERSION ([\d.]+)",
+                    (Path(__file__).parents[1] / "CMakeLists.txt").read_text())[1]
 
 
 class Fault(Exception):
@@ -65,7 +68,7 @@ def one(prefix, pattern):
 def check_files(settings, folder):
     prefix = install(settings, folder)
     wanted = ["include/lyr_fft.h", "include/lyr_fft.hpp", "include/lyra_fft.f90",
-              "**/libLYRA_fft.so", "**/libLYRA_fft.so.2", "**/libLYRA_fft.so.2.2.0",
+              "**/libLYRA_fft.so", "**/libLYRA_fft.so.2", f"**/libLYRA_fft.so.{VERSION}",
               "**/libLYRA_fft.a", "**/pkgconfig/lyra_fft.pc",
               "**/cmake/lyra_fft/lyra_fft-config.cmake",
               "**/cmake/lyra_fft/lyra_fft-config-version.cmake",
@@ -115,6 +118,13 @@ def check_cmake(settings, folder):
         run(settings["cmake"], "--build", build)
         for library in ("lyra_fft", "lyra_fft_static"):
             check_program(settings, build / f"{languages[0].lower()}_{library}")
+    # C programs of a project that uses C++ too are linked as C.
+    build = configure(settings, folder, "mixed", ["C", "CXX"], f"-Dlyra_fft_DIR={package}")
+    run(settings["cmake"], "--build", build, "--target", "c_lyra_fft_static")
+    program = (build / "c_lyra_fft_static").read_bytes()
+    for library in (b"libstdc++.so", b"libgcc_s.so"):
+        if library in program:
+            raise Fault(f"a C program needs {library.decode()} by lyra_fft_static")
 
 
 def check_subproject(settings, folder):
@@ -148,11 +158,11 @@ def check_pkg_config(settings, folder):
         return run(settings["pkgconf"], *options, "lyra_fft", PKG_CONFIG_LIBDIR=config_dir,
                    PKG_CONFIG_PATH="").split()
 
-    if ask("--modversion") != ["2.2.0"]:
+    if ask("--modversion") != [VERSION]:
         raise Fault("wrong version")
     examples = Path(settings["source"]) / "examples"
     consumers = [("first.c", settings["cc"], ["-std=c99"]),
-                 ("first.cpp", settings["cxx"], ["-std=c++20"])]
+                 ("first.cpp", settings["cxx"], ["-std=c++17"])]
     if settings["fc"]:
         consumers.append(("first.f90", settings["fc"], ["-I", *ask("--variable=fmoddir")]))
         consumers.append(("entry_points.f90", settings["fc"], []))

@@ -16,7 +16,7 @@ import tarfile
 import tempfile
 from pathlib import Path
 
-from install_check import Fault, check_program, run
+from install_check import VERSION, Fault, check_program, run
 
 EXAMPLES = Path(__file__).resolve().parent.parent / "examples"
 
@@ -45,11 +45,11 @@ def check_debian(folder, settings):
         "-B", packages)
     shutil.rmtree(packages / "_CPack_Packages")
     machine = re.search(r"Machine: +(.*)", run(settings["readelf"], "-h", one(
-        Path(settings["build"]), "libLYRA_fft.so.2.2.0")))[1]
+        Path(settings["build"]), f"libLYRA_fft.so.{VERSION}")))[1]
     architecture = {"AArch64": "arm64"}.get(machine, "amd64")
-    library = one(packages, f"liblyra-fft2_2.2.0_{architecture}.deb")
-    development = one(packages, f"liblyra-fft-dev_2.2.0_{architecture}.deb")
-    tools = sorted(packages.glob(f"lyra-fft-tools_2.2.0_{architecture}.deb"))
+    library = one(packages, f"liblyra-fft2_{VERSION}_{architecture}.deb")
+    development = one(packages, f"liblyra-fft-dev_{VERSION}_{architecture}.deb")
+    tools = sorted(packages.glob(f"lyra-fft-tools_{VERSION}_{architecture}.deb"))
 
     def field(package, name):
         return run("dpkg-deb", "-f", package, name).strip()
@@ -61,23 +61,35 @@ def check_debian(folder, settings):
     libc = re.search(r"libc6 \(>= 2\.(\d+)\)", field(library, "Depends"))
     expect(libc, "the library needs libc6")
     expect("libstdc++" not in field(library, "Depends"), "the library needs libstdc++")
-    expect(field(development, "Depends") == "liblyra-fft2 (= 2.2.0)", "wrong dependency")
+    expect(field(development, "Depends") == f"liblyra-fft2 (= {VERSION})", "wrong dependency")
     for package in tools:
         for needed in ("libc6 ", "libstdc++6 ", "libsndfile1 ", "libcairo2 "):
             expect(needed in field(package, "Depends"), f"the tool does not need {needed}")
     control = folder / "control"
     run("dpkg-deb", "-e", library, control)
-    expect((control / "shlibs").read_text() == "libLYRA_fft 2 liblyra-fft2 (>= 2.2.0)\n",
+    expect((control / "shlibs").read_text() == f"libLYRA_fft 2 liblyra-fft2 (>= {VERSION})\n",
            (control / "shlibs").read_text())
     expect("activate-noawait ldconfig" in (control / "triggers").read_text(), "no trigger")
 
     root = folder / "root"
     for package in (library, development, *tools):
+        alone = folder / package.stem
+        run("dpkg-deb", "-x", package, alone)
+        size = sum((path.lstat().st_size + 1023) // 1024 if path.is_file() and not path.is_symlink()
+                   else 1 for path in alone.rglob("*"))
+        expect(int(field(package, "Installed-Size")) == size,
+               f"{package.name}: installed size {field(package, 'Installed-Size')}, not {size}")
         run("dpkg-deb", "-x", package, root)
         name = package.name.split("_")[0]
         for document in ("copyright", "changelog.gz"):
             one(root, f"usr/share/doc/{name}/{document}")
     one(root, "usr/include/lyr_fft.h")
+    documents = root / "usr/share/doc/liblyra-fft-dev"
+    one(documents, "examples/first.c")
+    for page in [*documents.glob("*.md"), *documents.glob("docs/*.md")]:
+        for target in re.findall(r"!\[[^]]*\]\(([^)]+)\)|\]\(([^)#:]+\.md)", page.read_text()):
+            expect((page.parent / "".join(target)).exists(), f"{page.name}: no {target}")
+    one(documents, "docs/tutorial.md")
     config = one(root, "usr/lib/**/pkgconfig/lyra_fft.pc")
     library_dir = config.parent.parent
     needed = needed_libc(settings["readelf"], library_dir / "libLYRA_fft.so.2")
@@ -95,7 +107,7 @@ def check_debian(folder, settings):
         check_program(settings, folder / "program", library_dir)
     if tools:
         emulator = settings["emulator"].split()
-        expect("2.2.0" in run(*emulator, root / "usr/bin/lyr-fft", "info"),
+        expect(VERSION in run(*emulator, root / "usr/bin/lyr-fft", "info"),
                "lyr-fft info: no version")
     if settings["lintian"]:
         print(run(settings["lintian"], "--allow-root", "--fail-on", "error", library, development,
@@ -106,12 +118,12 @@ def check_source(folder, settings):
     output = Path(settings.get("output", folder))
     run(settings["cpack"], "--config", f"{settings['build']}/CPackSourceConfig.cmake", "-B", output)
     shutil.rmtree(output / "_CPack_Packages")
-    with tarfile.open(one(output, "lyra-fft-2.2.0.tar.gz")) as archive:
+    with tarfile.open(one(output, f"lyra-fft-{VERSION}.tar.gz")) as archive:
         names = archive.getnames()
         archive.extractall(folder)
     unwanted = [n for n in names if re.search(r"/\.git(/|$)|/build|__pycache__|\.o$", n)]
     expect(not unwanted, f"in the archive: {unwanted[:5]}")
-    run(settings["cmake"], "-S", folder / "lyra-fft-2.2.0", "-B", folder / "build",
+    run(settings["cmake"], "-S", folder / f"lyra-fft-{VERSION}", "-B", folder / "build",
         "-DLYRA_BUILD_TESTS=OFF", "-DLYRA_BUILD_BENCH=OFF", GIT_DIR="/nowhere")
 
 

@@ -229,7 +229,7 @@ TEST(choice, solvers_and_executors) {
         {"ocf1763", "solve_problem_c2c_1d_bluestein/execute_1d_prime_bluestein(" STAGES ")"},
         {"ocf8000", STAGES},
         {"ocf16384",
-         "solve_problem_c2c_1d_large/execute_four_step("
+         "solve_problem_c2c_1d_large/execute_c2c_1d_large("
          "solve_problem_dft_many_transpose_rotate/execute_many_transpose_rotate(" TWO_STAGES ") "
          "solve_problem_dft_many_post_transpose/execute_many_post_transpose)"},
         {"ocf16384:2:1", "solve_problem_c2c_1d/execute_1d_discrete"},

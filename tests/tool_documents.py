@@ -29,6 +29,23 @@ def check_help(text):
     return [f"longer than 80 columns: {line}" for line in text.splitlines() if len(line) > 80]
 
 
+def check_plans(tool):
+    """Plans fit into 80 columns, and are made without memory for the arrays."""
+    problems = ("ocf1000003", "icf60x48*100", "orb100x64", "ok100e00x30o11", "oscf4096", "ocf0*5",
+                "ocf1048576*1000000i")
+    for option in ("--threads=4", "--solvers"):
+        text = output(tool, "plan", option, *problems)
+        yield from check_help(text)
+        for word in ("Bluestein", "threads: 4") if option != "--solvers" else ("bluestein: ",):
+            if word not in text:
+                yield f"plan {option} says nothing of {word}"
+    for command in ("verify", "bench"):
+        answer = subprocess.run([tool, command, "ocf72057594037927936"], capture_output=True,
+                                text=True).stderr
+        if "of this machine's memory" not in answer:
+            yield f"{command} of too much: {answer}"
+
+
 def check_mistake(tool, *arguments, hint):
     result = subprocess.run([tool, *arguments], capture_output=True, text=True)
     wanted = rf"lyr-fft: .*'--nonsense'.*; see '{hint} --help'\n"
@@ -45,6 +62,7 @@ def faults(tool):
     yield from check_help(output(tool, "--help"))
     yield from check_help(output(tool, "help", "problem"))
     yield from check_mistake(tool, "--nonsense", hint="lyr-fft")
+    yield from check_plans(tool)
     for command in commands:
         yield from check_help(output(tool, command, "--help"))
         yield from check_mistake(tool, command, "--nonsense", hint=f"lyr-fft {command}")
@@ -52,6 +70,9 @@ def faults(tool):
         if not section:
             yield f"not in the manual page: {command}"
             continue
+        explained = output(tool, "help", command)
+        if explained != output(tool, command, "--help"):
+            yield f"help {command} prints something else:\n{explained}"
         if command == "help":
             continue
         options = set(re.findall(r"^  (?:-\w,)?(--[\w-]+)", output(tool, command, "--help"), re.M))

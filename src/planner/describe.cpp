@@ -33,14 +33,7 @@ void append_dims(text &t, const char *separator, const lyr_fft_iodim64 *dims, in
                dims[k].os);
 }
 
-// In the order of the stages: a factor without a codelet comes first.
-void append_radices(text &t, int64_t n) {
-    int64_t factors[max_factors];
-    const int count = factorize_size(n, factors);
-    const int first = count > 1 && factors[count - 1] > max_radix ? count - 1 : 0;
-    for (int k = 0; k < count; ++k)
-        append(t, "%s%" PRId64, k ? "x" : ", radices ", factors[(first + k) % count]);
-}
+static_assert(max_factors <= most_stages);
 
 bool has_stages(const plan *p) {
     if (p->kind == kind_r2c || p->kind == kind_c2r) return false;
@@ -65,7 +58,9 @@ void describe(const plan *p, int depth, void (*line)(void *, int, const char *),
         append(t, " * ");
         append_dims(t, " * ", p->howmany_dims, p->howmany_rank);
     }
-    if (has_stages(p)) append_radices(t, p->dims[0].n);
+    int64_t radices[most_stages];
+    const int count = plan_stages(p, radices);
+    for (int k = 0; k < count; ++k) append(t, "%s%" PRId64, k ? "x" : ", radices ", radices[k]);
     if (depth == 0 && p->scratch_bytes)
         append(t, ", scratch %" PRIu64 " bytes %s", p->scratch_bytes,
                p->scratch_bytes <= stack_scratch_bytes ? "on the stack" : "lent");
@@ -76,6 +71,16 @@ void describe(const plan *p, int depth, void (*line)(void *, int, const char *),
 }
 
 }  // namespace
+
+// A factor without a codelet comes first.
+int plan_stages(const plan *p, int64_t *radices) {
+    if (!has_stages(p)) return 0;
+    int64_t factors[max_factors];
+    const int count = factorize_size(p->dims[0].n, factors);
+    const int first = count > 1 && factors[count - 1] > max_radix ? count - 1 : 0;
+    for (int k = 0; k < count; ++k) radices[k] = factors[(first + k) % count];
+    return count;
+}
 
 void plan_describe(const lyr_fft_plan_s *root, void (*line)(void *, int, const char *),
                    void *context) {

@@ -12,6 +12,11 @@ namespace lyr {
 void plan_describe(const lyr_fft_plan_s *root,
                    void (*line)(void *context, int depth, const char *text), void *context);
 
+// The radices of a plan's own stages, in their order; returns how many there are, 0 when the plan
+// has no stages of its own. `radices` has room for most_stages.
+inline constexpr int most_stages = 64;
+int plan_stages(const plan *p, int64_t *radices);
+
 // The name of the vector target in use.
 const char *active_target();
 

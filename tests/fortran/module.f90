@@ -208,6 +208,7 @@ contains
         call check(LFFTGetVersion(record) == 1, "version record")
         call check(all(record%library_version(:6) == ["2", ".", "2", ".", "0", c_null_char]), &
             "version in the record")
+        call check(LYR_FFT_VERSION_NUMBER == 20200, "version number")
         call c_f_pointer(version_text(), text, [len(LYR_FFT_VERSION) + 1])
         do j = 1, len(LYR_FFT_VERSION)
             call check(text(j) == LYR_FFT_VERSION(j:j), "version")

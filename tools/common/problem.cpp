@@ -205,7 +205,8 @@ int128 array_bytes(const problem &p) {
     return p.in_place ? std::max(in, out) : in + out;
 }
 
-bool parse(std::string_view text, int64_t max_bytes, problem &p, std::string &error) {
+bool parse(std::string_view text, int64_t max_bytes, const char *limit, problem &p,
+           std::string &error) {
     reader r{text};
     int with_strides = 0;
     if (text.empty()) {
@@ -240,7 +241,7 @@ bool parse(std::string_view text, int64_t max_bytes, problem &p, std::string &er
         elements = std::min<int128>(elements * p.batch[d].n, max_number);
     if (array_bytes(p) > max_bytes || elements > max_bytes / 8) {
         error = "it is too large: its arrays would need more than " +
-                std::to_string(max_bytes >> 20) + " MiB";
+                std::to_string(max_bytes >> 20) + " MiB" + limit;
         return false;
     }
     return true;
@@ -260,10 +261,15 @@ const char *problem_notation() {
     return notation;
 }
 
-bool parse_problem(std::string_view text, int64_t max_bytes, problem &p, std::string &error) {
+int64_t problem_bytes(const problem &p) {
+    return static_cast<int64_t>(array_bytes(p));
+}
+
+bool parse_problem(std::string_view text, int64_t max_bytes, problem &p, std::string &error,
+                   const char *limit) {
     problem result;
     std::string reason;
-    if (!parse(text, max_bytes, result, reason)) {
+    if (!parse(text, max_bytes, limit, result, reason)) {
         error = "bad problem " + in_quotes(text) + ": " + reason;
         return false;
     }

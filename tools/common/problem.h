@@ -34,8 +34,13 @@ enum class side { in, out };
 const char *problem_notation();
 
 // Read a problem from its notation. Returns false, with one line saying why in `error`, for
-// anything that is not a problem and for problems whose arrays need more than max_bytes bytes.
-bool parse_problem(std::string_view text, int64_t max_bytes, problem &p, std::string &error);
+// anything that is not a problem and for problems whose arrays need more than max_bytes bytes;
+// `limit` follows that number, to say what it is.
+bool parse_problem(std::string_view text, int64_t max_bytes, problem &p, std::string &error,
+                   const char *limit = "");
+
+// Bytes of the arrays of a problem together.
+int64_t problem_bytes(const problem &p);
 
 // The shortest text that parse_problem reads back as the same problem.
 std::string format_problem(const problem &p);

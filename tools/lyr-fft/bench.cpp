@@ -72,8 +72,7 @@ std::string format_time(double seconds) {
 int run_bench(const bench_arguments &arguments) {
     std::vector<problem> problems;
     std::string error;
-    if (!take_problems(arguments.problems, memory_limit(), problems, error))
-        return fail("%s", error.c_str());
+    if (!take_problems(arguments.problems, problems, error)) return fail("%s", error.c_str());
     const int column = problem_column(problems, 24);
     int status = 0;
     print("%-*s %10s %10s %10s %8s %10s\n", column, "problem", "planning", "least", "median",

@@ -55,17 +55,24 @@ int run_info(int threads) {
     const auto line = [](const char *name, const std::string &value) {
         print("%-16s %s\n", name, value.c_str());
     };
-    line("product", std::string(version.product_name) + " " + version.product_version);
-    line("component", std::string(version.component_name) + " " + version.component_version);
-    line("library", std::string(version.library_name) + " " + version.library_version);
-    line("interface", lyr_fft_version);
-    line("compiler", version.compiler);
+    line("LYRA FFT", version.library_version);
     line("processor", processor_name());
     line("processors", std::to_string(lyr::usable_processors()));
     line("NUMA nodes",
          lyr::numa_node_count() > 0 ? std::to_string(lyr::numa_node_count()) : "unknown");
     line("vector target", lyr::active_target());
     line("threads", thread_settings());
+    print(
+        "\nversion texts, of the product that the library is delivered with, of its\n"
+        "component, and of the programming interface:\n");
+    const auto text = [&](const char *name, const std::string &value) {
+        line((std::string("  ") + name).c_str(), value);
+    };
+    text("product", std::string(version.product_name) + " " + version.product_version);
+    text("component", std::string(version.component_name) + " " + version.component_version);
+    text("library", std::string(version.library_name) + " " + version.library_version);
+    text("interface", lyr_fft_version);
+    text("compiler", version.compiler);
     return 0;
 }
 

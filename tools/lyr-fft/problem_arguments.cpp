@@ -19,12 +19,18 @@ void add_problems(CLI::App &app, problem_arguments &arguments) {
     add_threads(app, arguments.threads);
 }
 
-bool take_problems(const problem_arguments &arguments, int64_t max_bytes,
+bool take_problems(const problem_arguments &arguments, int64_t max_bytes, const char *limit,
                    std::vector<problem> &problems, std::string &error) {
     lyr_fft_plan_with_nthreads(arguments.threads);
     for (const std::string &text : arguments.texts)
-        if (!parse_problem(text, max_bytes, problems.emplace_back(), error)) return false;
+        if (!parse_problem(text, max_bytes, problems.emplace_back(), error, limit)) return false;
     return true;
+}
+
+bool take_problems(const problem_arguments &arguments, std::vector<problem> &problems,
+                   std::string &error) {
+    return take_problems(arguments, memory_limit(), ", a quarter of this machine's memory",
+                         problems, error);
 }
 
 int problem_column(const std::vector<problem> &problems, int most) {

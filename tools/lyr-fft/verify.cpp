@@ -23,7 +23,8 @@ int run_verify(const verify_arguments &arguments) {
     std::vector<problem> problems;
     std::string error;
     // Copies of inputs and outputs are kept besides the arrays.
-    if (!take_problems(arguments.problems, memory_limit() / 2, problems, error))
+    if (!take_problems(arguments.problems, memory_limit() / 2,
+                       ", an eighth of this machine's memory", problems, error))
         return fail("%s", error.c_str());
     const int column = problem_column(problems, 36);
 

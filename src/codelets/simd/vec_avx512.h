@@ -2,11 +2,11 @@
 // AVX2, with twice the registers.
 #pragma once
 
-#ifdef LYR_EMULATE_AVX512  // tests on machines without AVX-512
-    #define SIMDE_ENABLE_NATIVE_ALIASES
-    #include <simde/x86/avx512.h>
-    #include <simde/x86/fma.h>
-#endif
+// For tests on machines without AVX-512 the compiler includes
+// tests/emulated_avx512.h first, with the intrinsics used here
+// made for AVX2.
+//
+// Whatever is used here for the first time belongs there, too.
 
 #define LYR_WIDER_THAN_AVX2
 #include "codelets/simd/vec_avx2.h"

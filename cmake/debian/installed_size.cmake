@@ -1,0 +1,31 @@
+# Run by CPack after it has made packages: it counts the files that symbolic links lead to once more.
+# Writes the installed size anew, as dpkg-gencontrol counts it: whole KiB for each file, one for each
+# folder and link.
+find_program(dpkg_deb dpkg-deb)
+foreach(package IN LISTS CPACK_PACKAGE_FILES)
+    if(NOT dpkg_deb OR NOT package MATCHES "\\.deb$")
+        continue()
+    endif()
+    set(folder ${CPACK_TEMPORARY_DIRECTORY}/installed_size)
+    file(REMOVE_RECURSE ${folder})
+    execute_process(COMMAND ${dpkg_deb} --raw-extract ${package} ${folder}
+                    COMMAND_ERROR_IS_FATAL ANY)
+    file(GLOB_RECURSE paths LIST_DIRECTORIES true RELATIVE ${folder} ${folder}/*)
+    set(size 0)
+    foreach(path IN LISTS paths)
+        if(path MATCHES "^DEBIAN(/|$)")
+            continue()
+        endif()
+        set(bytes 1)
+        if(NOT IS_SYMLINK ${folder}/${path} AND NOT IS_DIRECTORY ${folder}/${path})
+            file(SIZE ${folder}/${path} bytes)
+        endif()
+        math(EXPR size "${size} + (${bytes} + 1023) / 1024")
+    endforeach()
+    file(READ ${folder}/DEBIAN/control control)
+    string(REGEX REPLACE "Installed-Size: [0-9]+" "Installed-Size: ${size}" control "${control}")
+    file(WRITE ${folder}/DEBIAN/control "${control}")
+    execute_process(COMMAND ${dpkg_deb} --root-owner-group --build ${folder} ${package}
+                    OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
+    file(REMOVE_RECURSE ${folder})
+endforeach()
