@@ -131,6 +131,7 @@ std::string compare_results(const std::vector<engine> &list, bench_state &s) {
     for (size_t e = 0; e < list.size(); ++e) {
         if (!s.plans[e]) continue;
         lyr_tools::fill_buffers(*s.p, seed, s.arrays);
+        list[e].select();
         list[e].execute(s.plans[e]);
         if (list[e].name.starts_with("lyra")) {
             const std::string damage = lyr_tools::check_buffers(*s.p, s.arrays);

@@ -215,10 +215,10 @@ vectors.
 
 Where FFTW's planning reached the limit, a table says *cut* and the plots have a hollow dot: the rest
 of that plan is an estimate, and more time would often have made a faster one. Means leave such
-problems out, or count them and have a star where they are the most. Planning times are of one plan: the shortest
-of several for us and for FFTW's estimate mode, which measure nothing, and the only one for measure
-mode. Gigaflops are nominal: 5 n log₂ n operations for a complex transform, half as many for a real
-one.
+problems out, or count them and have a star where they are the most. Planning times are of one plan:
+the shortest of several for us and for FFTW's estimate mode, which measure nothing, and the only one
+for measure mode. Gigaflops are nominal: 5 n log₂ n operations for a complex transform, half as many
+for a real one.
 
 Problems are written in the [notation](moving.md#the-tools-notation) of `lyr-fft`.
 """
