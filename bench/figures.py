@@ -232,6 +232,13 @@ def place_problems(axes, problems):
     return {name: i for i, name in enumerate(names)}, False
 
 
+def label_room(problems):
+    """Inches that the labels of a class need below its panels, beyond what all have."""
+    if is_line(problems):
+        return 0
+    return max(0, 0.07 * max(len(short_name(name)) for name in problems) - 0.5)
+
+
 def ratio_limits(classes, yardsticks):
     """The span of ratios that is drawn: single ones far outside of all others do not set it."""
     values = sorted(value for problems in classes.values() for engine, _, _ in yardsticks
@@ -272,9 +279,13 @@ def draw_ratios(axes, problems, yardsticks, limits):
                 continue
             above = value > limits[1]
             axes.plot([places[name]], [limits[above]], marker="^" if above else "v", markersize=6,
-                      color=color, zorder=6, clip_on=False)
+                      color=color, zorder=6, clip_on=False, linestyle="none",
+                      label="triangle: beyond the scale, with its value")
+            # Values of two builds stand on two sides.
+            side = -1 if engine == YARDSTICKS[0][0] else 1
             axes.annotate(f"{value:.2f}", (places[name], limits[above]), fontsize=7, color=color,
-                          xytext=(5, -3 if above else 2), textcoords="offset points", zorder=7)
+                          xytext=(5 * side, -3 if above else 2), textcoords="offset points",
+                          ha="right" if side < 0 else "left", zorder=7)
         mean, of_cut = class_mean(problems, engine)
         if mean is not None:
             means.append(f"{mean:.2f}{' (cut)' if of_cut else ''} of "
@@ -318,7 +329,10 @@ def draw_classes(classes, titles, heading, paths):
     limits = ratio_limits(classes, yardsticks)
     heading += "\nleft: below 1 (shaded) we are faster; right: nominal speed"
     below = 0.75  # inches
-    height = 2.9 * len(classes) + 0.2 * (heading.count("\n") + 1) + below
+    room = [label_room(problems) for problems in classes.values()]
+    # Rows are equally far apart.
+    height = ((2.9 + max(room[:-1], default=0)) * len(classes) + room[-1]
+              + 0.2 * (heading.count("\n") + 1) + below)
     figure, panels = new_figure(len(classes), 2, (9.6, height))
     for i, (class_name, problems) in enumerate(classes.items()):
         left, right = panels[2 * i:2 * i + 2]
