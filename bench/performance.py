@@ -496,13 +496,13 @@ def readme_part(targets, instructions):
         text += (f"- {TARGETS.get(target, target)}: {known['processor']}; {known['compiler']}; "
                  f"{known['date'][:10]}\n")
     text += "\n" + wrapped(builds_text(targets)) + "\n" + overview_table(targets) + "\n"
-    first, (_, _, classes) = next(iter(targets.items()))
-    title, plot, _ = grouped(classes)[0]
-    text += (f"![{title}, {TARGETS.get(first, first)}: our time over FFTW's, and gigaflops]"
-             f"(docs/performance/{plot}-{first}.svg)\n\n")
     if any("*" in line for line in overview_table(targets).splitlines()):
         text += STAR + "\n"
     text += "\n".join(counts_text(target, figures[2]) for target, figures in targets.items())
+    first, (_, _, classes) = next(iter(targets.items()))
+    title, plot, _ = grouped(classes)[0]
+    text += (f"\n![{title}, {TARGETS.get(first, first)}: our time over FFTW's, and gigaflops]"
+             f"(docs/performance/{plot}-{first}.svg)\n")
     if instructions is not None:
         text += "\n" + instruction_words(instructions)
     return text
