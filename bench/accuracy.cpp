@@ -11,6 +11,7 @@
 
 #include "buffers.h"
 #include "classes.h"
+#include "codelets/select.h"
 #include "facts.h"
 #include "problem.h"
 #include "reference.h"
@@ -73,6 +74,7 @@ struct options {
     int seeds = 3;
     int64_t most_points = INT64_MAX;
     std::string output;
+    std::string target;
 };
 
 struct class_sum {
@@ -80,6 +82,15 @@ struct class_sum {
     int64_t count = 0;
     std::string worst_problem;
 };
+
+bool choose_target(const std::string &name) {
+    for (const lyr::codelet_table *const *t = lyr::supported_tables(); *t; ++t) {
+        if (name != (*t)->name) continue;
+        lyr::set_active_table(*t);
+        return true;
+    }
+    return false;
+}
 
 // Measure one problem with every seed. False when a result cannot be right.
 bool measure(const options &o, const char *class_name, const std::string &text, FILE *file,
@@ -137,6 +148,11 @@ bool measure_class(const options &o, const char *name, const std::vector<std::st
 
 int run(const options &o, int argc, char **argv) {
     FILE *file = nullptr;
+    if (!o.target.empty() && !choose_target(o.target)) {
+        fprintf(stderr, "lyra-accuracy: this processor has no vector target %s\n",
+                lyr_tools::in_quotes(o.target).c_str());
+        return 2;
+    }
     if (!o.output.empty()) {
         file = fopen(o.output.c_str(), "w");
         if (!file) {
@@ -178,6 +194,8 @@ int main(int argc, char **argv) {
     app.add_option("--at-most", o.most_points, "leave out problems of more points than this")
         ->check(CLI::PositiveNumber)
         ->default_str("no limit");
+    app.add_option("--target", o.target, "the vector target to measure, such as avx2")
+        ->default_str("the best here");
     app.add_option("--output", o.output, "also write all errors to this file, as a TSV table");
     try {
         app.parse(argc, argv);

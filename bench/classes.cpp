@@ -12,10 +12,16 @@ const std::vector<problem_class> &problem_classes() {
          "1048576 2097152 4194304"},
         {"pow2-small", "powers of two that fit the first-level cache, or nearly", false, "ocf",
          "2 4 8 16 32 64 128 256 512 1024 2048 4096 8192"},
+        {"pow2-cached", "powers of two 8 to 32768", false, "ocf",
+         "8 16 32 64 128 256 512 1024 2048 4096 8192 16384 32768"},
+        {"pow2-long", "powers of two from 65536 on", false, "ocf",
+         "65536 131072 262144 524288 1048576 2097152 4194304"},
         {"smooth-c2c", "products of 2, 3, 5, 7 and sometimes 13", true, "ocf",
          "6 10 12 15 20 24 30 36 48 60 80 96 100 120 144 180 200 240 320 360 480 500 600 720 840 "
          "1000 1200 1536 1920 2000 2520 3000 4000 5040 6000 7680 10000 12000 20000 30000 40320 "
          "50000 65520 100000 120000 250000 500000 720720 1000000"},
+        {"smooth-long", "long products of 2, 3, 5, 7 and sometimes 13", false, "ocf",
+         "100000 120000 250000 390625 500000 531441 720720 823543 1000000 1500000 2000000"},
         {"tabled", "small and middle lengths, densely", false, "ocf",
          "12 16 24 30 32 36 45 48 54 56 60 64 80 96 112 120 128 135 144 160 162 175 180 189 210 "
          "216 240 252 256 270 288 300 324 336 360 378 384 400 416 420 432 480 486 512 540 560 576 "
@@ -31,13 +37,31 @@ const std::vector<problem_class> &problem_classes() {
          "10007 65537 100003"},
         {"inplace-c2c", "in place", true, "icf",
          "16 64 120 256 1000 1024 4096 10000 65536 1048576 256x256 64x64x64 64*4096"},
+        {"inplace-long", "in place, long", false, "icf",
+         "65536 131072 262144 524288 1048576 2097152 4194304 100000 250000 531441 1000000 2000000"},
         {"batch-c2c-contiguous", "batches, one transform after another", true, "ocf",
          "4*16384 8*16384 16*16384 32*16384 64*16384 100*10485 128*8192 256*4096 1024*1024"},
+        {"batch-long", "batches of 1, 4 and 16 MiB, one transform after another", false, "ocf",
+         "4*16384 4*65536 4*262144 8*8192 8*32768 8*131072 16*4096 16*16384 16*65536 32*2048 "
+         "32*8192 32*32768 64*1024 64*4096 64*16384 100*655 100*2621 100*10485 128*512 128*2048 "
+         "128*8192 256*256 256*1024 256*4096 1024*64 1024*256 1024*1024"},
         {"batch-c2c-interleaved", "batches, transforms side by side", true, "ocf",
          "4*16384i 8*16384i 16*16384i 32*16384i 64*16384i 100*10485i 128*8192i 256*4096i "
          "1024*1024i"},
         {"batch-c2c-small", "batches that fit the first-level cache", true, "ocf",
          "8*128 16*64 64*16 100*10 8*128i 16*64i 64*16i 100*10i"},
+        // Side by side to one after another (9 and, padded, 1), one after another to side by side
+        // (3), padded rows (4), every second element (3), single transforms with strides (2), side
+        // by side with gaps (2).
+        {"layouts", "transposed, padded and strided arrays", true, "ocf",
+         "16:4096:1*4096:1:16 32:2048:1*2048:1:32 64:1024:1*1024:1:64 128:512:1*512:1:128 "
+         "256:256:1*256:1:256 256:1000:1*1000:1:256 1024:256:1*256:1:1024 100:1000:1*1000:1:100 "
+         "1000:100:1*100:1:1000 64:1040:1*1024:1:64 "
+         "64:1:1024*1024:64:1 256:1:256*256:256:1 1000:1:100*100:1000:1 "
+         "16:1:1*4096:20:20 64:1:1*1024:72:72 256:1:1*256:260:260 1000:1:1*100:1024:1024 "
+         "16:2:1*4096:32:16 64:2:1*1024:128:64 256:2:1*256:512:256 "
+         "1024:5:5 4096:7:7 "
+         "64:1032:1032*1024:1:1 256:512:512*256:2:2"},
         {"split-c2c", "real and imaginary parts in separate arrays", true, "oscf",
          "64 256 1024 4096 16384 64*256 64x64 256x256 1024x1024"},
         {"pow2-r2c", "real to complex, powers of two", true, "orf",
@@ -46,13 +70,25 @@ const std::vector<problem_class> &problem_classes() {
         {"pow2-c2r", "complex to real, powers of two", true, "orb",
          "4 8 16 32 64 128 256 512 1024 2048 4096 8192 16384 32768 65536 131072 262144 524288 "
          "1048576 2097152 4194304"},
+        {"pow2-real-cached", "real to complex and back, powers of two 4 to 32768", false, "or",
+         "f4 f8 f16 f32 f64 f128 f256 f512 f1024 f2048 f4096 f8192 f16384 f32768 "
+         "b4 b8 b16 b32 b64 b128 b256 b512 b1024 b2048 b4096 b8192 b16384 b32768"},
+        {"pow2-real-long", "real to complex and back, powers of two from 131072 on", false, "or",
+         "f131072 f262144 f524288 f1048576 f2097152 f4194304 "
+         "b131072 b262144 b524288 b1048576 b2097152 b4194304"},
         {"smooth-r2c", "real to complex, products of 2, 3, 5 and 7", true, "orf",
          "12 30 60 100 120 240 360 500 720 1000 2000 5040 10000 20000 40320 100000 250000 500000 "
          "1000000"},
         {"smooth-c2r", "complex to real, products of 2, 3, 5 and 7", true, "orb",
          "12 30 60 100 120 240 360 500 720 1000 2000 5040 10000 20000 40320 100000 250000 500000 "
          "1000000"},
+        {"smooth-real", "real to complex and back, products of 2, 3, 5 and 7", false, "or",
+         "f12 f30 f60 f100 f120 f240 f360 f500 f720 f1000 f2000 f5040 f10000 f20000 f40320 f100000 "
+         "f250000 f500000 f1000000 b12 b30 b60 b100 b120 b240 b360 b500 b720 b1000 b2000 b5040 "
+         "b10000 b20000 b40320 b100000 b250000 b500000 b1000000"},
         {"odd-r2c", "real to complex, odd lengths and primes", true, "orf",
+         "9 15 27 45 81 105 243 315 625 1001 2187 3375 11 13 31 37 41 101 331 1009 4099 10007"},
+        {"odd-c2r", "complex to real, odd lengths and primes", true, "orb",
          "9 15 27 45 81 105 243 315 625 1001 2187 3375 11 13 31 37 41 101 331 1009 4099 10007"},
         {"batch-r2c", "real to complex, batches one after another and side by side", true, "orf",
          "16*16384 64*16384 100*10485 256*4096 1024*1024 16*16384i 64*16384i 100*10485i 256*4096i "

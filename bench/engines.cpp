@@ -1,5 +1,6 @@
 #include "engines.h"
 
+#include <dlfcn.h>
 #include <fftw3.h>
 
 #include <algorithm>
@@ -14,21 +15,90 @@ fftw_complex *as_fftw_complex(double *x) {
     return reinterpret_cast<fftw_complex *>(x);
 }
 
-void forget_nothing() {}
+void nothing() {}
 
+// ---- This library -------------------------------------------------------------------------------
+
+constexpr size_t most_targets = 2;
+const lyr::codelet_table *tables[most_targets];  // null: no such target takes part
+
+template <size_t target>
+void select_target() {
+    lyr::set_active_table(tables[target]);
+}
+
+template <size_t target, bool single>
 void *plan_lyra(const problem &p, const buffers &b, int threads) {
     static int set = 1;  // the setting is no part of planning
-    if (threads != set) lyr_fft_plan_with_nthreads(set = threads);
+    const int wanted = single ? 1 : threads;
+    if (wanted != set) lyr_fft_plan_with_nthreads(set = wanted);
     return lyr_tools::make_plan(p, b);
-}
-void *plan_lyra_single(const problem &p, const buffers &b, int) {
-    return plan_lyra(p, b, 1);
 }
 void execute_lyra(void *plan) {
     lyr_fft_execute(static_cast<lyr_fft_plan>(plan));
 }
 void destroy_lyra(void *plan) {
     lyr_fft_destroy_plan(static_cast<lyr_fft_plan>(plan));
+}
+
+template <size_t target, bool single>
+engine lyra_engine(const std::string &name) {
+    return {name,         true,        select_target<target>, nothing, plan_lyra<target, single>,
+            execute_lyra, destroy_lyra};
+}
+
+// ---- FFTW ---------------------------------------------------------------------------------------
+
+// One build of FFTW. Builds are loaded while the program runs and see nothing of each other:
+// linked, one would answer the other's calls.
+struct fftw_build {
+    const char *version;
+    decltype(&fftw_init_threads) init_threads;
+    decltype(&fftw_plan_with_nthreads) plan_with_nthreads;
+    decltype(&fftw_plan_guru64_dft) plan_dft;
+    decltype(&fftw_plan_guru64_split_dft) plan_split_dft;
+    decltype(&fftw_plan_guru64_dft_r2c) plan_dft_r2c;
+    decltype(&fftw_plan_guru64_split_dft_r2c) plan_split_dft_r2c;
+    decltype(&fftw_plan_guru64_dft_c2r) plan_dft_c2r;
+    decltype(&fftw_plan_guru64_split_dft_c2r) plan_split_dft_c2r;
+    decltype(&fftw_plan_guru64_r2r) plan_r2r;
+    decltype(&fftw_execute) execute;
+    decltype(&fftw_destroy_plan) destroy_plan;
+    decltype(&fftw_forget_wisdom) forget_wisdom;
+    decltype(&fftw_set_timelimit) set_timelimit;
+};
+
+constexpr size_t usual = 0;
+constexpr size_t native = 1;
+fftw_build builds[2];
+
+template <class function>
+bool find(void *library, const char *name, function &result) {
+    result = reinterpret_cast<function>(dlsym(library, name));
+    return result != nullptr;
+}
+
+std::string load(const std::string &path, fftw_build &build) {
+    void *library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (!library) return dlerror();
+    const bool complete =
+        find(library, "fftw_version", build.version) &&
+        find(library, "fftw_init_threads", build.init_threads) &&
+        find(library, "fftw_plan_with_nthreads", build.plan_with_nthreads) &&
+        find(library, "fftw_plan_guru64_dft", build.plan_dft) &&
+        find(library, "fftw_plan_guru64_split_dft", build.plan_split_dft) &&
+        find(library, "fftw_plan_guru64_dft_r2c", build.plan_dft_r2c) &&
+        find(library, "fftw_plan_guru64_split_dft_r2c", build.plan_split_dft_r2c) &&
+        find(library, "fftw_plan_guru64_dft_c2r", build.plan_dft_c2r) &&
+        find(library, "fftw_plan_guru64_split_dft_c2r", build.plan_split_dft_c2r) &&
+        find(library, "fftw_plan_guru64_r2r", build.plan_r2r) &&
+        find(library, "fftw_execute", build.execute) &&
+        find(library, "fftw_destroy_plan", build.destroy_plan) &&
+        find(library, "fftw_forget_wisdom", build.forget_wisdom) &&
+        find(library, "fftw_set_timelimit", build.set_timelimit);
+    if (!complete) return path + " is not FFTW with threads: " + dlerror();
+    if (build.init_threads() == 0) return path + ": FFTW's threads do not start";
+    return "";
 }
 
 // In the order of lyr_fft_r2r_kind.
@@ -43,9 +113,10 @@ fftw_iodim64 fftw_dimension(const lyr_fft_iodim64 &d) {
 
 // Complex-to-real and half-complex-to-real plans keep FFTW's default, which allows it to overwrite
 // the input: that is how it is fastest.
-template <unsigned flags>
+template <size_t which, unsigned flags>
 void *plan_fftw(const problem &p, const buffers &b, int threads) {
-    fftw_plan_with_nthreads(threads);
+    const fftw_build &fftw = builds[which];
+    fftw.plan_with_nthreads(threads);
     double *in = b.in[0];
     double *out = b.out[0];
     fftw_iodim64 dims[lyr_tools::max_rank] = {};
@@ -61,58 +132,89 @@ void *plan_fftw(const problem &p, const buffers &b, int threads) {
     switch (p.kind) {
         case transform::c2c:
             if (p.split)
-                return fftw_plan_guru64_split_dft(p.rank, dims, p.batch_rank, batch, b.in[re],
-                                                  b.in[im], b.out[re], b.out[im], flags);
-            return fftw_plan_guru64_dft(p.rank, dims, p.batch_rank, batch, as_fftw_complex(in),
-                                        as_fftw_complex(out), p.sign, flags);
+                return fftw.plan_split_dft(p.rank, dims, p.batch_rank, batch, b.in[re], b.in[im],
+                                           b.out[re], b.out[im], flags);
+            return fftw.plan_dft(p.rank, dims, p.batch_rank, batch, as_fftw_complex(in),
+                                 as_fftw_complex(out), p.sign, flags);
         case transform::r2c:
             if (p.split)
-                return fftw_plan_guru64_split_dft_r2c(p.rank, dims, p.batch_rank, batch, in,
-                                                      b.out[re], b.out[im], flags);
-            return fftw_plan_guru64_dft_r2c(p.rank, dims, p.batch_rank, batch, in,
-                                            as_fftw_complex(out), flags);
+                return fftw.plan_split_dft_r2c(p.rank, dims, p.batch_rank, batch, in, b.out[re],
+                                               b.out[im], flags);
+            return fftw.plan_dft_r2c(p.rank, dims, p.batch_rank, batch, in, as_fftw_complex(out),
+                                     flags);
         case transform::c2r:
             if (p.split)
-                return fftw_plan_guru64_split_dft_c2r(p.rank, dims, p.batch_rank, batch, b.in[re],
-                                                      b.in[im], out, flags);
-            return fftw_plan_guru64_dft_c2r(p.rank, dims, p.batch_rank, batch, as_fftw_complex(in),
-                                            out, flags);
+                return fftw.plan_split_dft_c2r(p.rank, dims, p.batch_rank, batch, b.in[re],
+                                               b.in[im], out, flags);
+            return fftw.plan_dft_c2r(p.rank, dims, p.batch_rank, batch, as_fftw_complex(in), out,
+                                     flags);
         case transform::r2r:
-            return fftw_plan_guru64_r2r(p.rank, dims, p.batch_rank, batch, in, out, kinds, flags);
+            return fftw.plan_r2r(p.rank, dims, p.batch_rank, batch, in, out, kinds, flags);
     }
     return nullptr;
 }
 
+template <size_t which>
 void execute_fftw(void *plan) {
-    fftw_execute(static_cast<fftw_plan>(plan));
+    builds[which].execute(static_cast<fftw_plan>(plan));
 }
 
+template <size_t which>
 void destroy_fftw(void *plan) {
-    fftw_destroy_plan(static_cast<fftw_plan>(plan));
+    builds[which].destroy_plan(static_cast<fftw_plan>(plan));
+}
+
+template <size_t which>
+void forget_fftw() {
+    builds[which].forget_wisdom();
+}
+
+template <size_t which, unsigned flags>
+engine fftw_engine(const char *name) {
+    return {name,
+            flags == FFTW_ESTIMATE,
+            nothing,
+            forget_fftw<which>,
+            plan_fftw<which, flags>,
+            execute_fftw<which>,
+            destroy_fftw<which>};
 }
 
 }  // namespace
 
-std::vector<engine> engines(bool with_patient, bool with_single) {
-    fftw_init_threads();
+std::vector<engine> engines(const engine_choice &choice) {
     std::vector<engine> list = {
-        {"lyra", true, forget_nothing, plan_lyra, execute_lyra, destroy_lyra},
-        {"estimate", true, fftw_forget_wisdom, plan_fftw<FFTW_ESTIMATE>, execute_fftw,
-         destroy_fftw},
-        {"measure", false, fftw_forget_wisdom, plan_fftw<FFTW_MEASURE>, execute_fftw, destroy_fftw},
+        lyra_engine<0, false>("lyra"),
+        fftw_engine<usual, FFTW_ESTIMATE>("estimate"),
+        fftw_engine<usual, FFTW_MEASURE>("measure"),
     };
-    if (with_patient) {
-        list.push_back({"patient", false, fftw_forget_wisdom, plan_fftw<FFTW_PATIENT>, execute_fftw,
-                        destroy_fftw});
+    if (choice.native) list.push_back(fftw_engine<native, FFTW_MEASURE>("native"));
+    if (choice.patient) list.push_back(fftw_engine<usual, FFTW_PATIENT>("patient"));
+    if (choice.single) list.push_back(lyra_engine<0, true>("single"));
+    if (tables[1]) {
+        const std::string target = tables[1]->name;
+        list.push_back(lyra_engine<1, false>("lyra-" + target));
+        if (choice.single) list.push_back(lyra_engine<1, true>("single-" + target));
     }
-    if (with_single)
-        list.push_back(
-            {"single", true, forget_nothing, plan_lyra_single, execute_lyra, destroy_lyra});
     return list;
 }
 
+void use_targets(const std::vector<const lyr::codelet_table *> &targets) {
+    for (size_t t = 0; t < most_targets; ++t) tables[t] = t < targets.size() ? targets[t] : nullptr;
+    select_target<0>();
+}
+
+std::string load_fftw(const std::string &library) {
+    return load(library, builds[usual]);
+}
+
+std::string load_native_fftw(const std::string &library) {
+    return load(library, builds[native]);
+}
+
 void limit_planning(double seconds) {
-    fftw_set_timelimit(seconds);
+    for (const fftw_build &build : builds)
+        if (build.set_timelimit) build.set_timelimit(seconds);
 }
 
 bool input_may_change(const problem &p) {
@@ -121,8 +223,12 @@ bool input_may_change(const problem &p) {
     return std::find(p.kinds, p.kinds + p.rank, LYR_FFT_HC2R) != p.kinds + p.rank;
 }
 
-const char *fftw_description() {
-    return fftw_version;
+std::string fftw_description() {
+    return builds[usual].version;
+}
+
+std::string native_fftw_description() {
+    return builds[native].version;
 }
 
 }  // namespace lyr_bench

@@ -1,7 +1,8 @@
-"""What the reports share: reading figures, numbers as text, and panels of ratios."""
+"""What the reports share: reading figures, numbers as text, and panels of ratios and speeds."""
 
 import csv
 import math
+import re
 
 
 class InputError(Exception):
@@ -80,10 +81,29 @@ def count_status(problems, status):
     return sum(engines.get("lyra", {}).get("status") == status for engines in problems.values())
 
 
-def planned_fully(problems):
-    """The problems for which FFTW's measuring was not cut short."""
+def planned_fully(problems, engine="measure"):
+    """The problems for which measuring of a build of FFTW was not cut short."""
     return {name: engines for name, engines in problems.items()
-            if engines.get("measure", {}).get("status") != "cut"}
+            if engines.get(engine, {}).get("status") != "cut"}
+
+
+def class_mean(problems, engine, column="median_s"):
+    """(geometric mean of the ratios to a build of FFTW, whether plans that were cut short count in
+    it): of the others where they are at least half, else of all; (None, False) without ratios."""
+    found = ratios(problems, engine, column)
+    full = ratios(planned_fully(problems, engine), engine, column)
+    with_cut = 2 * len(full) < len(found)
+    return geometric_mean((found if with_cut else full).values()), with_cut
+
+
+def gigaflops(name, row, column="median_s"):
+    """Nominal speed: 5 n log2 n operations for a complex transform of n points and half as many for
+    a real one, divided by the time; None where there is none."""
+    seconds, points = row.get(column), row["points"]
+    kind = re.match(r"[oi]s?([crk])", name)
+    if not seconds or points < 2 or not kind:
+        return None
+    return (5 if kind[1] == "c" else 2.5) * points * math.log2(points) * row["batch"] / seconds / 1e9
 
 
 def engine_names(classes):
@@ -123,13 +143,20 @@ def table_head(cells):
 # ---- Plots --------------------------------------------------------------------------------------
 
 OURS = "#1b5e9c"
-FAINT = "#b9c3cc"
 INK = "#30363c"
-TICKS = [0.0625, 0.125, 0.25, 0.35, 0.5, 0.7, 1.0, 1.4, 2.0, 2.8, 4.0, 8.0, 16.0, 64.0, 256.0]
+FAINT = "#e3e6e8"
+TICKS = [0.0625, 0.125, 0.18, 0.25, 0.35, 0.5, 0.7, 1.0, 1.4, 2.0, 2.8, 4.0, 8.0, 16.0]
 MOST_JOINED = 60   # more points than this are a cloud
 MOST_SLANTED = 14  # more names than this stand upright
-STRONG_LINE = {"color": OURS, "markersize": 4, "linewidth": 1.2, "zorder": 4}
-FAINT_LINE = {"color": FAINT, "markersize": 3, "linewidth": 0.8, "zorder": 3}
+
+# The builds of FFTW that we are compared with: engine, words for both, colour.
+YARDSTICKS = [("measure", "Debian's FFTW", "#7d8a94"),
+              ("native", "FFTW built for the processor", "#c26a12")]
+
+
+def yardsticks_of(classes):
+    found = engine_names(classes)
+    return [yardstick for yardstick in YARDSTICKS if yardstick[0] in found]
 
 
 def new_figure(rows, columns, size):
@@ -159,14 +186,14 @@ def plain_axes(axes):
         axes.spines[side].set_visible(False)
 
 
-def legend_below(figure, panels):
+def legend_below(figure, panels, columns=None):
     entries = {}
     for axes in panels:
         for handle, label in zip(*axes.get_legend_handles_labels()):
             entries.setdefault(label, handle)
     if entries:
         figure.legend(entries.values(), entries.keys(), loc="lower center",
-                      ncol=len(entries), frameon=False, fontsize=9)
+                      ncol=columns or len(entries), frameon=False, fontsize=9)
 
 
 def is_line(problems):
@@ -189,75 +216,136 @@ def short_name(name):
     return name.split(" ")[0].lstrip("abcdefghijklmnopqrstuvwxyz").replace("x", "×")
 
 
-def draw_class(axes, class_name, problems, series, limits):
-    """One panel: a line or dots of every problem's ratios for each of the series, (engine, column,
-    label, style); the last one is what the class is judged by."""
+def place_problems(axes, problems):
+    """Prepare the horizontal axis of a class; returns {problem: place} and whether lines may join
+    neighbours."""
     names = list(problems)
-    lengths = is_line(problems)
-    place = {name: (next(iter(problems[name].values()))["points"] if lengths else i)
-             for i, name in enumerate(names)}
+    if is_line(problems):
+        length_axis(axes)
+        places = {name: next(iter(problems[name].values()))["points"] for name in names}
+        return places, len(places) <= MOST_JOINED
+    axes.set_xticks(range(len(names)))
+    upright = len(names) > MOST_SLANTED or max(map(len, names)) > 14
+    axes.set_xticklabels([short_name(name) for name in names], rotation=90 if upright else 35,
+                         ha="right", va="center" if upright else "top", rotation_mode="anchor")
+    axes.set_xlim(-0.6, len(names) - 0.4)
+    return {name: i for i, name in enumerate(names)}, False
 
+
+def label_room(problems):
+    """Inches that the labels of a class need below its panels, beyond what all have."""
+    if is_line(problems):
+        return 0
+    return max(0, 0.07 * max(len(short_name(name)) for name in problems) - 0.5)
+
+
+def ratio_limits(classes, yardsticks):
+    """The span of ratios that is drawn: single ones far outside of all others do not set it."""
+    values = sorted(value for problems in classes.values() for engine, _, _ in yardsticks
+                    for value in ratios(problems, engine, "median_s").values())
+    if not values:
+        return 0.5, 1.5
+    low = high = 0
+    for i in range(min(max(1, len(values) // 50), len(values) - 1)):
+        if values[i] < values[i + 1] / 1.5:
+            low = i + 1
+        if values[-1 - i] > values[-2 - i] * 1.3:
+            high = i + 1
+    low, high = values[low], values[-1 - high]
+    return max(min(low, 0.7), 0.1) / 1.1, min(max(high, 1.1), 4) * 1.1
+
+
+def draw_ratios(axes, problems, yardsticks, limits):
+    """One panel: ratios to each build of FFTW over the problems."""
+    places, joined = place_problems(axes, problems)
     axes.axhspan(limits[0], 1, color="#eef4ee", zorder=0)
     axes.axhline(1, color=INK, linewidth=1, zorder=2)
-    for engine, column, label, style in series:
-        found = ratios(problems, engine, column)
-        points = sorted((place[name], value) for name, value in found.items())
+    means = []
+    for engine, words, color in yardsticks:
+        found = ratios(problems, engine, "median_s")
+        cut = found.keys() - planned_fully(problems, engine).keys()
+        points = sorted((places[name], min(max(value, limits[0]), limits[1]))
+                        for name, value in found.items() if name not in cut)
+        style = {"color": color, "markersize": 3.5, "zorder": 4, "clip_on": False}
         if points:
-            joined = lengths and len(points) <= MOST_JOINED
-            axes.plot(*zip(*points), marker="o", linestyle="-" if joined else "none", label=label,
-                      **style)
-    judged_by = ratios(problems, *series[-1][:2])
-    full = planned_fully(problems)
-    cut = [(place[name], value) for name, value in judged_by.items() if name not in full]
-    if cut:
-        axes.plot(*zip(*cut), linestyle="none", marker="o", markersize=4, markerfacecolor="white",
-                  markeredgecolor=OURS, zorder=5, label="FFTW's planning cut")
-    refused = [place[name] for name in names if name not in judged_by]
-    if refused:
-        axes.plot(refused, [limits[1] / 1.06] * len(refused), linestyle="none", marker="x",
+            axes.plot(*zip(*points), marker="o", linestyle="-" if joined else "none", linewidth=1,
+                      label=f"over {words}", **style)
+        hollow = [(places[name], min(max(found[name], limits[0]), limits[1])) for name in cut]
+        if hollow:
+            axes.plot(*zip(*hollow), marker="o", linestyle="none", markerfacecolor="white",
+                      label="hollow: its planning was cut short", **style)
+        for name, value in found.items():
+            if limits[0] <= value <= limits[1]:
+                continue
+            above = value > limits[1]
+            axes.plot([places[name]], [limits[above]], marker="^" if above else "v", markersize=6,
+                      color=color, zorder=6, clip_on=False, linestyle="none",
+                      label="triangle: beyond the scale, with its value")
+            # Values of two builds stand on two sides.
+            side = -1 if engine == YARDSTICKS[0][0] else 1
+            axes.annotate(f"{value:.2f}", (places[name], limits[above]), fontsize=7, color=color,
+                          xytext=(5 * side, -3 if above else 2), textcoords="offset points",
+                          ha="right" if side < 0 else "left", zorder=7)
+        mean, of_cut = class_mean(problems, engine)
+        if mean is not None:
+            means.append(f"{mean:.2f}{' (cut)' if of_cut else ''} of "
+                         f"{'Debian' if engine == 'measure' else 'the native build'}'s")
+            axes.axhline(mean, color=color, linewidth=1, linestyle=(0, (5, 3)), zorder=3,
+                         label="dashed: mean of the class")
+    failed = [places[name] for name, engines in problems.items()
+              if engines.get("lyra", {}).get("status") in ("refused", "wrong")]
+    if failed:
+        axes.plot(failed, [limits[1] / 1.06] * len(failed), linestyle="none", marker="x",
                   color="#b03030", markersize=5, zorder=5, label="refused or wrong")
-
-    title = class_name
-    mean = geometric_mean(judged_by.values())
-    if mean is not None:
-        axes.axhline(mean, color=OURS, linewidth=0.9, linestyle=(0, (5, 3)), zorder=2)
-        title += f"   {mean:.2f}"
-    axes.set_title(title, loc="left", fontsize=10, fontweight="bold", color=INK)
-
-    if lengths:
-        length_axis(axes)
-    else:
-        axes.set_xticks(range(len(names)))
-        upright = len(names) > MOST_SLANTED
-        axes.set_xticklabels([short_name(name) for name in names], rotation=90 if upright else 35,
-                             ha="right", va="center" if upright else "top",
-                             rotation_mode="anchor")
-        axes.set_xlim(-0.6, len(names) - 0.4)
     axes.set_yscale("log", base=2)
     axes.set_ylim(*limits)
     axes.set_yticks([t for t in TICKS if limits[0] <= t <= limits[1]])
     axes.yaxis.set_major_formatter(lambda value, _: f"{value:g}")
-    axes.grid(axis="y", color="#e3e6e8", linewidth=0.6, zorder=1)
-    plain_axes(axes)
+    axes.set_ylabel("our time / FFTW's", fontsize=8, color=INK)
+    return "mean: " + ", ".join(means) if means else ""
 
 
-def draw_classes(classes, series, title, paths, columns=3, panel=(4.6, 2.9)):
-    """Write a plot of a panel for every class to every path. Series are those of draw_class."""
-    values = [v for problems in classes.values() for engine, column, _, _ in series
-              for v in ratios(problems, engine, column).values()]
-    limits = (min([0.45] + values) / 1.1, max([1.5] + values) * 1.1)
-    columns = min(columns, len(classes))
-    rows = -(-len(classes) // columns)
-    above = 0.15 + 0.25 * (title.count("\n") + 1)  # inches, for the title
-    height = panel[1] * rows + 0.5 + above
-    figure, panels = new_figure(rows, columns, (max(7.5, panel[0] * columns), height))
-    for axes in panels[len(classes):]:
-        axes.set_visible(False)
-    for axes, (class_name, problems) in zip(panels, classes.items()):
-        draw_class(axes, class_name, problems, series, limits)
-    for axes in panels[::columns]:
-        axes.set_ylabel("our time / FFTW's", fontsize=9, color=INK)
-    figure.suptitle(title, fontsize=11, color=INK, y=1 - 0.1 / height)
-    legend_below(figure, panels[:len(classes)])
-    figure.tight_layout(rect=(0, 0.35 / height, 1, 1))
+def draw_speeds(axes, problems, yardsticks):
+    """One panel: gigaflops of all over the same problems."""
+    places, joined = place_problems(axes, problems)
+    for engine, words, color in [*yardsticks, ("lyra", "ours", OURS)]:
+        points = []
+        for name, engines in problems.items():
+            speed = gigaflops(name, engines[engine]) if engine in engines else None
+            if speed is not None:
+                points.append((places[name], speed))
+        if points:
+            axes.plot(*zip(*sorted(points)), marker="o", linestyle="-" if joined else "none",
+                      linewidth=1, markersize=3.5, color=color, label=words,
+                      zorder=4 if engine == "lyra" else 3)
+    axes.set_ylim(bottom=0)
+    axes.set_ylabel("gigaflops", fontsize=8, color=INK)
+
+
+def draw_classes(classes, titles, heading, paths):
+    """Write a plot to every path: for every class a row of ratios and speeds; titles are
+    {class: words}. A class without words is called by its name."""
+    yardsticks = yardsticks_of(classes)
+    limits = ratio_limits(classes, yardsticks)
+    heading += "\nleft: below 1 (shaded) we are faster; right: nominal speed"
+    below = 0.75  # inches
+    room = [label_room(problems) for problems in classes.values()]
+    # Rows are equally far apart.
+    height = ((2.9 + max(room[:-1], default=0)) * len(classes) + room[-1]
+              + 0.2 * (heading.count("\n") + 1) + below)
+    figure, panels = new_figure(len(classes), 2, (9.6, height))
+    for i, (class_name, problems) in enumerate(classes.items()):
+        left, right = panels[2 * i:2 * i + 2]
+        means = draw_ratios(left, problems, yardsticks, limits)
+        draw_speeds(right, problems, yardsticks)
+        words = titles.get(class_name, class_name)
+        left.set_title(words[0].upper() + words[1:], loc="left", fontsize=10, fontweight="bold",
+                       color=INK, pad=18)
+        left.text(0, 1.04, means, transform=left.transAxes, fontsize=8, color=INK)
+        for axes in (left, right):
+            axes.grid(axis="y", color=FAINT, linewidth=0.6, zorder=1)
+            plain_axes(axes)
+    figure.suptitle(heading, fontsize=10, color=INK, y=1 - 0.1 / height)
+    legend_below(figure, panels, columns=3)
+    figure.tight_layout(rect=(0, below / height, 1, 1))
     save_figure(figure, paths)

@@ -1,6 +1,7 @@
 // lyra-bench: execution and planning times of this library and FFTW, side by side in one process.
 
 #include <algorithm>
+#include <chrono>
 #include <CLI/CLI.hpp>
 #include <cmath>
 #include <cstdio>
@@ -26,9 +27,16 @@ constexpr size_t lyra = 0;  // places in the list of engines
 constexpr size_t estimate = 1;
 constexpr size_t fftw_measure = 2;
 
+// Where Debian's packages of FFTW put it.
+constexpr const char *packaged_fftw = "libfftw3_threads.so.3";
+
 struct options {
     std::vector<std::string> names;
     std::string output;
+    std::string fftw = packaged_fftw;
+    std::string native_fftw;
+    bool all_targets = false;
+    double stop_after = INFINITY;
     bool list = false;
     bool patient = false;
     int64_t most_points = INT64_MAX;
@@ -100,6 +108,25 @@ void list_classes() {
     }
 }
 
+// ---- Which libraries ----------------------------------------------------------------------------
+
+// The second best vector target of this processor; null where it is the portable one, which serves
+// processors that have nothing else.
+const lyr::codelet_table *second_target() {
+    const lyr::codelet_table *const *list = lyr::supported_tables();
+    return list[0] && list[1] && list[2] ? list[1] : nullptr;
+}
+
+// Returns why it cannot be; empty when all is there.
+std::string load_engines(const options &o) {
+    std::vector<const lyr::codelet_table *> targets = {lyr::active_table()};
+    if (o.all_targets && second_target()) targets.push_back(second_target());
+    use_targets(targets);
+    const std::string error = load_fftw(o.fftw);
+    if (!error.empty() || o.native_fftw.empty()) return error;
+    return load_native_fftw(o.native_fftw);
+}
+
 // ---- Where it is measured -----------------------------------------------------------------------
 
 std::vector<fact> facts(const options &o, int argc, char **argv) {
@@ -110,6 +137,9 @@ std::vector<fact> facts(const options &o, int argc, char **argv) {
                                     {"planning", limit},
                                     {"threads", "1, others where t= says so"}};
     list.insert(list.end() - 1, ours.begin(), ours.end());  // the command stays last
+    if (!o.native_fftw.empty()) list.insert(list.end() - 1, {"native", native_fftw_description()});
+    if (o.all_targets && second_target())
+        list.insert(list.end() - 1, {"further target", second_target()->name});
     return list;
 }
 
@@ -159,7 +189,7 @@ std::string ratio_text(std::optional<double> r) {
 
 void print_heading(const job &j, const std::vector<engine> &list) {
     printf("\n%s: %s\n%-20s", j.class_name.c_str(), j.title.c_str(), "problem");
-    for (const engine &e : list) printf(" %9s", e.name);
+    for (const engine &e : list) printf(" %11s", e.name.c_str());
     printf("  %8s %8s  %10s %14s\n", "ratio", "(median)", "plan: lyra", "plan: estimate");
 }
 
@@ -170,7 +200,7 @@ void print_row(const measurement &m) {
         return;
     }
     for (const engine_times &t : m.times)
-        printf(" %9s", t.refused ? "refused" : time_text(t.least).c_str());
+        printf(" %11s", t.refused ? "refused" : time_text(t.least).c_str());
     bool cut = false;
     for (const engine_times &t : m.times) cut = cut || t.planning_cut;
     printf("  %8s %8s  %10s %14s%s\n",
@@ -205,7 +235,7 @@ void print_summary(const job &j, const std::vector<engine> &list,
             if (const auto r = ratio(m, e, &engine_times::median)) median.push_back(*r);
         }
         if (least.empty()) continue;
-        printf("  geometric mean, lyra / %-9s %.3f   from medians %.3f\n", list[e].name,
+        printf("  geometric mean, lyra / %-9s %.3f   from medians %.3f\n", list[e].name.c_str(),
                geometric_mean(least), geometric_mean(median));
     }
     std::sort(slowest.rbegin(), slowest.rend());
@@ -225,8 +255,8 @@ void write_rows(FILE *file, const job &j, const std::vector<engine> &list, const
                              : t.planning_cut   ? "cut"
                                                 : "ok";
         fprintf(file, "%s\t%s\t%lld\t%lld\t%s\t%s", j.class_name.c_str(), m.name.c_str(),
-                static_cast<long long>(m.points), static_cast<long long>(m.batch), list[e].name,
-                status);
+                static_cast<long long>(m.points), static_cast<long long>(m.batch),
+                list[e].name.c_str(), status);
         for (double seconds : {t.least, t.median, t.planning}) {
             if (seconds > 0) {
                 fprintf(file, "\t%.6g", seconds);
@@ -246,6 +276,8 @@ int run(const options &o, int argc, char **argv) {
     std::vector<job> jobs;
     std::string error;
     if (!make_jobs(o, jobs, error)) return bad_input(error);
+    error = load_engines(o);
+    if (!error.empty()) return bad_input("no FFTW: " + error);
     FILE *file = nullptr;
     if (!o.output.empty()) {
         file = fopen(o.output.c_str(), "w");
@@ -264,14 +296,22 @@ int run(const options &o, int argc, char **argv) {
                 "executions\trepetitions\n");
     }
 
+    using clock = std::chrono::steady_clock;
+    const clock::time_point start = clock::now();
+    int left_out = 0;
     bool all_right = true;
     for (const job &j : jobs) {
         const bool threaded = std::any_of(j.problems.begin(), j.problems.end(),
                                           [](const bench_problem &p) { return p.threads > 1; });
-        const std::vector<engine> list = engines(o.patient, threaded);
+        const std::vector<engine> list =
+            engines({.native = !o.native_fftw.empty(), .patient = o.patient, .single = threaded});
         print_heading(j, list);
         std::vector<measurement> done;
         for (const bench_problem &p : j.problems) {
+            if (std::chrono::duration<double>(clock::now() - start).count() > o.stop_after) {
+                ++left_out;
+                continue;
+            }
             measurement m = measure(p, list, o.measuring);
             print_row(m);
             if (file) write_rows(file, j, list, m);
@@ -282,6 +322,11 @@ int run(const options &o, int argc, char **argv) {
             done.push_back(std::move(m));
         }
         print_summary(j, list, done);
+    }
+    if (left_out > 0) {
+        const std::string text = std::to_string(left_out) + " problems, for want of time";
+        printf("left out: %s\n", text.c_str());
+        if (file) write_facts(file, {{"left out", text}});
     }
     if (file) {
         const bool broken = ferror(file) != 0;
@@ -306,6 +351,11 @@ int main(int argc, char **argv) {
         "without a name, all usual classes");
     app.add_flag("--list", o.list, "list the classes and their problems");
     app.add_option("--output", o.output, "also write all figures to this file, as a TSV table");
+    app.add_option("--fftw", o.fftw, "shared library of FFTW to compare with, threads included");
+    app.add_option("--native-fftw", o.native_fftw,
+                   "another build of it as well, measure mode, called \"native\"");
+    app.add_flag("--all-targets", o.all_targets,
+                 "this library with its second vector target as well, where there is one");
     app.add_flag("--patient", o.patient, "FFTW patient as well (slow to plan)");
     app.add_option("--at-most", o.most_points,
                    "leave out problems of more points than this, batch included")
@@ -314,6 +364,9 @@ int main(int argc, char **argv) {
     app.add_option("--seconds", o.measuring.seconds,
                    "time to spend on executions of one problem, all engines together")
         ->check(CLI::Range(0.0, 3600.0));
+    app.add_option("--stop-after", o.stop_after, "begin no problem after so many seconds")
+        ->check(CLI::PositiveNumber)
+        ->default_str("no limit");
     app.add_option("--planning-limit", o.measuring.planning_limit,
                    "seconds that FFTW may spend on one plan")
         ->check(CLI::Range(0.001, 86400.0));

@@ -11,9 +11,8 @@ import argparse
 import os
 import sys
 
-from figures import (FAINT_LINE, STRONG_LINE, InputError, count_status, draw_classes,
-                     engine_names, geometric_mean, ratio, ratio_text, ratios, read_figures,
-                     table_head, table_row, time_text)
+from figures import (InputError, count_status, draw_classes, engine_names, geometric_mean,
+                     ratio, ratio_text, ratios, read_figures, table_head, table_row, time_text)
 
 
 def summary_table(classes, others):
@@ -74,15 +73,13 @@ def page(facts, classes, picture):
     return text
 
 
-def draw(facts, classes, paths):
-    """Write the plot, one panel a class, to every path."""
+def draw(facts, titles, classes, paths):
+    """Write the plot, one row a class, to every path."""
     known = dict(facts)
     where = ", ".join(known[name] if name != "lyra" else "lyra " + known[name]
-                      for name in ("processor", "lyra", "fftw", "date") if name in known)
-    series = [("estimate", "least_s", "against estimate", FAINT_LINE),
-              ("measure", "least_s", "against measure", STRONG_LINE)]
-    draw_classes(classes, series, "Execution time against FFTW: below 1 we are faster\n" + where,
-                 paths)
+                      for name in ("lyra", "fftw", "date") if name in known)
+    draw_classes(classes, titles, "Execution time over FFTW's: below 1 we are faster; medians\n"
+                 + known.get("processor", "") + "\n" + where, paths)
 
 
 def main():
@@ -94,10 +91,10 @@ def main():
     arguments = parser.parse_args()
     base = arguments.output
     try:
-        facts, _, classes = read_figures(arguments.figures)
+        facts, titles, classes = read_figures(arguments.figures)
         with open(base + ".md", "w", encoding="utf-8") as file:
             file.write(page(facts, classes, os.path.basename(base) + ".svg"))
-        draw(facts, classes, [base + ".svg", base + ".png"])
+        draw(facts, titles, classes, [base + ".svg", base + ".png"])
     except (InputError, OSError, ImportError) as error:
         print(f"report.py: {error}", file=sys.stderr)
         return 2

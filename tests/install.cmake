@@ -25,6 +25,8 @@ add_test(NAME fortran_source COMMAND ${Python3_EXECUTABLE}
 if(tools)
     add_test(NAME tool_documents COMMAND ${Python3_EXECUTABLE}
              ${CMAKE_CURRENT_SOURCE_DIR}/tool_documents.py $<TARGET_FILE:lyr-fft>)
+    add_test(NAME tool_spectrum COMMAND ${Python3_EXECUTABLE}
+             ${CMAKE_CURRENT_SOURCE_DIR}/spectrum_check.py $<TARGET_FILE:lyr-fft>)
 endif()
 
 # Packages, and the archive of the sources.

@@ -393,11 +393,36 @@ int64_t extent(const problem &p, side s) {
     return static_cast<int64_t>(wide_extent(p, s));
 }
 
+size_t printable_length(std::string_view text) {
+    if (text.empty()) return 0;
+    const auto byte = [text](size_t i) { return static_cast<unsigned char>(text[i]); };
+    if (byte(0) < 0x80) return byte(0) >= ' ' && byte(0) <= '~' ? 1 : 0;
+    const size_t length = byte(0) >= 0xf0 ? 4 : byte(0) >= 0xe0 ? 3 : 2;
+    if (byte(0) < 0xc2 || byte(0) > 0xf4 || text.size() < length) return 0;
+    uint32_t code = byte(0) & (0x7fu >> length);
+    for (size_t i = 1; i < length; ++i) {
+        if ((byte(i) & 0xc0) != 0x80) return 0;
+        code = code << 6 | (byte(i) & 0x3f);
+    }
+    constexpr uint32_t least[] = {0, 0, 0x80, 0x800, 0x10000};
+    const auto within = [code](uint32_t low, uint32_t high) { return code >= low && code <= high; };
+    const bool shown = code >= least[length] && code <= 0x10ffff && !within(0xd800, 0xdfff) &&
+                       !within(0x80, 0x9f) &&      // control characters
+                       !within(0x200b, 0x200f) &&  // what has no width or turns the direction
+                       !within(0x2028, 0x202e) && !within(0x2060, 0x206f) && code != 0xfeff;
+    return shown ? length : 0;
+}
+
 std::string in_quotes(std::string_view text) {
-    constexpr size_t longest = 60;
+    constexpr int longest = 60;
     std::string result = "'";
-    for (const char c : text.substr(0, longest)) result += c >= ' ' && c <= '~' ? c : '?';
-    return result + (text.size() > longest ? "...'" : "'");
+    int characters = 0;
+    for (; !text.empty() && characters < longest; ++characters) {
+        const size_t length = printable_length(text);
+        result += length > 0 ? text.substr(0, length) : "?";
+        text.remove_prefix(std::max<size_t>(length, 1));
+    }
+    return result + (text.empty() ? "'" : "...'");
 }
 
 }  // namespace lyr_tools

@@ -102,8 +102,12 @@ void for_each_element(const problem &p, side s, function f) {
             for (int64_t k = 0; k < n[2]; ++k) f(i * step[0] + j * step[1] + k * step[2]);
 }
 
-// `text` in single quotes, fit for one line of a message: at most 60 characters, others than
-// printable ASCII replaced.
+// The number of bytes of the character that a text begins with, in UTF-8; 0 when it is none that
+// can be printed.
+size_t printable_length(std::string_view text);
+
+// `text` in single quotes, fit for one line of a message: at most 60 characters, those that cannot
+// be printed replaced.
 std::string in_quotes(std::string_view text);
 
 }  // namespace lyr_tools

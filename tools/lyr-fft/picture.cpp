@@ -11,7 +11,10 @@
 #include <cstring>
 #include <memory>
 #include <numbers>
+#include <utility>
+#include <vector>
 
+#include "labels.h"
 #include "problem.h"
 
 namespace lyr_tools {
@@ -105,13 +108,6 @@ double round_step(double span, double most) {
     return 10 * power;
 }
 
-std::string number_text(double value, double step) {
-    const int digits = std::clamp(static_cast<int>(std::ceil(-std::log10(step) - 1e-9)), 0, 9);
-    char text[48];
-    std::snprintf(text, sizeof text, "%.*f", digits, value == 0 ? 0.0 : value);
-    return text;
-}
-
 // Call f(value, text) for the ticks of an axis.
 template <class function>
 void for_each_tick(const axis &a, double most, function f) {
@@ -151,11 +147,26 @@ void draw_upward(cairo_t *c, double x, double y, const std::string &text) {
     cairo_restore(c);
 }
 
-// Shorten a text from its middle until it fits. Texts are ASCII here.
-std::string fitted(cairo_t *c, std::string text, double width) {
-    if (text_width(c, text) <= width) return text;
-    while (text.size() > 8 && text_width(c, text + "...") > width) text.erase(text.size() / 2, 1);
-    return text.insert(text.size() / 2, "...");
+// Shorten a text from its middle until it fits.
+std::string fitted(cairo_t *c, const std::string &text, double width) {
+    constexpr size_t least = 8;
+    std::string part = text;
+    for (size_t wanted = character_count(text); text_width(c, part) > width && wanted > least;)
+        part = shortened(text, --wanted);
+    return part;
+}
+
+// Draw the texts of ticks below a horizontal axis, none outside of it by more than a few pixels.
+void draw_tick_texts(cairo_t *c, const box &b, double baseline,
+                     const std::vector<std::pair<double, std::string>> &ticks) {
+    constexpr double beyond = 6;  // less than half of what is between two axes
+    constexpr double gap = 5;
+    std::vector<label> labels;
+    for (const auto &[x, text] : ticks) labels.push_back({x, text_width(c, text)});
+    const std::vector<double> places =
+        place_labels(labels, b.x - beyond, b.x + b.width + beyond, gap);
+    for (size_t i = 0; i < ticks.size(); ++i)
+        if (!std::isnan(places[i])) draw_text(c, places[i], baseline, 0.5, ticks[i].second);
 }
 
 void stroke_line(cairo_t *c, double x0, double y0, double x1, double y1) {
@@ -243,11 +254,13 @@ void draw_time_axis(cairo_t *c, const box &b, const spectrogram &s) {
     set_font(c, 13);
     set_colour(c, ink);
     const double bottom = b.y + b.height;
+    std::vector<std::pair<double, std::string>> ticks;
     for_each_tick(time, b.width / 90, [&](double value, const std::string &text) {
         const double x = sharp(b.x + b.width * time.part(value));
         stroke_line(c, x, bottom, x, bottom + 5);
-        draw_text(c, x, bottom + 20, 0.5, text);
+        ticks.emplace_back(x, text);
     });
+    draw_tick_texts(c, b, bottom + 20, ticks);
     set_font(c, 14);
     draw_text(c, b.x + b.width / 2, bottom + 44, 0.5, "Time (s)");
 }
@@ -298,14 +311,16 @@ void draw_average(cairo_t *c, const box &b, const spectrogram &s) {
 
     set_font(c, 12);
     cairo_set_line_width(c, 1);
+    std::vector<std::pair<double, std::string>> ticks;
     for_each_tick(levels, b.width / 34, [&](double value, const std::string &text) {
         const double x = sharp(x_of(value));
         set_colour(c, grid);
         stroke_line(c, x, b.y, x, b.y + b.height);
         set_colour(c, ink);
         stroke_line(c, x, b.y + b.height, x, b.y + b.height + 5);
-        draw_text(c, x, b.y + b.height + 20, 0.5, text);
+        ticks.emplace_back(x, text);
     });
+    draw_tick_texts(c, b, b.y + b.height + 20, ticks);
     cairo_save(c);
     cairo_rectangle(c, b.x, b.y, b.width, b.height);
     cairo_clip(c);
@@ -330,7 +345,7 @@ void draw_average(cairo_t *c, const box &b, const spectrogram &s) {
                                        [y](double other) { return std::abs(other - y) < 13; });
         if (!free || taken.size() == most_labels) continue;
         taken.push_back(y);
-        const std::string text = number_text(hertz, hertz < 100 ? 0.1 : 1) + " Hz";
+        const std::string text = frequency_text(hertz, s.bin_width);
         const double width = text_width(c, text);
         const bool right = x + 7 + width < b.x + b.width;
         const double left = right ? x + 7 : x - 7 - width;

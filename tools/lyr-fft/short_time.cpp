@@ -45,15 +45,11 @@ bool short_time_power(const std::vector<double> &samples, const pieces &p,
     for (int64_t first = 0; first < p.count; first += batch) {
         const int64_t here = std::min(batch, p.count - first);
         for (int64_t i = 0; i < here; ++i) {
-            const int64_t start = std::llround(p.centre + static_cast<double>(first + i) * p.hop -
-                                               static_cast<double>(n) / 2);
+            const int64_t wished = std::llround(p.centre + static_cast<double>(first + i) * p.hop -
+                                                static_cast<double>(n) / 2);
+            const double *from = samples.data() + std::clamp<int64_t>(wished, 0, length - n);
             double *piece = in.data() + i * n;
-            for (int64_t j = 0; j < n; ++j) {
-                const int64_t at = start + j;
-                const bool sounds = at >= 0 && at < length;
-                piece[j] =
-                    sounds ? samples[static_cast<size_t>(at)] * window[static_cast<size_t>(j)] : 0;
-            }
+            for (int64_t j = 0; j < n; ++j) piece[j] = from[j] * window[static_cast<size_t>(j)];
         }
         plan->execute();
         for (int64_t i = 0; i < here; ++i) {

@@ -8,8 +8,8 @@
 
 namespace lyr_tools {
 
-// Windowed pieces of a signal: piece i has `window` samples around sample centre + i*hop. What lies
-// outside of the signal counts as silence.
+// Windowed pieces of a signal: piece i has `window` samples around sample centre + i*hop, or the
+// nearest to that that lie within the signal: an end is no sound.
 struct pieces {
     int64_t window = 0;
     double centre = 0;
@@ -17,9 +17,9 @@ struct pieces {
     int64_t count = 0;
 };
 
-// Call f(i, power) with the power spectrum of every piece: window/2+1 values, scaled so that a sine
-// of amplitude a in the middle of a bin reads a^2. Returns false, with one line in `error`, when
-// there is no plan; throws std::bad_alloc when memory runs out.
+// Call f(i, power) with the power spectrum of every piece, no longer than the signal: window/2+1
+// values, scaled so that a sine of amplitude a in the middle of a bin reads a^2. Returns false,
+// with one line in `error`, when there is no plan; throws std::bad_alloc when memory runs out.
 bool short_time_power(const std::vector<double> &samples, const pieces &p,
                       const std::function<void(int64_t, const double *)> &f, std::string &error);
 

@@ -26,18 +26,19 @@ struct spectrum_arguments {
     int64_t window = 0;  // 0: chosen by rate and length
     int peaks = 10;
     double rate = 0;
+    int64_t column = 0;
     double lowest = 0, highest = 0;
     double range = 0;
     std::string size = "1280x720";
     int threads = 1;
 };
 
-// A power of two of about 50 ms for sound; for columns of numbers an eighth of them. Never longer
-// than the signal.
-int64_t usual_window(const sound &s) {
+// A power of two of about 50 ms for sound and whatever has a rate; for other columns of numbers an
+// eighth of them. Never longer than the signal.
+int64_t usual_window(const sound &s, bool has_rate) {
     const auto length = static_cast<int64_t>(s.samples.size());
-    const double wished = s.is_text ? static_cast<double>(length) / 8 : s.rate * 0.05;
-    int64_t window = s.is_text ? 64 : 256;
+    const double wished = has_rate ? s.rate * 0.05 : static_cast<double>(length) / 8;
+    int64_t window = has_rate ? 256 : 64;
     while (static_cast<double>(window) * std::sqrt(2.0) < wished && window < 65536) window *= 2;
     return std::min(window, length);
 }
@@ -64,6 +65,25 @@ std::string format_hertz(double hertz) {
     return text;
 }
 
+// As many digits as a thousandth of a bin needs, at least two.
+std::string format_peak(double hertz, double bin_width) {
+    const int decimals = static_cast<int>(std::ceil(-std::log10(bin_width / 1000)));
+    char text[64];
+    std::snprintf(text, sizeof text, "%.*f", std::clamp(decimals, 2, 16), hertz);
+    return text;
+}
+
+std::string format_duration(double seconds) {
+    char text[48];
+    const bool usual = seconds >= 0.1 && seconds < 1e7;
+    std::snprintf(text, sizeof text,
+                  !usual         ? "%.4g s"
+                  : seconds < 10 ? "%.3f s"
+                                 : "%.1f s",
+                  seconds);
+    return text;
+}
+
 std::string counted(int64_t count, const char *one, const char *more) {
     return std::to_string(count) + " " + (count == 1 ? one : more);
 }
@@ -84,18 +104,22 @@ int run_spectrum(const spectrum_arguments &arguments) {
 
     std::string error;
     sound s;
-    if (!read_sound(arguments.file, arguments.rate,
-                    memory_limit() / static_cast<int64_t>(sizeof(double)), s, error))
-        return fail("%s", error.c_str());
+    const sound_choice choice = {arguments.rate, arguments.column,
+                                 memory_limit() / static_cast<int64_t>(sizeof(double))};
+    if (!read_sound(arguments.file, choice, s, error)) return fail("%s", error.c_str());
+    const bool is_input = arguments.file == standard_input;
+    const std::string what = is_input ? "standard input" : in_quotes(arguments.file);
     const auto length = static_cast<int64_t>(s.samples.size());
     if (length < shortest_window)
-        return fail("%s has only %s, %d are needed", in_quotes(arguments.file).c_str(),
-                    sample_count(length).c_str(), shortest_window);
+        return fail("%s has only %s, %d are needed", what.c_str(), sample_count(length).c_str(),
+                    shortest_window);
     if (arguments.window > length)
         return fail("a window of %lld is longer than the %s of %s",
                     static_cast<long long>(arguments.window), sample_count(length).c_str(),
-                    in_quotes(arguments.file).c_str());
-    const int64_t window = arguments.window != 0 ? arguments.window : usual_window(s);
+                    what.c_str());
+    const int64_t window = arguments.window != 0
+                               ? arguments.window
+                               : usual_window(s, !s.is_text || arguments.rate != 0);
     const double nyquist = s.rate / 2;
     const double highest = arguments.highest > 0 ? std::min(arguments.highest, nyquist) : nyquist;
     if (arguments.lowest >= highest)
@@ -149,22 +173,25 @@ int run_spectrum(const spectrum_arguments &arguments) {
     char rate[48];
     std::snprintf(rate, sizeof rate, "%.10g Hz", s.rate);
     const std::string facts =
-        sample_count(length) + ", " + rate + ", " + counted(s.channels, "channel", "channels");
-    const std::string name = printable(std::filesystem::path(arguments.file).filename().string());
-    print("%s: %.3f s, %s\n", name.c_str(), duration, facts.c_str());
+        sample_count(length) + ", " + rate + ", " +
+        (s.columns > 1 ? "column " + std::to_string(s.column) + " of " + std::to_string(s.columns)
+                       : counted(s.channels, "channel", "channels"));
+    const std::string name =
+        is_input ? what : printable(std::filesystem::path(arguments.file).filename().string());
+    print("%s: %s, %s\n", name.c_str(), format_duration(duration).c_str(), facts.c_str());
     print("Hann window of %s, %s averaged, bins of %s Hz\n", sample_count(window).c_str(),
           counted(whole.count, "spectrum", "spectra").c_str(), format_hertz(bin_width).c_str());
-    if (peaks.empty()) print("no peaks\n");
+    if (peaks.empty() && arguments.peaks > 0) print("no peaks\n");
     if (!peaks.empty()) print("%14s %10s\n", "frequency Hz", s.is_text ? "level dB" : "level dBFS");
     for (const peak &p : peaks)
-        print("%14s %10.1f\n", format_hertz(p.frequency * bin_width).c_str(), p.level);
+        print("%14s %10.1f\n", format_peak(p.frequency * bin_width, bin_width).c_str(),
+              std::abs(p.level) < 0.05 ? 0 : p.level);
     if (arguments.picture.empty()) return 0;
 
     spectrogram picture;
     picture.title = name;
-    char seconds[32];
-    std::snprintf(seconds, sizeof seconds, duration < 10 ? "%.3f s, " : "%.1f s, ", duration);
-    picture.subtitle = seconds + facts + ", Hann window of " + sample_count(window);
+    picture.subtitle =
+        format_duration(duration) + ", " + facts + ", Hann window of " + sample_count(window);
     picture.duration = duration;
     picture.lowest = arguments.lowest;
     picture.highest = highest;
@@ -214,7 +241,7 @@ int run_spectrum(const spectrum_arguments &arguments) {
 command add_spectrum(CLI::App &app) {
     CLI::App *arguments = app.add_subcommand("spectrum", "Analyse a sound or a column of numbers");
     auto values = std::make_shared<spectrum_arguments>();
-    arguments->add_option("FILE", values->file, "Sound file, or text with a number per line")
+    arguments->add_option("FILE", values->file, "Sound or lines of numbers; - is standard input")
         ->type_name("")
         ->required();
     arguments->add_option("-o,--output", values->picture, "Write a spectrogram picture (PNG)")
@@ -228,6 +255,9 @@ command add_spectrum(CLI::App &app) {
     arguments->add_option("-r,--rate", values->rate, "Numbers per second, for text [1]")
         ->check(between(1e-9, 1e12))
         ->type_name("R");
+    arguments->add_option("-c,--column", values->column, "Column of a text to take [1]")
+        ->check(between(1, 65536))
+        ->type_name("C");
     arguments->add_option("--lowest", values->lowest, "Leave out lower frequencies [0]")
         ->check(between(0.0, 1e12))
         ->type_name("HZ");
