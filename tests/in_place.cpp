@@ -125,7 +125,7 @@ TEST(in_place, long_layouts) {
         {{{million, 1, million - 1}, {million, million, 1}}, true},
         {{{million, 1, 1999999}, {million, million, 2000003}}, false},
         {{{2000004, 1, 1999999}, {2000000, million, 2000003}}, true},
-        {{{3 * million, 1, 3 * 1999999}, {3 * million, million, 3 * 2000003}}, true},
+        {{{3 * million, 1, 5999997}, {3 * million, million, 6000009}}, true},
     };
     for (const example &e : examples) {
         lyr::plan p = {};

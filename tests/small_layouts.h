@@ -67,15 +67,15 @@ struct layout_family {
 };
 
 inline constexpr layout_family layout_families[] = {
-    {1, 0, 5, 1, 6, 0, 1},                                  // 5 * 36
-    {0, 2, 0, 1, 5, 3, 1},                                  // 9 * 5^4
-    {1, 1, 5, 1, 8, 3, 1},                                  // 15 * 8^4
-    {1, 2, 3, 2, 6, 3, 17 * 7},                             // 27 * 6^6
-    {1, 3, 2, 2, 6, 2, 17 * 1013},                          // 16 * 6^8
-    {2, 0, 3, 1, 6, 0, 1},                                  // 9 * 6^4
-    {2, 1, 2, 2, 6, 2, 17},                                 // 8 * 6^6
-    {2, 3, 2, 2, 9, 2, 10000019},  {3, 0, 2, 2, 6, 0, 11},  // 8 * 6^6
-    {3, 1, 2, 2, 9, 2, 100003},    {3, 3, 2, 1, 9, 2, 1000000007},
+    {1, 0, 5, 1, 6, 0, 1},                                 // 5 * 36
+    {0, 2, 0, 1, 5, 3, 1},                                 // 9 * 5^4
+    {1, 1, 5, 1, 8, 3, 1},                                 // 15 * 8^4
+    {1, 2, 3, 2, 6, 3, 119},                               // 27 * 6^6
+    {1, 3, 2, 2, 6, 2, 17221},                             // 16 * 6^8
+    {2, 0, 3, 1, 6, 0, 1},                                 // 9 * 6^4
+    {2, 1, 2, 2, 6, 2, 17},                                // 8 * 6^6
+    {2, 3, 2, 2, 9, 2, 10000019}, {3, 0, 2, 2, 6, 0, 11},  // 8 * 6^6
+    {3, 1, 2, 2, 9, 2, 100003},   {3, 3, 2, 1, 9, 2, 1000000007},
 };
 
 // Calls f(layout) for the layouts of a kind; `thinner`: for one of so many of them.
@@ -308,6 +308,7 @@ outcome try_layout(const small_layout &l, const std::vector<int64_t> &in_places,
     if (!run(l, block.data())) return outcome::refused;
 
     std::vector<double> input;
+    input.reserve(in_places.size());
     for (const int64_t place : in_places) input.push_back(before[static_cast<size_t>(place)]);
     const std::vector<double> expected = results_by_definition(l.p, input);
     for (size_t k = 0; k < out_places.size(); ++k)

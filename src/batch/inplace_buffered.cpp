@@ -57,7 +57,7 @@ int buffered_batch(const plan *p, const bookkeeping &b, lyr_fft_iodim64 *dims) {
 layout buffer_layout(const plan *p, const lyr_fft_iodim64 *batch, int batch_rank,
                      int64_t (&places)[most_dims]) {
     layout l = {};
-    int origin[most_dims];
+    int origin[most_dims] = {};
     for (int k = 0; k < batch_rank + p->rank; ++k) {
         lyr_fft_iodim64 d = k < batch_rank ? batch[k] : p->dims[k - batch_rank];
         if (p->kind == kind_r2c && k == batch_rank + p->rank - 1) d.n = d.n / 2 + 1;
@@ -102,8 +102,8 @@ int64_t input_width(const plan *p) {
 
 // Results in the buffer, of one array.
 layout copy_of(const plan *p) {
-    lyr_fft_iodim64 batch[copied_dims];
-    int64_t places[most_dims];
+    lyr_fft_iodim64 batch[copied_dims] = {};
+    int64_t places[most_dims] = {};
     layout l = buffer_layout(p, batch, buffered_batch(p, words_of(p), batch), places);
     merge(l);
     return l;
@@ -179,8 +179,8 @@ int build(plan *p) {
     const bool parts = p->split == 1 && p->kind != kind_c2r;
     const int64_t result_bytes = (parts ? 2 : output_width(p)) * 8;
     bookkeeping b = {walkable_dimensions(p), 1};
-    lyr_fft_iodim64 batch[copied_dims];
-    int64_t places[most_dims];
+    lyr_fft_iodim64 batch[copied_dims] = {};
+    int64_t places[most_dims] = {};
     if (b.walked > 0) {
         const layout one = buffer_layout(p, batch, buffered_batch(p, b, batch), places);
         b.group = group_of(p->howmany_dims[b.walked - 1].n, one.elements * result_bytes);
