@@ -32,10 +32,14 @@
  * problem with the same thread count on the same kind of processor gives the same bits on every
  * run, at any alignment of the arrays and at any place in a batch.
  *
- * Threads. Any number of threads may create, execute and destroy distinct plans at the same time,
- * plans that use several threads themselves included. One plan must not be executed by two threads
- * at once: executions share the plan's scratch memory. A child of fork may execute the plans that
- * it inherited and make new ones.
+ * Threads. Any number of threads may create, execute and destroy plans at the same time, plans that
+ * use several threads themselves included, and any number of threads may execute one plan at the
+ * same time, on different output arrays. Only destroying a plan must wait until nobody executes it.
+ * Executions take up to 16 KiB of the calling thread's stack for scratch memory; longer transforms
+ * share blocks that are kept for the next execution, so that only the first execution of a plan by
+ * several threads at once allocates memory. Where there is none, threads wait for each other.
+ * Blocks are released with the last plan that may use them. A child of fork may execute the plans
+ * that it inherited and make new ones.
  *
  * Fortran. Every function is also exported with a trailing underscore (lyr_fft_plan_dft_1d_), takes
  * every argument by reference, and receives and returns plans as 64-bit integers.

@@ -211,7 +211,7 @@ class owned {
 }  // namespace detail
 
 // A plan from arrays of In to arrays of Out, either complex or double. Holds nothing but the C
-// handle. Not to be executed by two threads at once.
+// handle. Any number of threads may execute it at once.
 template <class In, class Out>
 class plan : public detail::owned {
   public:

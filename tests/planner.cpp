@@ -89,27 +89,25 @@ TEST(records, clearing) {
     p.dims[0] = {7, 1, 1};
     lyr::plan_clear(&p);
 
-    double not_owned[4], part_of_another[4];
+    double not_owned[4];
     p.aux = not_owned;
     p.aux_bytes = sizeof not_owned;
-    p.work = part_of_another;
     lyr::plan_clear(&p);
     EXPECT_EQ(p.aux, not_owned);
-    EXPECT_EQ(p.work, part_of_another);
 
     // Released blocks and children are gone from the record; what stays alive is a leak.
     p.aux = lyr::aligned_alloc_zero(64);
     p.aux_owned = 1;
     p.aux_bytes = 64;
-    p.work = lyr::aligned_alloc_zero(128);
-    p.work_bytes = 128;
+    p.work_bytes = p.scratch_bytes = 128;
     p.children = lyr::plan_alloc_children(2);
     p.nchildren = 2;
-    p.children[1].work = lyr::aligned_alloc_zero(32);
-    p.children[1].work_bytes = 32;
+    p.children[1].aux = lyr::aligned_alloc_zero(32);
+    p.children[1].aux_bytes = 32;
+    p.children[1].aux_owned = 1;
     lyr::plan_clear(&p);
-    EXPECT_TRUE(!p.aux && !p.aux_bytes && !p.aux_owned && !p.work && !p.work_bytes && !p.children &&
-                !p.nchildren);
+    EXPECT_TRUE(!p.aux && !p.aux_bytes && !p.aux_owned && !p.work_bytes && !p.scratch_bytes &&
+                !p.children && !p.nchildren);
     EXPECT_TRUE(dims_are(p, {{7, 1, 1}}));
     lyr::plan_clear(&p);
     EXPECT_EQ(lyr::plan_alloc_children(0), nullptr);
@@ -177,7 +175,7 @@ TEST(choice, unsolvable_problems_leave_nothing_behind) {
     p.in = in;
     p.out = out;
     EXPECT_EQ(lyr::plan_solve(&p), -1);
-    EXPECT_TRUE(!p.children && !p.nchildren && !p.aux && !p.work);
+    EXPECT_TRUE(!p.children && !p.nchildren && !p.aux && !p.work_bytes);
     EXPECT_TRUE(dims_are(p, {{4, 4, 4}, {4, 1, 1}}));
 }
 
@@ -328,8 +326,8 @@ TEST(choice, children_of_split_transforms) {
         const plan &child = p.children[0];
         EXPECT_TRUE(dims_are(child, e.child)) << e.kind;
         EXPECT_TRUE(child.split == -1 && child.kind == e.kind && !child.in_imag && !child.out_imag);
-        EXPECT_EQ(child.in, e.kind == kind_r2c ? a : p.work);
-        EXPECT_EQ(child.out, e.kind == kind_c2r ? c : p.work);
+        EXPECT_EQ(child.in, e.kind == kind_r2c ? a : lyr::scratch_array(&p));
+        EXPECT_EQ(child.out, e.kind == kind_c2r ? c : lyr::scratch_array(&p));
         lyr::plan_clear(&p);
     }
 }
@@ -338,7 +336,7 @@ TEST(choice, children_of_split_transforms) {
 // of their results.
 TEST(choice, sides_of_split_transforms) {
     double re[12], im[12], real[12], real_out[12];
-    const auto seen = [](plan *, double *in, double *out) {
+    const auto seen = [](const plan *, double *in, double *out, double *) {
         for (int k = 0; k < 12; ++k) out[k] = 100 + in[k];
     };
     for (int k = 0; k < 12; ++k) real[k] = k, re[k] = k, im[k] = 20 + k;
@@ -351,7 +349,7 @@ TEST(choice, sides_of_split_transforms) {
     p.in = real;
     p.out = re;
     p.out_imag = im;
-    lyr::solve_problem_dft_split(&p);
+    ASSERT_EQ(lyr::plan_solve(&p), 0);
     ASSERT_EQ(p.nchildren, 1);
     p.children[0].execute_fn = seen;
     lyr_fft_execute_split_dft_r2c(&p, real, re, im);
@@ -370,7 +368,7 @@ TEST(choice, sides_of_split_transforms) {
     p.in_imag = im;
     p.out = real_out;
     p.out_imag = nullptr;
-    lyr::solve_problem_dft_split(&p);
+    ASSERT_EQ(lyr::plan_solve(&p), 0);
     ASSERT_EQ(p.nchildren, 1);
     p.children[0].execute_fn = seen;
     lyr_fft_execute(&p);
@@ -385,7 +383,8 @@ TEST(choice, plans_as_text) {
     const std::string text = plan_text(holder.plan);
     // Sizes of buffers and tables, at the ends of the lines, are the solvers' business.
     for (const char *part : {"solve_problem_multidimension: execute_multidimension\n"
-                             "  complex backward 30:64:64x64:1:1\n"
+                             "  complex backward 30:64:64x64:1:1, scratch ",
+                             " lent\n"
                              "  solve_problem_dft_many: execute_many\n"
                              "    complex backward 64:1:1 * 30:64:64\n"
                              "    solve_problem_c2c_1d: execute_1d_two_stages\n"

@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 
+#include "planner/scratch.h"
 #include "threads/threads.h"
 
 namespace lyr {
@@ -55,7 +56,10 @@ plan *plan_create(int32_t kind, int64_t sign, int64_t split, const plan_arrays &
 
 plan *plan_finish(plan *p) {
     const bool arrays_missing = p->split == 1 && !p->in_imag && !p->out_imag;
-    if (!arrays_missing && problem_is_addressable(p) && plan_solve(p) == 0) return p;
+    if (!arrays_missing && problem_is_addressable(p) && plan_solve(p) == 0 && scratch_reserve(p)) {
+        p->reserved = 1;
+        return p;
+    }
     lyr_fft_destroy_plan(p);
     return nullptr;
 }

@@ -1,33 +1,67 @@
 // Execution, destruction and clean-up: null checks, then a jump to the planned executor.
 #include <cstdlib>
 
-#include "planner/plan.h"
+#include "planner/scratch.h"
 
 namespace {
+
+using lyr::plan;
 
 double *reals(lyr_fft_complex *array) {
     return reinterpret_cast<double *>(array);
 }
 
 // Calls that a plan is not made for have no effect.
-bool is_interleaved(const lyr_fft_plan_s *plan, int32_t kind) {
-    return plan && plan->kind == kind && plan->split != 1;
+bool is_interleaved(const plan *p, int32_t kind) {
+    return p && p->kind == kind && p->split != 1;
 }
 
-bool is_split(const lyr_fft_plan_s *plan, int32_t kind) {
-    return plan && plan->kind == kind && plan->split == 1 && plan->execute_split_fn;
+bool is_split(const plan *p, int32_t kind) {
+    return p && p->kind == kind && p->split == 1 && p->execute_split_fn;
 }
 
 // Whether the arrays given at planning are all there: sides of complex numbers that are split have
 // two.
-bool has_arrays(const lyr_fft_plan_s *plan) {
-    if (!plan->in || !plan->out) return false;
-    if (plan->split != 1) return true;
-    return (plan->kind == kind_r2c || plan->in_imag) && (plan->kind == kind_c2r || plan->out_imag);
+bool has_arrays(const plan *p) {
+    if (!p->in || !p->out) return false;
+    if (p->split != 1) return true;
+    return (p->kind == kind_r2c || p->in_imag) && (p->kind == kind_c2r || p->out_imag);
 }
 
-void run(lyr_fft_plan_s *plan, double *in, double *out) {
-    if (in && out) plan->execute_fn(plan, in, out);
+// Calls run(scratch). Out of line, so that executions without scratch have no stack frame.
+template <class function>
+__attribute__((noinline)) void run_on_stack(function run) {
+    alignas(64) double scratch[lyr::stack_scratch_bytes / sizeof(double)];
+    run(scratch);
+    __asm__ volatile("" ::"r"(scratch) : "memory");  // no tail call
+}
+
+template <class function>
+__attribute__((noinline)) void run_on_lent(const plan *p, const double *in, const double *out,
+                                           function run) {
+    const lyr::lent_scratch scratch = lyr::scratch_lend(p, in, out);
+    run(scratch.memory);
+    lyr::scratch_return(scratch);
+}
+
+template <class function>
+inline void run_with_scratch(const plan *p, const double *in, const double *out, function run) {
+    if (p->scratch_bytes == 0)
+        run(nullptr);
+    else if (p->scratch_bytes <= lyr::stack_scratch_bytes)
+        run_on_stack(run);
+    else
+        run_on_lent(p, in, out, run);
+}
+
+void run(const plan *p, double *in, double *out) {
+    if (in && out)
+        run_with_scratch(p, in, out, [=](double *scratch) { p->execute_fn(p, in, out, scratch); });
+}
+
+void run_split(const plan *p, double *ri, double *ii, double *ro, double *io) {
+    run_with_scratch(p, ri, ro,
+                     [=](double *scratch) { p->execute_split_fn(p, ri, ii, ro, io, scratch); });
 }
 
 }  // namespace
@@ -35,7 +69,7 @@ void run(lyr_fft_plan_s *plan, double *in, double *out) {
 extern "C" {
 
 void lyr_fft_execute(const lyr_fft_plan plan) {
-    if (plan && has_arrays(plan)) plan->execute_fn(plan, plan->in, plan->out);
+    if (plan && has_arrays(plan)) run(plan, plan->in, plan->out);
 }
 
 void lyr_fft_execute_dft(const lyr_fft_plan plan, lyr_fft_complex *in, lyr_fft_complex *out) {
@@ -56,21 +90,20 @@ void lyr_fft_execute_r2r(const lyr_fft_plan plan, double *in, double *out) {
 
 void lyr_fft_execute_split_dft(const lyr_fft_plan plan, double *ri, double *ii, double *ro,
                                double *io) {
-    if (is_split(plan, kind_complex) && ri && ii && ro && io)
-        plan->execute_split_fn(plan, ri, ii, ro, io);
+    if (is_split(plan, kind_complex) && ri && ii && ro && io) run_split(plan, ri, ii, ro, io);
 }
 
 void lyr_fft_execute_split_dft_r2c(const lyr_fft_plan plan, double *in, double *ro, double *io) {
-    if (is_split(plan, kind_r2c) && in && ro && io)
-        plan->execute_split_fn(plan, in, nullptr, ro, io);
+    if (is_split(plan, kind_r2c) && in && ro && io) run_split(plan, in, nullptr, ro, io);
 }
 
 void lyr_fft_execute_split_dft_c2r(const lyr_fft_plan plan, double *ri, double *ii, double *out) {
-    if (is_split(plan, kind_c2r) && ri && ii && out)
-        plan->execute_split_fn(plan, ri, ii, out, nullptr);
+    if (is_split(plan, kind_c2r) && ri && ii && out) run_split(plan, ri, ii, out, nullptr);
 }
 
 void lyr_fft_destroy_plan(lyr_fft_plan plan) {
+    if (!plan) return;
+    if (plan->reserved) lyr::scratch_release(plan);
     lyr::plan_clear(plan);
     free(plan);
 }

@@ -8,7 +8,6 @@
 
 #include <cstring>
 
-#include "api/memory.h"
 #include "batch/copy_transpose.h"
 #include "batch/slab_batch.h"
 #include "planner/registry.h"
@@ -18,36 +17,32 @@ namespace lyr {
 
 namespace {
 
-void execute_bufferization_walk(plan *p, double *in, double *out) {
-    walk_slab_batch(p, in, p->dims[0].is, 1, out);
+void execute_bufferization_walk(const plan *p, double *in, double *out, double *scratch) {
+    walk_slab_batch(p, in, p->dims[0].is, 1, out, scratch);
 }
 
-void run_slice(const plan *p, plan *slice, const slice_words &words, double *in, double *buffer,
-               double *out) {
-    slice->execute_fn(slice, in, buffer);
+void run_slice(const plan *p, const plan *slice, const slice_words &words, double *in,
+               double *buffer, double *out) {
+    slice->execute_fn(slice, in, buffer, scratch_below(p, buffer));
     copy_transpose_cpx(buffer, out, slice->howmany_dims[0].n, p->dims[0].n, words.row,
                        p->dims[0].os);
 }
 
-void execute_bufferization(plan *p, double *in, double *out) {
-    plan *child = p->children;
+void execute_bufferization(const plan *p, double *in, double *out, double *scratch) {
+    const plan *child = p->children;
     slice_words words;
     memcpy(&words, child->solver_words, sizeof words);
     const int64_t length = child->howmany_dims[0].n;
-    double *buffer =
-        static_cast<double *>(aligned_alloc_zero(static_cast<uint64_t>(length * words.row) * 16));
-    if (!buffer) return;
     for (int64_t left = words.howmany; left >= length; left -= length) {
-        run_slice(p, child, words, in, buffer, out);
+        run_slice(p, child, words, in, scratch, out);
         in += 2 * length * words.idist;
         out += 2 * length * words.odist;
     }
     if (words.rest) {
         plan rest = *child;
         rest.howmany_dims[0].n = words.rest;
-        run_slice(p, &rest, words, in, buffer, out);
+        run_slice(p, &rest, words, in, scratch, out);
     }
-    aligned_free(buffer);
 }
 
 // The stages of the child's transform when it has any, else its own.
@@ -110,9 +105,10 @@ int solve_bufferized_problem(plan *p) {
     slab_stages list;
     if (part_above_37(n) == 1) {
         if (!find_stages(p, &list)) return -1;
-        if (!keep_slab_batch(p, {slab_width(n, n, h, list.count), list})) return -1;
+        keep_slab_batch(p, {slab_width(n, n, h, list.count), list});
         p->execute_fn = execute_bufferization_walk;
     } else {
+        p->work_bytes = static_cast<uint64_t>(slice * row) * 16;
         p->execute_fn = execute_bufferization;
     }
     return 0;

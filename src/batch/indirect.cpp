@@ -13,13 +13,13 @@ namespace {
 
 constexpr int64_t group_bytes = 128 << 10, least_group = 16;
 
-void execute_indirect_before(plan *p, double *in, double *out) {
-    plan *rows = p->children;
+void execute_indirect_before(const plan *p, double *in, double *out, double *scratch) {
+    const plan *rows = p->children;
     const auto [n, is, os] = p->dims[0];
     const auto [h, idist, odist] = p->howmany_dims[0];
     if (strcmp(rows->execute_name, "execute_many") != 0) {
         copy_transpose_cpx(in, out, n, h, is, odist);
-        rows->execute_fn(rows, out, out);
+        rows->execute_fn(rows, out, out, scratch);
         return;
     }
     const int64_t most = group_bytes / 16 / n, group = most < least_group ? least_group : most;
@@ -28,7 +28,7 @@ void execute_indirect_before(plan *p, double *in, double *out) {
         some.howmany_dims[0].n = group < h - first ? group : h - first;
         double *to = out + 2 * first * odist;
         copy_transpose_cpx(in + 2 * first, to, n, some.howmany_dims[0].n, is, odist);
-        some.execute_fn(&some, to, to);
+        some.execute_fn(&some, to, to, scratch);
     }
 }
 

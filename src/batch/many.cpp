@@ -10,21 +10,21 @@ namespace lyr {
 
 namespace {
 
-void execute_many(plan *p, double *in, double *out) {
-    plan *child = p->children;
+void execute_many(const plan *p, double *in, double *out, double *scratch) {
+    const plan *child = p->children;
     const executor run = child->execute_fn;
     const int64_t in_step = p->howmany_dims[0].is * input_element_bytes(p);
     const int64_t out_step = p->howmany_dims[0].os * output_element_bytes(p);
 #pragma GCC unroll 4
     for (int64_t i = 0; i < p->howmany_dims[0].n; ++i) {
-        run(child, in, out);
+        run(child, in, out, scratch);
         in = advance(in, in_step);
         out = advance(out, out_step);
     }
 }
 
 // Transforms of one codelet, lanes along the batch.
-void execute_many_direct(plan *p, double *in, double *out) {
+void execute_many_direct(const plan *p, double *in, double *out, double *) {
     many_codelet codelet;
     memcpy(&codelet, p->solver_words, sizeof codelet);
     const auto [n, is, os] = p->dims[0];
@@ -47,10 +47,9 @@ void call_for(const double *array, int64_t bytes) {
 
 // Large batches of transforms without gaps. Butterflies visit memory in an order that no processor
 // foresees, so the lines of a transform are called for one pass before they are needed.
-void execute_many_far(plan *p, double *in, double *out) {
+void execute_many_far(const plan *p, double *in, double *out, double *scratch) {
     stage_list list;
     memcpy(&list, p->solver_words, sizeof list);
-    double *work = static_cast<double *>(p->children->work);
     const int64_t bytes = p->dims[0].n * 16;
     const int64_t in_step = p->howmany_dims[0].is * 16, out_step = p->howmany_dims[0].os * 16;
     for (int64_t i = 0; i < p->howmany_dims[0].n; ++i) {
@@ -58,7 +57,7 @@ void execute_many_far(plan *p, double *in, double *out) {
         if (in != out) call_for<access::write>(out, bytes);
         const double *from = in;
         for (int64_t s = 0; s < list.count; ++s) {
-            double *to = (list.count - 1 - s) % 2 == 0 ? out : work;
+            double *to = (list.count - 1 - s) % 2 == 0 ? out : scratch;
             list.stages[s].codelet(list.stages + s, from, to);
             if (s == 0) call_for<access::read>(next, bytes);
             from = to;
@@ -99,6 +98,7 @@ int solve_problem_dft_many(plan *p) {
 
     p->execute_fn = execute_many;
     p->execute_name = "execute_many";
+    p->any_count = 1;
     p->nchildren = 1;
     p->children = plan_alloc_children(1);
     if (!p->children) return -1;

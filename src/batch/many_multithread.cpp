@@ -1,6 +1,5 @@
 // Batches on several threads: the outermost batch dimension is cut into chunks, one for each
-// thread, and every chunk is a plan of its own, with its own scratch memory, so that all may run
-// at the same time.
+// thread. All run the same plan at the same time, each with its own scratch memory.
 #include "batch/many_multithread.h"
 
 #include "planner/registry.h"
@@ -16,24 +15,34 @@ constexpr int64_t chunk_points = 256, total_points = 1280;
 constexpr int64_t spread_points = 8192;
 
 struct batch_run {
-    double *in, *out;
-    int64_t in_step, out_step;  // bytes
-    plan *children;
+    const plan *p;
+    double *in, *out, *scratch;
 };
 
+// Children: a chunk of the planned length, and the last one where that is shorter and the first
+// child does not serve it.
 void run_chunk(const pool_task *task) {
-    const batch_run *run = static_cast<const batch_run *>(task->arg);
-    plan *child = run->children + task->index;
-    const int64_t first = task->index * task->chunk;
-    child->execute_fn(child, advance(run->in, first * run->in_step),
-                      advance(run->out, first * run->out_step));
+    const auto &[p, in, out, scratch] = *static_cast<const batch_run *>(task->arg);
+    const auto [h, is, os] = p->howmany_dims[0];
+    const int64_t first = task->index * task->chunk, left = h - first;
+    double *from = advance(in, first * is * input_element_bytes(p));
+    double *to = advance(out, first * os * output_element_bytes(p));
+    double *share = scratch_below(p, scratch, task->index);
+    const plan *child = p->children;
+    if (left >= task->chunk) {
+        child->execute_fn(child, from, to, share);
+    } else if (p->nchildren == 2) {
+        child[1].execute_fn(child + 1, from, to, share);
+    } else {
+        plan some = *child;
+        some.howmany_dims[0].n = left;
+        some.execute_fn(&some, from, to, share);
+    }
 }
 
-void execute_multithread(plan *p, double *in, double *out) {
-    const auto [h, is, os] = p->howmany_dims[0];
-    batch_run run = {in, out, is * input_element_bytes(p), os * output_element_bytes(p),
-                     p->children};
-    pool_refresh_placement();
+void execute_multithread(const plan *p, double *in, double *out, double *scratch) {
+    const int64_t h = p->howmany_dims[0].n;
+    batch_run run = {p, in, out, scratch};
     thread_pool_run(h, p->nthreads, chunk_align(h, p->nthreads), run_chunk, &run);
 }
 
@@ -44,15 +53,13 @@ int64_t points(const plan *p) {
     return product;
 }
 
-// Transform `first` and the `count - 1` after it; of a single one the dimension goes away.
-void make_child(plan *child, const plan *p, int64_t first, int64_t chunk, int64_t count) {
+// `count` of the transforms, of chunks of `chunk`; of a single one the dimension goes away.
+int make_child(plan *child, const plan *p, int64_t chunk, int64_t count, int64_t threads) {
     plan_copy_problem(child, p);
     child->howmany_dims[0].n = count;
     if (chunk == 1) plan_drop_batch_dimension(child);
-    if (p->work && p->work_bytes) {
-        const uint64_t bytes = p->work_bytes / static_cast<uint64_t>(p->howmany_dims[0].n);
-        child->work = static_cast<char *>(p->work) + bytes * static_cast<uint64_t>(first);
-    }
+    child->nthreads = threads;
+    return plan_solve(child);
 }
 
 }  // namespace
@@ -80,16 +87,16 @@ int solve_problem_dft_many_multithread(plan *p) {
 
     p->execute_fn = execute_multithread;
     p->execute_name = "execute_multithread";
-    p->nchildren = static_cast<int32_t>(chunks);
-    p->children = plan_alloc_children(chunks);
+    const int64_t rest = h - (chunks - 1) * chunk;
+    p->shares = chunks;
+    p->nchildren = 2;
+    p->children = plan_alloc_children(2);
     if (!p->children) return -1;
-    for (int64_t i = 0; i < chunks; ++i) {
-        plan *child = p->children + i;
-        const int64_t first = i * chunk;
-        make_child(child, p, first, chunk, i + 1 < chunks ? chunk : h - first);
-        child->nthreads = child_threads;
-        if (plan_solve(child) != 0) return -1;
-    }
+    if (make_child(p->children, p, chunk, chunk, child_threads) != 0) return -1;
+    if (rest == chunk || p->children->any_count)
+        p->nchildren = 1;
+    else if (make_child(p->children + 1, p, chunk, rest, child_threads) != 0)
+        return -1;
     return 0;
 }
 

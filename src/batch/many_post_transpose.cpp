@@ -11,14 +11,14 @@ namespace lyr {
 
 namespace {
 
-void execute_many_post_transpose(plan *p, double *in, double *out) {
-    walk_slab_batch(p, in, 1, p->howmany_dims[0].is, out);
+void execute_many_post_transpose(const plan *p, double *in, double *out, double *scratch) {
+    walk_slab_batch(p, in, 1, p->howmany_dims[0].is, out, scratch);
 }
 
-void execute_many_post_transpose_inplace(plan *p, double *in, double *out) {
-    plan *rows = &p->children[0], *rearrangement = &p->children[1];
-    rows->execute_fn(rows, in, out);
-    rearrangement->execute_fn(rearrangement, out, out);
+void execute_many_post_transpose_inplace(const plan *p, double *in, double *out, double *scratch) {
+    const plan *rows = &p->children[0], *rearrangement = &p->children[1];
+    rows->execute_fn(rows, in, out, scratch);
+    rearrangement->execute_fn(rearrangement, out, out, scratch);
 }
 
 int solve_in_place(plan *p) {
@@ -56,7 +56,7 @@ int solve_problem_dft_many_post_transpose(plan *p) {
     slab_stages list;
     if (!build_slab_stages(p, &list)) return -1;
     const int64_t together = walked_together(n);
-    if (!keep_slab_batch(p, {h < together ? h : together, list})) return -1;
+    keep_slab_batch(p, {h < together ? h : together, list});
     p->execute_fn = execute_many_post_transpose;
     p->execute_name = "execute_many_post_transpose";
     return 0;

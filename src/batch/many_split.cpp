@@ -11,12 +11,13 @@ double *step(double *array, int64_t doubles) {
     return array ? array + doubles : nullptr;
 }
 
-void execute_many_split(plan *p, double *ri, double *ii, double *ro, double *io) {
-    plan *child = p->children;
+void execute_many_split(const plan *p, double *ri, double *ii, double *ro, double *io,
+                        double *scratch) {
+    const plan *child = p->children;
     const auto [h, is, os] = p->howmany_dims[0];
     for (int64_t i = 0; i < h; ++i)
         child->execute_split_fn(child, step(ri, i * is), step(ii, i * is), step(ro, i * os),
-                                step(io, i * os));
+                                step(io, i * os), scratch);
 }
 
 }  // namespace

@@ -3,8 +3,8 @@
 // stage, the last one included, so nothing is ever transposed.
 //
 // The batch is walked in slabs of neighbouring transforms. The first stage reads the input and the
-// last one writes the output directly, at their strides; between them the slab lives in work, which
-// holds n * slab complex numbers for two stages, twice that for more, none for one.
+// last one writes the output directly, at their strides; between them the slab lives in scratch
+// memory:  n * slab complex numbers for two stages, twice that for more, none for one.
 #include "batch/slab_batch.h"
 #include "planner/registry.h"
 
@@ -12,8 +12,8 @@ namespace lyr {
 
 namespace {
 
-void execute_many_transpose(plan *p, double *in, double *out) {
-    walk_slab_batch(p, in, p->dims[0].is, 1, out);
+void execute_many_transpose(const plan *p, double *in, double *out, double *scratch) {
+    walk_slab_batch(p, in, p->dims[0].is, 1, out, scratch);
 }
 
 }  // namespace
@@ -32,7 +32,7 @@ int solve_problem_dft_many_transpose(plan *p) {
     slab_stages list;
     if (!build_slab_stages(p, &list)) return -1;
     const int64_t width = slab_width(p->dims[0].n, wider_stride(p), h, list.count);
-    if (!keep_slab_batch(p, {width, list})) return -1;
+    keep_slab_batch(p, {width, list});
     p->execute_fn = execute_many_transpose;
     p->execute_name = "execute_many_transpose";
     return 0;

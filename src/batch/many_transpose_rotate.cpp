@@ -5,8 +5,7 @@
 // aux is the parent's rotation table. Child 0 is one unit-stride transform; its stage list is what
 // a slab walks. A child without one (its own transform is long) runs on one column at a time.
 //
-// Slabs are dealt out to the threads. Each has its part of work, and a child of its own where
-// children are run.
+// Slabs are dealt out to the threads, each with a part of the scratch memory.
 #include <cstring>
 
 #include "api/memory.h"
@@ -22,7 +21,7 @@ namespace {
 struct bookkeeping {  // in solver_words
     slab_stages list;
     int64_t lanes;
-    int64_t scratch;  // complex numbers of work for each thread
+    int64_t scratch;  // complex numbers for each thread
 };
 static_assert(sizeof(bookkeeping) <= sizeof(plan::solver_words));
 
@@ -42,21 +41,25 @@ void copy_columns(double *to, const double *in, int64_t n, int64_t is, int64_t w
     }
 }
 
-// The columns first .. end-1; `thread` counts from 0.
-void rotate_slabs(const plan *p, const double *in, double *out, int64_t thread, int64_t first,
+// The columns first .. end-1, with the scratch of one thread.
+void rotate_slabs(const plan *p, const double *in, double *out, double *scratch, int64_t first,
                   int64_t end) {
     const bookkeeping b = read_bookkeeping(p);
     const auto [n, is, os] = p->dims[0];
     const int64_t together = walked_together(n);
-    double *work = static_cast<double *>(p->work) + 2 * thread * b.scratch;
     for (int64_t j = first; j < end; j += together) {
         const int64_t width = j + together <= end ? together : end - j;
         // A butterfly's inputs are far apart; rows in their order come faster. The first stage
         // works in place.
-        copy_columns(work, in + 2 * j, n, is, width);
-        walk_slab(b.list, {work, width, 1, out + 2 * j, os, width}, work,
+        copy_columns(scratch, in + 2 * j, n, is, width);
+        walk_slab(b.list, {scratch, width, 1, out + 2 * j, os, width}, scratch,
                   static_cast<double *>(p->aux) + 2 * n * j);
     }
+}
+
+// Complex numbers.
+int64_t child_scratch(const plan *p) {
+    return static_cast<int64_t>(p->children->scratch_bytes / 16);
 }
 
 void gather_columns(double *rows, const double *in, int64_t n, int64_t is, int64_t width) {
@@ -65,18 +68,18 @@ void gather_columns(double *rows, const double *in, int64_t n, int64_t is, int64
             memcpy(rows + 2 * (j * n + e), in + 2 * (e * is + j), 16);
 }
 
-void rotate_columns(const plan *p, const double *in, double *out, int64_t thread, int64_t first,
+void rotate_columns(const plan *p, const double *in, double *out, double *scratch, int64_t first,
                     int64_t end) {
     const bookkeeping b = read_bookkeeping(p);
     const auto [n, is, os] = p->dims[0];
-    double *rows = static_cast<double *>(p->work) + 2 * thread * b.scratch;
-    plan *child = p->children + thread;
+    double *rows = scratch, *below = scratch + 2 * (b.scratch - child_scratch(p));
+    const plan *child = p->children;
     const int64_t together = walked_together(n);
     for (int64_t j = first; j < end; j += together) {
         const int64_t width = j + together <= end ? together : end - j;
         gather_columns(rows, in + 2 * j, n, is, width);
         for (int64_t i = 0; i < width; ++i)
-            child->execute_fn(child, rows + 2 * i * n, rows + 2 * i * n);
+            child->execute_fn(child, rows + 2 * i * n, rows + 2 * i * n, below);
         for (int64_t e = 0; e < n; ++e)
             for (int64_t i = 0; i < width; ++i)
                 memcpy(out + 2 * (e * os + j + i), rows + 2 * (i * n + e), 16);
@@ -97,23 +100,24 @@ int64_t slab_count(const plan *p) {
 struct rotated_run {
     const plan *p;
     const double *in;
-    double *out;
+    double *out, *scratch;
 };
 
 void run_chunk(const pool_task *task) {
-    const auto [p, in, out] = *static_cast<const rotated_run *>(task->arg);
+    const auto [p, in, out, scratch] = *static_cast<const rotated_run *>(task->arg);
     const int64_t columns = column_count(p);
     const int64_t chunk = task->chunk * walked_together(p->dims[0].n), first = task->index * chunk;
     const int64_t end = first + chunk < columns ? first + chunk : columns;
-    if (read_bookkeeping(p).list.count)
-        rotate_slabs(p, in, out, task->index, first, end);
+    const bookkeeping b = read_bookkeeping(p);
+    double *share = scratch + 2 * task->index * b.scratch;
+    if (b.list.count)
+        rotate_slabs(p, in, out, share, first, end);
     else
-        rotate_columns(p, in, out, task->index, first, end);
+        rotate_columns(p, in, out, share, first, end);
 }
 
-void execute_many_transpose_rotate(plan *p, double *in, double *out) {
-    rotated_run run = {p, in, out};
-    if (p->nthreads > 1) pool_refresh_placement();
+void execute_many_transpose_rotate(const plan *p, double *in, double *out, double *scratch) {
+    rotated_run run = {p, in, out, scratch};
     thread_pool_run(slab_count(p), p->nthreads, 1, run_chunk, &run);
 }
 
@@ -125,33 +129,26 @@ int solve_problem_dft_many_transpose_rotate(plan *p) {
 
     p->nthreads = p->nthreads > 1 ? threads_for_plan(p->nthreads) : 1;
     const int64_t threads = chunks_of(slab_count(p), p->nthreads, 1).count;
-    p->nchildren = static_cast<int32_t>(threads);
-    p->children = plan_alloc_children(threads);
+    p->nchildren = 1;
+    p->children = plan_alloc_children(1);
     if (!p->children) return -1;
-    slab_stages list = {};
-    for (int64_t i = 0; i < threads; ++i) {
-        plan *child = p->children + i;
-        plan_copy_problem(child, p);
-        child->kind = kind_complex;
-        child->dims[0].is = child->dims[0].os = 1;
-        child->howmany_rank = 1;
-        child->howmany_dims[0] = {1, 1, 1};
-        child->nthreads = 1;
-        if (const int32_t status = plan_solve(child)) return status;
-        list = slab_stages_of(child);
-        if (list.count) {  // which all threads walk
-            p->nchildren = 1;
-            break;
-        }
-    }
+    plan *child = p->children;
+    plan_copy_problem(child, p);
+    child->kind = kind_complex;
+    child->dims[0].is = child->dims[0].os = 1;
+    child->howmany_rank = 1;
+    child->howmany_dims[0] = {1, 1, 1};
+    child->nthreads = 1;
+    if (const int32_t status = plan_solve(child)) return status;
 
+    const slab_stages list = slab_stages_of(child);
     const int64_t n = p->dims[0].n, together = walked_together(n);
-    const int64_t scratch = list.count ? slab_scratch(n, together, list.count) : n * together;
+    int64_t scratch = list.count ? slab_scratch(n, together, list.count) : n * together;
+    scratch = (scratch + 3) / 4 * 4;
+    if (list.count == 0) scratch += child_scratch(p);
     const bookkeeping b = {list, active_table()->lanes, scratch};
     memcpy(p->solver_words, &b, sizeof b);
     p->work_bytes = static_cast<uint64_t>(threads * scratch) * 16;
-    p->work = aligned_alloc_zero(p->work_bytes);
-    if (!p->work) return -1;
     p->execute_fn = execute_many_transpose_rotate;
     p->execute_name = "execute_many_transpose_rotate";
     return 0;

@@ -6,11 +6,10 @@ namespace lyr {
 
 namespace {
 
-void execute_multidimension(plan *p, double *in, double *out) {
-    plan *inner = &p->children[0];
-    plan *outer = &p->children[1];
-    inner->execute_fn(inner, in, out);
-    outer->execute_fn(outer, out, out);
+void execute_multidimension(const plan *p, double *in, double *out, double *scratch) {
+    const plan *inner = &p->children[0], *outer = &p->children[1];
+    inner->execute_fn(inner, in, out, scratch);
+    outer->execute_fn(outer, out, out, scratch);
 }
 
 void clear_from(lyr_fft_iodim64 (&dims)[3], int first) {

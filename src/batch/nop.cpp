@@ -12,7 +12,7 @@ void copy_element(double *out, const double *in) {
     out[1] = in[1];
 }
 
-void execute_nop(plan *p, double *in, double *out) {
+void execute_nop(const plan *p, double *in, double *out, double *) {
     if (in == out) return;
     if (p->howmany_rank == 0) {
         copy_element(out, in);
@@ -37,6 +37,7 @@ int solve_problem_nop(plan *p) {
     if (results_move(p)) return -1;
     p->execute_fn = execute_nop;
     p->execute_name = "execute_nop";
+    p->any_count = 1;
     return 0;
 }
 

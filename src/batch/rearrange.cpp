@@ -2,7 +2,6 @@
 // the output, and those that lie alike in both arrays become one.
 #include <cstring>
 
-#include "api/memory.h"
 #include "batch/copy_transpose.h"
 #include "planner/registry.h"
 
@@ -114,7 +113,7 @@ void copy(layout l, const double *in, double *out) {
                    [&](int64_t from, int64_t to) { copy_matrix(l, d, last, in + from, out + to); });
 }
 
-void execute_rearrange_outplace(plan *p, double *in, double *out) {
+void execute_rearrange_outplace(const plan *p, double *in, double *out, double *) {
     copy(layout_of(p), in, out);
 }
 
@@ -218,7 +217,7 @@ void copy_twice(const layout &l, const double *in, double *buffer, double *out) 
     copy(scatter, buffer, out);
 }
 
-void execute_rearrange_inplace(plan *p, double *in, double *out) {
+void execute_rearrange_inplace(const plan *p, double *in, double *out, double *scratch) {
     layout l = layout_of(p);
     switch (movement_of(l)) {
         case movement::none:
@@ -227,7 +226,7 @@ void execute_rearrange_inplace(plan *p, double *in, double *out) {
             for_each_outer(l, 2, [&](int64_t, int64_t to) { transpose_square(l, out + to); });
             break;
         case movement::other:
-            copy_twice(l, in, static_cast<double *>(p->work), out);
+            copy_twice(l, in, scratch, out);
     }
 }
 
@@ -243,8 +242,6 @@ int solve_problem_rearrange_inplace(plan *p) {
     if (movement_of(l) == movement::other) {
         const int64_t bytes = 8 * element_count(l) * l.width;
         if (bytes > copy_limit_bytes) return -1;
-        p->work = aligned_alloc_zero(static_cast<uint64_t>(bytes));
-        if (!p->work) return -1;
         p->work_bytes = static_cast<uint64_t>(bytes);
     }
     p->execute_fn = execute_rearrange_inplace;

@@ -28,14 +28,11 @@ bool build_slab_stages(plan *p, slab_stages *list) {
     return true;
 }
 
-bool keep_slab_batch(plan *p, const slab_batch &batch) {
+void keep_slab_batch(plan *p, const slab_batch &batch) {
     memcpy(p->solver_words, &batch, sizeof batch);
     const int64_t scratch = slab_scratch(p->dims[0].n, batch.width, batch.list.count);
-    if (scratch == 0) return true;
-    p->work = aligned_alloc_zero(static_cast<uint64_t>(scratch) * 16);
-    if (!p->work) return false;
     p->work_bytes = static_cast<uint64_t>(scratch) * 16;
-    return true;
+    p->any_count = 1;
 }
 
 bool get_slab_batch(const plan *p, slab_batch *batch) {
@@ -46,11 +43,10 @@ bool get_slab_batch(const plan *p, slab_batch *batch) {
     return true;
 }
 
-void walk_slab_batch(const plan *p, const double *in, int64_t in_row, int64_t in_lane,
-                     double *out) {
+void walk_slab_batch(const plan *p, const double *in, int64_t in_row, int64_t in_lane, double *out,
+                     double *scratch) {
     slab_batch b;
     memcpy(&b, p->solver_words, sizeof b);
-    double *scratch = static_cast<double *>(p->work);
     const int64_t h = p->howmany_dims[0].n;
     for (int64_t first = 0; first < h; first += b.width) {
         const int64_t width = first + b.width <= h ? b.width : h - first;

@@ -34,13 +34,14 @@ inline int64_t wider_stride(const plan *p) {
 // stages or memory runs out.
 bool build_slab_stages(plan *p, slab_stages *list);
 
-// Keeps the batch in solver_words and allocates work for its scratch. False when memory runs out.
-bool keep_slab_batch(plan *p, const slab_batch &batch);
+// Keeps the batch in solver_words and reserves scratch for it.
+void keep_slab_batch(plan *p, const slab_batch &batch);
 
 // The batch that a plan keeps; false for plans that keep none.
 bool get_slab_batch(const plan *p, slab_batch *batch);
 
 // Transforms the whole batch. Input element e of transform j is in[e*in_row + j*in_lane].
-void walk_slab_batch(const plan *p, const double *in, int64_t in_row, int64_t in_lane, double *out);
+void walk_slab_batch(const plan *p, const double *in, int64_t in_row, int64_t in_lane, double *out,
+                     double *scratch);
 
 }  // namespace lyr

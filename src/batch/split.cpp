@@ -9,7 +9,6 @@
 
 #include <cstring>
 
-#include "api/memory.h"
 #include "batch/slab_batch.h"
 #include "codelets/select.h"
 #include "planner/registry.h"
@@ -97,15 +96,14 @@ void part_rows(const plan *p, double *re, double *im, const double *buffer) {
     });
 }
 
-void execute_split(plan *p, double *ri, double *ii, double *ro, double *io) {
-    double *buffer = static_cast<double *>(p->work);
-    double *from = ri;
+void execute_split(const plan *p, double *ri, double *ii, double *ro, double *io, double *scratch) {
+    double *buffer = scratch, *from = ri;
     if (p->kind != kind_r2c) {
         join_rows(p, 0, buffer, ri, ii);
         from = buffer;
     }
-    plan *child = p->children;
-    child->execute_fn(child, from, p->kind == kind_c2r ? ro : buffer);
+    const plan *child = p->children;
+    child->execute_fn(child, from, p->kind == kind_c2r ? ro : buffer, scratch_below(p, scratch));
     if (p->kind != kind_c2r) part_rows(p, ro, io, buffer);
 }
 
@@ -138,12 +136,12 @@ void run_to_last_stage(const slab_stages &list, const double *re, const double *
     }
 }
 
-void execute_split_stages(plan *p, double *ri, double *ii, double *ro, double *io) {
-    plan *child = p->children;
-    const slab_stages list = slab_stages_of(child);
+void execute_split_stages(const plan *p, double *ri, double *ii, double *ro, double *io,
+                          double *scratch) {
+    const slab_stages list = slab_stages_of(p->children);
     const int64_t last = list.count - 1;
-    double *from = static_cast<double *>(child->work);
-    run_to_last_stage(list, ri, ii, from, static_cast<double *>(p->work));
+    double *from = scratch_below(p, scratch);
+    run_to_last_stage(list, ri, ii, from, scratch);
     codelets_of(list, last)->split_last(list.stages + last, from, ro, io);
 }
 
@@ -155,58 +153,60 @@ bool rows_come_first(const plan *q) {
            strcmp(loop->children->execute_name, "execute_dft_direct") != 0;
 }
 
-void transform_rows(const plan *p, int first, plan *q, double *re, double *im, double *buffer);
+void transform_rows(const plan *p, int first, const plan *q, double *re, double *im, double *buffer,
+                    double *below);
 
 // Transforms the dimensions from `first` on of split arrays into their place in the buffer, where q
-// is the plan for them and `list` its stages when q is for one row.
-void transform_into(const plan *p, int first, plan *q, const slab_stages &list, double *re,
-                    double *im, double *buffer) {
+// is the plan for them and `list` its stages when q is for one row. below: the children's scratch.
+void transform_into(const plan *p, int first, const plan *q, const slab_stages &list, double *re,
+                    double *im, double *buffer, double *below) {
     if (list.count && p->dims[first].is == 1) {
         const int64_t last = list.count - 1;
-        double *from = static_cast<double *>(q->work);
-        run_to_last_stage(list, re, im, from, buffer);
-        list.stages[last].codelet(list.stages + last, from, buffer);
+        run_to_last_stage(list, re, im, below, buffer);
+        list.stages[last].codelet(list.stages + last, below, buffer);
     } else if (rows_come_first(q)) {
-        transform_rows(p, first, q, re, im, buffer);
-        plan *columns = &q->children[1];
-        columns->execute_fn(columns, buffer, buffer);
+        transform_rows(p, first, q, re, im, buffer, below);
+        const plan *columns = &q->children[1];
+        columns->execute_fn(columns, buffer, buffer, below);
     } else {
         join_rows(p, first, buffer, re, im);
-        q->execute_fn(q, buffer, buffer);
+        q->execute_fn(q, buffer, buffer, below);
     }
 }
 
-void transform_rows(const plan *p, int first, plan *q, double *re, double *im, double *buffer) {
+void transform_rows(const plan *p, int first, const plan *q, double *re, double *im, double *buffer,
+                    double *below) {
     const auto [n, is, os] = p->dims[first];
     const int64_t step = 2 * buffer_length(p, first + 1);
-    plan *row = q->children[0].children;
+    const plan *row = q->children[0].children;
     const slab_stages list = split_stages_of(row);
     for (int64_t i = 0; i < n; ++i)
-        transform_into(p, first + 1, row, list, re + i * is, im + i * is, buffer + i * step);
+        transform_into(p, first + 1, row, list, re + i * is, im + i * is, buffer + i * step, below);
 }
 
-void execute_split_rows(plan *p, double *ri, double *ii, double *ro, double *io) {
-    double *buffer = static_cast<double *>(p->work);
-    plan *child = p->children, *columns = &child->children[1];
-    transform_rows(p, 0, child, ri, ii, buffer);
-    columns->execute_fn(columns, buffer, buffer);
+void execute_split_rows(const plan *p, double *ri, double *ii, double *ro, double *io,
+                        double *scratch) {
+    double *buffer = scratch, *below = scratch_below(p, scratch);
+    const plan *child = p->children, *columns = &child->children[1];
+    transform_rows(p, 0, child, ri, ii, buffer, below);
+    columns->execute_fn(columns, buffer, buffer, below);
     part_rows(p, ro, io, buffer);
 }
 
-// Columns whose slabs go to the split arrays by way of room in the child's work.
-void execute_split_plane(plan *p, double *ri, double *ii, double *ro, double *io) {
-    double *buffer = static_cast<double *>(p->work);
-    plan *child = p->children, *columns = &child->children[1];
-    transform_rows(p, 0, child, ri, ii, buffer);
+// Columns whose slabs go to the split arrays by way of room behind the buffer.
+void execute_split_plane(const plan *p, double *ri, double *ii, double *ro, double *io,
+                         double *scratch) {
+    double *buffer = scratch, *below = scratch_below(p, scratch);
+    const plan *child = p->children, *columns = &child->children[1];
+    transform_rows(p, 0, child, ri, ii, buffer, below);
 
     slab_batch batch;
     get_slab_batch(columns, &batch);
     const int64_t row = p->dims[1].n;
-    split_output out = {ro, io, p->dims[0].os, static_cast<double *>(child->work)};
+    split_output out = {ro, io, p->dims[0].os, buffer + 2 * buffer_length(p, 0)};
     for (int64_t first = 0; first < row; first += batch.width) {
         const int64_t width = first + batch.width <= row ? batch.width : row - first;
-        walk_slab(batch.list, {buffer + 2 * first, row, 1, nullptr, 0, width, &out},
-                  static_cast<double *>(columns->work));
+        walk_slab(batch.list, {buffer + 2 * first, row, 1, nullptr, 0, width, &out}, below);
         out.re += width;
         out.im += width;
     }
@@ -227,18 +227,15 @@ void choose_executor(plan *p) {
 
     slab_batch columns;
     if (p->rank > 2 || p->dims[1].os != 1 || !get_slab_batch(&child->children[1], &columns)) return;
-    const uint64_t bytes = static_cast<uint64_t>(split_room(columns.list, columns.width)) * 16;
-    child->work = aligned_alloc_zero(bytes);
-    if (!child->work) return;
-    child->work_bytes = bytes;
+    p->work_bytes += static_cast<uint64_t>(split_room(columns.list, columns.width)) * 16;
     p->execute_split_fn = execute_split_plane;
 }
 
 void make_child(plan *child, const plan *p) {
     plan_copy_problem(child, p);
     child->split = -1;
-    if (p->kind != kind_r2c) child->in = static_cast<double *>(p->work);
-    if (p->kind != kind_c2r) child->out = static_cast<double *>(p->work);
+    if (p->kind != kind_r2c) child->in = scratch_array(p);
+    if (p->kind != kind_c2r) child->out = scratch_array(p);
     child->in_imag = child->out_imag = nullptr;
     int64_t stride = 1;
     for (int k = p->rank - 1; k >= 0; --k) {
@@ -250,8 +247,8 @@ void make_child(plan *child, const plan *p) {
 
 }  // namespace
 
-void execute_forwarded(plan *p, double *in, double *out) {
-    p->execute_split_fn(p, in, p->in_imag, out, p->out_imag);
+void execute_forwarded(const plan *p, double *in, double *out, double *scratch) {
+    p->execute_split_fn(p, in, p->in_imag, out, p->out_imag, scratch);
 }
 
 int solve_problem_dft_split(plan *p) {
@@ -261,10 +258,7 @@ int solve_problem_dft_split(plan *p) {
 
     int64_t elements = row_length(p);
     for (int k = 0; k + 1 < p->rank; ++k) elements *= p->dims[k].n;
-    const uint64_t bytes = static_cast<uint64_t>(elements) * 16;
-    p->work = aligned_alloc_zero(bytes);
-    if (!p->work) return -1;
-    p->work_bytes = bytes;
+    p->work_bytes = static_cast<uint64_t>(elements) * 16;
     memcpy(p->solver_words, &active_table()->splits, sizeof(split_set));
     p->execute_fn = execute_forwarded;
     p->execute_split_fn = execute_split;

@@ -16,9 +16,9 @@ namespace {
 
 constexpr int64_t strip = 64;  // elements of the blocks that are moved before the next ones
 
-void run_side_by_side(const plan *p, const convolution *c, const convolution_blocks &at) {
+void run_side_by_side(const plan *p, const convolution *c, const convolution_blocks &at,
+                      double *vectors) {
     const int64_t w = at.width;
-    double *vectors = c->vectors;
     if (at.in_lane == 1) {
         c->products.rows(vectors, w, at.in, at.in_step, c->chirp, c->p, w);
     } else {
@@ -29,9 +29,9 @@ void run_side_by_side(const plan *p, const convolution *c, const convolution_blo
         c->products.rows(vectors, w, vectors, w, c->chirp, c->p, w);
     }
     memset(vectors + 2 * c->p * w, 0, static_cast<size_t>(16 * (c->M - c->p) * w));
-    convolution_transform(p, c, w);
-    convolution_filter(c, w);
-    convolution_transform(p, c, w);
+    convolution_transform(p, c, vectors, w);
+    convolution_filter(c, vectors, w);
+    convolution_transform(p, c, vectors, w);
     // Element k of the result is in row -k mod M. Blocks side by side have stages behind them, so
     // that their output is side by side too.
     c->products.rows(at.out, at.out_step, vectors, w, c->chirp, 1, w);
@@ -39,25 +39,26 @@ void run_side_by_side(const plan *p, const convolution *c, const convolution_blo
                      c->chirp + 2, c->p - 1, w);
 }
 
-void run_one_by_one(const plan *p, const convolution *c, const convolution_blocks &at) {
+void run_one_by_one(const plan *p, const convolution *c, const convolution_blocks &at,
+                    double *vectors) {
     const int64_t size = c->p, M = c->M;
     for (int64_t q = 0; q < size; q += strip)
         for (int64_t j = 0; j < at.width; ++j)
-            c->products.elements(c->vectors + 2 * (j * M + q), 1,
+            c->products.elements(vectors + 2 * (j * M + q), 1,
                                  at.in + 2 * (q * at.in_step + j * at.in_lane), at.in_step,
                                  c->chirp + 2 * q, q + strip <= size ? strip : size - q);
     for (int64_t j = 0; j < at.width; ++j)
-        memset(c->vectors + 2 * (j * M + size), 0, static_cast<size_t>(16 * (M - size)));
-    convolution_transform(p, c, at.width);
-    convolution_filter(c, at.width);
-    convolution_transform(p, c, at.width);
+        memset(vectors + 2 * (j * M + size), 0, static_cast<size_t>(16 * (M - size)));
+    convolution_transform(p, c, vectors, at.width);
+    convolution_filter(c, vectors, at.width);
+    convolution_transform(p, c, vectors, at.width);
     for (int64_t j = 0; j < at.width; ++j)
-        c->products.elements(at.out + 2 * j * at.out_lane, at.out_step, c->vectors + 2 * j * M, 1,
+        c->products.elements(at.out + 2 * j * at.out_lane, at.out_step, vectors + 2 * j * M, 1,
                              c->chirp, 1);
     for (int64_t k = 1; k < size; k += strip)
         for (int64_t j = 0; j < at.width; ++j)
             c->products.elements(at.out + 2 * (k * at.out_step + j * at.out_lane), at.out_step,
-                                 c->vectors + 2 * (j * M + M - k), -1, c->chirp + 2 * k,
+                                 vectors + 2 * (j * M + M - k), -1, c->chirp + 2 * k,
                                  k + strip <= size ? strip : size - k);
 }
 

@@ -2,7 +2,7 @@
 // each one pass of butterflies over the data (Cooley and Tukey, 1965; self-sorting in Stockham's
 // order, 1966, so that no reordering pass is needed).
 //
-// aux holds the stages (dft/stages.h). work holds n complex numbers, or 2n when a stride is not 1.
+// aux holds the stages (dft/stages.h). Scratch: n complex numbers, or 2n when a stride is not 1.
 // Some lengths run as two passes instead, with two children and no stages (dft/four_step.h).
 #include "api/memory.h"
 #include "dft/c2c_1d_large.h"
@@ -18,20 +18,18 @@ void run(const stage *s, const double *in, double *out) {
     s->codelet(s, in, out);
 }
 
-void execute_1d_two_stages(plan *p, double *in, double *out) {
+void execute_1d_two_stages(const plan *p, double *in, double *out, double *scratch) {
     const stage *stages = two_stages_of(p->aux);
-    double *work = static_cast<double *>(p->work);
-    run(stages, in, work);
-    run(stages + 1, work, out);
+    run(stages, in, scratch);
+    run(stages + 1, scratch, out);
 }
 
 // Back and forth between the scratch and the output, so that the last stage writes the output.
-void execute_1d(plan *p, double *in, double *out) {
+void execute_1d(const plan *p, double *in, double *out, double *scratch) {
     const auto [count, stages] = stages_of(p->aux);
-    double *work = static_cast<double *>(p->work);
     const double *from = in;
     for (int64_t s = 0; s < count; ++s) {
-        double *to = (count - 1 - s) % 2 == 0 ? out : work;
+        double *to = (count - 1 - s) % 2 == 0 ? out : scratch;
         run(stages + s, from, to);
         from = to;
     }
@@ -39,10 +37,9 @@ void execute_1d(plan *p, double *in, double *out) {
 
 // A strided output cannot hold intermediate results: back and forth between the halves of the
 // scratch.
-void execute_1d_discrete(plan *p, double *in, double *out) {
+void execute_1d_discrete(const plan *p, double *in, double *out, double *scratch) {
     const auto [count, stages] = stages_of(p->aux);
-    double *half_a = static_cast<double *>(p->work);
-    double *half_b = half_a + 2 * p->dims[0].n;
+    double *half_a = scratch, *half_b = half_a + 2 * p->dims[0].n;
     const double *from = in;
     for (int64_t s = 0; s < count; ++s) {
         double *to = s == count - 1 ? out : (count - s) % 2 == 0 ? half_a : half_b;
@@ -82,10 +79,7 @@ int solve_problem_c2c_1d(plan *p) {
     }
 
     const uint64_t halves = unit_strides(p) ? 1 : 2;
-    const uint64_t bytes = static_cast<uint64_t>(p->dims[0].n) * 16 * halves;
-    p->work = aligned_alloc_zero(bytes);
-    if (!p->work) return -1;
-    p->work_bytes = bytes;
+    p->work_bytes = static_cast<uint64_t>(p->dims[0].n) * 16 * halves;
     if (!build_stages(p, factors, count, 0)) return -1;
 
     if (count == 2) {

@@ -25,42 +25,41 @@ const convolution *convolution_of(const plan *p) {
 }
 
 // Stage 0: block j is the elements j, j + m, ..
-void run_blocks(const plan *p, const stage &s, const double *in, double *out) {
+void run_blocks(const plan *p, const stage &s, const double *in, double *out, double *scratch) {
     const convolution *c = convolution_of(p);
+    double *vectors = scratch + 2 * c->vectors;
     const int64_t m = s.m, is = s.in_stride, os = s.out_stride;
     for (int64_t j = 0; j < m; j += c->width) {
         const int64_t width = j + c->width <= m ? c->width : m - j;
-        c->run(p, c, {in + 2 * j * is, m * is, is, out + 2 * j * os, m * os, os, width});
+        c->run(p, c, {in + 2 * j * is, m * is, is, out + 2 * j * os, m * os, os, width}, vectors);
     }
 }
 
-void run_stage(const plan *p, const stage *s, const double *in, double *out) {
+void run_stage(const plan *p, const stage *s, const double *in, double *out, double *scratch) {
     if (s->codelet)
         s->codelet(s, in, out);
     else
-        run_blocks(p, *s, in, out);
+        run_blocks(p, *s, in, out, scratch);
 }
 
 // The same back and forth as that of other stage lists (dft/c2c_1d.cpp).
-void execute_unit(plan *p, double *in, double *out) {
+void execute_unit(const plan *p, double *in, double *out, double *scratch) {
     const auto [count, stages] = stages_of(p->aux);
-    double *work = static_cast<double *>(p->work);
     const double *from = in;
     for (int64_t s = 0; s < count; ++s) {
-        double *to = (count - 1 - s) % 2 == 0 ? out : work;
-        run_stage(p, stages + s, from, to);
+        double *to = (count - 1 - s) % 2 == 0 ? out : scratch;
+        run_stage(p, stages + s, from, to, scratch);
         from = to;
     }
 }
 
-void execute_general(plan *p, double *in, double *out) {
+void execute_general(const plan *p, double *in, double *out, double *scratch) {
     const auto [count, stages] = stages_of(p->aux);
-    double *half_a = static_cast<double *>(p->work);
-    double *half_b = half_a + 2 * p->dims[0].n;
+    double *half_a = scratch, *half_b = half_a + 2 * p->dims[0].n;
     const double *from = in;
     for (int64_t s = 0; s < count; ++s) {
         double *to = s == count - 1 ? out : (count - s) % 2 == 0 ? half_a : half_b;
-        run_stage(p, stages + s, from, to);
+        run_stage(p, stages + s, from, to, scratch);
         from = to;
     }
 }
@@ -82,19 +81,23 @@ bool transform_filter(plan *p, const convolution *c, double *mean) {
     const int64_t M = c->M;
     const int64_t rotations = M <= 1 << 16 ? 4 : 1;  // planning is to take milliseconds
     const auto bytes = static_cast<size_t>(16 * M);
-    double *filter = static_cast<double *>(aligned_alloc_zero(2 * bytes));
+    const plan *child = p->children;
+    // The filter, the turns and a spectrum, each from a multiple of 64 bytes on, scratch for the
+    // child.
+    const int64_t room = (M + 3) / 4 * 8;
+    double *filter = static_cast<double *>(
+        aligned_alloc_zero(static_cast<uint64_t>(3 * room) * 8 + child->scratch_bytes));
     if (!filter) return false;
-    double *turns = filter + 2 * M, *spectrum = c->vectors;
-    plan *child = p->children;
+    double *turns = filter + room, *spectrum = turns + room, *scratch = spectrum + room;
     root_source roots;
     root_source_init(&roots, M, rotations * M);
     memcpy(filter, mean, bytes);
-    child->execute_fn(child, mean, mean);
+    child->execute_fn(child, mean, mean, scratch);
     for (int64_t i = 1; i < rotations; ++i) {
         const int64_t shift = i * (M / rotations + 1) % M;
         memcpy(spectrum, filter + 2 * shift, static_cast<size_t>(16 * (M - shift)));
         memcpy(spectrum + 2 * (M - shift), filter, static_cast<size_t>(16 * shift));
-        child->execute_fn(child, spectrum, spectrum);
+        child->execute_fn(child, spectrum, spectrum, scratch);
         fill_twiddle_row(turns + 2, &roots, M, shift, -1);
         turns[0] = 1;
         c->products.elements(spectrum, 1, spectrum, 1, turns, M);
@@ -144,11 +147,8 @@ convolution *convolution_begin(plan *p, const int64_t *factors, int count, int64
     c->width = choose_width(M, m, c->list.count > 0);
     const int64_t scratch = c->list.count ? slab_scratch(M, c->width, c->list.count) : 0;
     const int64_t stage_scratch = unit_strides(p) ? n : 2 * n;
-    p->work_bytes = static_cast<uint64_t>(stage_scratch + M * c->width + scratch) * 16;
-    p->work = aligned_alloc_zero(p->work_bytes);
-    if (!p->work) return nullptr;
-    c->vectors = static_cast<double *>(p->work) + 2 * stage_scratch;
-    c->scratch = c->vectors + 2 * M * c->width;
+    c->vectors = (stage_scratch + 3) / 4 * 4;
+    p->work_bytes = static_cast<uint64_t>(c->vectors + M * c->width + scratch) * 16;
     *status = 0;
     return c;
 }
@@ -161,23 +161,25 @@ int32_t convolution_finish(plan *p, double *filter, const char *unit_name,
     return 0;
 }
 
-void convolution_transform(const plan *p, const convolution *c, int64_t width) {
+void convolution_transform(const plan *p, const convolution *c, double *vectors, int64_t width) {
     if (c->list.count) {
-        walk_slab(c->list, {c->vectors, width, 1, c->vectors, width, width}, c->scratch);
+        walk_slab(c->list, {vectors, width, 1, vectors, width, width},
+                  vectors + 2 * c->M * c->width);
         return;
     }
-    plan *child = p->children;
+    const plan *child = p->children;
+    double *scratch = scratch_below(p, vectors - 2 * c->vectors);
     for (int64_t j = 0; j < width; ++j)
-        child->execute_fn(child, c->vectors + 2 * j * c->M, c->vectors + 2 * j * c->M);
+        child->execute_fn(child, vectors + 2 * j * c->M, vectors + 2 * j * c->M, scratch);
 }
 
-void convolution_filter(const convolution *c, int64_t width) {
+void convolution_filter(const convolution *c, double *vectors, int64_t width) {
     if (c->list.count) {
-        c->products.rows(c->vectors, width, c->vectors, width, c->filter, c->M, width);
+        c->products.rows(vectors, width, vectors, width, c->filter, c->M, width);
         return;
     }
     for (int64_t j = 0; j < width; ++j) {
-        double *vector = c->vectors + 2 * j * c->M;
+        double *vector = vectors + 2 * j * c->M;
         c->products.elements(vector, 1, vector, 1, c->filter, c->M);
     }
 }

@@ -26,20 +26,21 @@ struct convolution_blocks {
 struct convolution {
     int64_t p, M;
     // Runs the blocks.
-    void (*run)(const plan *, const convolution *, const convolution_blocks &);
+    void (*run)(const plan *, const convolution *, const convolution_blocks &, double *vectors);
     slab_stages list;  // of child 0; no stages: blocks are not walked side by side
     product_set products;
-    int64_t width;           // blocks at a time
-    double *vectors;         // element e of block j is at e*width + j (side by side) or e + j*M
-    double *scratch;         // for walk_slab
+    int64_t width;  // blocks at a time
+    // Where in scratch memory their vectors are: element e of block j at e*width + j (side by side)
+    // or e + j*M. Behind width*M numbers: the scratch of walk_slab, or of child 0.
+    int64_t vectors;
     const double *filter;    // M complex numbers
     const double *chirp;     // Bluestein: p complex numbers
     const uint32_t *powers;  // Rader: g^k mod p, k < p - 1
 };
 
-// Allocates stages, tables and scratch for n = p*m, p the last of the `count` factors, and plans
-// the convolution. `room`: what the caller's tables take, in complex numbers; they begin at
-// c->filter. Null when memory runs out; *status is then -1 or what the planner said.
+// Allocates stages and tables, and reserves scratch, for n = p*m, p the last of the `count`
+// factors, and plans the convolution. `room`: what the caller's tables take, in complex numbers;
+// they begin at c->filter. Null when memory runs out; *status is then -1 or what the planner said.
 convolution *convolution_begin(plan *p, const int64_t *factors, int count, int64_t M, int64_t room,
                                int32_t *status);
 
@@ -48,9 +49,9 @@ int32_t convolution_finish(plan *p, double *filter, const char *unit_name,
                            const char *general_name);
 
 // Forward transforms of the vectors of `width` blocks.
-void convolution_transform(const plan *p, const convolution *c, int64_t width);
+void convolution_transform(const plan *p, const convolution *c, double *vectors, int64_t width);
 
 // Multiplies them by the filter.
-void convolution_filter(const convolution *c, int64_t width);
+void convolution_filter(const convolution *c, double *vectors, int64_t width);
 
 }  // namespace lyr

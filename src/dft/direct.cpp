@@ -19,20 +19,20 @@ direct_codelet dft_direct_lookup(const plan *p) {
     return unit_strides(p) ? set->direct_unit : set->direct_general;
 }
 
-void call(direct_codelet codelet, const plan *p, const double *in, double *out, double *scratch) {
-    codelet(out, in, p->dims[0].is * 16, p->dims[0].os * 16, scratch);
+void call(direct_codelet codelet, const plan *p, const double *in, double *out) {
+    codelet(out, in, p->dims[0].is * 16, p->dims[0].os * 16, nullptr);
 }
 
-void execute_dft_direct(plan *p, double *in, double *out) {
+void execute_dft_direct(const plan *p, double *in, double *out, double *) {
     direct_codelet codelet;
     memcpy(&codelet, p->aux, sizeof codelet);
-    call(codelet, p, in, out, static_cast<double *>(p->aux) + 2 * header_complex);
+    call(codelet, p, in, out);
 }
 
 // Without memory for aux the plan still works: the codelet is looked up at each call, and no
 // codelet of that many values needs scratch.
-void execute_dft_direct_without_aux(plan *p, double *in, double *out) {
-    call(dft_direct_lookup(p), p, in, out, nullptr);
+void execute_dft_direct_without_aux(const plan *p, double *in, double *out, double *) {
+    call(dft_direct_lookup(p), p, in, out);
 }
 
 // General-stride codelets address with 32-bit element strides.

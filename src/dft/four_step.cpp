@@ -1,5 +1,7 @@
 #include "dft/four_step.h"
 
+#include <cstdlib>
+
 #include "api/memory.h"
 #include "dft/factorize.h"
 #include "dft/stages.h"
@@ -9,11 +11,11 @@ namespace lyr {
 
 namespace {
 
-void execute_four_step(plan *p, double *in, double *out) {
-    plan *columns = &p->children[0], *rows = &p->children[1];
-    double *work = static_cast<double *>(p->work);
-    columns->execute_fn(columns, in, work);
-    rows->execute_fn(rows, work, out);
+void execute_four_step(const plan *p, double *in, double *out, double *scratch) {
+    const plan *columns = &p->children[0], *rows = &p->children[1];
+    double *below = scratch_below(p, scratch);
+    columns->execute_fn(columns, in, scratch, below);
+    rows->execute_fn(rows, scratch, out, below);
 }
 
 plan *make_child(plan *child, const plan *p) {
@@ -30,11 +32,11 @@ int64_t padded_row(int64_t n2) {
     return 4 * (lines % 16 == 0 ? lines + 1 : lines);
 }
 
-void fill_rotation(double *table, int64_t n1, int64_t n2, int64_t sign, int64_t lanes,
-                   double *room) {
+void fill_rotation(double *table, int64_t n1, int64_t n2, int64_t sign, int64_t lanes) {
     const int64_t r = last_radix(n1), L = n1 / r;
     const int64_t together = walked_together(n1);
     root_source roots;
+    double *room = static_cast<double *>(malloc(static_cast<size_t>(n1 * n2) * 16));
     root_source_init(&roots, n1 * n2, n1 * n2, room);
     for (int64_t first = 0; first < n2; first += together) {
         const int64_t left = n2 - first;
@@ -49,6 +51,7 @@ void fill_rotation(double *table, int64_t n1, int64_t n2, int64_t sign, int64_t 
             }
     }
     root_source_release(&roots);
+    free(room);
 }
 
 int build_four_step(plan *p, int64_t n1, int64_t n2) {
@@ -58,14 +61,12 @@ int build_four_step(plan *p, int64_t n1, int64_t n2) {
     p->children = plan_alloc_children(2);
     if (!p->children) return -1;
     p->work_bytes = static_cast<uint64_t>(n1 * row) * 16;
-    p->work = aligned_alloc_zero(p->work_bytes);
-    if (!p->work) return -1;
     p->aux_bytes = static_cast<uint64_t>(n1 * n2) * 16;
     p->aux = aligned_alloc_zero(p->aux_bytes);
     if (!p->aux) return -1;
     p->aux_owned = 1;
     fill_rotation(static_cast<double *>(p->aux), n1, n2, p->sign == -1 ? -1 : +1,
-                  active_table()->lanes, static_cast<double *>(p->work));
+                  active_table()->lanes);
 
     plan *columns = make_child(&p->children[0], p);
     columns->kind = kind_rotated_batch;
@@ -74,12 +75,12 @@ int build_four_step(plan *p, int64_t n1, int64_t n2) {
     columns->aux = p->aux;
     columns->aux_bytes = p->aux_bytes;
     columns->aux_owned = 0;
-    columns->out = static_cast<double *>(p->work);
+    columns->out = scratch_array(p);
 
     plan *rows = make_child(&p->children[1], p);
     rows->dims[0] = {n2, 1, n1};
     rows->howmany_dims[0] = {n1, row, 1};
-    rows->in = static_cast<double *>(p->work);
+    rows->in = scratch_array(p);
 
     const int status = plan_solve(columns);
     return status != 0 ? status : plan_solve(rows);

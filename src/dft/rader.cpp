@@ -24,9 +24,9 @@ void copy_number(double *to, const double *from) {
 // The second forward transform reverses, so that result k belongs to index g^k, where input k came
 // from. x[0] takes part twice: added to element 0 of the spectrum it comes out added to every
 // result, and X[0] is x[0] plus element 0 of the first spectrum.
-void run_side_by_side(const plan *p, const convolution *c, const convolution_blocks &at) {
+void run_side_by_side(const plan *p, const convolution *c, const convolution_blocks &at,
+                      double *vectors) {
     const int64_t w = at.width, M = c->M;
-    double *vectors = c->vectors;
     double first[2 * 32] = {};
     for (int64_t j = 0; j < w; ++j) copy_number(first + 2 * j, at.in + 2 * j * at.in_lane);
     for (int64_t k = 0; k < M; ++k) {
@@ -34,53 +34,54 @@ void run_side_by_side(const plan *p, const convolution *c, const convolution_blo
         double *to = vectors + 2 * k * w;
         for (int64_t j = 0; j < w; ++j) copy_number(to + 2 * j, from + 2 * j * at.in_lane);
     }
-    convolution_transform(p, c, w);
+    convolution_transform(p, c, vectors, w);
     for (int64_t i = 0; i < 2 * w; ++i) {
         const int64_t place = i / 2 * 2 * at.out_lane + i % 2;
         at.out[place] = first[i] + vectors[i];
     }
-    convolution_filter(c, w);
+    convolution_filter(c, vectors, w);
     for (int64_t i = 0; i < 2 * w; ++i) vectors[i] += first[i];
-    convolution_transform(p, c, w);
+    convolution_transform(p, c, vectors, w);
     for (int64_t k = 0; k < M; ++k)
         memcpy(at.out + 2 * at.out_step * c->powers[k], vectors + 2 * k * w,
                static_cast<size_t>(16 * w));
 }
 
-void run_one_by_one(const plan *p, const convolution *c, const convolution_blocks &at) {
+void run_one_by_one(const plan *p, const convolution *c, const convolution_blocks &at,
+                    double *vectors) {
     const int64_t M = c->M;
     double first[2 * 4] = {};
     for (int64_t j = 0; j < at.width; ++j) copy_number(first + 2 * j, at.in + 2 * j * at.in_lane);
     if (at.width == 1 && at.in_step == 1) {
         for (int64_t k = 0; k < M; ++k)
-            copy_number(c->vectors + 2 * k, at.in + 2 * static_cast<size_t>(c->powers[k]));
+            copy_number(vectors + 2 * k, at.in + 2 * static_cast<size_t>(c->powers[k]));
     } else {
         for (int64_t k = 0; k < M; ++k)
             for (int64_t j = 0; j < at.width; ++j)
-                copy_number(c->vectors + 2 * (j * M + k),
+                copy_number(vectors + 2 * (j * M + k),
                             at.in + 2 * (c->powers[k] * at.in_step + j * at.in_lane));
     }
-    convolution_transform(p, c, at.width);
+    convolution_transform(p, c, vectors, at.width);
     for (int64_t j = 0; j < at.width; ++j) {
-        const double *x = first + 2 * j, *sum = c->vectors + 2 * j * M;
+        const double *x = first + 2 * j, *sum = vectors + 2 * j * M;
         double *out = at.out + 2 * j * at.out_lane;
         out[0] = x[0] + sum[0];
         out[1] = x[1] + sum[1];
     }
-    convolution_filter(c, at.width);
+    convolution_filter(c, vectors, at.width);
     for (int64_t j = 0; j < at.width; ++j) {
-        c->vectors[2 * j * M] += first[2 * j];
-        c->vectors[2 * j * M + 1] += first[2 * j + 1];
+        vectors[2 * j * M] += first[2 * j];
+        vectors[2 * j * M + 1] += first[2 * j + 1];
     }
-    convolution_transform(p, c, at.width);
+    convolution_transform(p, c, vectors, at.width);
     if (at.width == 1 && at.out_step == 1) {
         for (int64_t k = 0; k < M; ++k)
-            copy_number(at.out + 2 * static_cast<size_t>(c->powers[k]), c->vectors + 2 * k);
+            copy_number(at.out + 2 * static_cast<size_t>(c->powers[k]), vectors + 2 * k);
     } else {
         for (int64_t k = 0; k < M; ++k)
             for (int64_t j = 0; j < at.width; ++j)
                 copy_number(at.out + 2 * (c->powers[k] * at.out_step + j * at.out_lane),
-                            c->vectors + 2 * (j * M + k));
+                            vectors + 2 * (j * M + k));
     }
 }
 

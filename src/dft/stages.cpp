@@ -1,5 +1,6 @@
 #include "dft/stages.h"
 
+#include <cstdlib>
 #include <cstring>
 
 #include "api/memory.h"
@@ -90,8 +91,8 @@ double *build_stages(plan *p, const int64_t *factors, int count, int64_t extra) 
 
     const int64_t sign = p->sign == -1 ? -1 : +1;
     root_source roots;
-    const bool room = p->work_bytes >= static_cast<uint64_t>(n) * 16;
-    root_source_init(&roots, n, n - factors[0], room ? static_cast<double *>(p->work) : nullptr);
+    double *room = count > 1 ? static_cast<double *>(malloc(static_cast<size_t>(n) * 16)) : nullptr;
+    root_source_init(&roots, n, n - factors[0], room);
     int64_t L = 1, m = n;
     for (int s = 0; s < count; ++s) {
         const int64_t r = factors[s];
@@ -114,6 +115,7 @@ double *build_stages(plan *p, const int64_t *factors, int count, int64_t extra) 
         L *= r;
     }
     root_source_release(&roots);
+    free(room);
     stages[0].in_stride = p->dims[0].is;
     stages[count - 1].out_stride = p->dims[0].os;
     return twiddles;

@@ -31,8 +31,7 @@ inline stage *two_stages_of(void *block) {
 // Builds the block for the one-dimensional complex problem of p into p->aux, with `extra` zero
 // complex numbers behind the tables. A first factor without a codelet is left to its own kernel:
 // the codelet of stage 0 is then null. Returns the extra room, or null when another factor has no
-// codelet or memory runs out. Overwrites p->work, when that is there already: a work buffer of n
-// complex numbers or more speeds the making of the tables.
+// codelet or memory runs out.
 double *build_stages(plan *p, const int64_t *factors, int count, int64_t extra);
 
 // The stage list of a plan for transforms side by side: the stages of a mixed-radix plan with the

@@ -7,6 +7,7 @@
 
 #include "codelets/select.h"
 #include "dft/factorize.h"
+#include "planner/scratch.h"
 
 namespace lyr {
 
@@ -66,6 +67,9 @@ void describe(const plan *p, int depth, void (*line)(void *, int, const char *),
         append_dims(t, " * ", p->howmany_dims, p->howmany_rank);
     }
     if (has_stages(p)) append_radices(t, p->dims[0].n);
+    if (depth == 0 && p->scratch_bytes)
+        append(t, ", scratch %" PRIu64 " bytes %s", p->scratch_bytes,
+               p->scratch_bytes <= stack_scratch_bytes ? "on the stack" : "lent");
     if (p->work_bytes) append(t, ", work %" PRIu64 " bytes", p->work_bytes);
     if (p->aux_bytes && p->aux_owned) append(t, ", tables %" PRIu64 " bytes", p->aux_bytes);
     line(context, depth, t.chars);

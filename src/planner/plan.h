@@ -4,7 +4,8 @@
 //   n      length of a transform                 L      product of the radices of earlier stages
 //   r      radix of a stage                      m      n / (L * r): butterflies per row of a stage
 //   is,os  input and output stride, in elements  sign   -1 forward, +1 backward
-//   h      number of transforms in a batch       work   scratch memory    twiddles  roots of unity
+//   h      number of transforms in a batch       work   scratch memory that an execution is lent
+//   twiddles  roots of unity
 // Lengths, strides and distances count elements of the array they belong to, never bytes.
 #pragma once
 
@@ -33,10 +34,14 @@ struct lyr_fft_plan_s {
     // The solution: filled by the solver that accepts the problem.
     unsigned char solver_words[48];
     lyr::executor execute_fn;
+    uint64_t scratch_bytes;  // that an execution takes, that of the children included
     lyr::split_executor execute_split_fn;
     const char *execute_name;
-    void *work;
-    uint64_t work_bytes;
+    uint64_t work_bytes;  // the executor's own scratch; that of the children lies behind it
+    int64_t shares;       // threads that execute children at the same time, each with scratch
+                          // for a child of its own; 0 counts as 1
+    int32_t any_count;    // the executor also serves fewer transforms than were planned: a copy
+                          // of the record with a smaller howmany_dims[0].n
     void *aux;
     uint64_t aux_bytes;
     uint32_t aux_owned;
@@ -44,6 +49,7 @@ struct lyr_fft_plan_s {
     lyr_fft_plan_s *children;
 
     int64_t nthreads;         // the thread count in force when the plan was made
+    int32_t reserved;         // a root for which scratch_reserve was called
     const char *solver_name;  // registry name of the solver that accepted the problem
 };
 
@@ -65,6 +71,21 @@ void plan_drop_batch_dimension(plan *p);
 
 // Releases all that a solver attached; the problem fields stay. Null is ignored.
 void plan_clear(plan *p);
+
+// The place in an execution's scratch where that of the children begins, or that of the children
+// that thread `share` executes.
+inline double *scratch_below(const plan *p, double *scratch, int64_t share = 0) {
+    const uint64_t own = (p->work_bytes + 63) / 64 * 8;
+    const uint64_t each =
+        share && p->nchildren ? (p->scratch_bytes / 8 - own) / static_cast<uint64_t>(p->shares) : 0;
+    return scratch + own + static_cast<uint64_t>(share) * each;
+}
+
+// Stand for arrays in scratch memory while plans are made: no other array is there. A plan has a
+// few, told apart by `which`. Nothing is read or written through them.
+inline double *scratch_array(const plan *p, int which = 0) {
+    return reinterpret_cast<double *>(const_cast<unsigned char *>(p->solver_words)) + which;
+}
 
 // Tries the solvers of the registry in order. 0: solved. -1: no solver accepts the problem, the
 // record holds only its problem again.

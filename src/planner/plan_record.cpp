@@ -96,15 +96,12 @@ void plan_clear(plan *p) {
     if (p->children) {
         for (int32_t i = 0; i < p->nchildren; ++i) plan_clear(&p->children[i]);
         free(p->children);
-        p->nchildren = 0;
         p->children = nullptr;
     }
-    // A work pointer without a size is a slice of another plan's buffer.
-    if (p->work && p->work_bytes) {
-        aligned_free(p->work);
-        p->work = nullptr;
-        p->work_bytes = 0;
-    }
+    p->nchildren = 0;
+    p->work_bytes = p->scratch_bytes = 0;
+    p->shares = 0;
+    p->any_count = 0;
     if (p->aux && p->aux_bytes && p->aux_owned) {
         aligned_free(p->aux);
         p->aux = nullptr;

@@ -1,12 +1,11 @@
 // Real-to-real transforms side by side (distance 1), such as the columns of a plane: one at a time
-// they would fetch a cache line for every number. Slabs of neighbours are transposed into work, one
-// transform after another, transformed there and transposed back.
+// they would fetch a cache line for every number. Slabs of neighbours are transposed into scratch
+// memory, one transform after another, transformed there and transposed back.
 //
-// The rows of work are a few lines longer than a transform, so that the lines of a slab's column do
+// The rows there are a few lines longer than a transform, so that the lines of a slab's column do
 // not share one set of the cache.
 #include "r2r/columns.h"
 
-#include "api/memory.h"
 #include "batch/copy_transpose.h"
 
 namespace lyr {
@@ -20,16 +19,16 @@ int64_t row_of_work(int64_t n) {
     return n / 8 * 8 + 24;
 }
 
-void execute_columns(plan *p, double *in, double *out) {
+void execute_columns(const plan *p, double *in, double *out, double *scratch) {
     const auto [n, is, os] = p->dims[0];
     const int64_t h = p->howmany_dims[0].n, row = row_of_work(n);
-    double *work = static_cast<double *>(p->work);
-    plan *child = p->children;
+    double *work = scratch, *below = scratch_below(p, scratch);
+    const plan *child = p->children;
     for (int64_t first = 0; first < h; first += slab) {
         const int64_t count = first + slab <= h ? slab : h - first;
         copy_transpose_real(in + first, work, n, count, is, row);
         for (int64_t i = 0; i < count; ++i)
-            child->execute_fn(child, work + i * row, work + i * row);
+            child->execute_fn(child, work + i * row, work + i * row, below);
         copy_transpose_real(work, out + first, count, n, row, os);
     }
 }
@@ -45,10 +44,8 @@ bool has_columns(const plan *p) {
 
 int build_columns(plan *p, const char *execute_name) {
     const int64_t h = p->howmany_dims[0].n;
-    const auto bytes = static_cast<uint64_t>(row_of_work(p->dims[0].n) * (h < slab ? h : slab)) * 8;
-    p->work = aligned_alloc_zero(bytes);
-    if (!p->work) return -1;
-    p->work_bytes = bytes;
+    p->work_bytes = static_cast<uint64_t>(row_of_work(p->dims[0].n) * (h < slab ? h : slab)) * 8;
+    p->any_count = 1;
     p->execute_fn = execute_columns;
     p->execute_name = execute_name;
     p->nchildren = 1;
@@ -59,7 +56,7 @@ int build_columns(plan *p, const char *execute_name) {
     child->howmany_rank = 0;
     child->howmany_dims[0] = {};
     child->dims[0] = {p->dims[0].n, 1, 1};
-    child->in = child->out = static_cast<double *>(p->work);
+    child->in = child->out = scratch_array(p);
     return plan_solve(child);
 }
 

@@ -5,15 +5,15 @@
 #include <cstring>
 
 #include "api/memory.h"
-#include "codelets/select.h"
 #include "codelets/r2r_pass.h"
+#include "codelets/select.h"
 #include "dft/twiddle.h"
 
 namespace lyr {
 
 namespace {
 
-void execute_small(plan *p, double *in, double *out) {
+void execute_small(const plan *p, double *in, double *out, double *) {
     r2r_small_function run;
     memcpy(&run, p->solver_words, sizeof run);
     run({p->dims[0].is, p->dims[0].os, static_cast<const double *>(p->aux)}, in, out);

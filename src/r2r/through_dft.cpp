@@ -3,8 +3,8 @@
 #include <cstring>
 
 #include "api/memory.h"
-#include "codelets/select.h"
 #include "codelets/r2r_pass.h"
+#include "codelets/select.h"
 #include "dft/twiddle.h"
 #include "planner/registry.h"
 
@@ -14,7 +14,8 @@ namespace {
 
 struct bookkeeping {  // in solver_words
     r2r_steps steps;
-    double *staging;  // null: no array is strided, or `before` or `after` is missing
+    int64_t staging;  // where in scratch memory, in doubles; 0: no array is strided, or `before`
+                      // and `after` are missing
 };
 static_assert(sizeof(bookkeeping) <= sizeof(plan::solver_words));
 
@@ -29,34 +30,35 @@ bookkeeping bookkeeping_of(const plan *p) {
 }
 
 // Strides 1.
-void execute_contiguous(plan *p, double *in, double *out) {
+void execute_contiguous(const plan *p, double *in, double *out, double *scratch) {
     const bookkeeping b = bookkeeping_of(p);
     const r2r_pass &pass = pass_of(p);
-    double *data = static_cast<double *>(p->work);
-    plan *child = p->children;
+    double *data = scratch;
+    const plan *child = p->children;
     if (b.steps.before) b.steps.before(pass, in, data);
-    child->execute_fn(child, b.steps.before ? data : in, b.steps.after ? data : out);
+    child->execute_fn(child, b.steps.before ? data : in, b.steps.after ? data : out,
+                      scratch_below(p, scratch));
     if (b.steps.after) b.steps.after(pass, data, out);
 }
 
 // Strided arrays are contiguous on their way to a pass and from one; without a pass, on the data of
 // the transform itself.
-void execute_strided(plan *p, double *in, double *out) {
+void execute_strided(const plan *p, double *in, double *out, double *scratch) {
     const bookkeeping b = bookkeeping_of(p);
     const r2r_pass &pass = pass_of(p);
     const auto [n, is, os] = p->dims[0];
-    double *data = static_cast<double *>(p->work);
+    double *data = scratch, *staging = scratch + b.staging;
     if (b.steps.before) {
-        gather_reals(b.staging, in, is, n);
-        b.steps.before(pass, b.staging, data);
+        gather_reals(staging, in, is, n);
+        b.steps.before(pass, staging, data);
     } else {
         gather_reals(data, in, is, n);
     }
-    plan *child = p->children;
-    child->execute_fn(child, data, data);
+    const plan *child = p->children;
+    child->execute_fn(child, data, data, scratch_below(p, scratch));
     if (b.steps.after) {
-        b.steps.after(pass, data, b.staging);
-        scatter_reals(out, os, b.staging, n);
+        b.steps.after(pass, data, staging);
+        scatter_reals(out, os, staging, n);
     } else {
         scatter_reals(out, os, data, n);
     }
@@ -128,15 +130,11 @@ bool make_tables(plan *p) {
 }
 
 // Data and staging.
-bool make_work(plan *p, bookkeeping &b) {
+void reserve_work(plan *p, bookkeeping &b) {
     const int64_t n = p->dims[0].n, data = (n / 2 + 4) / 4 * 8;
     const bool staged = !unit_strides(p) && (b.steps.before || b.steps.after);
-    const uint64_t bytes = static_cast<uint64_t>(data + (staged ? n : 0)) * 8;
-    p->work = aligned_alloc_zero(bytes);
-    if (!p->work) return false;
-    p->work_bytes = bytes;
-    b.staging = staged ? static_cast<double *>(p->work) + data : nullptr;
-    return true;
+    p->work_bytes = static_cast<uint64_t>(data + (staged ? n : 0)) * 8;
+    b.staging = staged ? data : 0;
 }
 
 bool make_child(plan *p, const r2r_steps &steps) {
@@ -151,7 +149,7 @@ bool make_child(plan *p, const r2r_steps &steps) {
     child->kind = even ? kind_complex : backward ? kind_c2r : kind_r2c;
     child->sign = backward ? +1 : -1;
     child->dims[0] = {even ? n / 2 : n, 1, 1};
-    double *data = static_cast<double *>(p->work);
+    double *data = scratch_array(p);
     const bool direct = unit_strides(p);
     child->in = direct && !steps.before ? p->in : data;
     child->out = direct && !steps.after ? p->out : data;
@@ -182,9 +180,10 @@ bool is_single_r2r(const plan *p, int64_t shortest) {
 int build_through_dft(plan *p) {
     const int64_t n = p->dims[0].n;
     const r2r_pass_set *passes = active_table()->r2r_passes;
-    bookkeeping b = {(n % 2 == 0 ? passes->even : passes->odd)[p->r2r_kinds[0]], nullptr};
+    bookkeeping b = {(n % 2 == 0 ? passes->even : passes->odd)[p->r2r_kinds[0]], 0};
     if (!b.steps.before && !b.steps.after) return -1;
-    if (!make_work(p, b) || !make_tables(p)) return -1;
+    reserve_work(p, b);
+    if (!make_tables(p)) return -1;
     memcpy(p->solver_words, &b, sizeof b);
     p->execute_fn = unit_strides(p) ? execute_contiguous : execute_strided;
     return make_child(p, b.steps) ? 0 : -1;

@@ -21,9 +21,8 @@
 
 #include <cstring>
 
-#include "api/memory.h"
-#include "codelets/select.h"
 #include "codelets/r2r_pass.h"
+#include "codelets/select.h"
 #include "planner/registry.h"
 #include "r2r/small.h"
 #include "r2r/through_dft.h"
@@ -32,12 +31,12 @@ namespace lyr {
 
 namespace {
 
-// work, N even: the even inputs, the odd inputs from `odd` on, and for strided outputs the outputs
-// from `staging` on. N odd: N complex numbers.
+// Scratch, N even: the even inputs, the odd inputs from `odd` on, and for strided outputs the
+// outputs from `staging` on. N odd: N complex numbers.
 struct bookkeeping {  // in solver_words
     r2r_pass_function join;
     void (*part)(double *re, double *im, const double *in, int64_t n);
-    int64_t odd, staging;  // in doubles from the start of work
+    int64_t odd, staging;  // in doubles from the start
 };
 static_assert(sizeof(bookkeeping) <= sizeof(plan::solver_words));
 
@@ -70,18 +69,18 @@ void deal(const bookkeeping &b, double *to_a, double *to_b, const double *in, in
     to_a[count] = in[2 * count * stride];
 }
 
-void execute_halves(plan *p, double *in, double *out) {
+void execute_halves(const plan *p, double *in, double *out, double *scratch) {
     const bookkeeping b = bookkeeping_of(p);
     const auto [n, is, os] = p->dims[0];
     const int64_t N = half_turn(p);
-    double *even = static_cast<double *>(p->work), *odd = even + b.odd;
+    double *even = scratch, *odd = even + b.odd, *below = scratch_below(p, scratch);
     if (is_sine(p))
         deal(b, odd, even, in, is, N / 2 - 1);
     else
         deal(b, even, odd, in, is, N / 2);
-    plan *type1 = &p->children[0], *type2 = &p->children[1];
-    type1->execute_fn(type1, even, even);
-    type2->execute_fn(type2, odd, odd);
+    const plan *type1 = &p->children[0], *type2 = &p->children[1];
+    type1->execute_fn(type1, even, even, below);
+    type2->execute_fn(type2, odd, odd, below);
     double *to = os == 1 ? out : even + b.staging;
     b.join({N, b.odd, nullptr}, even, to);
     if (os != 1) scatter_reals(out, os, to, n);
@@ -94,19 +93,15 @@ int build_halves(plan *p) {
         sine ? active_table()->r2r_passes->rodft00_join : active_table()->r2r_passes->redft00_join,
         active_table()->splits.part, room, 2 * room};
     memcpy(p->solver_words, &b, sizeof b);
-    const uint64_t bytes = static_cast<uint64_t>(2 * room + (staged ? p->dims[0].n : 0)) * 8;
-    p->work = aligned_alloc_zero(bytes);
-    if (!p->work) return -1;
-    p->work_bytes = bytes;
+    p->work_bytes = static_cast<uint64_t>(2 * room + (staged ? p->dims[0].n : 0)) * 8;
 
     p->nchildren = 2;
     p->children = plan_alloc_children(2);
     if (!p->children) return -1;
-    double *even = static_cast<double *>(p->work);
     for (int i = 0; i < 2; ++i) {
         plan *child = &p->children[i];
         plan_copy_problem(child, p);
-        child->in = child->out = i == 0 ? even : even + b.odd;
+        child->in = child->out = scratch_array(p, i);
         child->dims[0] = {i == 1 ? N / 2 : sine ? N / 2 - 1 : N / 2 + 1, 1, 1};
         if (i == 1) child->r2r_kinds[0] = sine ? LYR_FFT_RODFT10 : LYR_FFT_REDFT10;
         if (plan_solve(child) != 0) return -1;
@@ -128,12 +123,12 @@ void fill_cosine(double *c, const double *x, int64_t stride, int64_t N) {
     }
 }
 
-void execute_redft00_coprime(plan *p, double *in, double *out) {
+void execute_redft00_coprime(const plan *p, double *in, double *out, double *scratch) {
     const int64_t N = half_turn(p), os = p->dims[0].os;
-    double *c = static_cast<double *>(p->work);
+    double *c = scratch;
     fill_cosine(c, in, p->dims[0].is, N);
-    plan *child = p->children;
-    child->execute_fn(child, c, c);
+    const plan *child = p->children;
+    child->execute_fn(child, c, c, scratch_below(p, scratch));
     for (int64_t m = 0; m <= N / 2; ++m) {
         out[2 * m * os] = c[2 * m];
         out[(N - 2 * m) * os] = c[2 * m + 1];
@@ -153,12 +148,12 @@ void fill_sine(double *c, const double *x, int64_t stride, int64_t N) {
     }
 }
 
-void execute_rodft00_coprime(plan *p, double *in, double *out) {
+void execute_rodft00_coprime(const plan *p, double *in, double *out, double *scratch) {
     const int64_t N = half_turn(p), os = p->dims[0].os;
-    double *c = static_cast<double *>(p->work);
+    double *c = scratch;
     fill_sine(c, in, p->dims[0].is, N);
-    plan *child = p->children;
-    child->execute_fn(child, c, c);
+    const plan *child = p->children;
+    child->execute_fn(child, c, c, scratch_below(p, scratch));
     for (int64_t m = 1; m <= N / 2; ++m) {
         out[(2 * m - 1) * os] = -c[2 * m + 1];
         out[(N - 2 * m - 1) * os] = -c[2 * m];
@@ -167,10 +162,7 @@ void execute_rodft00_coprime(plan *p, double *in, double *out) {
 
 int build_coprime(plan *p) {
     const int64_t N = half_turn(p);
-    const uint64_t bytes = static_cast<uint64_t>(N) * 16;
-    p->work = aligned_alloc_zero(bytes);
-    if (!p->work) return -1;
-    p->work_bytes = bytes;
+    p->work_bytes = static_cast<uint64_t>(N) * 16;
     p->nchildren = 1;
     p->children = plan_alloc_children(1);
     if (!p->children) return -1;
@@ -179,7 +171,7 @@ int build_coprime(plan *p) {
     child->kind = kind_complex;
     child->sign = -1;
     child->dims[0] = {N, 1, 1};
-    child->in = child->out = static_cast<double *>(p->work);
+    child->in = child->out = scratch_array(p);
     p->execute_fn = is_sine(p) ? execute_rodft00_coprime : execute_redft00_coprime;
     return plan_solve(child);
 }

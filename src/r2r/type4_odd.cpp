@@ -14,8 +14,6 @@
 
 #include <cstring>
 
-#include "api/memory.h"
-
 namespace lyr {
 
 namespace {
@@ -47,12 +45,12 @@ struct bookkeeping {  // in solver_words
 };
 static_assert(sizeof(bookkeeping) <= sizeof(plan::solver_words));
 
-void execute_type4_odd(plan *p, double *in, double *out) {
+void execute_type4_odd(const plan *p, double *in, double *out, double *scratch) {
     bookkeeping b;
     memcpy(&b, p->solver_words, sizeof b);
     const auto [n, is, os] = p->dims[0];
     const bool sine = b.sine != 0;
-    double *z = static_cast<double *>(p->work);
+    double *z = scratch;
 
     int64_t u = b.first_u;
     for_each_run(n,
@@ -65,8 +63,8 @@ void execute_type4_odd(plan *p, double *in, double *out) {
                      }
                  });
 
-    plan *child = p->children;
-    child->execute_fn(child, z, z);
+    const plan *child = p->children;
+    child->execute_fn(child, z, z, scratch_below(p, scratch));
 
     // cos(pi n/4 + a) = sqrt(1/2) (+-cos a +- sin a).
     const double scale =
@@ -89,10 +87,7 @@ void execute_type4_odd(plan *p, double *in, double *out) {
 
 int build_type4_odd(plan *p) {
     const int64_t n = p->dims[0].n;
-    const uint64_t bytes = static_cast<uint64_t>(n) * 8;
-    p->work = aligned_alloc_zero(bytes);
-    if (!p->work) return -1;
-    p->work_bytes = bytes;
+    p->work_bytes = static_cast<uint64_t>(n) * 8;
     const bookkeeping b = {inverse_of_8(n), p->r2r_kinds[0] == LYR_FFT_RODFT11};
     memcpy(p->solver_words, &b, sizeof b);
 
@@ -103,7 +98,7 @@ int build_type4_odd(plan *p) {
     plan_copy_problem(child, p);
     child->r2r_kinds[0] = LYR_FFT_DHT;
     child->dims[0] = {n, 1, 1};
-    child->in = child->out = static_cast<double *>(p->work);
+    child->in = child->out = scratch_array(p);
     p->execute_fn = execute_type4_odd;
     return plan_solve(child);
 }

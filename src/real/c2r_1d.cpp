@@ -17,35 +17,35 @@ void begin(const plan *p, const double *in, int64_t is, double *z) {
     z[1] = first - last;
 }
 
-void execute_1d_c2r(plan *p, double *in, double *out) {
-    plan *child = p->children;
+void execute_1d_c2r(const plan *p, double *in, double *out, double *scratch) {
+    const plan *child = p->children;
     begin(p, in, 1, out);
-    child->execute_fn(child, out, out);
+    child->execute_fn(child, out, out, scratch_below(p, scratch));
 }
 
-void execute_1d_c2r_multithread(plan *p, double *in, double *out) {
-    plan *child = p->children;
+void execute_1d_c2r_multithread(const plan *p, double *in, double *out, double *scratch) {
+    const plan *child = p->children;
     const double first = in[0], last = in[p->dims[0].n];
     out[0] = first + last;
     out[1] = first - last;
     run_real_pass_threaded(p, in, out);
-    child->execute_fn(child, out, out);
+    child->execute_fn(child, out, out, scratch_below(p, scratch));
 }
 
-void execute_1d_c2r_discrete(plan *p, double *in, double *out) {
-    plan *child = p->children;
-    double *work = static_cast<double *>(p->work);
+void execute_1d_c2r_discrete(const plan *p, double *in, double *out, double *scratch) {
+    const plan *child = p->children;
+    double *work = scratch;
     const auto [n, is, os] = p->dims[0];
     begin(p, in, is, work);
-    child->execute_fn(child, work, work);
+    child->execute_fn(child, work, work, scratch_below(p, scratch));
     for (int64_t j = 0; j < n; ++j) out[j * os] = work[j];
 }
 
 // The imaginary part of the first number counts for nothing; not even its rounding errors, or that
 // it may be infinite.
-void execute_1d_c2r_odd(plan *p, double *in, double *out) {
-    plan *child = p->children;
-    double *work = static_cast<double *>(p->work);
+void execute_1d_c2r_odd(const plan *p, double *in, double *out, double *scratch) {
+    const plan *child = p->children;
+    double *work = scratch;
     const auto [n, is, os] = p->dims[0];
     work[0] = in[0];
     work[1] = 0;
@@ -55,7 +55,7 @@ void execute_1d_c2r_odd(plan *p, double *in, double *out) {
         work[2 * k + 1] = im;
         work[2 * (n - k) + 1] = -im;
     }
-    child->execute_fn(child, work, work);
+    child->execute_fn(child, work, work, scratch_below(p, scratch));
     for (int64_t j = 0; j < n; ++j) out[j * os] = work[2 * j];
 }
 

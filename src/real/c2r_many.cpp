@@ -14,10 +14,10 @@ void read_ends(const double *first, const double *last, double *row, int64_t wid
     }
 }
 
-void execute_c2r_many(plan *p, double *in, double *out) {
+void execute_c2r_many(const plan *p, double *in, double *out, double *scratch) {
     const side_by_side b = words_of(p);
-    plan *child = p->children;
-    double *rows = static_cast<double *>(p->work);
+    const plan *child = p->children;
+    double *rows = scratch;
     const int64_t h = p->dims[0].n / 2, in_row = p->dims[0].is, out_row = p->dims[0].os;
     const real_pass pass = {h,     1, h / 2, in_row, b.slab, static_cast<const double *>(p->aux),
                             b.slab};
@@ -26,17 +26,17 @@ void execute_c2r_many(plan *p, double *in, double *out) {
         double *to = out + first;
         read_ends(from, from + 2 * h * in_row, rows, b.slab);
         b.pass(pass, from, rows);
-        child->execute_fn(child, rows, rows);
+        child->execute_fn(child, rows, rows, scratch_below(p, scratch));
         for (int64_t k = 0; k < h; ++k)
             b.splits.part(to + 2 * k * out_row, to + (2 * k + 1) * out_row, rows + 2 * k * b.slab,
                           b.slab);
     });
 }
 
-void execute_c2r_many_odd(plan *p, double *in, double *out) {
+void execute_c2r_many_odd(const plan *p, double *in, double *out, double *scratch) {
     const side_by_side b = words_of(p);
-    plan *child = p->children;
-    double *rows = static_cast<double *>(p->work);
+    const plan *child = p->children;
+    double *rows = scratch;
     const int64_t length = p->dims[0].n, in_row = p->dims[0].is, out_row = p->dims[0].os;
     const int64_t width = b.slab;
     for_each_slab(p, b, [=](int64_t first) {
@@ -53,7 +53,7 @@ void execute_c2r_many_odd(plan *p, double *in, double *out) {
                 up[1] = x[1];
                 down[1] = -x[1];
             }
-        child->execute_fn(child, rows, rows);
+        child->execute_fn(child, rows, rows, scratch_below(p, scratch));
         for (int64_t k = 0; k < length; ++k)
             for (int64_t j = 0; j < width; ++j)
                 out[k * out_row + first + j] = rows[2 * (k * width + j)];

@@ -3,16 +3,15 @@
 // of three dimensions the planes are finished one by one, each while it is near the processor.
 //
 // In place the columns are transformed where they are. (If the rows of the output lie elsewhere
-// than those of the input, the columns go to a copy in work.)
+// than those of the input, the columns go to a copy in scratch memory.)
 //
 // Out of place the input is only read, and the columns wait in the output array. A row of n real
 // numbers has room for h = n/2 of its n/2+1 complex numbers: numbers 0..h-1 of a row of even
 // length, 1..h of one of odd length. The number left over, the last or the first, is real by
 // symmetry (its imaginary part has no effect) but only once all columns are done; this one column
-// waits in work.
+// waits in scratch memory.
 #include <cstring>
 
-#include "api/memory.h"
 #include "batch/many_multithread.h"
 #include "planner/registry.h"
 #include "threads/pool.h"
@@ -21,17 +20,18 @@ namespace lyr {
 
 namespace {
 
-// Rows are put together, with their number from work, in a buffer of about this size.
+// Rows are put together, with the number that waited, in a buffer of about this size.
 constexpr int64_t row_buffer_bytes = 1 << 14;
 // Columns transformed together where the output cannot take complex numbers directly.
 constexpr int64_t most_columns = 8;
 
 struct bookkeeping {  // in solver_words
-    double *lone;     // one number of each row
-    double *rows;     // `group` rows of n/2+1 numbers for each thread
-    double *columns;  // `width` columns, side by side; null: they go to the output directly
+    // In scratch memory, in complex numbers from its start: one number of each row; for each thread
+    // `group` rows of n/2+1 numbers; `width` columns, side by side. Width 0: columns go to the
+    // output directly.
+    int64_t rows, columns;  // the numbers of the rows are at the start
     int64_t group, width;
-    int64_t threads;  // that share the rows; each has a child of its own for them
+    int64_t threads;  // that share the rows
 };
 static_assert(sizeof(bookkeeping) <= sizeof(plan::solver_words));
 
@@ -66,32 +66,34 @@ int64_t lone_number(int64_t n) {
 
 // ---- Execution ----------------------------------------------------------------------------------
 
-// Whether planes are finished one by one. columns: of the bookkeeping.
-bool by_planes(const plan *p, const double *columns) {
-    return p->rank == 3 && p->nthreads < 2 && !columns;
+// Whether planes are finished one by one. width: of the bookkeeping.
+bool by_planes(const plan *p, int64_t width) {
+    return p->rank == 3 && p->nthreads < 2 && width == 0;
 }
 
 // The passes over columns, one for each outer dimension: the first leads from `in` to `between`.
-void transform_columns(const plan *p, plan *passes, const double *in, double *between) {
-    passes[0].execute_fn(&passes[0], const_cast<double *>(in), between);
-    if (p->rank == 3) passes[1].execute_fn(&passes[1], between, between);
+void transform_columns(const plan *p, const plan *passes, const double *in, double *between,
+                       double *below) {
+    passes[0].execute_fn(&passes[0], const_cast<double *>(in), between, below);
+    if (p->rank == 3) passes[1].execute_fn(&passes[1], between, between, below);
 }
 
-void execute_in_place(plan *p, double *in, double *out) {
-    plan *first = &p->children[0], *second = &p->children[1], *rows = &p->children[p->rank - 1];
-    double *between = p->work ? static_cast<double *>(p->work) : in;
-    if (!by_planes(p, nullptr)) {
-        transform_columns(p, p->children, in, between);
-        rows->execute_fn(rows, between, out);
+void execute_in_place(const plan *p, double *in, double *out, double *scratch) {
+    const plan *first = &p->children[0], *second = &p->children[1],
+               *rows = &p->children[p->rank - 1];
+    double *between = p->work_bytes ? scratch : in, *below = scratch_below(p, scratch);
+    if (!by_planes(p, 0)) {
+        transform_columns(p, p->children, in, between, below);
+        rows->execute_fn(rows, between, out, below);
         return;
     }
     const lyr_fft_iodim64 planes = p->dims[0];
-    const int64_t step = p->work ? p->dims[1].n * (p->dims[2].n / 2 + 1) : planes.is;
-    first->execute_fn(first, in, between);
+    const int64_t step = p->work_bytes ? p->dims[1].n * (p->dims[2].n / 2 + 1) : planes.is;
+    first->execute_fn(first, in, between, below);
     for (int64_t i = 0; i < planes.n; ++i) {
         double *plane = between + 2 * i * step;
-        second->execute_fn(second, plane, plane);
-        rows->execute_fn(rows, plane, out + i * planes.os);
+        second->execute_fn(second, plane, plane, below);
+        rows->execute_fn(rows, plane, out + i * planes.os, below);
     }
 }
 
@@ -122,75 +124,77 @@ int64_t buffer_room(int64_t group, int64_t n) {
     return (group * (n / 2 + 1) + 3) / 4 * 4;
 }
 
-// Groups of rows first..end-1 with the buffer and the child of one thread.
-void transform_groups(const plan *p, double *out, int64_t thread, int64_t first, int64_t end) {
+// Groups of rows first..end-1 with the buffer of one thread.
+void transform_groups(const plan *p, double *out, double *scratch, int64_t thread, int64_t first,
+                      int64_t end) {
     const bookkeeping b = words_of(p);
     const outer_dims o = outer_of(p);
-    plan *child = &p->children[p->nchildren - b.threads + thread];
+    const plan *child = &p->children[p->nchildren - 1];
+    double *below = scratch_below(p, scratch, thread);
     const auto [n, is, os] = p->dims[p->rank - 1];
-    double *buffer = b.rows + 2 * thread * buffer_room(b.group, n);
+    double *buffer = scratch + 2 * (b.rows + thread * buffer_room(b.group, n));
     const int64_t row = 2 * (n / 2 + 1), groups = o.dims[1].n / b.group;
     for (int64_t g = first; g < end; ++g) {
-        const double *lone = b.lone + 2 * g * b.group;
+        const double *lone = scratch + 2 * g * b.group;
         double *to = out + g / groups * o.dims[0].os + g % groups * b.group * o.dims[1].os;
         for (int64_t k = 0; k < b.group; ++k, lone += 2)
             get_row(buffer + k * row, lone, to + k * o.dims[1].os, n, os);
-        child->execute_fn(child, buffer, to);
+        child->execute_fn(child, buffer, to, below);
     }
 }
 
 struct shared_rows {
     const plan *p;
-    double *out;
+    double *out, *scratch;
     int64_t groups;
 };
 
 void run_chunk(const pool_task *task) {
     const shared_rows *rows = static_cast<const shared_rows *>(task->arg);
     const int64_t first = task->index * task->chunk, end = first + task->chunk;
-    transform_groups(rows->p, rows->out, task->index, first,
+    transform_groups(rows->p, rows->out, rows->scratch, task->index, first,
                      end < rows->groups ? end : rows->groups);
 }
 
-void transform_rows(const plan *p, double *out) {
+void transform_rows(const plan *p, double *out, double *scratch) {
     const bookkeeping b = words_of(p);
-    shared_rows rows = {p, out, row_count(p) / b.group};
+    shared_rows rows = {p, out, scratch, row_count(p) / b.group};
     if (b.threads == 1) {
-        transform_groups(p, out, 0, 0, rows.groups);
+        transform_groups(p, out, scratch, 0, 0, rows.groups);
     } else {
-        pool_refresh_placement();
         thread_pool_run(rows.groups, p->nthreads, 1, run_chunk, &rows);
     }
 }
 
-void execute_out_of_place(plan *p, double *in, double *out) {
+void execute_out_of_place(const plan *p, double *in, double *out, double *scratch) {
     const bookkeeping b = words_of(p);
     const auto [n, is, os] = p->dims[p->rank - 1];
-    plan *lone = &p->children[0], *held = &p->children[1];
-    lone->execute_fn(lone, in + 2 * lone_number(n) * is, b.lone);
+    const plan *lone = &p->children[0], *held = &p->children[1];
+    double *below = scratch_below(p, scratch), *columns = scratch + 2 * b.columns;
+    lone->execute_fn(lone, in + 2 * lone_number(n) * is, scratch, below);
     const double *first = in + 2 * first_held(n) * is;
     if (n == 1) {
         // No number waits in the output.
-    } else if (by_planes(p, b.columns)) {
-        held[0].execute_fn(&held[0], const_cast<double *>(first), out);
+    } else if (by_planes(p, b.width)) {
+        held[0].execute_fn(&held[0], const_cast<double *>(first), out, below);
         const int64_t groups = p->dims[1].n / b.group;
         for (int64_t i = 0; i < p->dims[0].n; ++i) {
             double *plane = out + i * p->dims[0].os;
-            held[1].execute_fn(&held[1], plane, plane);
-            transform_groups(p, out, 0, i * groups, (i + 1) * groups);
+            held[1].execute_fn(&held[1], plane, plane, below);
+            transform_groups(p, out, scratch, 0, i * groups, (i + 1) * groups);
         }
         return;
-    } else if (!b.columns) {
-        transform_columns(p, held, first, out);
+    } else if (b.width == 0) {
+        transform_columns(p, held, first, out, below);
     } else {
         for (int64_t k = 0; k < n / 2; k += b.width) {
             // The last slab begins early enough to be full.
             const int64_t start = k + b.width <= n / 2 ? k : n / 2 - b.width;
-            transform_columns(p, held, first + 2 * start * is, b.columns);
-            put_columns(p, b.columns, b.width, out, start);
+            transform_columns(p, held, first + 2 * start * is, columns, below);
+            put_columns(p, columns, b.width, out, start);
         }
     }
-    transform_rows(p, out);
+    transform_rows(p, out, scratch);
 }
 
 // ---- Planning -----------------------------------------------------------------------------------
@@ -263,13 +267,6 @@ plan *make_rows(plan *child, const plan *p, double *in, int64_t in_step) {
     return child;
 }
 
-bool allocate_work(plan *p, int64_t complex_numbers) {
-    const uint64_t bytes = static_cast<uint64_t>(complex_numbers) * 16;
-    p->work = aligned_alloc_zero(bytes);
-    if (p->work) p->work_bytes = bytes;
-    return p->work != nullptr;
-}
-
 int build_in_place(plan *p) {
     p->execute_fn = execute_in_place;
     p->nchildren = p->rank;
@@ -279,10 +276,10 @@ int build_in_place(plan *p) {
     const columns_layout from = input_columns(p, 0);
     columns_layout to = from;
     if (results_move(p)) {
-        if (!allocate_work(p, row_count(p) * width)) return -1;
-        to = packed_columns(p, static_cast<double *>(p->work), width);
+        p->work_bytes = static_cast<uint64_t>(row_count(p) * width) * 16;
+        to = packed_columns(p, scratch_array(p), width);
     }
-    const bool planes = by_planes(p, nullptr);
+    const bool planes = by_planes(p, 0);
     if (plan_columns(p->children, p, from, to, width, planes) != 0) return -1;
     plan *rows = make_rows(&p->children[p->rank - 1], p, to.data, to.column);
     for (int k = planes; k < p->rank - 1; ++k)
@@ -318,37 +315,34 @@ int build_out_of_place(plan *p) {
         const int64_t chunks = chunks_of(all_rows / b.group, p->nthreads, 1).count;
         if (worth_threads(all_rows * row.n, chunks)) b.threads = chunks;
     }
-    p->nchildren = static_cast<int32_t>((h ? p->rank : 1) + b.threads);
+    p->shares = b.threads;
+    p->nchildren = (h ? p->rank : 1) + 1;
     p->children = plan_alloc_children(p->nchildren);
     if (!p->children) return -1;
 
     if (!takes_complex_numbers(p)) b.width = h < most_columns ? h : most_columns;
     const int64_t lone_room = (all_rows + 3) / 4 * 4;
-    const int64_t rows_room = b.threads * buffer_room(b.group, row.n);
-    if (!allocate_work(p, lone_room + rows_room + all_rows * b.width)) return -1;
-    b.lone = static_cast<double *>(p->work);
-    b.rows = b.lone + 2 * lone_room;
-    if (b.width) b.columns = b.rows + 2 * rows_room;
+    b.rows = lone_room;
+    b.columns = lone_room + b.threads * buffer_room(b.group, row.n);
+    p->work_bytes = static_cast<uint64_t>(b.columns + all_rows * b.width) * 16;
+    double *lone_place = scratch_array(p, 0), *rows_place = scratch_array(p, 1),
+           *columns_place = scratch_array(p, 2);
     memcpy(p->solver_words, &b, sizeof b);
 
-    if (plan_lone_column(&p->children[0], p, b.lone) != 0) return -1;
+    if (plan_lone_column(&p->children[0], p, lone_place) != 0) return -1;
     if (h) {
         const columns_layout to =
-            b.columns ? packed_columns(p, b.columns, b.width)
-                      : columns_layout{p->out, {p->dims[0].os / 2, p->dims[1].os / 2}, 1};
+            b.width ? packed_columns(p, columns_place, b.width)
+                    : columns_layout{p->out, {p->dims[0].os / 2, p->dims[1].os / 2}, 1};
         if (plan_columns(&p->children[1], p, input_columns(p, first_held(row.n)), to,
-                         b.columns ? b.width : h, by_planes(p, b.columns)) != 0)
+                         b.width ? b.width : h, by_planes(p, b.width)) != 0)
             return -1;
     }
-    for (int64_t thread = 0; thread < b.threads; ++thread) {
-        plan *rows = make_rows(&p->children[p->nchildren - b.threads + thread], p,
-                               b.rows + 2 * thread * buffer_room(b.group, row.n), 1);
-        rows->howmany_rank = 1;
-        rows->howmany_dims[0] = {b.group, columns, above.os};
-        if (b.threads > 1) rows->nthreads = 1;
-        if (plan_solve(rows) != 0) return -1;
-    }
-    return 0;
+    plan *rows = make_rows(&p->children[p->nchildren - 1], p, rows_place, 1);
+    rows->howmany_rank = 1;
+    rows->howmany_dims[0] = {b.group, columns, above.os};
+    if (b.threads > 1) rows->nthreads = 1;
+    return plan_solve(rows) == 0 ? 0 : -1;
 }
 
 }  // namespace

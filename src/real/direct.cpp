@@ -35,6 +35,7 @@ bool build_real_block(plan *p, real_kernel kernel, int64_t to_imaginary, int64_t
     p->aux = block;
     p->aux_bytes = bytes;
     p->aux_owned = 1;
+    p->any_count = 1;
     return true;
 }
 

@@ -9,12 +9,12 @@ namespace lyr {
 
 namespace {
 
-void execute_r2hc_direct(plan *p, double *in, double *out) {
+void execute_r2hc_direct(const plan *p, double *in, double *out, double *) {
     const auto [v, idist, odist] = batch_of(p);
     run_real_block(real_block_of(p), in, p->dims[0].is, out, v, idist, odist);
 }
 
-void execute_hc2r_direct(plan *p, double *in, double *out) {
+void execute_hc2r_direct(const plan *p, double *in, double *out, double *) {
     const auto [v, idist, odist] = batch_of(p);
     run_real_block(real_block_of(p), out, p->dims[0].os, in, v, idist, odist);
 }
@@ -36,7 +36,7 @@ void hartley_of_half_complex(double *out, int64_t n, int64_t os, int64_t count, 
 }
 
 // Some transforms at a time, which are still in the cache when they are gone over.
-void execute_dht_direct(plan *p, double *in, double *out) {
+void execute_dht_direct(const plan *p, double *in, double *out, double *) {
     constexpr int64_t together = 32;
     const auto [v, idist, odist] = batch_of(p);
     const auto [n, is, os] = p->dims[0];

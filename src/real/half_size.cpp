@@ -16,14 +16,6 @@ constexpr int64_t shortest_threaded = 16384;
 // Threads with fewer elements than this stay close to each other.
 constexpr int64_t spread_elements = 8192;
 
-// n complex numbers; false without memory.
-bool allocate_work(plan *p, int64_t n) {
-    const uint64_t bytes = static_cast<uint64_t>(n) * 16;
-    p->work = aligned_alloc_zero(bytes);
-    if (p->work) p->work_bytes = bytes;
-    return p->work != nullptr;
-}
-
 bool allocate_twiddles(plan *p, int64_t h) {
     const uint64_t bytes = static_cast<uint64_t>(h) * 16;
     p->aux = aligned_alloc_zero(bytes);
@@ -63,8 +55,8 @@ int build_half_size(plan *p, const real_executors &executors) {
     if (n % 2 != 0) {
         p->execute_fn = executors.odd;
         p->execute_name = executors.odd_name;
-        if (!allocate_work(p, n)) return -1;
-        double *work = static_cast<double *>(p->work);
+        p->work_bytes = static_cast<uint64_t>(n) * 16;
+        double *work = scratch_array(p);
         return make_complex_child(p, n, work, work);
     }
     const int64_t h = n / 2;
@@ -73,7 +65,7 @@ int build_half_size(plan *p, const real_executors &executors) {
     memcpy(p->solver_words, &pass, sizeof pass);
     p->execute_fn = unit_strides(p) ? executors.unit : executors.discrete;
     p->execute_name = unit_strides(p) ? executors.unit_name : executors.discrete_name;
-    if (!unit_strides(p) && !allocate_work(p, h)) return -1;
+    if (!unit_strides(p)) p->work_bytes = static_cast<uint64_t>(h) * 16;
     if (!allocate_twiddles(p, h)) return -1;
     const bool threaded = unit_strides(p) && p->nthreads >= 2 && n >= shortest_threaded;
     if (threaded) {
@@ -82,7 +74,7 @@ int build_half_size(plan *p, const real_executors &executors) {
         p->nthreads = threads_for_plan(p->nthreads);
         affinity_set_once(h / p->nthreads < spread_elements ? affinity_close : affinity_spread);
     }
-    double *to = unit_strides(p) ? p->out : static_cast<double *>(p->work);
+    double *to = unit_strides(p) ? p->out : scratch_array(p);
     double *from = unit_strides(p) && p->kind == kind_r2c ? p->in : to;
     return make_complex_child(p, h, from, to);
 }
@@ -116,7 +108,6 @@ void run_chunk(const pool_task *task) {
 void run_real_pass_threaded(const plan *p, const double *in, double *out) {
     shared_pass pass = {p, in, out};
     const int64_t pairs = p->dims[0].n / 4;
-    pool_refresh_placement();
     thread_pool_run(pairs, p->nthreads, chunk_align(pairs, p->nthreads), run_chunk, &pass);
 }
 

@@ -15,11 +15,11 @@ struct real_executors {
     const char *unit_name, *discrete_name, *odd_name, *threaded_name;
 };
 
-// Fills work, aux, the child and the executor of a one-dimensional problem:
-//   odd n    work: n complex numbers; the child transforms them in place
+// Fills aux, the child and the executor of a one-dimensional problem, and reserves scratch:
+//   odd n    scratch: n complex numbers; the child transforms them in place
 //   even n   aux: h complex numbers, entry k-1 = W(-k, n) for k = 1 .. ceil(h/2); the child
 //            transforms h complex numbers: out of place only from a real input of stride 1;
-//            work: h complex numbers when a stride is not 1
+//            scratch: h complex numbers when a stride is not 1
 // Long transforms of stride 1 whose plan may use threads get the threaded executor, and the thread
 // count that it has to use. Returns 0, -1 without memory, or what the planner says of the child.
 int build_half_size(plan *p, const real_executors &executors);

@@ -1,12 +1,11 @@
 // Real transforms of rank 2 that lie side by side (distances 1), in place. Element 2*j of the real
 // array and element j of the complex one share their place, so the transforms cannot be worked off
-// one by one, but rows can: a row, of all transforms together, is copied to work and transformed
-// from there. The columns are complex transforms in place.
+// one by one, but rows can: a row, of all transforms together, is copied to scratch memory and
+// transformed from there. The columns are complex transforms in place.
 //
-// work: a row of the input of all transforms. Child 0: the row; child 1: the columns.
+// Scratch: a row of the input of all transforms. Child 0: the row; child 1: the columns.
 #include <cstring>
 
-#include "api/memory.h"
 #include "planner/registry.h"
 
 namespace lyr {
@@ -19,26 +18,26 @@ void copy_row(double *work, const double *row, int64_t count, int64_t step, int6
         memcpy(work, row, static_cast<size_t>(width) * sizeof(double));
 }
 
-void execute_r2c_multidimension_many(plan *p, double *in, double *out) {
-    plan *row = &p->children[0], *columns = &p->children[1];
-    double *work = static_cast<double *>(p->work);
+void execute_r2c_multidimension_many(const plan *p, double *in, double *out, double *scratch) {
+    const plan *row = &p->children[0], *columns = &p->children[1];
+    double *work = scratch, *below = scratch_below(p, scratch);
     const lyr_fft_iodim64 outer = p->dims[0], inner = p->dims[1];
     for (int64_t i = 0; i < outer.n; ++i) {
         copy_row(work, in + i * outer.is, inner.n, inner.is, p->howmany_dims[0].n);
-        row->execute_fn(row, work, out + 2 * i * outer.os);
+        row->execute_fn(row, work, out + 2 * i * outer.os, below);
     }
-    columns->execute_fn(columns, out, out);
+    columns->execute_fn(columns, out, out, below);
 }
 
-void execute_c2r_multidimension_many(plan *p, double *in, double *out) {
-    plan *row = &p->children[0], *columns = &p->children[1];
-    double *work = static_cast<double *>(p->work);
+void execute_c2r_multidimension_many(const plan *p, double *in, double *out, double *scratch) {
+    const plan *row = &p->children[0], *columns = &p->children[1];
+    double *work = scratch, *below = scratch_below(p, scratch);
     const lyr_fft_iodim64 outer = p->dims[0], inner = p->dims[1];
-    columns->execute_fn(columns, in, in);
+    columns->execute_fn(columns, in, in, below);
     for (int64_t i = 0; i < outer.n; ++i) {
         copy_row(work, in + 2 * i * outer.is, inner.n / 2 + 1, 2 * inner.is,
                  2 * p->howmany_dims[0].n);
-        row->execute_fn(row, work, out + i * outer.os);
+        row->execute_fn(row, work, out + i * outer.os, below);
     }
 }
 
@@ -72,15 +71,13 @@ int build(plan *p, int32_t kind) {
     const int64_t half = inner.n / 2 + 1;
     const bool forward = kind == kind_r2c;
     p->work_bytes = static_cast<uint64_t>(howmany * (forward ? inner.n : 2 * half)) * 8;
-    p->work = aligned_alloc_zero(p->work_bytes);
-    if (!p->work) return -1;
     p->nchildren = 2;
     p->children = plan_alloc_children(2);
     if (!p->children) return -1;
 
     plan *row = &p->children[0], *columns = &p->children[1];
     plan_copy_problem(row, p);
-    row->in = static_cast<double *>(p->work);
+    row->in = scratch_array(p);
     row->rank = 1;
     row->dims[0] = {inner.n, howmany, inner.os};
     row->dims[1] = {};

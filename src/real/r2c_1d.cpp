@@ -20,15 +20,15 @@ void finish(const plan *p, const double *z, double *out, int64_t os) {
     last[1] = 0;
 }
 
-void execute_1d_r2c(plan *p, double *in, double *out) {
-    plan *child = p->children;
-    child->execute_fn(child, in, out);
+void execute_1d_r2c(const plan *p, double *in, double *out, double *scratch) {
+    const plan *child = p->children;
+    child->execute_fn(child, in, out, scratch_below(p, scratch));
     finish(p, out, out, 1);
 }
 
-void execute_1d_r2c_multithread(plan *p, double *in, double *out) {
-    plan *child = p->children;
-    child->execute_fn(child, in, out);
+void execute_1d_r2c_multithread(const plan *p, double *in, double *out, double *scratch) {
+    const plan *child = p->children;
+    child->execute_fn(child, in, out, scratch_below(p, scratch));
     const double re = out[0], im = out[1];
     double *last = out + p->dims[0].n;
     out[0] = re + im;
@@ -37,24 +37,24 @@ void execute_1d_r2c_multithread(plan *p, double *in, double *out) {
     run_real_pass_threaded(p, out, out);
 }
 
-void execute_1d_r2c_discrete(plan *p, double *in, double *out) {
-    plan *child = p->children;
-    double *work = static_cast<double *>(p->work);
+void execute_1d_r2c_discrete(const plan *p, double *in, double *out, double *scratch) {
+    const plan *child = p->children;
+    double *work = scratch;
     const auto [n, is, os] = p->dims[0];
     for (int64_t j = 0; j < n; ++j) work[j] = in[j * is];
-    child->execute_fn(child, work, work);
+    child->execute_fn(child, work, work, scratch_below(p, scratch));
     finish(p, work, out, os);
 }
 
-void execute_1d_r2c_odd(plan *p, double *in, double *out) {
-    plan *child = p->children;
-    double *work = static_cast<double *>(p->work);
+void execute_1d_r2c_odd(const plan *p, double *in, double *out, double *scratch) {
+    const plan *child = p->children;
+    double *work = scratch;
     const auto [n, is, os] = p->dims[0];
     for (int64_t j = 0; j < n; ++j) {
         work[2 * j] = in[j * is];
         work[2 * j + 1] = 0;
     }
-    child->execute_fn(child, work, work);
+    child->execute_fn(child, work, work, scratch_below(p, scratch));
     work[1] = 0;
     for (int64_t k = 0; k <= n / 2; ++k) {
         out[2 * k * os] = work[2 * k];

@@ -18,10 +18,10 @@ void write_ends(const double *row, double *first, double *last, int64_t width) {
     }
 }
 
-void execute_r2c_many(plan *p, double *in, double *out) {
+void execute_r2c_many(const plan *p, double *in, double *out, double *scratch) {
     const side_by_side b = words_of(p);
-    plan *child = p->children;
-    double *rows = static_cast<double *>(p->work);
+    const plan *child = p->children;
+    double *rows = scratch;
     const int64_t h = p->dims[0].n / 2, in_row = p->dims[0].is, out_row = p->dims[0].os;
     const real_pass pass = {h,     1, h / 2, b.slab, out_row, static_cast<const double *>(p->aux),
                             b.slab};
@@ -31,16 +31,16 @@ void execute_r2c_many(plan *p, double *in, double *out) {
         for (int64_t k = 0; k < h; ++k)
             b.splits.join(rows + 2 * k * b.slab, from + 2 * k * in_row, from + (2 * k + 1) * in_row,
                           b.slab);
-        child->execute_fn(child, rows, rows);
+        child->execute_fn(child, rows, rows, scratch_below(p, scratch));
         b.pass(pass, rows, to);
         write_ends(rows, to, to + 2 * h * out_row, b.slab);
     });
 }
 
-void execute_r2c_many_odd(plan *p, double *in, double *out) {
+void execute_r2c_many_odd(const plan *p, double *in, double *out, double *scratch) {
     const side_by_side b = words_of(p);
-    plan *child = p->children;
-    double *rows = static_cast<double *>(p->work);
+    const plan *child = p->children;
+    double *rows = scratch;
     const int64_t length = p->dims[0].n, in_row = p->dims[0].is, out_row = p->dims[0].os;
     const int64_t width = b.slab;
     for_each_slab(p, b, [=](int64_t first) {
@@ -49,7 +49,7 @@ void execute_r2c_many_odd(plan *p, double *in, double *out) {
                 rows[2 * (k * width + j)] = in[k * in_row + first + j];
                 rows[2 * (k * width + j) + 1] = 0;
             }
-        child->execute_fn(child, rows, rows);
+        child->execute_fn(child, rows, rows, scratch_below(p, scratch));
         for (int64_t j = 0; j < width; ++j) rows[2 * j + 1] = 0;
         for (int64_t k = 0; k <= length / 2; ++k)
             memcpy(out + 2 * (k * out_row + first), rows + 2 * k * width,

@@ -15,7 +15,7 @@ struct cosine_block {
 };
 static_assert(sizeof(cosine_block) == 16);
 
-void execute_redft00_direct(plan *p, double *in, double *out) {
+void execute_redft00_direct(const plan *p, double *in, double *out, double *) {
     const auto [v, idist, odist] = batch_of(p);
     const auto *block = static_cast<const cosine_block *>(p->aux);
     const auto *tables = reinterpret_cast<const int64_t *>(block + 1);
@@ -50,6 +50,7 @@ int solve_problem_redft00_direct(plan *p) {
     p->aux = block;
     p->aux_bytes = bytes;
     p->aux_owned = 1;
+    p->any_count = 1;
     p->execute_fn = execute_redft00_direct;
     p->execute_name = "execute_redft00_direct";
     return 0;

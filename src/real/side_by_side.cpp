@@ -46,10 +46,7 @@ int build_side_by_side(plan *p) {
     b.pass = p->kind == kind_r2c ? passes->forward_rows : passes->backward_rows;
     memcpy(p->solver_words, &b, sizeof b);
 
-    const uint64_t work_bytes = static_cast<uint64_t>(rows * b.slab) * 16;
-    p->work = aligned_alloc_zero(work_bytes);
-    if (!p->work) return -1;
-    p->work_bytes = work_bytes;
+    p->work_bytes = static_cast<uint64_t>(rows * b.slab) * 16;
     if (n % 2 == 0) {
         p->aux_bytes = static_cast<uint64_t>(rows) * 16;
         p->aux = aligned_alloc_zero(p->aux_bytes);
@@ -63,7 +60,7 @@ int build_side_by_side(plan *p) {
     plan *child = p->children;
     plan_copy_problem(child, p);
     child->kind = kind_complex;
-    child->in = child->out = static_cast<double *>(p->work);
+    child->in = child->out = scratch_array(p);
     child->dims[0] = {rows, b.slab, b.slab};
     child->howmany_dims[0] = {b.slab, 1, 1};
     return plan_solve(child);

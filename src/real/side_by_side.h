@@ -6,8 +6,8 @@
 // (codelets/real_pass.h) goes along the rows.
 #pragma once
 
-#include "codelets/select.h"
 #include "codelets/real_pass.h"
+#include "codelets/select.h"
 #include "planner/plan.h"
 
 namespace lyr {
@@ -21,9 +21,10 @@ static_assert(sizeof(side_by_side) <= sizeof(plan::solver_words));
 
 side_by_side words_of(const plan *p);
 
-// Accepts batches of real transforms of one dimension with distances 1. Fills solver_words, work (a
-// slab), aux (the twiddles of the pass) and the child. 0; -1 without memory, or out of place for
-// lengths with large prime factors, whose transforms gain nothing from each other.
+// Accepts batches of real transforms of one dimension with distances 1. Fills solver_words, aux
+// (the twiddles of the pass) and the child, and reserves scratch for a slab. 0; -1 without memory,
+// or out of place for lengths with large prime factors, whose transforms gain nothing from each
+// other.
 int build_side_by_side(plan *p);
 
 // Calls f(first) for the first transform of every slab. The last slab begins early enough to be

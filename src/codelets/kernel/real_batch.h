@@ -395,7 +395,7 @@ LYR_INLINE void forward_long(LYR_REAL_PARAMETERS) {
         }
         if (v > 0) forward_rest<N>(R0, R1, Cr, Ci, rs, csr, csi, v);
     } else if (are_lines<N>(R0, R1, rs) && are_half_complex<N>(Cr, Ci, csr, csi)) {
-        for (; v > 0; --v, R0 += ivs, Cr += ovs) r2hc_unit<N>(nullptr, R0, Cr);
+        for (; v > 0; --v, R0 += ivs, Cr += ovs) r2hc_unit<N>(nullptr, R0, Cr, nullptr);
     } else {
         for (; v > 0; --v, R0 += ivs, R1 += ivs, Cr += ovs, Ci += ovs)
             r2c_kernel<N>(R0, R1, Cr, Ci, rs, csr, csi, 1, 0, 0);
@@ -418,9 +418,9 @@ LYR_INLINE void backward_long(LYR_REAL_PARAMETERS) {
         }
         if (v > 0) backward_rest<N>(R0, R1, Cr, Ci, rs, csr, csi, v, ivs);
     } else if (are_lines<N>(R0, R1, rs) && are_complex(Cr, Ci, csr, csi)) {
-        for (; v > 0; --v, R0 += ovs, Cr += ivs) c2r_unit<N>(nullptr, Cr, R0);
+        for (; v > 0; --v, R0 += ovs, Cr += ivs) c2r_unit<N>(nullptr, Cr, R0, nullptr);
     } else if (are_lines<N>(R0, R1, rs) && are_half_complex<N>(Cr, Ci, csr, csi)) {
-        for (; v > 0; --v, R0 += ovs, Cr += ivs) hc2r_unit<N>(nullptr, Cr, R0);
+        for (; v > 0; --v, R0 += ovs, Cr += ivs) hc2r_unit<N>(nullptr, Cr, R0, nullptr);
     } else {
         for (; v > 0; --v, R0 += ovs, R1 += ovs, Cr += ivs, Ci += ivs)
             backward_one<N>(tabled_spectrum<N>{Cr, Ci, csr, csi}, tabled_reals{R0, R1, rs});
@@ -454,14 +454,14 @@ void r2c_many_zeroed_kernel(LYR_REAL_PARAMETERS) {
 #define LYR_REAL_TYPES                                                                          \
     (double *, double *, double *, double *, const int64_t *, const int64_t *, const int64_t *, \
      uint64_t, int64_t, int64_t)
-#define LYR_DEFINE_REAL(N)                                  \
-    namespace lyr::LYR_ISA {                                \
-    template void r2c_kernel<N> LYR_REAL_TYPES;             \
-    template void forward_kernel<N> LYR_REAL_TYPES;         \
-    template void backward_kernel<N> LYR_REAL_TYPES;        \
-    template void r2c_unit<N>(plan *, double *, double *);  \
-    template void r2hc_unit<N>(plan *, double *, double *); \
-    template void dht_unit<N>(plan *, double *, double *);  \
-    template void c2r_unit<N>(plan *, double *, double *);  \
-    template void hc2r_unit<N>(plan *, double *, double *); \
+#define LYR_DEFINE_REAL(N)                                                  \
+    namespace lyr::LYR_ISA {                                                \
+    template void r2c_kernel<N> LYR_REAL_TYPES;                             \
+    template void forward_kernel<N> LYR_REAL_TYPES;                         \
+    template void backward_kernel<N> LYR_REAL_TYPES;                        \
+    template void r2c_unit<N>(const plan *, double *, double *, double *);  \
+    template void r2hc_unit<N>(const plan *, double *, double *, double *); \
+    template void dht_unit<N>(const plan *, double *, double *, double *);  \
+    template void c2r_unit<N>(const plan *, double *, double *, double *);  \
+    template void hc2r_unit<N>(const plan *, double *, double *, double *); \
     }

@@ -21,14 +21,14 @@ template <int N>
 void r2c_many_zeroed_kernel(LYR_REAL_PARAMETERS);
 
 template <int N>
-void r2c_unit(plan *, double *in, double *out);
+void r2c_unit(const plan *, double *in, double *out, double *);
 template <int N>
-void c2r_unit(plan *, double *in, double *out);
+void c2r_unit(const plan *, double *in, double *out, double *);
 template <int N>
-void r2hc_unit(plan *, double *in, double *out);
+void r2hc_unit(const plan *, double *in, double *out, double *);
 template <int N>
-void hc2r_unit(plan *, double *in, double *out);
+void hc2r_unit(const plan *, double *in, double *out, double *);
 template <int N>
-void dht_unit(plan *, double *in, double *out);
+void dht_unit(const plan *, double *in, double *out, double *);
 
 }  // namespace lyr::LYR_ISA

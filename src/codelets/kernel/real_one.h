@@ -358,23 +358,23 @@ void r2c_kernel(LYR_REAL_PARAMETERS) {
 }
 
 template <int N>
-void r2c_unit(plan *, double *in, double *out) {
+void r2c_unit(const plan *, double *in, double *out, double *) {
     forward_one<N>(unit_reals{in}, unit_complex<N>{out});
 }
 template <int N>
-void r2hc_unit(plan *, double *in, double *out) {
+void r2hc_unit(const plan *, double *in, double *out, double *) {
     forward_one<N>(unit_reals{in}, half_complex<N>{out});
 }
 template <int N>
-void dht_unit(plan *, double *in, double *out) {
+void dht_unit(const plan *, double *in, double *out, double *) {
     forward_one<N>(unit_reals{in}, hartley<N>{out});
 }
 template <int N>
-void c2r_unit(plan *, double *in, double *out) {
+void c2r_unit(const plan *, double *in, double *out, double *) {
     backward_one<N>(unit_complex<N>{in}, unit_reals{out});
 }
 template <int N>
-void hc2r_unit(plan *, double *in, double *out) {
+void hc2r_unit(const plan *, double *in, double *out, double *) {
     backward_one<N>(half_complex<N>{in}, unit_reals{out});
 }
 
