@@ -156,6 +156,7 @@ TEST(choice, registry_order) {
         "solve_problem_c2r_multidimension",
         "solve_problem_rearrange_outplace",
         "solve_problem_dft_many_transpose_rotate",
+        "solve_problem_inplace_buffered",
     };
     ASSERT_EQ(std::size(names), static_cast<size_t>(lyr::registry_size));
     for (size_t k = 0; k < std::size(names); ++k)
@@ -285,13 +286,31 @@ TEST(choice, solvers_and_executors) {
     }
 }
 
-// Results that would fall on input that is still to be read.
-TEST(choice, batches_that_may_not_work_in_place_are_refused) {
-    for (const char *text : {"icf1:1:1*9:2:3", "icf16:1:1*9:16:17", "icf16:2:1*9:30:30",
-                             "iscf16:1:1*9:16:17", "iscf0*9:1:2"}) {
-        const lyr_tools::problem p = problem_of(text);
+// The buffer holds no more than it has to.
+TEST(choice, buffers_of_batches_in_place) {
+    struct example {
+        const char *problem;
+        uint64_t bytes;  // 0: none
+    };
+    const example examples[] = {
+        {"icf16:1:1*9:16:16", 0},
+        {"icf16:1:1*9:16:17", 9 * 16 * 16},
+        {"icf16:1:1*99:17:16", 33 * 16 * 16},    // some at a time
+        {"icf4096:1:1*3:5000:4096", 4096 * 16},  // one
+        {"icf16:2:1*9:31:31", 0},
+        {"icf16:9:1*9:1:16", 9 * 16 * 16},
+        {"icf2:1:1*3:100:50*4:10:11", 4 * 2 * 16},
+        {"iscf16:1:1*9:16:17", 9 * 16 * 16},
+        {"iscf0*9:1:2", 9 * 16},
+        {"irf8:1:1*4:12:5", 4 * 5 * 16},
+        {"irb8:1:1*4:5:8", 4 * 8 * 8},
+    };
+    for (const example &e : examples) {
+        const lyr_tools::problem p = problem_of(e.problem);
         const plan_holder holder(make_plan(p, buffers_of(p), lyr_tools::constructor::guru64));
-        EXPECT_EQ(holder.plan, nullptr) << text;
+        ASSERT_NE(holder.plan, nullptr) << e.problem;
+        const bool buffered = std::string(holder.plan->execute_name) == "execute_inplace_buffered";
+        EXPECT_EQ(buffered ? holder.plan->work_bytes : 0, e.bytes) << e.problem;
     }
 }
 

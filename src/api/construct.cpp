@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 
+#include "planner/places.h"
 #include "planner/scratch.h"
 #include "threads/threads.h"
 
@@ -38,6 +39,24 @@ bool problem_is_addressable(const plan *p) {
            points <= limit && in_extent <= limit && out_extent <= limit;
 }
 
+// Whether every number stays what it is and where it is.
+bool changes_nothing(const plan *p) {
+    if (p->in != p->out || p->in_imag != p->out_imag) return false;
+    if (p->kind != kind_complex && (p->kind != kind_r2r || p->rank > 0)) return false;
+    for (int k = 0; k < p->rank; ++k)
+        if (p->dims[k].n != 1) return false;
+    for (int k = 0; k < p->howmany_rank; ++k)
+        if (p->howmany_dims[k].n != 1 && p->howmany_dims[k].is != p->howmany_dims[k].os)
+            return false;
+    return true;
+}
+
+// In place, results on the same place have destroyed each other, or input. Out of place layouts
+// are the caller's business.
+bool results_collide(const plan *p) {
+    return is_in_place(p) && outputs_overlap(p) && !changes_nothing(p);
+}
+
 }  // namespace
 
 plan *plan_create(int32_t kind, int64_t sign, int64_t split, const plan_arrays &arrays) {
@@ -56,7 +75,8 @@ plan *plan_create(int32_t kind, int64_t sign, int64_t split, const plan_arrays &
 
 plan *plan_finish(plan *p) {
     const bool arrays_missing = p->split == 1 && !p->in_imag && !p->out_imag;
-    if (!arrays_missing && problem_is_addressable(p) && plan_solve(p) == 0 && scratch_reserve(p)) {
+    if (!arrays_missing && problem_is_addressable(p) && !results_collide(p) && plan_solve(p) == 0 &&
+        scratch_reserve(p)) {
         p->reserved = 1;
         return p;
     }

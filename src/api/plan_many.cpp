@@ -46,25 +46,6 @@ bool layout_valid(const many_layout &l, int32_t kind) {
            (l.howmany == 1 || (l.idist >= 1 && l.odist >= 1));
 }
 
-// Batches of transforms that lie neither interleaved (stride beyond the whole batch) nor apart
-// (distance beyond the last element) overlap.
-bool strided_batches_overlap(int64_t stride, int64_t dist, int64_t howmany, int64_t total) {
-    if (stride == 1 || stride >= dist * howmany) return false;
-    int64_t last;
-    return __builtin_mul_overflow(total - 1, stride, &last) || dist <= last;
-}
-
-bool in_place_batch_overlaps(const many_layout &l) {
-    int64_t total = 1;
-    for (int k = 0; k < l.rank; ++k)
-        if (__builtin_mul_overflow(total, int64_t{l.n[k]}, &total)) return true;
-    const bool rows_overlap_in = l.rank == 2 && l.istride == 1 && l.idist < l.n[1];
-    const bool rows_overlap_out = l.rank == 2 && l.ostride == 1 && l.odist < l.n[1];
-    return rows_overlap_in || rows_overlap_out ||
-           strided_batches_overlap(l.istride, l.idist, l.howmany, total) ||
-           strided_batches_overlap(l.ostride, l.odist, l.howmany, total);
-}
-
 plan *plan_many(int32_t kind, int64_t sign, const many_layout &l, double *in, double *out,
                 const lyr_fft_r2r_kind *r2r_kinds = nullptr) {
     plan *p = plan_create(kind, sign, -1, {in, nullptr, out, nullptr});
@@ -81,7 +62,6 @@ plan *plan_many(int32_t kind, int64_t sign, const many_layout &l, double *in, do
 plan *plan_complex(const many_layout &l, lyr_fft_complex *in, lyr_fft_complex *out, int sign) {
     if (!l.n || (sign != -1 && sign != +1)) return nullptr;
     if (!layout_valid(l, kind_complex)) return nullptr;
-    if (in == out && l.howmany != 1 && in_place_batch_overlaps(l)) return nullptr;
     return plan_many(kind_complex, sign, l, reals(in), reals(out));
 }
 

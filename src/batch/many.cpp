@@ -3,6 +3,7 @@
 
 #include "codelets/select.h"
 #include "dft/stages.h"
+#include "planner/places.h"
 #include "planner/registry.h"
 #include "r2r/columns.h"
 
@@ -93,7 +94,7 @@ int solve_problem_dft_many(plan *p) {
     if (p->rank < 1) return -1;
     if (p->howmany_rank < 1) return -1;
     if (p->kind > kind_r2r) return -1;
-    if (results_move(p)) return -1;
+    if (!works_one_by_one(p)) return -1;
     if (has_columns(p)) return build_columns(p, "execute_many");
 
     p->execute_fn = execute_many;

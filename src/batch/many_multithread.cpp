@@ -2,6 +2,10 @@
 // thread. All run the same plan at the same time, each with its own scratch memory.
 #include "batch/many_multithread.h"
 
+#include <cstring>
+
+#include "codelets/real.h"
+#include "planner/places.h"
 #include "planner/registry.h"
 #include "threads/pool.h"
 
@@ -40,10 +44,18 @@ void run_chunk(const pool_task *task) {
     }
 }
 
+// How a batch is dealt out: to so many threads at most, in chunks whose length is a multiple of
+// align.
+struct batch_cut {  // in solver_words
+    int64_t threads, align;
+};
+
 void execute_multithread(const plan *p, double *in, double *out, double *scratch) {
     const int64_t h = p->howmany_dims[0].n;
+    batch_cut cut;
+    memcpy(&cut, p->solver_words, sizeof cut);
     batch_run run = {p, in, out, scratch};
-    thread_pool_run(h, p->nthreads, chunk_align(h, p->nthreads), run_chunk, &run);
+    thread_pool_run(h, cut.threads, cut.align, run_chunk, &run);
 }
 
 int64_t points(const plan *p) {
@@ -62,6 +74,27 @@ int make_child(plan *child, const plan *p, int64_t chunk, int64_t count, int64_t
     return plan_solve(child);
 }
 
+// Real codelets compute transforms side by side in another way than a single one.
+bool singles_differ(const plan *p) {
+    if (p->kind == kind_complex || p->rank != 1 || p->howmany_rank != 1) return false;
+    const auto [h, is, os] = p->howmany_dims[0];
+    return is == 1 && os == 1 && p->dims[0].n <= longest_real;
+}
+
+// No chunk of a single transform next to longer ones where its bits would differ.
+batch_cut cut_batch(const plan *p, int64_t threads) {
+    const int64_t h = p->howmany_dims[0].n;
+    const auto is_even = [&](const batch_cut &cut) {
+        const auto [chunk, count] = chunks_of(h, cut.threads, cut.align);
+        return chunk == 1 || h % chunk != 1;
+    };
+    batch_cut cut = {threads, chunk_align(h, threads)};
+    if (!singles_differ(p) || is_even(cut)) return cut;
+    cut.align = 1;
+    while (!is_even(cut)) --cut.threads;
+    return cut;
+}
+
 }  // namespace
 
 bool worth_threads(int64_t total, int64_t chunks) {
@@ -72,12 +105,15 @@ int solve_problem_dft_many_multithread(plan *p) {
     if (p->split == 1) return -1;
     if (p->howmany_rank < 1 || p->nthreads < 2) return -1;
     if (p->kind > kind_r2r) return -1;  // rotated batches see to their threads themselves
-    if (results_move(p)) return -1;
+    if (!works_one_by_one(p, batch_order::any)) return -1;
 
     const int64_t h = p->howmany_dims[0].n, threads = threads_for_plan(p->nthreads);
     p->nthreads = threads;
-    const auto [chunk, chunks] = chunks_of(h, threads, chunk_align(h, threads));
+    const batch_cut cut = cut_batch(p, threads);
+    const auto [chunk, chunks] = chunks_of(h, cut.threads, cut.align);
+    if (chunk == h && h > 1) return -1;
     if (!worth_threads(points(p), chunks)) return -1;
+    memcpy(p->solver_words, &cut, sizeof cut);
 
     // Without binding, children may use threads of their own.
     int64_t child_threads = 1;

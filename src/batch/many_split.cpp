@@ -1,5 +1,6 @@
 // Batches of split arrays: a loop over the outermost batch dimension, like the one of many.cpp.
 #include "batch/split.h"
+#include "planner/places.h"
 #include "planner/registry.h"
 
 namespace lyr {
@@ -25,7 +26,7 @@ void execute_many_split(const plan *p, double *ri, double *ii, double *ro, doubl
 int solve_problem_dft_many_split(plan *p) {
     if (p->howmany_rank < 1) return -1;
     if (!has_split_arrays(p)) return -1;
-    if (results_move(p)) return -1;
+    if (!works_one_by_one(p)) return -1;
 
     p->execute_fn = execute_forwarded;
     p->execute_split_fn = execute_many_split;

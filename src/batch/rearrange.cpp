@@ -9,9 +9,6 @@ namespace lyr {
 
 namespace {
 
-// Other permutations than these go in place through a copy of everything, up to this size.
-constexpr int64_t copy_limit_bytes = int64_t{1} << 30;
-
 struct layout {
     int rank;
     lyr_fft_iodim64 dims[3];  // output strides descend
@@ -241,7 +238,6 @@ int solve_problem_rearrange_inplace(plan *p) {
     layout l = layout_of(p);
     if (movement_of(l) == movement::other) {
         const int64_t bytes = 8 * element_count(l) * l.width;
-        if (bytes > copy_limit_bytes) return -1;
         p->work_bytes = static_cast<uint64_t>(bytes);
     }
     p->execute_fn = execute_rearrange_inplace;

@@ -99,10 +99,6 @@ inline int64_t output_element_bytes(const plan *p) {
     return p->kind == kind_c2r || p->kind == kind_r2r ? 8 : 16;
 }
 
-// True when an in-place plan leaves results elsewhere than its input was, so that in a batch that
-// is worked off one by one the output of a transform may fall on the input of a later one.
-bool results_move(const plan *p);
-
 // Byte-wise step into an array of doubles.
 inline double *advance(double *array, int64_t bytes) {
     return reinterpret_cast<double *>(reinterpret_cast<char *>(array) + bytes);

@@ -64,33 +64,6 @@ void plan_drop_batch_dimension(plan *p) {
     p->howmany_dims[2] = {};
 }
 
-bool results_move(const plan *p) {
-    const auto is_input = [p](const double *out) {
-        return out && (out == p->in || out == p->in_imag);
-    };
-    if (!is_input(p->out) && !is_input(p->out_imag)) return false;
-    const int64_t in_bytes = p->split == 1 ? 8 : input_element_bytes(p);
-    const int64_t out_bytes = p->split == 1 ? 8 : output_element_bytes(p);
-    const auto moves = [=](const lyr_fft_iodim64 &d) {
-        return d.n > 1 && d.is * in_bytes != d.os * out_bytes;
-    };
-    for (int k = 0; k < p->howmany_rank; ++k)
-        if (moves(p->howmany_dims[k])) return true;
-    // Transforms that lie apart from each other may do what they want.
-    if (p->howmany_rank == 1 && in_bytes == out_bytes) {
-        int64_t reach = 0;
-        for (int k = 0; k < p->rank; ++k)
-            reach += (p->dims[k].n - 1) *
-                     (p->dims[k].is > p->dims[k].os ? p->dims[k].is : p->dims[k].os);
-        if (reach < p->howmany_dims[0].is) return false;
-    }
-    // A row of real numbers and its half spectrum share their place, though not element by element.
-    const int alike = in_bytes == out_bytes ? p->rank : p->rank - 1;
-    for (int k = 0; k < alike; ++k)
-        if (moves(p->dims[k])) return true;
-    return false;
-}
-
 void plan_clear(plan *p) {
     if (!p) return;
     if (p->children) {

@@ -44,6 +44,7 @@ const registry_entry registry[registry_size] = {
     {solve_problem_c2r_multidimension, "solve_problem_c2r_multidimension"},
     {solve_problem_rearrange_outplace, "solve_problem_rearrange_outplace"},
     {solve_problem_dft_many_transpose_rotate, "solve_problem_dft_many_transpose_rotate"},
+    {solve_problem_inplace_buffered, "solve_problem_inplace_buffered"},
 };
 
 }  // namespace lyr

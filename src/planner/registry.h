@@ -14,7 +14,7 @@ struct registry_entry {
     const char *name;
 };
 
-inline constexpr int registry_size = 38;
+inline constexpr int registry_size = 39;
 extern const registry_entry registry[registry_size];
 
 // Mostly one function per file, which is named for it; see registry.cpp for what each accepts.
@@ -56,5 +56,6 @@ int solve_problem_multidimension(plan *p);
 int solve_problem_c2r_multidimension(plan *p);
 int solve_problem_rearrange_outplace(plan *p);
 int solve_problem_dft_many_transpose_rotate(plan *p);
+int solve_problem_inplace_buffered(plan *p);
 
 }  // namespace lyr

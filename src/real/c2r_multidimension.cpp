@@ -10,9 +10,16 @@
 // length, 1..h of one of odd length. The number left over, the last or the first, is real by
 // symmetry (its imaginary part has no effect) but only once all columns are done; this one column
 // waits in scratch memory.
+//
+// Numbers that are real by symmetry have imaginary parts that count for nothing. In place they are
+// set to 0 before anything else. Out of place the column that waits gets them as 0, and the other
+// one that has such numbers, column 0 of rows of even length, is done over again by way of its
+// place in the rare case that they are large enough to disturb more than rounding does.
+#include <cmath>
 #include <cstring>
 
 #include "batch/many_multithread.h"
+#include "planner/places.h"
 #include "planner/registry.h"
 #include "threads/pool.h"
 
@@ -35,6 +42,10 @@ struct bookkeeping {  // in solver_words
 };
 static_assert(sizeof(bookkeeping) <= sizeof(plan::solver_words));
 
+struct in_place_words {  // in solver_words instead
+    bool shared_input;   // numbers of the input share places
+};
+
 bookkeeping words_of(const plan *p) {
     bookkeeping b;
     memcpy(&b, p->solver_words, sizeof b);
@@ -48,6 +59,14 @@ struct outer_dims {  // of rows; the first is 1 for rank 2
 outer_dims outer_of(const plan *p) {
     if (p->rank == 2) return {{{1, 0, 0}, p->dims[0]}};
     return {{p->dims[0], p->dims[1]}};
+}
+
+// Calls f(i, j) for the rows whose numbers in column 0, and n/2 for even n, are real by symmetry.
+template <class function>
+void for_each_real_row(const outer_dims &o, function f) {
+    const auto [a, b] = o.dims;
+    for (int64_t i = 0; i < a.n; i += a.n % 2 ? a.n : a.n / 2)
+        for (int64_t j = 0; j < b.n; j += b.n % 2 ? b.n : b.n / 2) f(i, j);
 }
 
 int64_t row_count(const plan *p) {
@@ -78,7 +97,20 @@ void transform_columns(const plan *p, const plan *passes, const double *in, doub
     if (p->rank == 3) passes[1].execute_fn(&passes[1], between, between, below);
 }
 
+void clear_imaginary_parts(const plan *p, double *in) {
+    const outer_dims o = outer_of(p);
+    const auto [n, is, os] = p->dims[p->rank - 1];
+    for_each_real_row(o, [&, n = n, is = is](int64_t i, int64_t j) {
+        double *row = in + 2 * (i * o.dims[0].is + j * o.dims[1].is);
+        row[1] = 0;
+        if (n % 2 == 0) row[n * is + 1] = 0;
+    });
+}
+
 void execute_in_place(const plan *p, double *in, double *out, double *scratch) {
+    in_place_words words;
+    memcpy(&words, p->solver_words, sizeof words);
+    if (!words.shared_input) clear_imaginary_parts(p, in);
     const plan *first = &p->children[0], *second = &p->children[1],
                *rows = &p->children[p->rank - 1];
     double *between = p->work_bytes ? scratch : in, *below = scratch_below(p, scratch);
@@ -95,6 +127,30 @@ void execute_in_place(const plan *p, double *in, double *out, double *scratch) {
         second->execute_fn(second, plane, plane, below);
         rows->execute_fn(rows, plane, out + i * planes.os, below);
     }
+}
+
+// Transforms column k by way of lone, where its result is left.
+void transform_lone_column(const plan *p, const double *in, int64_t k, double *scratch) {
+    const outer_dims o = outer_of(p);
+    const double *column = in + 2 * k * p->dims[p->rank - 1].is;
+    double *to = scratch;
+    for (int64_t i = 0; i < o.dims[0].n; ++i)
+        for (int64_t j = 0; j < o.dims[1].n; ++j, to += 2)
+            memcpy(to, column + 2 * (i * o.dims[0].is + j * o.dims[1].is), 2 * sizeof(double));
+    for_each_real_row(o, [&](int64_t i, int64_t j) { scratch[2 * (i * o.dims[1].n + j) + 1] = 0; });
+    const plan *lone = &p->children[0];
+    lone->execute_fn(lone, scratch, scratch, scratch_below(p, scratch));
+}
+
+// Whether imaginary parts in column 0 that count for nothing exceed the real parts, or are NaNs.
+bool column_is_disturbed(const plan *p, const double *in) {
+    const outer_dims o = outer_of(p);
+    bool disturbed = false;
+    for_each_real_row(o, [&](int64_t i, int64_t j) {
+        const double *x = in + 2 * (i * o.dims[0].is + j * o.dims[1].is);
+        disturbed = disturbed || !(fabs(x[1]) <= fabs(x[0]) || x[1] == 0);
+    });
+    return disturbed;
 }
 
 // A complex number takes two elements of a row of real ones.
@@ -169,10 +225,11 @@ void transform_rows(const plan *p, double *out, double *scratch) {
 void execute_out_of_place(const plan *p, double *in, double *out, double *scratch) {
     const bookkeeping b = words_of(p);
     const auto [n, is, os] = p->dims[p->rank - 1];
-    const plan *lone = &p->children[0], *held = &p->children[1];
+    const plan *held = &p->children[1];
     double *below = scratch_below(p, scratch), *columns = scratch + 2 * b.columns;
-    lone->execute_fn(lone, in + 2 * lone_number(n) * is, scratch, below);
     const double *first = in + 2 * first_held(n) * is;
+    const bool again = n % 2 == 0 && column_is_disturbed(p, in);
+    if (!again) transform_lone_column(p, in, lone_number(n), scratch);
     if (n == 1) {
         // No number waits in the output.
     } else if (by_planes(p, b.width)) {
@@ -181,9 +238,9 @@ void execute_out_of_place(const plan *p, double *in, double *out, double *scratc
         for (int64_t i = 0; i < p->dims[0].n; ++i) {
             double *plane = out + i * p->dims[0].os;
             held[1].execute_fn(&held[1], plane, plane, below);
-            transform_groups(p, out, scratch, 0, i * groups, (i + 1) * groups);
+            if (!again) transform_groups(p, out, scratch, 0, i * groups, (i + 1) * groups);
         }
-        return;
+        if (!again) return;
     } else if (b.width == 0) {
         transform_columns(p, held, first, out, below);
     } else {
@@ -193,6 +250,11 @@ void execute_out_of_place(const plan *p, double *in, double *out, double *scratc
             transform_columns(p, held, first + 2 * start * is, columns, below);
             put_columns(p, columns, b.width, out, start);
         }
+    }
+    if (again) {
+        transform_lone_column(p, in, 0, scratch);
+        put_columns(p, scratch, 1, out, 0);
+        transform_lone_column(p, in, lone_number(n), scratch);
     }
     transform_rows(p, out, scratch);
 }
@@ -238,18 +300,16 @@ int plan_columns(plan *passes, const plan *p, columns_layout from, const columns
     return 0;
 }
 
-// The column of one number of each row, in all its dimensions at once.
+// The column of one number of each row, in all its dimensions at once, in place in work.
 int plan_lone_column(plan *child, const plan *p, double *to) {
-    const columns_layout from = input_columns(p, lone_number(p->dims[p->rank - 1].n));
     const columns_layout packed = packed_columns(p, to, 1);
     plan_copy_problem(child, p);
     child->kind = kind_complex;
-    child->in = from.data;
-    child->out = to;
+    child->in = child->out = to;
     child->rank = p->rank - 1;
     for (int k = 0; k < 2; ++k) {
         if (k < child->rank)
-            child->dims[k].os = packed.outer[k];
+            child->dims[k].is = child->dims[k].os = packed.outer[k];
         else
             child->dims[k] = {};
     }
@@ -267,6 +327,19 @@ plan *make_rows(plan *child, const plan *p, double *in, int64_t in_step) {
     return child;
 }
 
+// Whether the columns can be transformed where the input is: its numbers do not share places, and
+// the rows leave their results where they were, apart from those of later ones.
+bool columns_stay(const plan *p) {
+    if (inputs_overlap(p)) return false;
+    plan rows = {};
+    make_rows(&rows, p, p->in, p->dims[p->rank - 1].is);
+    for (int k = 0; k < p->rank - 1; ++k) {
+        rows.howmany_dims[rows.howmany_rank++] = p->dims[k];
+        if (p->dims[k].n > 1 && 2 * p->dims[k].is != p->dims[k].os) return false;
+    }
+    return walkable_dimensions(&rows) == rows.howmany_rank;
+}
+
 int build_in_place(plan *p) {
     p->execute_fn = execute_in_place;
     p->nchildren = p->rank;
@@ -275,7 +348,9 @@ int build_in_place(plan *p) {
     const int64_t width = p->dims[p->rank - 1].n / 2 + 1;
     const columns_layout from = input_columns(p, 0);
     columns_layout to = from;
-    if (results_move(p)) {
+    const in_place_words words = {inputs_overlap(p)};
+    memcpy(p->solver_words, &words, sizeof words);
+    if (!columns_stay(p)) {
         p->work_bytes = static_cast<uint64_t>(row_count(p) * width) * 16;
         to = packed_columns(p, scratch_array(p), width);
     }

@@ -3,6 +3,7 @@
 #include <bit>
 
 #include "api/memory.h"
+#include "planner/places.h"
 
 namespace lyr {
 
@@ -42,7 +43,7 @@ bool build_real_block(plan *p, real_kernel kernel, int64_t to_imaginary, int64_t
 bool direct_layout(const plan *p) {
     if (p->split == 1 || p->rank != 1) return false;
     // A codelet reads a transform before it writes it.
-    return p->howmany_rank == 0 || (p->howmany_rank == 1 && !results_move(p));
+    return p->howmany_rank == 0 || (p->howmany_rank == 1 && works_one_by_one(p));
 }
 
 }  // namespace lyr

@@ -35,14 +35,15 @@ void hartley_of_half_complex(double *out, int64_t n, int64_t os, int64_t count, 
         for (int64_t k = 1; 2 * k < n; ++k) exchange(out[k * os], out[(n - k) * os]);
 }
 
-// Some transforms at a time, which are still in the cache when they are gone over.
+// Some transforms at a time, which are still in the cache when they are gone over; never one after
+// others, which codelets may compute in another way.
 void execute_dht_direct(const plan *p, double *in, double *out, double *) {
     constexpr int64_t together = 32;
     const auto [v, idist, odist] = batch_of(p);
     const auto [n, is, os] = p->dims[0];
     auto rest = static_cast<int64_t>(v);
     while (rest > 0) {
-        const int64_t count = rest < together ? rest : together;
+        const int64_t count = rest <= together + 1 ? rest : together;
         run_real_block(real_block_of(p), in, is, out, static_cast<uint64_t>(count), idist, odist);
         hartley_of_half_complex(out, n, os, count, odist);
         rest -= count;

@@ -6,6 +6,7 @@
 // Scratch: a row of the input of all transforms. Child 0: the row; child 1: the columns.
 #include <cstring>
 
+#include "planner/places.h"
 #include "planner/registry.h"
 
 namespace lyr {
@@ -29,10 +30,20 @@ void execute_r2c_multidimension_many(const plan *p, double *in, double *out, dou
     columns->execute_fn(columns, out, out, below);
 }
 
+// Of the numbers that are real by symmetry.
+void clear_imaginary_parts(const plan *p, double *in) {
+    const lyr_fft_iodim64 outer = p->dims[0], inner = p->dims[1];
+    for (int64_t i = 0; i < outer.n; i += outer.n % 2 ? outer.n : outer.n / 2)
+        for (int64_t j = 0; j <= inner.n / 2; j += inner.n % 2 ? inner.n : inner.n / 2)
+            for (int64_t k = 0; k < p->howmany_dims[0].n; ++k)
+                in[2 * (i * outer.is + j * inner.is + k) + 1] = 0;
+}
+
 void execute_c2r_multidimension_many(const plan *p, double *in, double *out, double *scratch) {
     const plan *row = &p->children[0], *columns = &p->children[1];
     double *work = scratch, *below = scratch_below(p, scratch);
     const lyr_fft_iodim64 outer = p->dims[0], inner = p->dims[1];
+    clear_imaginary_parts(p, in);
     columns->execute_fn(columns, in, in, below);
     for (int64_t i = 0; i < outer.n; ++i) {
         copy_row(work, in + 2 * i * outer.is, inner.n / 2 + 1, 2 * inner.is,
@@ -66,6 +77,8 @@ int build(plan *p, int32_t kind) {
     const auto [howmany, idist, odist] = p->howmany_dims[0];
     if (idist != 1 || odist != 1) return -1;
     if (p->dims[0].n > 1 && !rows_stay_apart(p)) return -1;
+    // The columns of the input are transformed where they are.
+    if (kind == kind_c2r && inputs_overlap(p)) return -1;
 
     const lyr_fft_iodim64 outer = p->dims[0], inner = p->dims[1];
     const int64_t half = inner.n / 2 + 1;
