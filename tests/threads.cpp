@@ -135,7 +135,7 @@ TEST(choices, batches) {
     EXPECT_EQ(dealt_out("ocf40x40*2*20", 2), "2: 2 of 1");
     EXPECT_EQ(dealt_out("ocf0*100:1:50*50:100:1", 3), "3: 3 of 40");
     EXPECT_EQ(dealt_out("ocf1000:1:1*1:5:5*7:1000:1000", 4), "4: 1 of 1");
-    EXPECT_EQ(dealt_out("icf64:100:1*100:1:64", 4), "no plan");  // results move
+    EXPECT_EQ(dealt_out("icf64:100:1*100:1:64", 4), "execute_inplace_buffered");
 }
 
 // ---- Machines -----------------------------------------------------------------------------------
