@@ -494,8 +494,10 @@ void thread_pool_run(int64_t n, int64_t nthreads, int64_t align, work_function f
     const no_cancellation guard;
     team t;
     begin_run(&t, chunks - 1);
-    if (t.owner) complete(&t, chunks - 1);
-    place(&t);
+    if (t.owner) {
+        complete(&t, chunks - 1);
+        place(&t);
+    }
     for (int64_t i = 0; i < t.size; ++i) {
         store(&t.members[i]->crowded, crowded(&t));
         hand_over(t.members[i], fn, {chunk, i, arg});
