@@ -5,8 +5,27 @@
 
 namespace {
 
+using lyr::plan;
+
 double *reals(lyr_fft_complex *array) {
     return reinterpret_cast<double *>(array);
+}
+
+// Calls that a plan is not made for have no effect.
+bool is_interleaved(const plan *p, int32_t kind) {
+    return p && p->kind == kind && p->split != 1;
+}
+
+bool is_split(const plan *p, int32_t kind) {
+    return p && p->kind == kind && p->split == 1 && p->execute_split_fn;
+}
+
+// Whether the arrays given at planning are all there: sides of complex numbers that are split have
+// two.
+bool has_arrays(const plan *p) {
+    if (!p->in || !p->out) return false;
+    if (p->split != 1) return true;
+    return (p->kind == kind_r2c || p->in_imag) && (p->kind == kind_c2r || p->out_imag);
 }
 
 // Calls run(scratch). Out of line, so that executions without scratch have no stack frame.
@@ -18,7 +37,7 @@ __attribute__((noinline)) void run_on_stack(function run) {
 }
 
 template <class function>
-__attribute__((noinline)) void run_on_lent(const lyr::plan *p, const double *in, const double *out,
+__attribute__((noinline)) void run_on_lent(const plan *p, const double *in, const double *out,
                                            function run) {
     const lyr::lent_scratch scratch = lyr::scratch_lend(p, in, out);
     run(scratch.memory);
@@ -26,8 +45,7 @@ __attribute__((noinline)) void run_on_lent(const lyr::plan *p, const double *in,
 }
 
 template <class function>
-inline void run_with_scratch(const lyr::plan *p, const double *in, const double *out,
-                             function run) {
+inline void run_with_scratch(const plan *p, const double *in, const double *out, function run) {
     if (p->scratch_bytes == 0)
         run(nullptr);
     else if (p->scratch_bytes <= lyr::stack_scratch_bytes)
@@ -36,31 +54,14 @@ inline void run_with_scratch(const lyr::plan *p, const double *in, const double 
         run_on_lent(p, in, out, run);
 }
 
-void run(const lyr::plan *p, double *in, double *out) {
+void run(const plan *p, double *in, double *out) {
     if (in && out)
         run_with_scratch(p, in, out, [=](double *scratch) { p->execute_fn(p, in, out, scratch); });
 }
 
-void run_split(const lyr::plan *p, double *ri, double *ii, double *ro, double *io) {
+void run_split(const plan *p, double *ri, double *ii, double *ro, double *io) {
     run_with_scratch(p, ri, ro,
                      [=](double *scratch) { p->execute_split_fn(p, ri, ii, ro, io, scratch); });
-}
-
-// Calls that a plan is not made for have no effect.
-bool is_interleaved(const lyr::plan *plan, int32_t kind) {
-    return plan && plan->kind == kind && plan->split != 1;
-}
-
-bool is_split(const lyr::plan *plan, int32_t kind) {
-    return plan && plan->kind == kind && plan->split == 1 && plan->execute_split_fn;
-}
-
-// Whether the arrays given at planning are all there: sides of complex numbers that are split have
-// two.
-bool has_arrays(const lyr::plan *plan) {
-    if (!plan->in || !plan->out) return false;
-    if (plan->split != 1) return true;
-    return (plan->kind == kind_r2c || plan->in_imag) && (plan->kind == kind_c2r || plan->out_imag);
 }
 
 }  // namespace

@@ -55,7 +55,6 @@ void execute_multithread(const plan *p, double *in, double *out, double *scratch
     batch_cut cut;
     memcpy(&cut, p->solver_words, sizeof cut);
     batch_run run = {p, in, out, scratch};
-    pool_refresh_placement();
     thread_pool_run(h, cut.threads, cut.align, run_chunk, &run);
 }
 

@@ -118,7 +118,6 @@ void run_chunk(const pool_task *task) {
 
 void execute_many_transpose_rotate(const plan *p, double *in, double *out, double *scratch) {
     rotated_run run = {p, in, out, scratch};
-    if (p->nthreads > 1) pool_refresh_placement();
     thread_pool_run(slab_count(p), p->nthreads, 1, run_chunk, &run);
 }
 

@@ -244,7 +244,6 @@ void transform_rows(const plan *p, double *out, double *scratch) {
     if (b.threads == 1) {
         transform_groups(p, out, scratch, 0, 0, rows.groups);
     } else {
-        pool_refresh_placement();
         thread_pool_run(rows.groups, p->nthreads, 1, run_chunk, &rows);
     }
 }

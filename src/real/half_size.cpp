@@ -108,7 +108,6 @@ void run_chunk(const pool_task *task) {
 void run_real_pass_threaded(const plan *p, const double *in, double *out) {
     shared_pass pass = {p, in, out};
     const int64_t pairs = p->dims[0].n / 4;
-    pool_refresh_placement();
     thread_pool_run(pairs, p->nthreads, chunk_align(pairs, p->nthreads), run_chunk, &pass);
 }
 

@@ -25,7 +25,7 @@ int numa_node_count();
 
 // Chooses processors for the worker number `index` of a caller on processor `cpu`, as the policy
 // `how` wants; false when there are none left.
-bool choose_processors(const topology *t, const processor_set *allowed, int how, int cpu,
+bool choose_processors(const topology *t, const processor_set *usable, int how, int cpu,
                        int64_t index, processor_set *chosen);
 
 // ---- The process --------------------------------------------------------------------------------

@@ -50,7 +50,8 @@ struct worker {
 // worker whose turn is first returns to its top, so that in the next run it does the same chunk,
 // whose data its caches hold.
 struct caller {
-    pid_t thread;
+    pthread_t thread;   // which may be that of a thread that is gone,
+    pid_t number;       // the kernel's name for that one
     int32_t runs;       // that it is in the middle of; more than one where runs are nested
     int64_t busy;       // workers at work in them
     int64_t last_used;  // in nanoseconds
@@ -284,15 +285,16 @@ void end_workers(worker *list) {
 // ---- Callers ------------------------------------------------------------------------------------
 // pool_lock is held.
 
-bool has_ended(pid_t thread) {
-    return syscall(SYS_tgkill, getpid(), thread, 0) != 0 && errno == ESRCH;
+// May be true of a thread that has got the record of a former one: then it gets a new record.
+bool has_ended(const caller *c) {
+    return syscall(SYS_tgkill, getpid(), c->number, 0) != 0 && errno == ESRCH;
 }
 
 // The record of the calling thread, which becomes the first; null when there is no memory.
 caller *this_caller() {
-    const auto thread = static_cast<pid_t>(syscall(SYS_gettid));
+    const pthread_t thread = pthread_self();
     caller **link = &callers;
-    while (*link && (*link)->thread != thread) link = &(*link)->next;
+    while (*link && !pthread_equal((*link)->thread, thread)) link = &(*link)->next;
     caller *c = *link;
     if (c) {
         *link = c->next;
@@ -300,6 +302,7 @@ caller *this_caller() {
         c = static_cast<caller *>(calloc(1, sizeof(caller)));
         if (!c) return nullptr;
         c->thread = thread;
+        c->number = static_cast<pid_t>(syscall(SYS_gettid));
     }
     c->next = callers;
     callers = c;
@@ -312,7 +315,7 @@ worker *take_idle_workers(bool all) {
     worker *list = nullptr, **end = &list;
     for (caller **link = &callers; *link;) {
         caller *c = *link;
-        const bool unused = c->runs == 0 && (all || has_ended(c->thread));
+        const bool unused = c->runs == 0 && (all || has_ended(c));
         if (unused || all) {
             *end = c->idle;
             while (*end) end = &(*end)->next;
@@ -491,8 +494,10 @@ void thread_pool_run(int64_t n, int64_t nthreads, int64_t align, work_function f
     const no_cancellation guard;
     team t;
     begin_run(&t, chunks - 1);
-    if (t.owner) complete(&t, chunks - 1);
-    place(&t);
+    if (t.owner) {
+        complete(&t, chunks - 1);
+        place(&t);
+    }
     for (int64_t i = 0; i < t.size; ++i) {
         store(&t.members[i]->crowded, crowded(&t));
         hand_over(t.members[i], fn, {chunk, i, arg});

@@ -39,9 +39,6 @@ int64_t threads_for_plan(int64_t requested);
 // within fn. Where there is no thread for a chunk, or no memory, the caller does it.
 void thread_pool_run(int64_t n, int64_t nthreads, int64_t align, work_function fn, void *arg);
 
-// Nothing is left to do here: a run looks where its caller is.
-inline void pool_refresh_placement() {}
-
 // Workers that exist, and how many have been started and bound so far. For tests.
 struct pool_counts {
     int64_t workers, started, bound;
