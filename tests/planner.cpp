@@ -407,7 +407,8 @@ TEST(choice, buffers_of_batches_in_place) {
         const lyr_tools::problem p = problem_of(e.problem);
         const plan_holder holder(make_plan(p, buffers_of(p), lyr_tools::constructor::guru64));
         ASSERT_NE(holder.plan, nullptr) << e.problem;
-        const bool buffered = std::string(holder.plan->execute_name) == "execute_inplace_buffered";
+        const bool buffered =
+            std::string(holder.plan->solver_name) == "solve_problem_inplace_buffered";
         EXPECT_EQ(buffered ? holder.plan->work_bytes : 0, e.bytes) << e.problem;
     }
 }
