@@ -53,9 +53,13 @@ struct window {
 
     static constexpr uint64_t pattern = 0x7ff8'5eed'0000'0001U;
 
-    explicit window(int64_t r)
-        : reach(r), doubles(static_cast<size_t>(4 * r), std::bit_cast<double>(pattern)) {}
-    double *origin() { return doubles.data() + 2 * reach; }
+    int64_t shift;  // of the origin, in doubles
+
+    explicit window(int64_t r, int64_t off = 0)
+        : reach(r),
+          doubles(static_cast<size_t>(4 * r + off), std::bit_cast<double>(pattern)),
+          shift(off) {}
+    double *origin() { return doubles.data() + 2 * reach + shift; }
     double *at(int64_t element) { return origin() + 2 * element; }
 };
 
@@ -140,10 +144,11 @@ void butterfly(const pass &s, int64_t sign, const std::vector<wide> &in, int64_t
 // Runs call(descriptor, in, out) on random data and compares all outputs with the definition;
 // nothing but outputs may be written. Equal strides may be tried in place.
 template <class function>
-void check_pass(const pass &s, int64_t sign, int64_t lanes, bool in_place, function call) {
+void check_pass(const pass &s, int64_t sign, int64_t lanes, bool in_place, function call,
+                int64_t shift = 0) {
     SCOPED_TRACE(text_of(s) + (in_place ? " in place" : ""));
-    window in(s.reach());
-    window out(in_place ? 0 : s.reach());
+    window in(s.reach(), shift);
+    window out(in_place ? 0 : s.reach(), shift);
     random_source random{static_cast<uint64_t>(s.r * 1000 + s.m)};
     const int64_t n = s.r * s.L * s.m;
     for (int64_t e = 0; e < n; ++e)
@@ -282,25 +287,81 @@ TEST(codelets, direct) {
     });
 }
 
-// Output p for an impulse at q is one root of unity: each coefficient of a butterfly by itself.
-TEST(codelets, impulses) {
-    for_each_codelet([&](const codelet_table *, const codelet_set *set, int64_t r, int64_t sign) {
-        std::vector<double> in(static_cast<size_t>(2 * r)), out(in);
-        for (int64_t q = 0; q < r; ++q)
-            for (int64_t part = 0; part < 2; ++part) {
-                std::ranges::fill(in, 0.0);
-                in[static_cast<size_t>(2 * q + part)] = 1;
-                set->direct_unit(out.data(), in.data(), 16, 16, nullptr);
-                for (int64_t p = 0; p < r; ++p) {
-                    wide w = roots(r, sign)[static_cast<size_t>(p * q % r)];
-                    if (part == 1) w = {-w.im, w.re};
-                    const size_t at = static_cast<size_t>(2 * p);
-                    const long double error = std::hypot(out[at] - w.re, out[at + 1] - w.im);
-                    EXPECT_LE(static_cast<double>(error), 0x1p-52)
-                        << "impulse at " << q << ", output " << p;
+TEST(codelets, unit_transforms) {
+    for (const codelet_table *table : all_tables()) {
+        std::vector<int64_t> lengths;
+        for (const lyr::unit_transform *const *list : table->units)
+            for (const lyr::unit_transform *unit = *list; unit->n != 0; ++unit) {
+                const int64_t n = unit->n;
+                lengths.push_back(n);
+                for (const int64_t sign : {-1, +1}) {
+                    SCOPED_TRACE(table->name);
+                    const lyr::executor run = unit->run[sign == +1];
+                    for (const bool in_place : {false, true})
+                        for (const int64_t shift : {0, 1, 3})  // doubles
+                            check_pass(
+                                {n, 1, 1, 1, false, 1, 0, 1, 0}, sign, 1, in_place,
+                                [&](const stage &, const double *in, double *out) {
+                                    run(nullptr, const_cast<double *>(in), out);
+                                },
+                                shift);
+                    if (testing::Test::HasFailure()) return;
+                }
+                lyr::plan p = {};
+                for (const int64_t sign : {-1, +1}) {
+                    p.sign = sign;
+                    const with_table active(table);
+                    const lyr::executor found = lyr::unit_transform_for(&p, n);
+                    const bool always =
+                        n <= lyr::longest_prime_in_32k || lyr::part_above_37(n) == 1;
+                    EXPECT_TRUE(found == unit->run[sign == +1] || (!always && !found)) << n;
                 }
             }
+        std::ranges::sort(lengths);
+        EXPECT_TRUE(std::ranges::adjacent_find(lengths) == lengths.end()) << table->name;
+        EXPECT_EQ(lengths.empty(), table->lanes == 1) << table->name;
+        const with_table active(table);
+        const lyr::plan p = {};
+        for (const int64_t n : {int64_t{0}, int64_t{1}, int64_t{-8}, int64_t{1} << 32 | 16})
+            EXPECT_EQ(lyr::unit_transform_for(&p, n), nullptr) << n;
+    }
+}
+
+// Output p for an impulse at q is one root of unity: each coefficient of a butterfly by itself.
+void check_impulses(int64_t r, int64_t sign, double tolerance, auto transform) {
+    std::vector<double> in(static_cast<size_t>(2 * r)), out(in);
+    for (int64_t q = 0; q < r; ++q)
+        for (int64_t part = 0; part < 2; ++part) {
+            std::ranges::fill(in, 0.0);
+            in[static_cast<size_t>(2 * q + part)] = 1;
+            transform(in.data(), out.data());
+            for (int64_t p = 0; p < r; ++p) {
+                wide w = roots(r, sign)[static_cast<size_t>(p * q % r)];
+                if (part == 1) w = {-w.im, w.re};
+                const size_t at = static_cast<size_t>(2 * p);
+                const long double error = std::hypot(out[at] - w.re, out[at + 1] - w.im);
+                EXPECT_LE(static_cast<double>(error), tolerance)
+                    << "impulse at " << q << ", output " << p;
+            }
+        }
+}
+
+TEST(codelets, impulses) {
+    for_each_codelet([&](const codelet_table *, const codelet_set *set, int64_t r, int64_t sign) {
+        check_impulses(r, sign, 0x1p-52, [&](const double *in, double *out) {
+            set->direct_unit(out, in, 16, 16, nullptr);
+        });
     });
+    for (const codelet_table *table : all_tables())
+        for (const lyr::unit_transform *const *list : table->units)
+            for (const lyr::unit_transform *unit = *list; unit->n != 0; ++unit)
+                for (const int64_t sign : {-1, +1}) {
+                    SCOPED_TRACE(std::string(table->name) + " " + std::to_string(unit->n));
+                    // Up to three roots are multiplied.
+                    check_impulses(unit->n, sign, 0x1p-51, [&](double *in, double *out) {
+                        unit->run[sign == +1](nullptr, in, out);
+                    });
+                }
 }
 
 // Row lengths around all vector widths and their tails; long powers of two are walked in an order

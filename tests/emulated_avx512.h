@@ -36,3 +36,26 @@ LYR_EMULATED __m512d lyr_emulated_fmaddsub(__m512d a, __m512d b, __m512d c) {
 LYR_EMULATED __m512d lyr_emulated_fmsubadd(__m512d a, __m512d b, __m512d c) {
     return lyr_emulated_fmaddsub(a, b, simde_mm512_sub_pd(simde_mm512_set1_pd(-0.0), c));
 }
+
+#undef _mm512_maskz_loadu_pd
+#define _mm512_maskz_loadu_pd lyr_emulated_maskz_loadu
+LYR_EMULATED __m512d lyr_emulated_maskz_loadu(int mask, const double *p) {
+    double x[8] = {};
+    for (int i = 0; i < 8; ++i)
+        if (mask >> i & 1) x[i] = p[i];
+    return simde_mm512_loadu_pd(x);
+}
+
+#undef _mm512_mask_storeu_pd
+#define _mm512_mask_storeu_pd lyr_emulated_mask_storeu
+LYR_EMULATED void lyr_emulated_mask_storeu(double *p, int mask, __m512d a) {
+    double x[8];
+    simde_mm512_storeu_pd(x, a);
+    for (int i = 0; i < 8; ++i)
+        if (mask >> i & 1) p[i] = x[i];
+}
+
+#undef _mm512_zextpd256_pd512
+#define _mm512_zextpd256_pd512(a) simde_mm512_insertf64x4(simde_mm512_setzero_pd(), a, 0)
+#undef _mm512_zextpd128_pd512
+#define _mm512_zextpd128_pd512(a) _mm512_zextpd256_pd512(_mm256_zextpd128_pd256(a))

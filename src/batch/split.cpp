@@ -152,7 +152,8 @@ bool rows_come_first(const plan *q) {
     if (strcmp(q->execute_name, "execute_multidimension") != 0) return false;
     const plan *loop = q->children;
     return strcmp(loop->execute_name, "execute_many") == 0 && loop->howmany_rank == 1 &&
-           strcmp(loop->children->execute_name, "execute_dft_direct") != 0;
+           strcmp(loop->children->execute_name, "execute_dft_direct") != 0 &&
+           strcmp(loop->children->execute_name, "execute_dft_unit") != 0;
 }
 
 void transform_rows(const plan *p, int first, plan *q, double *re, double *im, double *buffer);
@@ -273,7 +274,7 @@ int solve_problem_dft_split(plan *p) {
     p->children = plan_alloc_children(1);
     if (!p->children) return -1;
     make_child(p->children, p);
-    if (const int32_t status = plan_solve(p->children)) return status;
+    if (const int32_t status = plan_solve_in_stages(p->children)) return status;
     choose_executor(p);
     return 0;
 }

@@ -28,6 +28,7 @@ const registry_entry registry[registry_size] = {
     {solve_problem_r2c_many, "solve_problem_r2c_many"},
     {solve_problem_r2hc_many, "solve_problem_r2hc_many"},
     {solve_problem_dft_many, "solve_problem_dft_many"},
+    {solve_problem_dft_unit, "solve_problem_dft_unit"},
     {solve_problem_c2c_1d_rader, "solve_problem_c2c_1d_rader"},
     {solve_problem_c2c_1d_bluestein, "solve_problem_c2c_1d_bluestein"},
     {solve_problem_c2c_1d_large, "solve_problem_c2c_1d_large"},
