@@ -327,6 +327,98 @@ TEST(codelets, unit_transforms) {
     }
 }
 
+TEST(codelets, dense_batches) {
+    for (const codelet_table *table : all_tables()) {
+        EXPECT_EQ((*table->dense_batches)->n == 0, table->lanes == 1) << table->name;
+        for (const lyr::dense_batch *batch = *table->dense_batches; batch->n != 0; ++batch)
+            for (const int64_t sign : {-1, +1})
+                for (const int64_t h : {1, 2, 3, 4, 5, 11})
+                    for (const bool in_place : {false, true}) {
+                        SCOPED_TRACE(table->name);
+                        const int64_t n = batch->n;
+                        check_pass(
+                            {n, 1, 1, h, false, 1, n, 1, n}, sign, 1, in_place,
+                            [&](const stage &, const double *in, double *out) {
+                                batch->run[sign == +1](in, out, h);
+                            },
+                            h % 2);
+                        if (testing::Test::HasFailure()) return;
+                    }
+    }
+}
+
+// Real and complex numbers in one array of doubles between patterns, by the definition.
+void check_real_unit(const lyr::unit_transform &unit, bool backward, bool in_place, int64_t shift) {
+    const int64_t n = unit.n, half = n / 2;
+    constexpr size_t guard = 24;
+    const size_t room = static_cast<size_t>(2 * half + 2),
+                 origin = guard + static_cast<size_t>(shift);
+    const std::vector<double> blank(room + 2 * guard + 4, std::bit_cast<double>(window::pattern));
+    std::vector<double> in = blank, other = blank;
+    random_source random{static_cast<uint64_t>(n)};
+    const size_t numbers = backward ? room : static_cast<size_t>(n);
+    for (size_t i = 0; i < numbers; ++i) in[origin + i] = random.uniform();
+    const std::vector<double> before = in;
+    std::vector<double> &result = in_place ? in : other;
+    unit.run[backward](nullptr, in.data() + origin, result.data() + origin);
+
+    std::vector<long double> expected(backward ? static_cast<size_t>(n) : room);
+    const std::vector<wide> &w = roots(n, -1);
+    const double *x = before.data() + origin;
+    long double size = 0;
+    for (int64_t k = 0; k < (backward ? n : half + 1); ++k) {
+        wide sum = {0, 0};
+        for (int64_t j = 0; j < (backward ? half + 1 : n); ++j) {
+            const wide f = w[static_cast<size_t>(j * k % n)];
+            if (!backward) {
+                sum.re += x[j] * f.re;
+                sum.im += x[j] * f.im;
+            } else {  // whose ends have no imaginary part, whatever is there
+                const bool end = j == 0 || 2 * j == n;
+                sum.re += end ? x[2 * j] * f.re : 2 * (x[2 * j] * f.re + x[2 * j + 1] * f.im);
+            }
+        }
+        if (backward) {
+            expected[static_cast<size_t>(k)] = sum.re;
+        } else {
+            expected[static_cast<size_t>(2 * k)] = sum.re;
+            expected[static_cast<size_t>(2 * k + 1)] = k == 0 || 2 * k == n ? 0 : sum.im;
+        }
+        size = std::max(size, std::hypot(sum.re, sum.im));
+    }
+    long double worst = 0;
+    for (size_t i = 0; i < expected.size(); ++i) {
+        double &at = result[origin + i];
+        worst = std::max(worst, std::abs(at - expected[i]));
+        if (expected[i] == 0) {
+            EXPECT_EQ(at, 0) << n;
+        }
+        at = std::bit_cast<double>(window::pattern);
+    }
+    EXPECT_LE(static_cast<double>(worst / size) * 0x1p53, tolerance(n)) << n;
+    for (size_t i = 0; i < result.size(); ++i)
+        EXPECT_TRUE(std::bit_cast<uint64_t>(result[i]) == window::pattern ||
+                    (in_place && backward && i >= origin + expected.size() && i < origin + room))
+            << n << " wrote around its outputs";
+    if (!in_place) {
+        EXPECT_EQ(std::memcmp(in.data(), before.data(), in.size() * sizeof(double)), 0);
+    }
+}
+
+TEST(codelets, real_unit_transforms) {
+    for (const codelet_table *table : all_tables()) {
+        EXPECT_EQ((*table->real_units)->n == 0, table->lanes == 1) << table->name;
+        for (const lyr::unit_transform *unit = *table->real_units; unit->n != 0; ++unit)
+            for (const bool backward : {false, true})
+                for (const bool in_place : {false, true})
+                    for (const int64_t shift : {0, 1, 3}) {
+                        SCOPED_TRACE(table->name);
+                        check_real_unit(*unit, backward, in_place, shift);
+                        if (testing::Test::HasFailure()) return;
+                    }
+    }
+}
+
 // Output p for an impulse at q is one root of unity: each coefficient of a butterfly by itself.
 void check_impulses(int64_t r, int64_t sign, double tolerance, auto transform) {
     std::vector<double> in(static_cast<size_t>(2 * r)), out(in);

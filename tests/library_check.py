@@ -45,7 +45,7 @@ def check_needed(readelf, library):
 def check_codelets(nm, isa, objects):
     """Nothing built for one kind of processor may be found by, or replace, code of another."""
     own = re.compile(rf"_Z[A-Z]*N?K?3lyr{len(isa)}{isa}\d")
-    constants = re.compile(r"_ZN3lyr11prime_rootsILi\d+EE5tableE")  # data, the same for all
+    constants = re.compile(r"_ZN3lyr1[01](?:prime|real)_rootsILi\d+EE5tableE")  # data, the same for all
     from_outside = {"memcpy", "memset", "memmove", "__stack_chk_fail", "_GLOBAL_OFFSET_TABLE_"}
     defined = 0
     for item in objects:

@@ -32,6 +32,13 @@ void execute_many_direct(plan *p, double *in, double *out) {
     codelet(in, is, idist, out, os, odist, h);
 }
 
+// Those without gaps.
+void execute_many_dense(plan *p, double *in, double *out) {
+    const dense_batch *batch;
+    memcpy(&batch, p->solver_words, sizeof batch);
+    batch->run[p->sign != -1](in, out, p->howmany_dims[0].n);
+}
+
 // From this size on a batch streams through the second-level cache.
 constexpr int64_t far_bytes = 256 << 10;
 constexpr int64_t line_bytes = 64;
@@ -85,7 +92,7 @@ void execute_many_far_units(plan *p, double *in, double *out) {
     }
 }
 
-// Shorter transforms than a few vectors run with lanes along the batch.
+// Transforms shorter than a few vectors run with lanes along the batch.
 constexpr int64_t longest_across_batch = 12;
 
 // Batches of complex transforms that need not be called one by one. The child is solved.
@@ -95,7 +102,11 @@ void choose_executor(plan *p) {
     const auto [h, idist, odist] = p->howmany_dims[0];
     const bool unit = strcmp(child->execute_name, "execute_dft_unit") == 0;
     const codelet_set *codelets = codelets_for(p, n);
-    if (unit && (n > longest_across_batch || !codelets)) {
+    const dense_batch *dense = dense_batch_for(n);
+    if (dense && unit && idist == n && odist == n) {
+        memcpy(p->solver_words, &dense, sizeof dense);
+        p->execute_fn = execute_many_dense;
+    } else if (unit && (n > longest_across_batch || !codelets)) {
         if (h > far_bytes / 16 / n) p->execute_fn = execute_many_far_units;
     } else if (codelets && strncmp(child->execute_name, "execute_dft_", 12) == 0) {
         if (idist == 0 || odist == 0) return;  // on the same arrays, one after another

@@ -128,11 +128,18 @@ struct unit_transform {
     executor run[2];
 };
 
-// Lists of them, each ending with n = 0: two of transforms in registers, and primes.
-inline constexpr int unit_lists = 3, prime_list = 2;
+// h transforms of n numbers one after another without gaps, in and out: forward, backward. out may
+// be in. Some neighbouring transforms are loaded before the first of them is stored.
+struct dense_batch {
+    int64_t n;
+    void (*run[2])(const double *in, double *out, int64_t h);
+};
 
-// Primes above this have coefficients that leave a first-level cache of 32 KiB.
-inline constexpr int64_t longest_prime_in_32k = 61;
+// Lists of unit transforms, each ending with n = 0: two of transforms in registers, and primes.
+inline constexpr int unit_lists = 3, list_of_primes = 2;
+
+// Primes above these have coefficients that leave a first-level cache of 32 KiB.
+inline constexpr int64_t longest_prime_in_32k = 61, longest_real_prime_in_32k = 73;
 
 // Everything one vector target provides.
 struct codelet_table {
@@ -144,6 +151,8 @@ struct codelet_table {
     int64_t lanes;
     const codelet_set *sets[2][max_radix];  // [0 forward, 1 backward][length - 1], null: none
     const unit_transform *const *units[unit_lists];
+    const dense_batch *const *dense_batches;  // a list that ends with n = 0
+    const unit_transform *const *real_units;  // real to complex, complex to real
     product_set products;
     split_set splits;
     const real_pass_set *real_passes;

@@ -17,6 +17,7 @@ const registry_entry registry[registry_size] = {
     {solve_indirect_problem, "solve_indirect_problem"},
     {solve_problem_dft_many_transpose, "solve_problem_dft_many_transpose"},
     {solve_problem_dft_many_post_transpose, "solve_problem_dft_many_post_transpose"},
+    {solve_problem_real_unit, "solve_problem_real_unit"},
     {solve_problem_r2c_1d_direct, "solve_problem_r2c_1d_direct"},
     {solve_problem_r2c_many_direct, "solve_problem_r2c_many_direct"},
     {solve_problem_c2r_direct, "solve_problem_c2r_direct"},

@@ -128,6 +128,25 @@ struct vec2 {
     LYR_INLINE static vec2 repeat(const double *p) {
         return {_mm256_broadcast_pd(reinterpret_cast<const __m128d *>(p))};
     }
+    LYR_INLINE static vec2 spread(const double *p) { return {_mm256_broadcast_sd(p)}; }
+    LYR_INLINE vec1 first_lane() const { return {_mm256_castpd256_pd128(v)}; }
+    LYR_INLINE static vec2 sum_and_difference(const double *p, const double *q) {
+        return {_mm256_fmsubadd_pd(_mm256_broadcast_sd(p), _mm256_set1_pd(1.0),
+                                   _mm256_broadcast_sd(q))};
+    }
+    template <int N>
+    LYR_INLINE void store_mirrored(double *p, double *q) const {
+        const __m128d x = _mm256_castpd256_pd128(v), y = _mm256_extractf128_pd(v, 1);
+        const __m128d a = _mm_unpacklo_pd(x, y), b = _mm_unpackhi_pd(x, y);
+        const __m128d sum = _mm_add_pd(a, b), d = _mm_sub_pd(a, b);
+        if constexpr (N == 2) {
+            _mm_storeu_pd(p, sum);
+            _mm_storeu_pd(q, _mm_permute_pd(d, 1));
+        } else {
+            _mm_storel_pd(p, sum);
+            _mm_storel_pd(q, d);
+        }
+    }
     LYR_INLINE static vec2 gather(const double *p, int64_t s) {
         return {
             _mm256_insertf128_pd(_mm256_castpd128_pd256(_mm_loadu_pd(p)), _mm_loadu_pd(p + s), 1)};

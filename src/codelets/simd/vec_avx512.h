@@ -14,6 +14,14 @@
 namespace lyr::LYR_ISA {
 namespace {
 
+template <int N>
+LYR_INLINE void store_reals(double *p, __m256d a) {
+    if constexpr (N == 4) _mm256_storeu_pd(p, a);
+    if constexpr (N == 2 || N == 3) _mm_storeu_pd(p, _mm256_castpd256_pd128(a));
+    if constexpr (N == 3) _mm_storel_pd(p + 2, _mm256_extractf128_pd(a, 1));
+    if constexpr (N == 1) _mm_storel_pd(p, _mm256_castpd256_pd128(a));
+}
+
 struct vec4 {
     static constexpr int lanes = 4;
     __m512d v;
@@ -40,6 +48,22 @@ struct vec4 {
     }
     LYR_INLINE static vec4 repeat(const double *p) {
         return {_mm512_broadcast_f64x2(_mm_loadu_pd(p))};
+    }
+    LYR_INLINE static vec4 spread(const double *p) { return {_mm512_set1_pd(*p)}; }
+    LYR_INLINE vec1 first_lane() const { return {_mm512_castpd512_pd128(v)}; }
+    LYR_INLINE static vec4 sum_and_difference(const double *p, const double *q) {
+        return {_mm512_fmsubadd_pd(_mm512_set1_pd(*p), _mm512_set1_pd(1.0), _mm512_set1_pd(*q))};
+    }
+    template <int N>
+    LYR_INLINE void store_mirrored(double *p, double *q) const {
+        const __m512d w = _mm512_permutexvar_pd(_mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7), v);
+        const __m256d a = _mm512_castpd512_pd256(w), b = _mm512_extractf64x4_pd(w, 1);
+        store_reals<N>(p, _mm256_add_pd(a, b));
+        const __m256d d = _mm256_sub_pd(a, b);
+        if constexpr (N == 4) store_reals<4>(q, _mm256_permute4x64_pd(d, 0x1b));
+        if constexpr (N == 3) store_reals<3>(q, _mm256_permute4x64_pd(d, 0xc6));
+        if constexpr (N == 2) store_reals<2>(q, _mm256_permute4x64_pd(d, 0xe1));
+        if constexpr (N == 1) store_reals<1>(q, d);
     }
     LYR_INLINE static vec4 gather(const double *p, int64_t s) {
         const __m256d low = vec2::gather(p, s).v;
