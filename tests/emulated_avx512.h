@@ -59,3 +59,14 @@ LYR_EMULATED void lyr_emulated_mask_storeu(double *p, int mask, __m512d a) {
 #define _mm512_zextpd256_pd512(a) simde_mm512_insertf64x4(simde_mm512_setzero_pd(), a, 0)
 #undef _mm512_zextpd128_pd512
 #define _mm512_zextpd128_pd512(a) _mm512_zextpd256_pd512(_mm256_zextpd128_pd256(a))
+
+// Two bits of the immediate operand for each of the four pairs of doubles, the lower two from a.
+#undef _mm512_shuffle_f64x2
+#define _mm512_shuffle_f64x2(a, b, control) lyr_emulated_shuffle(a, b, control)
+LYR_EMULATED __m512d lyr_emulated_shuffle(__m512d a, __m512d b, int control) {
+    double x[8], y[8], z[8];
+    simde_mm512_storeu_pd(x, a);
+    simde_mm512_storeu_pd(y, b);
+    for (int i = 0; i < 8; ++i) z[i] = (i < 4 ? x : y)[2 * (control >> i / 2 * 2 & 3) + i % 2];
+    return simde_mm512_loadu_pd(z);
+}

@@ -44,8 +44,8 @@ struct slab_stages {
 };
 slab_stages slab_stages_of(const plan *p);
 
-// As plan_solve, for a child whose stages are wanted: also where a shorter way than by stages exists
-// for one transform.
+// As plan_solve, for a child whose stages are wanted: also where a shorter way than by stages
+// exists for one transform.
 int32_t plan_solve_in_stages(plan *p);
 
 // Puts the rows of a last stage's twiddle table, radix r, into the order that split_last takes: of
