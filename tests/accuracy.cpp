@@ -8,6 +8,7 @@
 #include "codelets/cpu.h"
 #include "dft/factorize.h"
 #include "dft/four_step.h"
+#include "dft/wide.h"
 #include "support.h"
 
 namespace lyr_test {
@@ -108,6 +109,35 @@ TEST(accuracy, the_best_supported_table_is_active) {
     EXPECT_EQ(cpu.avx512, __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512dq") &&
                               __builtin_cpu_supports("avx512vl"));
 #endif
+}
+
+// Every element is rounded about once.
+TEST(accuracy, spectra_of_roots) {
+    constexpr int64_t N = 94;
+    random_source random{7};
+    for (const int64_t M : {1, 2, 3, 4, 8, 12, 22, 35, 74, 96, 210, 256}) {
+        std::vector<int64_t> exponents(static_cast<size_t>(M));
+        for (int64_t &e : exponents)
+            e = std::max(int64_t{-1}, static_cast<int64_t>(random.uniform() * N));
+        std::vector<double> spectrum(static_cast<size_t>(2 * M));
+        ASSERT_TRUE(lyr::wide_spectrum_of_roots(spectrum.data(), exponents.data(), N, M, 7.0));
+        for (int64_t j = 0; j < M; ++j) {
+            long double re = 0, im = 0;
+            for (int64_t k = 0; k < M; ++k) {
+                const int64_t e = exponents[static_cast<size_t>(k)];
+                if (e < 0) continue;
+                const long double turns =
+                    static_cast<long double>((e * M - j * k * N) % (N * M)) / (N * M);
+                const long double angle = 2 * 3.14159265358979323846264338327950288L * turns;
+                re += std::cos(angle) / 7;
+                im += std::sin(angle) / 7;
+            }
+            const long double rest = 0x1p-61L * static_cast<long double>(M);
+            const double *at = spectrum.data() + 2 * j;
+            EXPECT_LE(std::abs(at[0] - re), 0x1p-53L * std::abs(re) + rest) << M << " " << j;
+            EXPECT_LE(std::abs(at[1] - im), 0x1p-53L * std::abs(im) + rest) << M << " " << j;
+        }
+    }
 }
 
 // Mean and worst error of every class, printed when it goes out of scope.

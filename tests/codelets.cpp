@@ -53,9 +53,13 @@ struct window {
 
     static constexpr uint64_t pattern = 0x7ff8'5eed'0000'0001U;
 
-    explicit window(int64_t r)
-        : reach(r), doubles(static_cast<size_t>(4 * r), std::bit_cast<double>(pattern)) {}
-    double *origin() { return doubles.data() + 2 * reach; }
+    int64_t shift;  // of the origin, in doubles
+
+    explicit window(int64_t r, int64_t off = 0)
+        : reach(r),
+          doubles(static_cast<size_t>(4 * r + off), std::bit_cast<double>(pattern)),
+          shift(off) {}
+    double *origin() { return doubles.data() + 2 * reach + shift; }
     double *at(int64_t element) { return origin() + 2 * element; }
 };
 
@@ -143,10 +147,11 @@ void butterfly(const pass &s, int64_t sign, const std::vector<wide> &in, int64_t
 // Runs call(descriptor, in, out) on random data and compares all outputs with the definition;
 // nothing but outputs may be written. Equal strides may be tried in place.
 template <class function>
-void check_pass(const pass &s, int64_t sign, int64_t lanes, bool in_place, function call) {
+void check_pass(const pass &s, int64_t sign, int64_t lanes, bool in_place, function call,
+                int64_t shift = 0) {
     SCOPED_TRACE(text_of(s) + (in_place ? " in place" : ""));
-    window in(s.reach());
-    window out(in_place ? 0 : s.reach());
+    window in(s.reach(), shift);
+    window out(in_place ? 0 : s.reach(), shift);
     random_source random{static_cast<uint64_t>(s.r * 1000 + s.m)};
     const int64_t n = s.r * s.L * s.m;
     for (int64_t e = 0; e < n; ++e)
@@ -285,25 +290,173 @@ TEST(codelets, direct) {
     });
 }
 
-// Output p for an impulse at q is one root of unity: each coefficient of a butterfly by itself.
-TEST(codelets, impulses) {
-    for_each_codelet([&](const codelet_table *, const codelet_set *set, int64_t r, int64_t sign) {
-        std::vector<double> in(static_cast<size_t>(2 * r)), out(in);
-        for (int64_t q = 0; q < r; ++q)
-            for (int64_t part = 0; part < 2; ++part) {
-                std::ranges::fill(in, 0.0);
-                in[static_cast<size_t>(2 * q + part)] = 1;
-                set->direct_unit(out.data(), in.data(), 16, 16, nullptr);
-                for (int64_t p = 0; p < r; ++p) {
-                    wide w = roots(r, sign)[static_cast<size_t>(p * q % r)];
-                    if (part == 1) w = {-w.im, w.re};
-                    const size_t at = static_cast<size_t>(2 * p);
-                    const long double error = std::hypot(out[at] - w.re, out[at + 1] - w.im);
-                    EXPECT_LE(static_cast<double>(error), 0x1p-52)
-                        << "impulse at " << q << ", output " << p;
+TEST(codelets, unit_transforms) {
+    for (const codelet_table *table : all_tables()) {
+        std::vector<int64_t> lengths;
+        for (const lyr::unit_transform *const *list : table->units)
+            for (const lyr::unit_transform *unit = *list; unit->n != 0; ++unit) {
+                const int64_t n = unit->n;
+                lengths.push_back(n);
+                for (const int64_t sign : {-1, +1}) {
+                    SCOPED_TRACE(table->name);
+                    const lyr::executor run = unit->run[sign == +1];
+                    for (const bool in_place : {false, true})
+                        for (const int64_t shift : {0, 1, 3})  // doubles
+                            check_pass(
+                                {n, 1, 1, 1, false, 1, 0, 1, 0}, sign, 1, in_place,
+                                [&](const stage &, const double *in, double *out) {
+                                    run(nullptr, const_cast<double *>(in), out);
+                                },
+                                shift);
+                    if (testing::Test::HasFailure()) return;
+                }
+                lyr::plan p = {};
+                for (const int64_t sign : {-1, +1}) {
+                    p.sign = sign;
+                    const with_table active(table);
+                    const lyr::executor found = lyr::unit_transform_for(&p, n);
+                    const bool always =
+                        n <= lyr::longest_prime_in_32k || lyr::part_above_37(n) == 1;
+                    EXPECT_TRUE(found == unit->run[sign == +1] || (!always && !found)) << n;
                 }
             }
+        std::ranges::sort(lengths);
+        EXPECT_TRUE(std::ranges::adjacent_find(lengths) == lengths.end()) << table->name;
+        EXPECT_EQ(lengths.empty(), table->lanes == 1) << table->name;
+        const with_table active(table);
+        const lyr::plan p = {};
+        for (const int64_t n : {int64_t{0}, int64_t{1}, int64_t{-8}, int64_t{1} << 32 | 16})
+            EXPECT_EQ(lyr::unit_transform_for(&p, n), nullptr) << n;
+    }
+}
+
+TEST(codelets, dense_batches) {
+    for (const codelet_table *table : all_tables()) {
+        EXPECT_EQ((*table->dense_batches)->n == 0, table->lanes == 1) << table->name;
+        for (const lyr::dense_batch *batch = *table->dense_batches; batch->n != 0; ++batch)
+            for (const int64_t sign : {-1, +1})
+                for (const int64_t h : {1, 2, 3, 4, 5, 11})
+                    for (const bool in_place : {false, true}) {
+                        SCOPED_TRACE(table->name);
+                        const int64_t n = batch->n;
+                        check_pass(
+                            {n, 1, 1, h, false, 1, n, 1, n}, sign, 1, in_place,
+                            [&](const stage &, const double *in, double *out) {
+                                batch->run[sign == +1](in, out, h);
+                            },
+                            h % 2);
+                        if (testing::Test::HasFailure()) return;
+                    }
+    }
+}
+
+// Real and complex numbers in one array of doubles between patterns, by the definition.
+void check_real_unit(const lyr::unit_transform &unit, bool backward, bool in_place, int64_t shift) {
+    const int64_t n = unit.n, half = n / 2;
+    constexpr size_t guard = 24;
+    const size_t room = static_cast<size_t>(2 * half + 2),
+                 origin = guard + static_cast<size_t>(shift);
+    const std::vector<double> blank(room + 2 * guard + 4, std::bit_cast<double>(window::pattern));
+    std::vector<double> in = blank, other = blank;
+    random_source random{static_cast<uint64_t>(n)};
+    const size_t numbers = backward ? room : static_cast<size_t>(n);
+    for (size_t i = 0; i < numbers; ++i) in[origin + i] = random.uniform();
+    const std::vector<double> before = in;
+    std::vector<double> &result = in_place ? in : other;
+    unit.run[backward](nullptr, in.data() + origin, result.data() + origin);
+
+    std::vector<long double> expected(backward ? static_cast<size_t>(n) : room);
+    const std::vector<wide> &w = roots(n, -1);
+    const double *x = before.data() + origin;
+    long double size = 0;
+    for (int64_t k = 0; k < (backward ? n : half + 1); ++k) {
+        wide sum = {0, 0};
+        for (int64_t j = 0; j < (backward ? half + 1 : n); ++j) {
+            const wide f = w[static_cast<size_t>(j * k % n)];
+            if (!backward) {
+                sum.re += x[j] * f.re;
+                sum.im += x[j] * f.im;
+            } else {  // whose ends have no imaginary part, whatever is there
+                const bool end = j == 0 || 2 * j == n;
+                sum.re += end ? x[2 * j] * f.re : 2 * (x[2 * j] * f.re + x[2 * j + 1] * f.im);
+            }
+        }
+        if (backward) {
+            expected[static_cast<size_t>(k)] = sum.re;
+        } else {
+            expected[static_cast<size_t>(2 * k)] = sum.re;
+            expected[static_cast<size_t>(2 * k + 1)] = k == 0 || 2 * k == n ? 0 : sum.im;
+        }
+        size = std::max(size, std::hypot(sum.re, sum.im));
+    }
+    long double worst = 0;
+    for (size_t i = 0; i < expected.size(); ++i) {
+        double &at = result[origin + i];
+        worst = std::max(worst, std::abs(at - expected[i]));
+        if (expected[i] == 0) {
+            EXPECT_EQ(at, 0) << n;
+        }
+        at = std::bit_cast<double>(window::pattern);
+    }
+    EXPECT_LE(static_cast<double>(worst / size) * 0x1p53, tolerance(n)) << n;
+    for (size_t i = 0; i < result.size(); ++i)
+        EXPECT_TRUE(std::bit_cast<uint64_t>(result[i]) == window::pattern ||
+                    (in_place && backward && i >= origin + expected.size() && i < origin + room))
+            << n << " wrote around its outputs";
+    if (!in_place) {
+        EXPECT_EQ(std::memcmp(in.data(), before.data(), in.size() * sizeof(double)), 0);
+    }
+}
+
+TEST(codelets, real_unit_transforms) {
+    for (const codelet_table *table : all_tables()) {
+        EXPECT_EQ((*table->real_units)->n == 0, table->lanes == 1) << table->name;
+        for (const lyr::unit_transform *unit = *table->real_units; unit->n != 0; ++unit)
+            for (const bool backward : {false, true})
+                for (const bool in_place : {false, true})
+                    for (const int64_t shift : {0, 1, 3}) {
+                        SCOPED_TRACE(table->name);
+                        check_real_unit(*unit, backward, in_place, shift);
+                        if (testing::Test::HasFailure()) return;
+                    }
+    }
+}
+
+// Output p for an impulse at q is one root of unity: each coefficient of a butterfly by itself.
+void check_impulses(int64_t r, int64_t sign, double tolerance, auto transform) {
+    std::vector<double> in(static_cast<size_t>(2 * r)), out(in);
+    for (int64_t q = 0; q < r; ++q)
+        for (int64_t part = 0; part < 2; ++part) {
+            std::ranges::fill(in, 0.0);
+            in[static_cast<size_t>(2 * q + part)] = 1;
+            transform(in.data(), out.data());
+            for (int64_t p = 0; p < r; ++p) {
+                wide w = roots(r, sign)[static_cast<size_t>(p * q % r)];
+                if (part == 1) w = {-w.im, w.re};
+                const size_t at = static_cast<size_t>(2 * p);
+                const long double error = std::hypot(out[at] - w.re, out[at + 1] - w.im);
+                EXPECT_LE(static_cast<double>(error), tolerance)
+                    << "impulse at " << q << ", output " << p;
+            }
+        }
+}
+
+TEST(codelets, impulses) {
+    for_each_codelet([&](const codelet_table *, const codelet_set *set, int64_t r, int64_t sign) {
+        check_impulses(r, sign, 0x1p-52, [&](const double *in, double *out) {
+            set->direct_unit(out, in, 16, 16, nullptr);
+        });
     });
+    for (const codelet_table *table : all_tables())
+        for (const lyr::unit_transform *const *list : table->units)
+            for (const lyr::unit_transform *unit = *list; unit->n != 0; ++unit)
+                for (const int64_t sign : {-1, +1}) {
+                    SCOPED_TRACE(std::string(table->name) + " " + std::to_string(unit->n));
+                    // Up to three roots are multiplied.
+                    check_impulses(unit->n, sign, 0x1p-51, [&](double *in, double *out) {
+                        unit->run[sign == +1](nullptr, in, out);
+                    });
+                }
 }
 
 // Row lengths around all vector widths and their tails; long powers of two are walked in an order

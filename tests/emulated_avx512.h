@@ -65,6 +65,29 @@ LYR_EMULATED __m512d lyr_permute(__m512d a) {
                     _mm256_permute_pd(lyr_half(a, 1), Control >> 4));
 }
 
+LYR_EMULATED __m512d lyr_broadcast(__m128d a) {
+    return __m512d{a[0], a[1], a[0], a[1], a[0], a[1], a[0], a[1]};
+}
+// Quarters of a, then of b: two bits of the immediate operand for each.
+template <int Control>
+LYR_EMULATED __m512d lyr_shuffle_quarters(__m512d a, __m512d b) {
+    constexpr int p = 2 * (Control & 3), q = 2 * (Control >> 2 & 3), r = 8 + 2 * (Control >> 4 & 3),
+                  s = 8 + 2 * (Control >> 6 & 3);
+    return __builtin_shufflevector(a, b, p, p + 1, q, q + 1, r, r + 1, s, s + 1);
+}
+LYR_EMULATED __m512d lyr_maskz_loadu(int mask, const void *from) {
+    const double *p = static_cast<const double *>(from);
+    __m512d x = lyr_set1(0);
+    for (int j = 0; j < 8; ++j)
+        if (mask >> j & 1) x[j] = p[j];
+    return x;
+}
+LYR_EMULATED void lyr_mask_storeu(void *to, int mask, __m512d a) {
+    double *p = static_cast<double *>(to);
+    for (int j = 0; j < 8; ++j)
+        if (mask >> j & 1) p[j] = a[j];
+}
+
 #define _mm512_add_pd(a, b) ((__m512d)((a) + (b)))
 #define _mm512_sub_pd(a, b) ((__m512d)((a) - (b)))
 #define _mm512_mul_pd(a, b) ((__m512d)((a) * (b)))
@@ -85,3 +108,11 @@ LYR_EMULATED __m512d lyr_permute(__m512d a) {
 #define _mm512_permutexvar_pd(indices, a) lyr_permutex2var(a, indices, a)
 #define _mm512_unpackhi_pd lyr_unpackhi
 #define _mm512_unpacklo_pd lyr_unpacklo
+#define _mm512_setzero_pd() lyr_set1(0)
+#define _mm512_castpd512_pd128(a) _mm256_castpd256_pd128(lyr_half(a, 0))
+#define _mm512_zextpd256_pd512(a) lyr_join(a, _mm256_setzero_pd())
+#define _mm512_zextpd128_pd512(a) _mm512_zextpd256_pd512(_mm256_zextpd128_pd256(a))
+#define _mm512_broadcast_f64x2(a) lyr_broadcast(a)
+#define _mm512_shuffle_f64x2(a, b, control) lyr_shuffle_quarters<control>(a, b)
+#define _mm512_maskz_loadu_pd lyr_maskz_loadu
+#define _mm512_mask_storeu_pd lyr_mask_storeu

@@ -144,7 +144,7 @@ bool is_smooth(int kind, int64_t n) {
 
 double error_bound(int kind, int64_t n) {
     // Few roundings vary more: the measure is an average over the outputs.
-    if (n < 32) return 2.0;
+    if (n < 40) return 2.0;
     const bool smooth = is_smooth(kind, n);
     switch (kind) {
         case LYR_FFT_REDFT00:

@@ -33,6 +33,13 @@ void execute_many_direct(const plan *p, double *in, double *out, double *) {
     codelet(in, is, idist, out, os, odist, h);
 }
 
+// Those without gaps.
+void execute_many_dense(const plan *p, double *in, double *out, double *) {
+    const dense_batch *batch;
+    memcpy(&batch, p->solver_words, sizeof batch);
+    batch->run[p->sign != -1](in, out, p->howmany_dims[0].n);
+}
+
 // From this size on a batch streams through the second-level cache.
 constexpr int64_t far_bytes = 256 << 10;
 constexpr int64_t line_bytes = 64;
@@ -68,14 +75,46 @@ void execute_many_far(const plan *p, double *in, double *out, double *scratch) {
     }
 }
 
+// The same for short transforms: what is called for is further ahead than the next one.
+constexpr int64_t ahead_bytes = 2 << 10;
+
+void execute_many_far_units(const plan *p, double *in, double *out, double *scratch) {
+    const plan *child = p->children;
+    const executor run = child->execute_fn;
+    const int64_t bytes = p->dims[0].n * 16, ahead = (ahead_bytes + bytes - 1) / bytes;
+    const int64_t in_step = p->howmany_dims[0].is * 16, out_step = p->howmany_dims[0].os * 16;
+    for (int64_t i = 0; i < p->howmany_dims[0].n; ++i) {
+        call_for<access::read>(advance(in, ahead * in_step), bytes);
+        if (in != out) call_for<access::write>(advance(out, ahead * out_step), bytes);
+        run(child, in, out, scratch);
+        in = advance(in, in_step);
+        out = advance(out, out_step);
+    }
+}
+
+// Transforms shorter than a few vectors run with lanes along the batch.
+constexpr int64_t longest_across_batch = 12;
+
 // Batches of complex transforms that need not be called one by one. The child is solved.
 void choose_executor(plan *p) {
     const plan *child = p->children;
     const auto [n, is, os] = p->dims[0];
     const auto [h, idist, odist] = p->howmany_dims[0];
-    if (strcmp(child->solver_name, "solve_problem_dft_direct") == 0) {
+    const bool unit = strcmp(child->solver_name, "solve_problem_dft_unit") == 0;
+    const codelet_set *codelets = codelets_for(p, n);
+    const dense_batch *dense = dense_batch_for(n);
+    if (dense && unit && idist == n && odist == n) {
+        memcpy(p->solver_words, &dense, sizeof dense);
+        p->execute_fn = execute_many_dense;
+        p->execute_name = "execute_many_dense";
+    } else if (unit && (n > longest_across_batch || !codelets)) {
+        if (h > far_bytes / 16 / n) {
+            p->execute_fn = execute_many_far_units;
+            p->execute_name = "execute_many_far_units";
+        }
+    } else if (codelets && (unit || strcmp(child->solver_name, "solve_problem_dft_direct") == 0)) {
         if (idist == 0 || odist == 0) return;  // on the same arrays, one after another
-        const many_codelet codelet = codelets_for(p, n)->direct_many;
+        const many_codelet codelet = codelets->direct_many;
         memcpy(p->solver_words, &codelet, sizeof codelet);
         p->execute_fn = execute_many_direct;
         p->execute_name = "execute_many_direct";

@@ -139,7 +139,7 @@ int solve_problem_dft_many_transpose_rotate(plan *p) {
     child->howmany_rank = 1;
     child->howmany_dims[0] = {1, 1, 1};
     child->nthreads = 1;
-    if (const int32_t status = plan_solve(child)) return status;
+    if (const int32_t status = plan_solve_in_stages(child)) return status;
 
     const slab_stages list = slab_stages_of(child);
     const int64_t n = p->dims[0].n, together = walked_together(n);

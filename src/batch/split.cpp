@@ -150,7 +150,8 @@ bool rows_come_first(const plan *q) {
     if (strcmp(q->execute_name, "execute_multidimension") != 0) return false;
     const plan *loop = q->children;
     return strcmp(loop->solver_name, "solve_problem_dft_many") == 0 && loop->howmany_rank == 1 &&
-           strcmp(loop->children->solver_name, "solve_problem_dft_direct") != 0;
+           strcmp(loop->children->solver_name, "solve_problem_dft_direct") != 0 &&
+           strcmp(loop->children->solver_name, "solve_problem_dft_unit") != 0;
 }
 
 void transform_rows(const plan *p, int first, const plan *q, double *re, double *im, double *buffer,
@@ -270,7 +271,7 @@ int solve_problem_dft_split(plan *p) {
     p->children = plan_alloc_children(1);
     if (!p->children) return -1;
     make_child(p->children, p);
-    if (const int32_t status = plan_solve(p->children)) return status;
+    if (const int32_t status = plan_solve_in_stages(p->children)) return status;
     choose_executor(p);
     return 0;
 }

@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include "planner/executor.h"
+
 namespace lyr {
 
 // One pass of a stage sequence. Before the stage the data is a matrix of L rows of r*m complex
@@ -119,6 +121,26 @@ struct real_set;       // codelets/real.h
 inline constexpr int max_radix = 37;
 inline constexpr int64_t max_lanes = 4;
 
+// One whole transform of n numbers, strides 1, as an executor that does not look at its plan:
+// forward, backward. All inputs are loaded before any output is stored.
+struct unit_transform {
+    int64_t n;
+    executor run[2];
+};
+
+// h transforms of n numbers one after another without gaps, in and out: forward, backward. out may
+// be in. Some neighbouring transforms are loaded before the first of them is stored.
+struct dense_batch {
+    int64_t n;
+    void (*run[2])(const double *in, double *out, int64_t h);
+};
+
+// Lists of unit transforms, each ending with n = 0: two of transforms in registers, and primes.
+inline constexpr int unit_lists = 3, list_of_primes = 2;
+
+// Primes above these have coefficients that leave a first-level cache of 32 KiB.
+inline constexpr int64_t longest_prime_in_32k = 61, longest_real_prime_in_32k = 73;
+
 // Everything one vector target provides.
 struct codelet_table {
     const char *name;
@@ -128,6 +150,9 @@ struct codelet_table {
     // rows of an incomplete group follow in plain order. For middle stages see has_ready_rows.
     int64_t lanes;
     const codelet_set *sets[2][max_radix];  // [0 forward, 1 backward][length - 1], null: none
+    const unit_transform *const *units[unit_lists];
+    const dense_batch *const *dense_batches;  // a list that ends with n = 0
+    const unit_transform *const *real_units;  // real to complex, complex to real
     product_set products;
     split_set splits;
     const real_pass_set *real_passes;

@@ -31,6 +31,7 @@ namespace {
 constexpr int max_tables = 3;
 const codelet_table *supported[max_tables + 1];
 const codelet_table *active;
+int64_t longest_prime, longest_real_prime;  // among the unit transforms that are used
 
 [[maybe_unused]] void refuse_processor() {
     static const char text[] = "FFT: The software is running into an error, please check CPU ID.\n";
@@ -54,6 +55,9 @@ __attribute__((constructor(101))) void select_table() {
 #endif
     *next++ = &generic128::table;
     active = supported[0];
+    const bool small_cache = sysconf(_SC_LEVEL1_DCACHE_SIZE) <= 32 << 10;
+    longest_prime = small_cache ? longest_prime_in_32k : INT64_MAX;
+    longest_real_prime = small_cache ? longest_real_prime_in_32k : INT64_MAX;
 }
 
 const codelet_set *lookup(const plan *p, int64_t n) {
@@ -75,6 +79,28 @@ void set_active_table(const codelet_table *table) {
 
 const codelet_set *codelets_for(const plan *p, int64_t n) {
     return lookup(p, n);
+}
+
+executor unit_transform_for(const plan *p, int64_t n) {
+    for (int list = 0; list < unit_lists; ++list) {
+        if (list == list_of_primes && n > longest_prime) continue;
+        for (const unit_transform *unit = *active->units[list]; unit->n != 0; ++unit)
+            if (unit->n == n) return unit->run[p->sign != -1];
+    }
+    return nullptr;
+}
+
+const dense_batch *dense_batch_for(int64_t n) {
+    for (const dense_batch *batch = *active->dense_batches; batch->n != 0; ++batch)
+        if (batch->n == n) return batch;
+    return nullptr;
+}
+
+executor real_unit_transform_for(const plan *p, int64_t n) {
+    if (n > longest_real_prime) return nullptr;
+    for (const unit_transform *unit = *active->real_units; unit->n != 0; ++unit)
+        if (unit->n == n) return unit->run[p->kind == kind_c2r];
+    return nullptr;
 }
 
 stage_codelet codelet_first_stage(const plan *p, int64_t n) {

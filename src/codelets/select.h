@@ -21,6 +21,17 @@ void set_active_table(const codelet_table *table);
 // The codelets of length n for the direction of the plan, or null.
 const codelet_set *codelets_for(const plan *p, int64_t n);
 
+// The transform of n numbers with strides 1 in the direction of the plan, or null. (Primes whose
+// coefficients the processor's first-level cache cannot hold count as missing.)
+executor unit_transform_for(const plan *p, int64_t n);
+
+// Batches of n numbers without gaps, or null.
+const dense_batch *dense_batch_for(int64_t n);
+
+// Between n real numbers and n/2+1 complex ones, strides 1, in the direction of the plan's kind, or
+// null.
+executor real_unit_transform_for(const plan *p, int64_t n);
+
 // Lookups by length; null for n without a codelet. Any sign but -1 is backward.
 stage_codelet codelet_first_stage(const plan *p, int64_t n);
 stage_codelet codelet_middle_stage(const plan *p, int64_t n);

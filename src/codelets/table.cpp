@@ -108,6 +108,9 @@ void part_rows(double *re, double *im, int64_t out_row, const double *in, int64_
 
 }  // namespace
 
+extern const unit_transform *const units_2_30, *const units_32_144, *const prime_units,
+                                                                        *const real_units;
+extern const dense_batch *const dense_batches;
 extern const real_pass_set real_passes;
 extern const r2r_pass_set r2r_passes;
 extern const real_set reals;
@@ -115,6 +118,9 @@ extern const codelet_table table;
 const codelet_table table = {LYR_TEXT(LYR_ISA),
                              vec::lanes,
                              {LYR_ROW(forward), LYR_ROW(backward)},
+                             {&units_2_30, &units_32_144, &prime_units},
+                             &dense_batches,
+                             &real_units,
                              {elements, rows},
                              {join, part, part_rows},
                              &real_passes,

@@ -82,6 +82,15 @@ void fill_filter(double *filter, const double *chirp, int64_t p, int64_t M) {
     }
 }
 
+// Exponents of W(1, 2p) of the conjugate chirp.
+template <int Sign>
+int64_t filter_exponent(const convolution *c, int64_t k) {
+    const int64_t j = k < c->p ? k : c->M - k, N = 2 * c->p;
+    if (j >= c->p) return -1;
+    const int64_t square = j * j % N;
+    return Sign < 0 || square == 0 ? square : N - square;
+}
+
 // ---- The length of the convolution --------------------------------------------------------------
 
 // Found to be fast, shorter and longer ones.
@@ -170,7 +179,9 @@ int solve_problem_c2c_1d_bluestein(plan *p) {
     c->run = c->list.count ? run_side_by_side : run_one_by_one;
     fill_chirp(chirp, size, p->sign == -1 ? -1 : +1);
     fill_filter(filter, chirp, size, M);
-    return convolution_finish(p, filter, "execute_1d_prime_bluestein",
+    const filter_roots exact = {2 * size, static_cast<double>(M),
+                                p->sign == -1 ? filter_exponent<-1> : filter_exponent<+1>};
+    return convolution_finish(p, filter, exact, "execute_1d_prime_bluestein",
                               "execute_1d_prime_bluestein_discrete");
 }
 

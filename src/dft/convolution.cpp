@@ -4,6 +4,7 @@
 
 #include "api/memory.h"
 #include "dft/twiddle.h"
+#include "dft/wide.h"
 
 namespace lyr {
 
@@ -74,6 +75,17 @@ int64_t choose_width(int64_t M, int64_t m, bool side_by_side) {
     return width < m ? width : m;
 }
 
+// Longer filters would take longer to plan than is worth it.
+constexpr int64_t longest_precise = 2048;
+
+// The filter's spectrum, correctly rounded but for rare cases.
+bool compute_spectrum(const convolution *c, const filter_roots &exact, double *spectrum) {
+    if (!has_wide_numbers || c->M > longest_precise) return false;
+    int64_t exponents[longest_precise];
+    for (int64_t k = 0; k < c->M; ++k) exponents[k] = exact.exponent(c, k);
+    return wide_spectrum_of_roots(spectrum, exponents, exact.N, c->M, exact.divisor);
+}
+
 // The filter's spectrum, in place. Its error would be a quarter of that of every result: the mean
 // of the spectra of a few rotations of the filter, whose rounding errors are independent, has half
 // of it.
@@ -139,7 +151,7 @@ convolution *convolution_begin(plan *p, const int64_t *factors, int count, int64
     child->rank = 1;
     child->dims[0] = {M, 1, 1};
     child->howmany_rank = 0;
-    if ((*status = plan_solve(child)) != 0) return nullptr;
+    if ((*status = m == 1 ? plan_solve(child) : plan_solve_in_stages(child)) != 0) return nullptr;
 
     *status = -1;
     c->list = slab_stages_of(child);
@@ -153,9 +165,10 @@ convolution *convolution_begin(plan *p, const int64_t *factors, int count, int64
     return c;
 }
 
-int32_t convolution_finish(plan *p, double *filter, const char *unit_name,
-                           const char *general_name) {
-    if (!transform_filter(p, convolution_of(p), filter)) return -1;
+int32_t convolution_finish(plan *p, double *filter, const filter_roots &exact,
+                           const char *unit_name, const char *general_name) {
+    const convolution *c = convolution_of(p);
+    if (!compute_spectrum(c, exact, filter) && !transform_filter(p, c, filter)) return -1;
     p->execute_fn = unit_strides(p) ? execute_unit : execute_general;
     p->execute_name = unit_strides(p) ? unit_name : general_name;
     return 0;

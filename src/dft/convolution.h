@@ -44,9 +44,17 @@ struct convolution {
 convolution *convolution_begin(plan *p, const int64_t *factors, int count, int64_t M, int64_t room,
                                int32_t *status);
 
+// What the filter is: element k is W(exponent(k), N)/divisor, or zero where the exponent is
+// negative. Exact, so that its spectrum can be computed in more than double precision.
+struct filter_roots {
+    int64_t N;
+    double divisor;
+    int64_t (*exponent)(const convolution *, int64_t k);
+};
+
 // Transforms the filter in place and sets the executor. 0, or -1 when memory runs out.
-int32_t convolution_finish(plan *p, double *filter, const char *unit_name,
-                           const char *general_name);
+int32_t convolution_finish(plan *p, double *filter, const filter_roots &exact,
+                           const char *unit_name, const char *general_name);
 
 // Forward transforms of the vectors of `width` blocks.
 void convolution_transform(const plan *p, const convolution *c, double *vectors, int64_t width);

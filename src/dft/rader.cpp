@@ -104,6 +104,13 @@ void fill_tables(uint32_t *powers, double *filter, int64_t p, int64_t sign) {
     root_source_release(&roots);
 }
 
+// Exponents of W(1, p) for sign +1 and -1: g^-k is g^(p-1-k).
+template <int Sign>
+int64_t filter_exponent(const convolution *c, int64_t k) {
+    const int64_t power = c->powers[k == 0 ? 0 : c->M - k];
+    return Sign > 0 ? power : c->p - power;
+}
+
 }  // namespace
 
 int64_t mod_multiply(int64_t a, int64_t b, int64_t q) {
@@ -171,7 +178,9 @@ int solve_problem_c2c_1d_rader(plan *p) {
     c->powers = powers;
     c->run = c->list.count ? run_side_by_side : run_one_by_one;
     fill_tables(powers, filter, prime, p->sign == -1 ? -1 : +1);
-    return convolution_finish(p, filter, "execute_1d_rader", "execute_1d_rader_discrete");
+    const filter_roots exact = {prime, static_cast<double>(M),
+                                p->sign == -1 ? filter_exponent<-1> : filter_exponent<+1>};
+    return convolution_finish(p, filter, exact, "execute_1d_rader", "execute_1d_rader_discrete");
 }
 
 }  // namespace lyr

@@ -5,6 +5,7 @@
 
 #include "api/memory.h"
 #include "dft/twiddle.h"
+#include "planner/registry.h"
 
 namespace lyr {
 
@@ -149,6 +150,21 @@ slab_stages slab_stages_of(const plan *p) {
         list.stages = stages_of(p->aux).stages;
     }
     return list;
+}
+
+int32_t plan_solve_in_stages(plan *p) {
+    const int64_t n = p->dims[0].n;
+    const bool single = p->howmany_rank == 0 || (p->howmany_rank == 1 && p->howmany_dims[0].n == 1);
+    if (p->kind == kind_complex && p->rank == 1 && single && unit_transform_for(p, n) &&
+        !codelets_for(p, n)) {
+        p->howmany_rank = 0;
+        if (solve_problem_c2c_1d(p) == 0) {
+            p->solver_name = "solve_problem_c2c_1d";
+            return 0;
+        }
+        plan_clear(p);
+    }
+    return plan_solve(p);
 }
 
 void rotate_rows(double *rows, int64_t row, int64_t width, int64_t n, int64_t r, int64_t lanes,

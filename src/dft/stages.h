@@ -43,6 +43,10 @@ struct slab_stages {
 };
 slab_stages slab_stages_of(const plan *p);
 
+// As plan_solve, for a child whose stages are wanted: also where a shorter way than by stages
+// exists for one transform.
+int32_t plan_solve_in_stages(plan *p);
+
 // Puts the rows of a last stage's twiddle table, radix r, into the order that split_last takes: of
 // each 2*lanes rows the even ones in one group, the odd ones in the next.
 void alternate_rows(double *table, int64_t r, int64_t L, int64_t lanes);

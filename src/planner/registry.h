@@ -14,7 +14,7 @@ struct registry_entry {
     const char *name;
 };
 
-inline constexpr int registry_size = 39;
+inline constexpr int registry_size = 41;
 extern const registry_entry registry[registry_size];
 
 // Mostly one function per file, which is named for it; see registry.cpp for what each accepts.
@@ -29,6 +29,7 @@ int solve_bufferized_problem(plan *p);
 int solve_indirect_problem(plan *p);
 int solve_problem_dft_many_transpose(plan *p);
 int solve_problem_dft_many_post_transpose(plan *p);
+int solve_problem_real_unit(plan *p);
 int solve_problem_r2c_1d_direct(plan *p);
 int solve_problem_r2c_many_direct(plan *p);
 int solve_problem_c2r_direct(plan *p);
@@ -40,6 +41,7 @@ int solve_problem_c2r_many(plan *p);
 int solve_problem_r2c_many(plan *p);
 int solve_problem_r2hc_many(plan *p);
 int solve_problem_dft_many(plan *p);
+int solve_problem_dft_unit(plan *p);
 int solve_problem_c2c_1d_rader(plan *p);
 int solve_problem_c2c_1d_bluestein(plan *p);
 int solve_problem_c2c_1d_large(plan *p);

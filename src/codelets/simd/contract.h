@@ -25,6 +25,24 @@
 //   store_split_alternating(p, re, im)
 //                                 the parts of the lanes numbers at p and of these, in turns
 //
+// Vectors of several lanes also have
+//
+//   load_first<N>(p) store_first<N>(p)
+//                                 N of the lanes; loaded ones are followed by zeros
+//   zero()   repeat(p)            the complex number at p in all lanes
+//   spread(p)   first_lane(a)     the real number at p in all parts; lane 0
+//   transpose(x)                  an array of `lanes` vectors: number j of vector i becomes number
+//   i
+//                                 of vector j
+//   reversed_first<N>(a)          the first N lanes in opposite order; the others are undefined
+//   exchanged(a)                  real and imaginary parts in each other's places
+//   fma_parts(a, b, p)            a + b with each part multiplied by the number at its place from p
+//   lane_sum(a)                   the sum of the lanes, one complex number
+//   V::sum_and_difference(p, q)   the numbers *p + *q (real part) and *p - *q in all lanes
+//   store_mirrored<N>(p, q)       of the first N lanes real plus imaginary part to p, and real
+//   minus
+//                                 imaginary part to q in opposite order
+//
 // Targets define `vec` (native width), `vec1` (one complex number) and `vec_half` (half of vec, at
 // least vec1), and `accesses_per_pointer`: how many steps from a pointer addressing reaches with
 // registers to spare (see stream).

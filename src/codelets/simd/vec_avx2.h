@@ -114,6 +114,39 @@ struct vec2 {
         return {v};
     }
     LYR_INLINE void store(double *p) const { _mm256_storeu_pd(p, v); }
+    LYR_INLINE static vec2 zero() { return {_mm256_setzero_pd()}; }
+    template <int N>
+    LYR_INLINE static vec2 load_first(const double *p) {
+        if constexpr (N == 2) return load(p);
+        if constexpr (N == 1) return {_mm256_zextpd128_pd256(_mm_loadu_pd(p))};
+    }
+    template <int N>
+    LYR_INLINE void store_first(double *p) const {
+        if constexpr (N == 2) store(p);
+        if constexpr (N == 1) _mm_storeu_pd(p, _mm256_castpd256_pd128(v));
+    }
+    LYR_INLINE static vec2 repeat(const double *p) {
+        return {_mm256_broadcast_pd(reinterpret_cast<const __m128d *>(p))};
+    }
+    LYR_INLINE static vec2 spread(const double *p) { return {_mm256_broadcast_sd(p)}; }
+    LYR_INLINE vec1 first_lane() const { return {_mm256_castpd256_pd128(v)}; }
+    LYR_INLINE static vec2 sum_and_difference(const double *p, const double *q) {
+        return {_mm256_fmsubadd_pd(_mm256_broadcast_sd(p), _mm256_set1_pd(1.0),
+                                   _mm256_broadcast_sd(q))};
+    }
+    template <int N>
+    LYR_INLINE void store_mirrored(double *p, double *q) const {
+        const __m128d x = _mm256_castpd256_pd128(v), y = _mm256_extractf128_pd(v, 1);
+        const __m128d a = _mm_unpacklo_pd(x, y), b = _mm_unpackhi_pd(x, y);
+        const __m128d sum = _mm_add_pd(a, b), d = _mm_sub_pd(a, b);
+        if constexpr (N == 2) {
+            _mm_storeu_pd(p, sum);
+            _mm_storeu_pd(q, _mm_permute_pd(d, 1));
+        } else {
+            _mm_storel_pd(p, sum);
+            _mm_storel_pd(q, d);
+        }
+    }
     LYR_INLINE static vec2 gather(const double *p, int64_t s) {
         return {
             _mm256_insertf128_pd(_mm256_castpd128_pd256(_mm_loadu_pd(p)), _mm_loadu_pd(p + s), 1)};
@@ -191,6 +224,25 @@ LYR_INLINE vec2 cmul(vec2 a, vec2::tw w) {
 }
 LYR_INLINE vec2 reversed(vec2 a) {
     return {_mm256_permute2f128_pd(a.v, a.v, 1)};
+}
+LYR_INLINE void transpose(vec2 (&x)[2]) {
+    const __m256d a = _mm256_permute2f128_pd(x[0].v, x[1].v, 0x20);
+    x[1].v = _mm256_permute2f128_pd(x[0].v, x[1].v, 0x31);
+    x[0].v = a;
+}
+template <int N>
+LYR_INLINE vec2 reversed_first(vec2 a) {
+    if constexpr (N == 1) return a;
+    return reversed(a);
+}
+LYR_INLINE vec2 exchanged(vec2 a) {
+    return {swapped(a)};
+}
+LYR_INLINE vec2 fma_parts(vec2 a, vec2 b, const double *s) {
+    return {_mm256_fmadd_pd(b.v, _mm256_loadu_pd(s), a.v)};
+}
+LYR_INLINE vec1 lane_sum(vec2 a) {
+    return {_mm_add_pd(_mm256_castpd256_pd128(a.v), _mm256_extractf128_pd(a.v, 1))};
 }
 LYR_INLINE vec2 add_conj(vec2 a, vec2 b) {
     return {_mm256_fmadd_pd(b.v, _mm256_setr_pd(1, -1, 1, -1), a.v)};

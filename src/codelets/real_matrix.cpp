@@ -1,0 +1,26 @@
+#include "codelets/kernel/real_matrix.h"
+
+namespace lyr::LYR_ISA {
+namespace {
+
+// Where nothing else is faster, measured. Powers of two have codelets; longer products go by way of
+// complex numbers.
+template <class V>
+constexpr const unit_transform *choose() {
+    if constexpr (V::lanes == 4)
+        return real_matrices<V, 3, 5, 6, 7, 9, 10, 11, 12, 13, 14, 15, 17, 18, 19, 20, 21, 22, 23,
+                             24, 25, 26, 27, 28, 29, 30, 31, 33, 35, 37, 39, 41, 43, 45, 47, 49, 51,
+                             53, 55, 57, 59, 61, 63, 67, 71, 73, 79, 83, 89, 97, 101>;
+    if constexpr (V::lanes == 2)
+        return real_matrices<V, 3, 5, 6, 7, 9, 10, 11, 12, 13, 14, 15, 17, 18, 19, 20, 21, 22, 23,
+                             24, 25, 26, 27, 28, 29, 30, 31, 33, 35, 37, 39, 41, 43, 45, 47, 49, 51,
+                             53, 55, 57, 59, 61, 67, 71, 73>;
+    return real_matrices<V>;
+}
+
+}  // namespace
+
+extern const unit_transform *const real_units;
+constinit const unit_transform *const real_units = choose<vec>();
+
+}  // namespace lyr::LYR_ISA
