@@ -2,14 +2,15 @@
 // output multiplied by a root of the whole transform on its way to memory. Walked in slabs like
 // other interleaved batches; the last stage rotates.
 //
-// aux is the parent's rotation table. Child 0 is one unit-stride transform; its stage list is what
-// a slab walks. A child without one (its own transform is long) runs on one column at a time.
+// aux is the parent's rotation table. Child 0 transforms a slab of columns; its stage list is what
+// all slabs walk. Where columns are long, children run on one column at a time instead.
 //
 // Slabs are dealt out to the threads. Each has its part of work, and a child of its own where
 // children are run.
 #include <cstring>
 
 #include "api/memory.h"
+#include "batch/slab_batch.h"
 #include "dft/four_step.h"
 #include "dft/stages.h"
 #include "planner/registry.h"
@@ -85,6 +86,11 @@ void rotate_columns(const plan *p, const double *in, double *out, int64_t thread
     }
 }
 
+// Longer columns run one by one. Measured.
+int64_t longest_slab(int64_t lanes) {
+    return lanes == 2 ? 2048 : 16384;
+}
+
 int64_t column_count(const plan *p) {
     return p->howmany_rank ? p->howmany_dims[0].n : 1;
 }
@@ -123,13 +129,29 @@ int solve_problem_dft_many_transpose_rotate(plan *p) {
     if (p->kind != kind_rotated_batch || p->rank != 1 || p->howmany_rank > 1) return -1;
     if (p->howmany_dims[0].is != 1 || p->howmany_dims[0].os != 1) return -1;
 
+    const int64_t n = p->dims[0].n, together = walked_together(n);
     p->nthreads = p->nthreads > 1 ? threads_for_plan(p->nthreads) : 1;
     const int64_t threads = chunks_of(slab_count(p), p->nthreads, 1).count;
     p->nchildren = static_cast<int32_t>(threads);
     p->children = plan_alloc_children(threads);
     if (!p->children) return -1;
     slab_stages list = {};
-    for (int64_t i = 0; i < threads; ++i) {
+    if (n < longest_slab(active_table()->lanes) && part_above_37(n) == 1) {
+        // The slabs' transforms without the rotation, for the sake of their stages.
+        plan *child = p->children;
+        plan_copy_problem(child, p);
+        child->kind = kind_complex;
+        child->dims[0] = {n, together, together};
+        child->howmany_rank = 1;
+        child->howmany_dims[0] = {together, 1, 1};
+        child->in = child->out;
+        child->nthreads = 1;
+        if (const int32_t status = plan_solve(child)) return status;
+        slab_batch batch;
+        if (get_slab_batch(child, &batch)) list = batch.list;
+        p->nchildren = 1;
+    }
+    for (int64_t i = 0; i < threads && !list.count; ++i) {
         plan *child = p->children + i;
         plan_copy_problem(child, p);
         child->kind = kind_complex;
@@ -138,14 +160,8 @@ int solve_problem_dft_many_transpose_rotate(plan *p) {
         child->howmany_dims[0] = {1, 1, 1};
         child->nthreads = 1;
         if (const int32_t status = plan_solve(child)) return status;
-        list = slab_stages_of(child);
-        if (list.count) {  // which all threads walk
-            p->nchildren = 1;
-            break;
-        }
     }
 
-    const int64_t n = p->dims[0].n, together = walked_together(n);
     const int64_t scratch = list.count ? slab_scratch(n, together, list.count) : n * together;
     const bookkeeping b = {list, active_table()->lanes, scratch};
     memcpy(p->solver_words, &b, sizeof b);

@@ -123,9 +123,11 @@ constexpr bool has_plain_groups(int64_t lanes, int64_t r, int64_t L) {
     return may_have_plain_groups(lanes, r) && 32 * L * (r - 1) > longest_ready;
 }
 
-struct real_pass_set;  // codelets/real_pass.h
-struct r2r_pass_set;   // codelets/r2r_pass.h
-struct real_set;       // codelets/real.h
+struct real_pass_set;   // codelets/real_pass.h
+struct r2r_pass_set;    // codelets/r2r_pass.h
+struct real_set;        // codelets/real.h
+struct stage_costs;     // codelets/stage_costs.h
+struct stage_pair_set;  // codelets/stage_pairs.h
 
 inline constexpr int max_radix = 37;
 inline constexpr int64_t max_lanes = 4;
@@ -145,6 +147,8 @@ struct codelet_table {
     const real_pass_set *real_passes;
     const r2r_pass_set *r2r_passes;
     const real_set *reals;
+    const stage_costs *costs;      // null: the radices of stages are those of factorize_size
+    const stage_pair_set *paired;
 };
 
 }  // namespace lyr

@@ -3,6 +3,8 @@
 #include LYR_ISA_HEADER
 
 #include "codelets/codelet.h"
+#include "codelets/stage_costs.h"
+#include "codelets/stage_pairs.h"
 
 #define LYR_TEXT_(x) #x
 #define LYR_TEXT(x) LYR_TEXT_(x)
@@ -111,6 +113,7 @@ void part_rows(double *re, double *im, int64_t out_row, const double *in, int64_
 extern const real_pass_set real_passes;
 extern const r2r_pass_set r2r_passes;
 extern const real_set reals;
+extern const stage_pair_set stage_pairs;
 extern const codelet_table table;
 const codelet_table table = {LYR_TEXT(LYR_ISA),
                              vec::lanes,
@@ -119,6 +122,8 @@ const codelet_table table = {LYR_TEXT(LYR_ISA),
                              {join, part, part_rows},
                              &real_passes,
                              &r2r_passes,
-                             &reals};
+                             &reals,
+                             fitted_costs<vec::lanes>,
+                             &stage_pairs};
 
 }  // namespace lyr::LYR_ISA

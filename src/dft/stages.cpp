@@ -151,7 +151,8 @@ slab_stages slab_stages_of(const plan *p) {
     if (strcmp(p->execute_name, "execute_1d_two_stages") == 0) {
         list.count = 2;
         list.stages = two_stages_of(p->aux);
-    } else if (strcmp(p->execute_name, "execute_1d") == 0 && p->nchildren == 0) {
+    } else if ((strcmp(p->execute_name, "execute_1d") == 0 && p->nchildren == 0) ||
+               strcmp(p->execute_name, "execute_1d_paired") == 0) {
         list.count = stages_of(p->aux).count;
         list.stages = stages_of(p->aux).stages;
     }

@@ -5,8 +5,9 @@
 #include <cstdio>
 #include <cstring>
 
+#include "batch/slab_batch.h"
 #include "codelets/select.h"
-#include "dft/factorize.h"
+#include "dft/stages.h"
 
 namespace lyr {
 
@@ -32,21 +33,25 @@ void append_dims(text &t, const char *separator, const lyr_fft_iodim64 *dims, in
                dims[k].os);
 }
 
-// In the order of the stages: a factor without a codelet comes first.
-void append_radices(text &t, int64_t n) {
-    int64_t factors[max_factors];
-    const int count = factorize_size(n, factors);
-    const int first = count > 1 && factors[count - 1] > max_radix ? count - 1 : 0;
-    for (int k = 0; k < count; ++k)
-        append(t, "%s%" PRId64, k ? "x" : ", radices ", factors[(first + k) % count]);
+// The stages that a plan runs by itself; a count of 0 when there are none.
+stage_list stages_in(const plan *p) {
+    if (p->kind != kind_complex || p->split == 1) return {0, nullptr};
+    const char *name = p->execute_name;
+    if (strcmp(name, "execute_many_transpose") == 0 ||
+        strcmp(name, "execute_many_post_transpose") == 0) {
+        slab_batch batch;
+        memcpy(&batch, p->solver_words, sizeof batch);
+        return {batch.list.count, const_cast<stage *>(batch.list.stages)};
+    }
+    if (strncmp(name, "execute_1d", 10) != 0) return {0, nullptr};
+    if (strcmp(name, "execute_1d") == 0 && p->nchildren != 0) return {0, nullptr};
+    if (strcmp(name, "execute_1d_two_stages") == 0) return {2, two_stages_of(p->aux)};
+    return stages_of(p->aux);
 }
 
-bool has_stages(const plan *p) {
-    if (p->kind == kind_r2c || p->kind == kind_c2r) return false;
-    if (strcmp(p->execute_name, "execute_1d") == 0) return p->nchildren == 0;
-    return strncmp(p->execute_name, "execute_1d", 10) == 0 ||
-           strcmp(p->execute_name, "execute_many_transpose") == 0 ||
-           strcmp(p->execute_name, "execute_many_post_transpose") == 0;
+void append_radices(text &t, const stage_list &list) {
+    for (int64_t s = 0; s < list.count; ++s)
+        append(t, "%s%" PRId64, s ? "x" : ", radices ", list.stages[s].r);
 }
 
 void describe(const plan *p, int depth, void (*line)(void *, int, const char *), void *context) {
@@ -65,7 +70,7 @@ void describe(const plan *p, int depth, void (*line)(void *, int, const char *),
         append(t, " * ");
         append_dims(t, " * ", p->howmany_dims, p->howmany_rank);
     }
-    if (has_stages(p)) append_radices(t, p->dims[0].n);
+    append_radices(t, stages_in(p));
     if (p->work_bytes) append(t, ", work %" PRIu64 " bytes", p->work_bytes);
     if (p->aux_bytes && p->aux_owned) append(t, ", tables %" PRIu64 " bytes", p->aux_bytes);
     line(context, depth, t.chars);
