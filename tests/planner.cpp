@@ -229,7 +229,7 @@ TEST(choice, solvers_and_executors) {
          "solve_problem_c2c_1d_bluestein/execute_1d_prime_bluestein_discrete(" TWO_STAGES ")"},
         {"ocf1763", "solve_problem_c2c_1d_bluestein/execute_1d_prime_bluestein(" STAGES ")"},
         {"ocf8000", STAGES},
-        {"ocf131072",
+        {"ocf262144",
          "solve_problem_c2c_1d_large/execute_c2c_1d_large("
          "solve_problem_dft_many_transpose_rotate/execute_many_transpose_rotate("
          "solve_problem_dft_many_transpose/execute_many_transpose) "
@@ -434,7 +434,7 @@ TEST(choice, number_theory) {
 }
 
 TEST(choice, two_passes_of_long_powers_of_two) {
-    constexpr int64_t longest_in_stages[][2] = {{1, 8192}, {2, 32768}, {4, 65536}};
+    constexpr int64_t longest_in_stages[][2] = {{1, 8192}, {2, 131072}, {4, 131072}};
     for (const auto &[lanes, n] : longest_in_stages) {
         for (const int64_t nthreads : {0, 1}) {
             EXPECT_FALSE(lyr::use_large_method(n, nthreads, lanes));

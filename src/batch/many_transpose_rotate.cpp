@@ -88,7 +88,7 @@ void rotate_columns(const plan *p, const double *in, double *out, int64_t thread
 
 // Longer columns run one by one. Measured.
 int64_t longest_slab(int64_t lanes) {
-    return lanes == 2 ? 2048 : 16384;
+    return lanes == 2 ? 4096 : 16384;
 }
 
 int64_t column_count(const plan *p) {

@@ -11,7 +11,7 @@ namespace lyr {
 bool use_large_method(int64_t n, int64_t nthreads, int64_t lanes) {
     if (n < 1 || (n & (n - 1)) != 0) return false;
     if (nthreads >= 2) return n > 1024;
-    return n > (lanes == 1 ? 8192 : lanes == 2 ? 32768 : 65536);
+    return n > (lanes == 1 ? 8192 : 131072);
 }
 
 int64_t split_large(int64_t n) {

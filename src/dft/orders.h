@@ -9,7 +9,7 @@
 namespace lyr {
 
 // Longer transforms are made of the radices that factorize_size finds.
-inline constexpr int64_t longest_modelled = 65536;
+inline constexpr int64_t longest_modelled = 131072;
 
 // What one stage of a transform of length n costs by the model, in about nanoseconds: modelled
 // radix number r, L and m as in the stage's descriptor. Linear in the costs, which bench/orders
