@@ -36,3 +36,19 @@ LYR_EMULATED __m512d lyr_emulated_fmaddsub(__m512d a, __m512d b, __m512d c) {
 LYR_EMULATED __m512d lyr_emulated_fmsubadd(__m512d a, __m512d b, __m512d c) {
     return lyr_emulated_fmaddsub(a, b, simde_mm512_sub_pd(simde_mm512_set1_pd(-0.0), c));
 }
+
+// Quarters of a, then of b: two bits of the immediate operand for each.
+template <int Control>
+LYR_EMULATED __m512d lyr_emulated_shuffle_quarters(__m512d a, __m512d b) {
+    double from[16], to[8];
+    simde_mm512_storeu_pd(from, a);
+    simde_mm512_storeu_pd(from + 8, b);
+    for (int i = 0; i < 4; ++i) {
+        const int quarter = (Control >> 2 * i & 3) + (i < 2 ? 0 : 4);
+        to[2 * i] = from[2 * quarter];
+        to[2 * i + 1] = from[2 * quarter + 1];
+    }
+    return simde_mm512_loadu_pd(to);
+}
+#undef _mm512_shuffle_f64x2
+#define _mm512_shuffle_f64x2(a, b, control) lyr_emulated_shuffle_quarters<control>(a, b)
