@@ -1,4 +1,5 @@
 // The parts of the planner: dimension records, factors, roots of unity, the choice of solvers.
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstring>
@@ -12,6 +13,7 @@
 #include "dft/bluestein.h"
 #include "dft/c2c_1d_large.h"
 #include "dft/factorize.h"
+#include "dft/orders.h"
 #include "dft/rader.h"
 #include "dft/twiddle.h"
 #include "planner/registry.h"
@@ -236,9 +238,10 @@ TEST(choice, solvers_and_executors) {
          "solve_problem_c2c_1d_bluestein/execute_1d_prime_bluestein_discrete(" TWO_STAGES ")"},
         {"ocf1763", "solve_problem_c2c_1d_bluestein/execute_1d_prime_bluestein(" STAGES ")"},
         {"ocf8000", STAGES},
-        {"ocf16384",
+        {"ocf262144",
          "solve_problem_c2c_1d_large/execute_c2c_1d_large("
-         "solve_problem_dft_many_transpose_rotate/execute_many_transpose_rotate(" TWO_STAGES ") "
+         "solve_problem_dft_many_transpose_rotate/execute_many_transpose_rotate("
+         "solve_problem_dft_many_transpose/execute_many_transpose) "
          "solve_problem_dft_many_post_transpose/execute_many_post_transpose)"},
         {"ocf16384:2:1", "solve_problem_c2c_1d/execute_1d_discrete"},
         {"ocf100:1:40*40:100:1",
@@ -565,13 +568,17 @@ TEST(choice, number_theory) {
 }
 
 TEST(choice, two_passes_of_long_powers_of_two) {
-    for (const int64_t nthreads : {0, 1}) {
-        EXPECT_FALSE(lyr::use_large_method(8192, nthreads));
-        EXPECT_TRUE(lyr::use_large_method(16384, nthreads));
+    constexpr int64_t longest_in_stages[][2] = {{1, 8192}, {2, 131072}, {4, 131072}};
+    for (const auto &[lanes, n] : longest_in_stages) {
+        for (const int64_t nthreads : {0, 1}) {
+            EXPECT_FALSE(lyr::use_large_method(n, nthreads, lanes));
+            EXPECT_TRUE(lyr::use_large_method(2 * n, nthreads, lanes));
+        }
+        EXPECT_FALSE(lyr::use_large_method(1024, 2, lanes));
+        EXPECT_TRUE(lyr::use_large_method(2048, 2, lanes));
+        for (const int64_t m : {0, 1 << 20 | 1, 3 << 20})
+            EXPECT_FALSE(lyr::use_large_method(m, 2, lanes));
     }
-    EXPECT_FALSE(lyr::use_large_method(1024, 2));
-    EXPECT_TRUE(lyr::use_large_method(2048, 2));
-    for (const int64_t n : {0, 1 << 20 | 1, 3 << 20}) EXPECT_FALSE(lyr::use_large_method(n, 2));
     for (int k = 11; k < 62; ++k)
         EXPECT_EQ(lyr::split_large(int64_t{1} << k), int64_t{1} << k / 2) << k;
 }
@@ -656,6 +663,56 @@ TEST(factors, products) {
     for (int k = 0; k < 27; ++k) five_27 *= 5;
     for (const int64_t n : {int64_t{1} << 62, three_39, five_27, INT64_MAX, INT64_MAX - 1})
         EXPECT_TRUE(well_factored(n));
+}
+
+// The least cost of the rest of an order whose first radices make up L, by trying all.
+double least_cost(const lyr::stage_costs &costs, int64_t lanes, int64_t n, int64_t L) {
+    if (L == n) return 0;
+    double least = HUGE_VAL;
+    for (int r = 0; r < lyr::modelled_radix_count; ++r) {
+        const int64_t next = L * lyr::modelled_radices[r];
+        if (n % next != 0) continue;
+        least = std::min(least, lyr::modelled_cost(costs, lanes, n, r, L, n / next) +
+                                    least_cost(costs, lanes, n, next));
+    }
+    return least;
+}
+
+double cost_of_order(const lyr::stage_costs &costs, int64_t lanes, int64_t n,
+                     const int64_t *factors, int count) {
+    double cost = 0;
+    int64_t L = 1;
+    for (int s = 0; s < count; ++s) {
+        const auto *r = std::ranges::find(lyr::modelled_radices, factors[s]);
+        EXPECT_NE(r, std::end(lyr::modelled_radices)) << factors[s];
+        cost += lyr::modelled_cost(costs, lanes, n, static_cast<int>(r - lyr::modelled_radices), L,
+                                   n / (L * factors[s]));
+        L *= factors[s];
+    }
+    EXPECT_EQ(L, n);
+    return cost;
+}
+
+TEST(factors, orders_by_cost) {
+    int64_t factors[lyr::max_factors];
+    const std::pair<int64_t, const lyr::stage_costs &> targets[] = {{2, *lyr::fitted_costs<2>},
+                                                                    {4, *lyr::fitted_costs<4>}};
+    for (const auto &[lanes, costs] : targets) {
+        for (int64_t n = 4; n <= 20000; ++n) {
+            const int count = lyr::cheapest_order(costs, lanes, n, factors);
+            if (lyr::part_above_37(n) != 1) {
+                EXPECT_EQ(count, 0) << n;
+                continue;
+            }
+            const double cost = cost_of_order(costs, lanes, n, factors, count);
+            if (n > 1000 && n % 144 != 0 && n % 625 != 0) continue;
+            EXPECT_NEAR(cost / least_cost(costs, lanes, n, 1), 1, 1e-5) << n;
+        }
+        for (const int64_t n :
+             {int64_t{-8}, int64_t{0}, int64_t{1}, lyr::longest_modelled + 1, int64_t{1} << 62})
+            EXPECT_EQ(lyr::cheapest_order(costs, lanes, n, factors), 0) << n;
+        EXPECT_GT(lyr::cheapest_order(costs, lanes, lyr::longest_modelled, factors), 0);
+    }
 }
 
 TEST(factors, part_above_37) {

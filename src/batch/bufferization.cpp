@@ -45,16 +45,6 @@ void execute_bufferization(const plan *p, double *in, double *out, double *scrat
     }
 }
 
-// The stages of the child's transform when it has any, else its own.
-bool find_stages(plan *p, slab_stages *list) {
-    const plan *rows = p->children->children;
-    if (rows->nchildren == 1 && rows->children->rank == 1 && rows->children->howmany_rank == 0) {
-        *list = slab_stages_of(rows->children);
-        if (list->count) return true;
-    }
-    return build_slab_stages(p, list);
-}
-
 }  // namespace
 
 int64_t slice_length(int64_t n, int64_t h, int64_t threads) {
@@ -103,7 +93,7 @@ int solve_bufferized_problem(plan *p) {
 
     slab_stages list;
     if (part_above_37(n) == 1) {
-        if (!find_stages(p, &list)) return -1;
+        if (!build_slab_stages(p, &list)) return -1;
         keep_slab_batch(p, {slab_width(n, n, h, list.count), list});
         p->execute_fn = execute_bufferization_walk;
         p->execute_name = "execute_bufferization_walk";

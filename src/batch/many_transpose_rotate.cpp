@@ -2,13 +2,14 @@
 // output multiplied by a root of the whole transform on its way to memory. Walked in slabs like
 // other interleaved batches; the last stage rotates.
 //
-// aux is the parent's rotation table. Child 0 is one unit-stride transform; its stage list is what
-// a slab walks. A child without one (its own transform is long) runs on one column at a time.
+// aux is the parent's rotation table. Child 0 transforms a slab of columns; its stage list is what
+// all slabs walk. Where columns are long, children run on one column at a time instead.
 //
 // Slabs are dealt out to the threads, each with a part of the scratch memory.
 #include <cstring>
 
 #include "api/memory.h"
+#include "batch/slab_batch.h"
 #include "dft/four_step.h"
 #include "dft/stages.h"
 #include "planner/registry.h"
@@ -88,6 +89,11 @@ void rotate_columns(const plan *p, const double *in, double *out, double *scratc
     }
 }
 
+// Longer columns run one by one. Measured.
+int64_t longest_slab(int64_t lanes) {
+    return lanes == 2 ? 4096 : 16384;
+}
+
 int64_t column_count(const plan *p) {
     return p->howmany_rank ? p->howmany_dims[0].n : 1;
 }
@@ -127,6 +133,7 @@ int solve_problem_dft_many_transpose_rotate(plan *p) {
     if (p->kind != kind_rotated_batch || p->rank != 1 || p->howmany_rank > 1) return -1;
     if (p->howmany_dims[0].is != 1 || p->howmany_dims[0].os != 1) return -1;
 
+    const int64_t n = p->dims[0].n, together = walked_together(n);
     p->nthreads = p->nthreads > 1 ? threads_for_plan(p->nthreads) : 1;
     const int64_t threads = chunks_of(slab_count(p), p->nthreads, 1).count;
     p->nchildren = 1;
@@ -135,14 +142,27 @@ int solve_problem_dft_many_transpose_rotate(plan *p) {
     plan *child = p->children;
     plan_copy_problem(child, p);
     child->kind = kind_complex;
-    child->dims[0].is = child->dims[0].os = 1;
-    child->howmany_rank = 1;
-    child->howmany_dims[0] = {1, 1, 1};
     child->nthreads = 1;
-    if (const int32_t status = plan_solve_in_stages(child)) return status;
+    child->howmany_rank = 1;
+    slab_stages list = {};
+    if (n < longest_slab(active_table()->lanes) && part_above_37(n) == 1) {
+        // The slabs' transforms without the rotation, for the sake of their stages.
+        child->dims[0] = {n, together, together};
+        child->howmany_dims[0] = {together, 1, 1};
+        child->in = child->out;
+        if (const int32_t status = plan_solve(child)) return status;
+        slab_batch batch;
+        if (get_slab_batch(child, &batch)) list = batch.list;
+    }
+    if (list.count == 0) {
+        plan_clear(child);
+        child->dims[0] = {n, 1, 1};
+        child->howmany_dims[0] = {1, 1, 1};
+        child->howmany_rank = 1;
+        child->in = p->in;
+        if (const int32_t status = plan_solve(child)) return status;
+    }
 
-    const slab_stages list = slab_stages_of(child);
-    const int64_t n = p->dims[0].n, together = walked_together(n);
     int64_t scratch = list.count ? slab_scratch(n, together, list.count) : n * together;
     scratch = (scratch + 3) / 4 * 4;
     if (list.count == 0) scratch += child_scratch(p);

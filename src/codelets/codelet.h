@@ -114,9 +114,22 @@ inline bool has_ready_rows(int64_t lanes, int64_t r, int64_t L) {
     return lanes == 2 && r > 4 && L * (r - 1) <= 512;
 }
 
-struct real_pass_set;  // codelets/real_pass.h
-struct r2r_pass_set;   // codelets/r2r_pass.h
-struct real_set;       // codelets/real.h
+// Whether the groups of a last stage's twiddle table are plain (codelet_table::lanes): those of
+// tables that would, as ready vectors, take more than a third of a first-level cache of 48 KiB.
+// Narrower vectors gain only where the table leaves the second-level cache. Measured.
+constexpr bool may_have_plain_groups(int64_t lanes, int64_t r) {
+    return r <= (lanes == 1 ? 0 : lanes == 2 ? 8 : common_radix_limit);
+}
+constexpr bool has_plain_groups(int64_t lanes, int64_t r, int64_t L) {
+    const int64_t longest_ready = lanes == 2 ? 384 << 10 : 16 << 10;
+    return may_have_plain_groups(lanes, r) && 32 * L * (r - 1) > longest_ready;
+}
+
+struct real_pass_set;   // codelets/real_pass.h
+struct r2r_pass_set;    // codelets/r2r_pass.h
+struct real_set;        // codelets/real.h
+struct stage_costs;     // codelets/stage_costs.h
+struct stage_pair_set;  // codelets/stage_pairs.h
 
 inline constexpr int max_radix = 37;
 inline constexpr int64_t max_lanes = 4;
@@ -146,8 +159,9 @@ struct codelet_table {
     const char *name;
     // Complex numbers in a vector. With more than one, the twiddle table of a last stage (m = 1)
     // holds groups of `lanes` rows, and in a group for each input q = 1..r-1 the real parts of all
-    // rows, each twice, then the imaginary parts, each twice: vectors that need no shuffle. The
-    // rows of an incomplete group follow in plain order. For middle stages see has_ready_rows.
+    // rows, each twice, then the imaginary parts, each twice: vectors that need no shuffle; or,
+    // where has_plain_groups says so, the plain numbers of all rows. The rows of an incomplete
+    // group follow one by one. For middle stages see has_ready_rows.
     int64_t lanes;
     const codelet_set *sets[2][max_radix];  // [0 forward, 1 backward][length - 1], null: none
     const unit_transform *const *units[unit_lists];
@@ -158,6 +172,8 @@ struct codelet_table {
     const real_pass_set *real_passes;
     const r2r_pass_set *r2r_passes;
     const real_set *reals;
+    const stage_costs *costs;      // null: the radices of stages are those of factorize_size
+    const stage_pair_set *paired;
 };
 
 }  // namespace lyr

@@ -3,6 +3,8 @@
 #include LYR_ISA_HEADER
 
 #include "codelets/codelet.h"
+#include "codelets/stage_costs.h"
+#include "codelets/stage_pairs.h"
 
 #define LYR_TEXT_(x) #x
 #define LYR_TEXT(x) LYR_TEXT_(x)
@@ -114,6 +116,7 @@ extern const dense_batch *const dense_batches;
 extern const real_pass_set real_passes;
 extern const r2r_pass_set r2r_passes;
 extern const real_set reals;
+extern const stage_pair_set stage_pairs;
 extern const codelet_table table;
 const codelet_table table = {LYR_TEXT(LYR_ISA),
                              vec::lanes,
@@ -125,6 +128,8 @@ const codelet_table table = {LYR_TEXT(LYR_ISA),
                              {join, part, part_rows},
                              &real_passes,
                              &r2r_passes,
-                             &reals};
+                             &reals,
+                             fitted_costs<vec::lanes>,
+                             &stage_pairs};
 
 }  // namespace lyr::LYR_ISA

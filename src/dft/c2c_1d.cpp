@@ -4,9 +4,13 @@
 //
 // aux holds the stages (dft/stages.h). Scratch: n complex numbers, or 2n when a stride is not 1.
 // Some lengths run as two passes instead, with two children and no stages (dft/four_step.h).
+#include <cstring>
+
 #include "api/memory.h"
+#include "codelets/stage_pairs.h"
 #include "dft/c2c_1d_large.h"
 #include "dft/four_step.h"
+#include "dft/orders.h"
 #include "dft/stages.h"
 #include "planner/registry.h"
 
@@ -48,13 +52,41 @@ void execute_1d_discrete(const plan *p, double *in, double *out, double *scratch
     }
 }
 
-// n1 of n1*n2 for lengths that run as two passes, else 0: those whose first stage steps through
+// Two stages at a time, with padded rows in the scratch (codelets/stage_pairs.h).
+void execute_1d_paired(const plan *p, double *in, double *out, double *scratch) {
+    const stage *stages = stages_of(p->aux).stages;
+    const paired_stages *pairs;
+    memcpy(&pairs, p->solver_words, sizeof pairs);
+    const int backward = p->sign != -1;
+    pairs->columns[backward](stages, in, scratch);
+    pairs->rows[backward](stages, scratch, out);
+}
+
+const paired_stages *paired_stages_of(const plan *p) {
+    const stage_pair_set *set = active_table()->paired;
+    if (!unit_strides(p)) return nullptr;
+    for (const paired_stages &pairs : set->lengths)
+        if (pairs.n == p->dims[0].n) return &pairs;
+    return nullptr;
+}
+
+int solve_paired(plan *p, const paired_stages *pairs) {
+    const int64_t rows = pairs->radices[0] * pairs->radices[1];
+    p->work_bytes = static_cast<uint64_t>(pairs->n + rows * pair_padding) * 16;
+    if (!build_stages(p, pairs->radices, 4, 0)) return -1;
+    memcpy(p->solver_words, &pairs, sizeof pairs);
+    p->execute_fn = execute_1d_paired;
+    p->execute_name = "execute_1d_paired";
+    return 0;
+}
+
+// n1 of n1*n2 for lengths that run as two passes, else 0: long ones whose first stage steps through
 // memory in multiples of a large power of two. All streams of a butterfly then fall into a few
 // cache sets, which costs vectors of half a line more than the rotation between two passes does;
 // vectors of a whole line or of one number lose nothing. Measured.
 int64_t two_pass_split(int64_t n, int64_t first_radix) {
-    constexpr int64_t shortest = 2048, way_bytes = 4096, half_of_the_ways = 4;
-    if (n < shortest || active_table()->lanes != 2) return 0;
+    constexpr int64_t way_bytes = 4096, half_of_the_ways = 4;
+    if (n <= longest_modelled || active_table()->lanes != 2) return 0;
     const int64_t step = 16 * (n / first_radix);
     if (first_radix * (step & -step) <= half_of_the_ways * way_bytes) return 0;
     const int64_t n1 = split_large(n);
@@ -69,8 +101,9 @@ int solve_problem_c2c_1d(plan *p) {
     if (p->howmany_rank != 0) return -1;
     if (p->rank != 1) return -1;
 
+    if (const paired_stages *pairs = paired_stages_of(p)) return solve_paired(p, pairs);
     int64_t factors[max_factors];
-    const int count = factorize_size(p->dims[0].n, factors);
+    const int count = order_of_radices(active_table(), p->dims[0].n, factors);
     if (count < 1 || !codelets_for(p, factors[0])) return -1;
     const int64_t n1 = unit_strides(p) ? two_pass_split(p->dims[0].n, factors[0]) : 0;
     if (n1) return build_four_step(p, n1, p->dims[0].n / n1);

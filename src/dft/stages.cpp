@@ -25,15 +25,25 @@ void fill_ready_twiddles(double *table, const root_source *roots, int64_t r, int
     }
 }
 
-// The last stage's table: full groups of `lanes` rows as vectors of doubled parts
-// (codelet_table::lanes), the rest in plain order. row holds one row.
+// Rows of a last stage that its twiddle table has as ready vectors, twice as long as plain numbers.
+int64_t doubled_rows(int64_t lanes, int64_t r, int64_t L) {
+    return lanes == 1 || has_plain_groups(lanes, r, L) ? 0 : L - L % lanes;
+}
+
+// The last stage's table: full groups of `lanes` rows as ready vectors or plain
+// (codelet_table::lanes), then the rows that are left. row holds one row.
 void fill_grouped_twiddles(double *table, const root_source *roots, int64_t r, int64_t L,
                            int64_t sign, int64_t lanes) {
     double row[2 * (max_radix - 1)];
-    const int64_t grouped = L - L % lanes;
+    const int64_t grouped = L - L % lanes, doubled = doubled_rows(lanes, r, L);
     for (int64_t k = 0; k < grouped; ++k) {
-        fill_twiddle_row(row, roots, r, k, sign);
         const int64_t lane = k % lanes;
+        if (!doubled) {
+            double *at = table + 2 * ((k - lane) * (r - 1) + lane);
+            fill_roots(at, lanes, roots, k, k, r - 1, sign);
+            continue;
+        }
+        fill_twiddle_row(row, roots, r, k, sign);
         double *group = table + 4 * (k - lane) * (r - 1);
         for (int64_t q = 0; q < r - 1; ++q) {
             double *re = group + 4 * lanes * q + 2 * lane;
@@ -42,7 +52,7 @@ void fill_grouped_twiddles(double *table, const root_source *roots, int64_t r, i
             im[0] = im[1] = row[2 * q + 1];
         }
     }
-    table += 4 * grouped * (r - 1);
+    table += 2 * (grouped + doubled) * (r - 1);
     for (int64_t k = grouped; k < L; ++k, table += 2 * (r - 1))
         fill_twiddle_row(table, roots, r, k, sign);
 }
@@ -60,7 +70,7 @@ uint64_t block_bytes(int64_t n, const int64_t *factors, int count, int64_t lanes
     for (int s = 1; s < count; ++s) {
         const int64_t r = factors[s];
         if (s == count - 1)
-            wider += L / lanes * lanes * (r - 1) * (lanes > 1);
+            wider += doubled_rows(lanes, r, L) * (r - 1);
         else if (has_ready_rows(lanes, r, L))
             wider += L * (r - 1) * (2 * lanes - 1);
         L *= r;
@@ -103,7 +113,7 @@ double *build_stages(plan *p, const int64_t *factors, int count, int64_t extra) 
             int64_t entries = L * (r - 1);
             if (s == count - 1 && lanes > 1) {
                 fill_grouped_twiddles(twiddles, &roots, r, L, sign, lanes);
-                entries += L / lanes * lanes * (r - 1);
+                entries += doubled_rows(lanes, r, L) * (r - 1);
             } else if (has_ready_rows(lanes, r, L) && s < count - 1) {
                 fill_ready_twiddles(twiddles, &roots, r, L, m, sign, lanes);
                 entries *= 2 * lanes;
@@ -124,18 +134,17 @@ double *build_stages(plan *p, const int64_t *factors, int count, int64_t extra) 
 
 void alternate_rows(double *table, int64_t r, int64_t L, int64_t lanes) {
     if (lanes == 1) return;
-    const int64_t vector = 2 * lanes, group = 2 * vector * (r - 1);
+    const bool plain = has_plain_groups(lanes, r, L);
+    const int64_t vector = 2 * lanes, group = (plain ? 1 : 2) * vector * (r - 1);
     for (int64_t k = 0; k + vector <= L; k += vector, table += 2 * group)
         for (double *a = table; a < table + group; a += vector) {
-            // Number i of the two vectors, each twice, is row k + i.
-            double rows[2 * max_lanes];
+            // Two doubles for each row: row k + i is number i of the two vectors.
+            double rows[4 * max_lanes];
+            memcpy(rows, a, static_cast<size_t>(8 * vector));
+            memcpy(rows + vector, a + group, static_cast<size_t>(8 * vector));
             for (int64_t i = 0; i < lanes; ++i) {
-                rows[i] = a[2 * i];
-                rows[lanes + i] = a[group + 2 * i];
-            }
-            for (int64_t i = 0; i < lanes; ++i) {
-                a[2 * i] = a[2 * i + 1] = rows[2 * i];
-                a[group + 2 * i] = a[group + 2 * i + 1] = rows[2 * i + 1];
+                memcpy(a + 2 * i, rows + 4 * i, 16);
+                memcpy(a + group + 2 * i, rows + 4 * i + 2, 16);
             }
         }
 }
@@ -145,7 +154,8 @@ slab_stages slab_stages_of(const plan *p) {
     if (strcmp(p->execute_name, "execute_1d_two_stages") == 0) {
         list.count = 2;
         list.stages = two_stages_of(p->aux);
-    } else if (strcmp(p->execute_name, "execute_1d") == 0) {
+    } else if (strcmp(p->execute_name, "execute_1d") == 0 ||
+               strcmp(p->execute_name, "execute_1d_paired") == 0) {
         list.count = stages_of(p->aux).count;
         list.stages = stages_of(p->aux).stages;
     }

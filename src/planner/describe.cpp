@@ -5,8 +5,9 @@
 #include <cstdio>
 #include <cstring>
 
+#include "batch/slab_batch.h"
 #include "codelets/select.h"
-#include "dft/factorize.h"
+#include "dft/stages.h"
 #include "planner/scratch.h"
 
 namespace lyr {
@@ -35,11 +36,19 @@ void append_dims(text &t, const char *separator, const lyr_fft_iodim64 *dims, in
 
 static_assert(max_factors <= most_stages);
 
-bool has_stages(const plan *p) {
-    if (p->kind == kind_r2c || p->kind == kind_c2r) return false;
-    return strncmp(p->execute_name, "execute_1d", 10) == 0 ||
-           strcmp(p->execute_name, "execute_many_transpose") == 0 ||
-           strcmp(p->execute_name, "execute_many_post_transpose") == 0;
+// The stages that a plan runs by itself; a count of 0 when there are none.
+stage_list stages_in(const plan *p) {
+    if (p->kind != kind_complex || p->split == 1) return {0, nullptr};
+    const char *name = p->execute_name;
+    if (strcmp(name, "execute_many_transpose") == 0 ||
+        strcmp(name, "execute_many_post_transpose") == 0) {
+        slab_batch batch;
+        memcpy(&batch, p->solver_words, sizeof batch);
+        return {batch.list.count, const_cast<stage *>(batch.list.stages)};
+    }
+    if (strncmp(name, "execute_1d", 10) != 0) return {0, nullptr};
+    if (strcmp(name, "execute_1d_two_stages") == 0) return {2, two_stages_of(p->aux)};
+    return stages_of(p->aux);
 }
 
 void describe(const plan *p, int depth, void (*line)(void *, int, const char *), void *context) {
@@ -72,14 +81,10 @@ void describe(const plan *p, int depth, void (*line)(void *, int, const char *),
 
 }  // namespace
 
-// A factor without a codelet comes first.
 int plan_stages(const plan *p, int64_t *radices) {
-    if (!has_stages(p)) return 0;
-    int64_t factors[max_factors];
-    const int count = factorize_size(p->dims[0].n, factors);
-    const int first = count > 1 && factors[count - 1] > max_radix ? count - 1 : 0;
-    for (int k = 0; k < count; ++k) radices[k] = factors[(first + k) % count];
-    return count;
+    const stage_list list = stages_in(p);
+    for (int64_t s = 0; s < list.count; ++s) radices[s] = list.stages[s].r;
+    return static_cast<int>(list.count);
 }
 
 void plan_describe(const lyr_fft_plan_s *root, void (*line)(void *, int, const char *),

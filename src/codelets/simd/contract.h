@@ -2,6 +2,7 @@
 //
 //   load(p) store(p)              contiguous complex numbers, any alignment of doubles
 //   gather(p, s) scatter(p, s)    lanes s doubles apart
+//   gather_pair(p, s, a, b)       a = gather(p, s), b = gather(p + 2, s) (vectors of four)
 //   a + b   a - b
 //   add_i(a, b)   sub_i(a, b)     a + ib, a - ib: the primitive rotations; a bare "times i" would
 //                                 cost an instruction more on every target
@@ -12,6 +13,7 @@
 //   tw_lanes(p)                   a twiddle factor per lane: for one lane a complex number, else
 //                                 every real part twice, then every imaginary part twice
 //   tw_plain(p)                   a twiddle factor per lane, plain complex numbers
+//   tw_gather(p, s)               the same, s doubles apart (vectors of two)
 //   cmul(a, w)                    a*w
 //   reversed(a)                   the lanes in opposite order
 //   add_conj(a, b) sub_conj(a, b) a + conj(b), a - conj(b)

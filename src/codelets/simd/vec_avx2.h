@@ -165,6 +165,10 @@ struct vec2 {
         const __m256d w = _mm256_loadu_pd(p);
         return {_mm256_movedup_pd(w), _mm256_permute_pd(w, 15)};
     }
+    LYR_INLINE static tw tw_gather(const double *p, int64_t s) {
+        const __m256d w = gather(p, s).v;
+        return {_mm256_movedup_pd(w), _mm256_permute_pd(w, 15)};
+    }
     LYR_INLINE static void join(double *p, const double *re, const double *im) {
         const __m256d x = _mm256_loadu_pd(re), y = _mm256_loadu_pd(im);
         const __m256d even = _mm256_unpacklo_pd(x, y), odd = _mm256_unpackhi_pd(x, y);

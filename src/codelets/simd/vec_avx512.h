@@ -70,6 +70,15 @@ struct vec4 {
         const __m256d high = vec2::gather(p + 2 * s, s).v;
         return {_mm512_insertf64x4(_mm512_castpd256_pd512(low), high, 1)};
     }
+    LYR_INLINE static void gather_pair(const double *p, int64_t s, vec4 &a, vec4 &b) {
+        const __m512d even = two_halves(p, p + s), odd = two_halves(p + 2 * s, p + 3 * s);
+        a.v = _mm512_shuffle_f64x2(even, odd, 0x88);
+        b.v = _mm512_shuffle_f64x2(even, odd, 0xdd);
+    }
+    LYR_INLINE static __m512d two_halves(const double *low, const double *high) {
+        return _mm512_insertf64x4(_mm512_castpd256_pd512(_mm256_loadu_pd(low)),
+                                  _mm256_loadu_pd(high), 1);
+    }
     LYR_INLINE void scatter(double *p, int64_t s) const {
         vec2{_mm512_castpd512_pd256(v)}.scatter(p, s);
         vec2{_mm512_extractf64x4_pd(v, 1)}.scatter(p + 2 * s, s);

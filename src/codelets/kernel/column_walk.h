@@ -1,0 +1,202 @@
+// Walks with lanes along columns: first and middle stages, batches, transforms side by side.
+#pragma once
+
+#include "codelets/kernel/twiddles.h"
+
+namespace lyr::LYR_ISA {
+namespace {
+
+// Runs as many butterflies of V's lanes as fit into `count` and advances the streams; returns the
+// rest of count.
+template <int R, int S, class V, class Twiddles>
+LYR_INLINE int64_t column_run(stream<R> &in, stream<R> &out, int64_t count, Twiddles t) {
+    for (; count >= V::lanes; count -= V::lanes) {
+        V x[R];
+        t.begin_butterfly();
+        unroll<R>(LYR_LAMBDA(auto q) { x[q] = t.multiply(V::load(in.at(q)), q); });
+        butterfly<S>(x);
+        unroll<R>(LYR_LAMBDA(auto p) { x[p].store(out.at(p)); });
+        in.advance(V::lanes);
+        out.advance(V::lanes);
+    }
+    return count;
+}
+
+// The same for streams that fall into few cache sets (steps that are multiples of a large power of
+// two). A cache line would be evicted between the two visits of a vector of half a line, so each
+// line is read whole and written whole: the second halves wait in `held` while the first are
+// transformed.
+template <int R, int S, class V, class Twiddles>
+LYR_INLINE int64_t column_run_by_lines(stream<R> &in, stream<R> &out, int64_t count, Twiddles t) {
+    static_assert(V::lanes == 2);
+    alignas(64) double held[4 * R], done[4 * R];
+    for (; count >= 4; count -= 4) {
+        V x[R];
+        unroll<R>(LYR_LAMBDA(auto q) {
+            x[q] = t.multiply(V::load(in.at(q)), q);
+            V::load(in.at(q) + 4).store(held + 4 * q);
+        });
+        __asm__ volatile("" ::"r"(held) : "memory");
+        butterfly<S>(x);
+        unroll<R>(LYR_LAMBDA(auto p) { x[p].store(done + 4 * p); });
+        __asm__ volatile("" ::"r"(done) : "memory");
+        unroll<R>(LYR_LAMBDA(auto q) { x[q] = t.multiply(V::load(held + 4 * q), q); });
+        butterfly<S>(x);
+        unroll<R>(LYR_LAMBDA(auto p) {
+            V::load(done + 4 * p).store(out.at(p));
+            x[p].store(out.at(p) + 4);
+        });
+        in.advance(4);
+        out.advance(4);
+    }
+    return count;
+}
+
+template <int R, int S, class V>
+LYR_INLINE int64_t twiddled_run(stream<R> &in, stream<R> &out, int64_t count,
+                                const row_place &twiddles) {
+    if (count < V::lanes) return count;
+    return column_run<R, S, V>(in, out, count, typename twiddle_choice<R, V>::type(twiddles));
+}
+
+// How a walk visits memory: lines is column_run_by_lines where vectors are half a line.
+enum class visit { vectors, lines };
+
+// First stages.
+template <int R, int S, visit Visit>
+__attribute__((noinline)) void walk_columns(const column_walk w, const double *in, double *out) {
+    stream<R> from(in, w.in_q), to(out, w.out_p);
+    for (int64_t k = 0; k < w.rows; ++k) {
+        int64_t count = w.count;
+        if constexpr (Visit == visit::lines)
+            count = column_run_by_lines<R, S, vec>(from, to, count, no_twiddles{});
+        count = column_run<R, S, vec>(from, to, count, no_twiddles{});
+        if constexpr (vec::lanes > 2)
+            count = column_run<R, S, vec_half>(from, to, count, no_twiddles{});
+        if constexpr (vec::lanes > 1) column_run<R, S, vec1>(from, to, count, no_twiddles{});
+        from.advance(w.in_step - w.count);
+        to.advance(w.out_step - w.count);
+    }
+}
+
+// Middle stages and interleaved batches.
+template <int R, int S, visit Visit, table_order Order>
+__attribute__((noinline)) void walk_columns_twiddled(const column_walk w, const double *in,
+                                                     double *out, const double *twiddles,
+                                                     int64_t L) {
+    stream<R> from(in, w.in_q), to(out, w.out_p);
+    for (int64_t k = 0; k < w.rows; ++k) {
+        const row_place t = row_in_table<R, Order>(twiddles, w.first + k * w.step, L);
+        int64_t count = w.count;
+        if constexpr (Visit == visit::lines)
+            count = column_run_by_lines<R, S, vec>(from, to, count, row_twiddles<R, vec>(t));
+        count = twiddled_run<R, S, vec>(from, to, count, t);
+        if constexpr (vec::lanes > 2) count = twiddled_run<R, S, vec_half>(from, to, count, t);
+        if constexpr (vec::lanes > 1) twiddled_run<R, S, vec1>(from, to, count, t);
+        from.advance(w.in_step - w.count);
+        to.advance(w.out_step - w.count);
+    }
+}
+
+// Middle stages whose table holds ready vectors.
+template <int R, int S>
+__attribute__((noinline)) void walk_ready_rows(const stage *d, const double *in, double *out) {
+    const int64_t L = d->L, m = d->m;
+    stream<R> from(in, m), to(out, L * m);
+    for (int64_t k = 0; k < L; ++k) {
+        const row_place t = ready_row<R>(d->twiddles, k);
+        const int64_t rest = column_run<R, S, vec>(from, to, m, ready_twiddles<R>{t.re});
+        twiddled_run<R, S, vec1>(from, to, rest, t);
+        from.advance((R - 1) * m);
+    }
+}
+
+template <int R>
+LYR_INLINE bool collides(const column_walk &w) {
+    return w.count >= 4 && (streams_collide<R>(w.in_q) || streams_collide<R>(w.out_p));
+}
+
+template <int R, int S>
+LYR_INLINE void walk(const column_walk &w, const double *in, double *out) {
+    if constexpr (vec::lanes == 2)
+        if (collides<R>(w)) return walk_columns<R, S, visit::lines>(w, in, out);
+    walk_columns<R, S, visit::vectors>(w, in, out);
+}
+
+template <int R, int S, table_order Order>
+LYR_INLINE void walk_twiddled(const column_walk &w, const double *in, double *out,
+                              const double *twiddles, int64_t L) {
+    if constexpr (vec::lanes == 2)
+        if (collides<R>(w))
+            return walk_columns_twiddled<R, S, visit::lines, Order>(w, in, out, twiddles, L);
+    walk_columns_twiddled<R, S, visit::vectors, Order>(w, in, out, twiddles, L);
+}
+
+// First stages.
+template <int R, int S, class V>
+LYR_INLINE int64_t split_first_run(split_stream<R> &in, stream<R> &out, int64_t count) {
+    for (; count >= V::lanes; count -= V::lanes) {
+        V x[R];
+        in.for_each(LYR_LAMBDA(auto q, const double *re, const double *im) {
+            x[q] = V::load_split(re, im);
+        });
+        butterfly<S>(x);
+        unroll<R>(LYR_LAMBDA(auto p) { x[p].store(out.at(p)); });
+        in.advance(V::lanes);
+        out.advance(V::lanes);
+    }
+    return count;
+}
+
+// Butterflies at any distance from each other, lanes along them.
+template <int R, int S, class V>
+LYR_INLINE int64_t strided_run(stream<R> &in, int64_t is, stream<R> &out, int64_t os,
+                               int64_t count) {
+    for (; count >= V::lanes; count -= V::lanes) {
+        V x[R];
+        unroll<R>(LYR_LAMBDA(auto q) { x[q] = V::gather(in.at(q), 2 * is); });
+        butterfly<S>(x);
+        unroll<R>(LYR_LAMBDA(auto p) { x[p].scatter(out.at(p), 2 * os); });
+        in.advance(V::lanes * is);
+        out.advance(V::lanes * os);
+    }
+    return count;
+}
+
+// First stages of transforms `in_lane` apart: lanes run along the transforms.
+template <int R, int S, class V>
+LYR_INLINE int64_t gathered_run(stream<R> &in, int64_t in_lane, stream<R> &out, int64_t count) {
+    for (; count >= V::lanes; count -= V::lanes) {
+        V x[R];
+        unroll<R>(LYR_LAMBDA(auto q) { x[q] = V::gather(in.at(q), 2 * in_lane); });
+        butterfly<S>(x);
+        unroll<R>(LYR_LAMBDA(auto p) { x[p].store(out.at(p)); });
+        in.advance(V::lanes * in_lane);
+        out.advance(V::lanes);
+    }
+    return count;
+}
+
+// Butterflies of a last stage whose outputs are multiplied by factors.
+template <int R, int S, class V>
+LYR_INLINE int64_t rotated_run(stream<R> &in, stream<R> &out, int64_t count, const row_place &at,
+                               const double *&factors) {
+    if (count < V::lanes) return count;
+    typename twiddle_choice<R, V>::type t(at);
+    for (; count >= V::lanes; count -= V::lanes) {
+        V x[R];
+        t.begin_butterfly();
+        unroll<R>(LYR_LAMBDA(auto q) { x[q] = t.multiply(V::load(in.at(q)), q); });
+        butterfly<S>(x);
+        unroll<R>(LYR_LAMBDA(auto p) {
+            cmul(x[p], V::tw_plain(factors + 2 * V::lanes * p)).store(out.at(p));
+        });
+        in.advance(V::lanes);
+        out.advance(V::lanes);
+        factors += 2 * V::lanes * R;
+    }
+    return count;
+}
+
+}  // namespace
+}  // namespace lyr::LYR_ISA

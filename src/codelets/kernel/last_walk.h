@@ -1,0 +1,176 @@
+// Last stages: row k is R neighbouring complex numbers, output p goes to out + (k + p*L)*os. Lanes
+// run along the rows, a transposition in the loads.
+#pragma once
+
+#include "codelets/kernel/twiddles.h"
+
+namespace lyr::LYR_ISA {
+namespace {
+
+enum class output { contiguous, scattered };
+
+// How the twiddle table has the numbers of a vector of rows: in groups for as many rows as lanes,
+// as ready vectors or plain (codelet_table::lanes), or row by row.
+enum class lane_order { ready, plain, rows };
+
+// The twiddles of input q (at least 1) for rows that begin at p.
+template <int R, class V, lane_order Order>
+LYR_INLINE typename V::tw lane_twiddles(const double *p, int q) {
+    if constexpr (V::lanes == 1)
+        return V::tw_lanes(p + 2 * (q - 1));
+    else if constexpr (Order == lane_order::ready)
+        return V::tw_lanes(p + 4 * V::lanes * (q - 1));
+    else if constexpr (Order == lane_order::plain)
+        return V::tw_plain(p + 2 * V::lanes * (q - 1));
+    else
+        return V::tw_gather(p + 2 * (q - 1), 2 * (R - 1));
+}
+
+// Doubles of the twiddles of one vector of rows.
+template <int R, class V, lane_order Order>
+constexpr int64_t lane_twiddle_doubles =
+    (V::lanes > 1 && Order == lane_order::ready ? 4 : 2) * V::lanes *(R - 1);
+
+// V::lanes rows, `row` doubles apart: loads, twiddles, butterfly.
+template <int R, int S, lane_order Order, class V>
+LYR_INLINE void butterfly_of_rows(V (&x)[R], const double *in, int64_t row,
+                                  const double *twiddles) {
+    unroll<R>(LYR_LAMBDA(auto q) {
+        if constexpr (V::lanes <= 2 || (q == R - 1 && R % 2 == 1))
+            x[q] = V::gather(in + 2 * q, row);
+        else if constexpr (q % 2 == 0)
+            V::gather_pair(in + 2 * q, row, x[q], x[q + 1]);
+        if constexpr (q > 0) x[q] = cmul(x[q], lane_twiddles<R, V, Order>(twiddles, q));
+    });
+    butterfly<S>(x);
+}
+
+// The next rows.
+template <int R, int S, lane_order Order, class V>
+LYR_INLINE void last_butterfly(V (&x)[R], const double *&in, const double *&twiddles) {
+    butterfly_of_rows<R, S, Order>(x, in, 2 * R, twiddles);
+    in += 2 * R * V::lanes;
+    twiddles += lane_twiddle_doubles<R, V, Order>;
+}
+
+template <int R, int S, class V, lane_order Order, output Out>
+LYR_INLINE int64_t last_run(const double *&in, stream<R> &out, int64_t os, int64_t count,
+                            const double *&twiddles) {
+    for (; count >= V::lanes; count -= V::lanes) {
+        V x[R];
+        last_butterfly<R, S, Order>(x, in, twiddles);
+        unroll<R>(LYR_LAMBDA(auto p) {
+            if constexpr (Out == output::contiguous)
+                x[p].store(out.at(p));
+            else
+                x[p].scatter(out.at(p), 2 * os);
+        });
+        out.advance(V::lanes * os);
+    }
+    return count;
+}
+
+// See column_run_by_lines; only the output collides.
+template <int R, int S, class V, lane_order Order>
+LYR_INLINE int64_t last_run_by_lines(const double *&in, stream<R> &out, int64_t count,
+                                     const double *&twiddles) {
+    static_assert(V::lanes == 2);
+    alignas(64) double done[4 * R];
+    for (; count >= 4; count -= 4) {
+        V x[R];
+        last_butterfly<R, S, Order>(x, in, twiddles);
+        unroll<R>(LYR_LAMBDA(auto p) { x[p].store(done + 4 * p); });
+        __asm__ volatile("" ::"r"(done) : "memory");
+        last_butterfly<R, S, Order>(x, in, twiddles);
+        unroll<R>(LYR_LAMBDA(auto p) {
+            V::load(done + 4 * p).store(out.at(p));
+            x[p].store(out.at(p) + 4);
+        });
+        out.advance(4);
+    }
+    return count;
+}
+
+// Two vectors fill one of either part. The first of them waits in `done`; it has the even rows, the
+// second one the odd rows, so that parting them puts all in order.
+template <int R, int S, class V, lane_order Order>
+LYR_INLINE int64_t split_last_pairs(const double *&in, split_stream<R> &out, int64_t count,
+                                    const double *&twiddles) {
+    alignas(64) double done[2 * V::lanes * R];
+    for (; count >= 2 * V::lanes; count -= 2 * V::lanes) {
+        V x[R];
+        butterfly_of_rows<R, S, Order>(x, in, 4 * R, twiddles);
+        unroll<R>(LYR_LAMBDA(auto p) { x[p].store(done + 2 * V::lanes * p); });
+        __asm__ volatile("" ::"r"(done) : "memory");
+        twiddles += lane_twiddle_doubles<R, V, Order>;
+        butterfly_of_rows<R, S, Order>(x, in + 2 * R, 4 * R, twiddles);
+        twiddles += lane_twiddle_doubles<R, V, Order>;
+        in += 4 * R * V::lanes;
+        out.for_each(LYR_LAMBDA(auto p, double *re, double *im) {
+            x[p].store_split_alternating(done + 2 * V::lanes * p, re, im);
+        });
+        out.advance(2 * V::lanes);
+    }
+    return count;
+}
+
+template <int R, int S, class V, lane_order Order>
+LYR_INLINE int64_t split_last_run(const double *&in, split_stream<R> &out, int64_t count,
+                                  const double *&twiddles) {
+    for (; count >= V::lanes; count -= V::lanes) {
+        V x[R];
+        last_butterfly<R, S, Order>(x, in, twiddles);
+        out.for_each(LYR_LAMBDA(auto p, double *re, double *im) { x[p].store_split(re, im); });
+        out.advance(V::lanes);
+    }
+    return count;
+}
+
+// Calls run(index<order of the groups>) for the table of a stage of L rows.
+template <int R, class F>
+LYR_INLINE void with_lane_order(int64_t L, F &&run) {
+    constexpr index<static_cast<int>(lane_order::ready)> ready;
+    constexpr index<static_cast<int>(lane_order::plain)> plain;
+    if constexpr (may_have_plain_groups(vec::lanes, R))
+        if (has_plain_groups(vec::lanes, R, L)) return run(plain);
+    run(ready);
+}
+
+template <int R, int S, output Out>
+LYR_INLINE void walk_last(const stage *d, const double *in, double *out, int64_t os) {
+    const double *twiddles = d->twiddles;
+    stream<R> to(out, d->L * os);
+    int64_t rest = d->L;
+    with_lane_order<R>(
+        d->L, LYR_LAMBDA(auto order) {
+            constexpr auto groups = static_cast<lane_order>(order.value);
+            if constexpr (vec::lanes == 2 && Out == output::contiguous)
+                if (streams_collide<R>(d->L))
+                    rest = last_run_by_lines<R, S, vec, groups>(in, to, rest, twiddles);
+            rest = last_run<R, S, vec, groups, Out>(in, to, os, rest, twiddles);
+        });
+    if constexpr (vec::lanes > 2)
+        rest = last_run<R, S, vec_half, lane_order::rows, Out>(in, to, os, rest, twiddles);
+    if constexpr (vec::lanes > 1)
+        last_run<R, S, vec1, lane_order::rows, Out>(in, to, os, rest, twiddles);
+}
+
+template <int R, int S>
+LYR_INLINE void walk_split_last(const stage *d, const double *in, double *re, double *im) {
+    const double *twiddles = d->twiddles;
+    split_stream<R> to(re, im, d->L);
+    int64_t rest = d->L;
+    with_lane_order<R>(
+        d->L, LYR_LAMBDA(auto order) {
+            constexpr auto groups = static_cast<lane_order>(order.value);
+            rest = split_last_pairs<R, S, vec, groups>(in, to, rest, twiddles);
+            rest = split_last_run<R, S, vec, groups>(in, to, rest, twiddles);
+        });
+    if constexpr (vec::lanes > 2)
+        rest = split_last_run<R, S, vec_half, lane_order::rows>(in, to, rest, twiddles);
+    if constexpr (vec::lanes > 1)
+        split_last_run<R, S, vec1, lane_order::rows>(in, to, rest, twiddles);
+}
+
+}  // namespace
+}  // namespace lyr::LYR_ISA

@@ -1,0 +1,76 @@
+// Walks of two stages at once (codelets/stage_pairs.h).
+#pragma once
+
+#include "codelets/kernel/column_walk.h"
+#include "codelets/kernel/last_walk.h"
+#include "codelets/stage_pairs.h"
+
+namespace lyr::LYR_ISA {
+namespace {
+
+// The first two stages, for a few columns of the matrix at a time: all butterflies of both that
+// these columns take part in.
+template <int R1, int R2, int S>
+void paired_columns(const stage *d, const double *in, double *matrix) {
+    constexpr int64_t columns = 8;
+    alignas(64) double block[2 * R1 * R2 * columns];
+    const int64_t m = d[1].m, row = m + pair_padding;
+    for (int64_t c = 0; c < m; c += columns) {
+        for (int64_t j = 0; j < R2; ++j) {
+            stream<R1> from(in + 2 * (c + j * m), R2 * m);
+            stream<R1> to(block + 2 * j * columns, R2 * columns);
+            column_run<R1, S, vec>(from, to, columns, no_twiddles{});
+        }
+        for (int64_t k = 0; k < R1; ++k) {
+            stream<R2> from(block + 2 * k * R2 * columns, columns);
+            stream<R2> to(matrix + 2 * (c + k * row), R1 * row);
+            twiddled_run<R2, S, vec>(from, to, columns,
+                                     row_in_table<R2, table_order::rows>(d[1].twiddles, k, R1));
+        }
+    }
+}
+
+// The last two stages, for a few rows of the matrix at a time. Lanes of the last one run along
+// these rows.
+template <int R3, int R4, int S>
+void paired_rows(const stage *d, const double *matrix, double *out) {
+    constexpr int64_t rows = 4, m = R3 * R4, row = m + pair_padding;
+    alignas(64) double block[2 * rows * m];
+    const int64_t L = d[2].L;
+    for (int64_t k = 0; k < L; k += rows) {
+        for (int64_t i = 0; i < rows; ++i) {
+            stream<R3> from(matrix + 2 * (k + i) * row, R4), to(block + 2 * i * m, R4);
+            twiddled_run<R3, S, vec>(from, to, R4,
+                                     row_in_table<R3, table_order::rows>(d[2].twiddles, k + i, L));
+        }
+        with_lane_order<R4>(
+            L * R3, LYR_LAMBDA(auto order) {
+                constexpr auto groups = static_cast<lane_order>(order.value);
+                constexpr int64_t group = lane_twiddle_doubles<R4, vec, groups>;
+                for (int64_t p = 0; p < R3; ++p) {
+                    const int64_t first = k + p * L;
+                    const double *in = block + 2 * p * R4;
+                    const double *twiddles = d[3].twiddles + first / vec::lanes * group;
+                    stream<R4> to(out + 2 * first, L * R3);
+                    for (int64_t i = 0; i < rows; i += vec::lanes) {
+                        vec x[R4];
+                        butterfly_of_rows<R4, S, groups>(x, in + 2 * i * m, 2 * m, twiddles);
+                        unroll<R4>(LYR_LAMBDA(auto q) { x[q].store(to.at(q)); });
+                        to.advance(vec::lanes);
+                        twiddles += group;
+                    }
+                }
+            });
+    }
+}
+
+template <int R1, int R2, int R3, int R4>
+constexpr paired_stages make_pairs() {
+    return {R1 * R2 * R3 * R4,
+            {R1, R2, R3, R4},
+            {paired_columns<R1, R2, -1>, paired_columns<R1, R2, +1>},
+            {paired_rows<R3, R4, -1>, paired_rows<R3, R4, +1>}};
+}
+
+}  // namespace
+}  // namespace lyr::LYR_ISA

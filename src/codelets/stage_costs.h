@@ -1,0 +1,65 @@
+// What stages cost on a vector target, for the choice of radices.
+#pragma once
+
+#include <cstdint>
+
+namespace lyr {
+
+// The radices of stages, and what stages cost on a target, in nanoseconds of the processor that
+// they were measured on; dft/orders.h has the model. bench/orders.cpp measures and fits them.
+inline constexpr int modelled_radix_count = 19;
+inline constexpr uint8_t modelled_radices[modelled_radix_count] = {
+    2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 16, 17, 19, 23, 29, 31, 37};
+struct stage_costs {
+    // Each vector of butterflies, by position and radix.
+    float first[modelled_radix_count], middle[modelled_radix_count], last[modelled_radix_count];
+    float row;               // each row of a middle stage
+    float collision_in[2];   // each vector read (written) where half of the ways of the
+    float collision_out[2];  // first-level cache do not suffice; in addition, where all do not
+    float pass_line[2];      // each line of arrays beyond the first-level cache, for each stage; in
+                             // addition, beyond the second-level cache
+    float table_line;        // each line of large tables
+};
+
+// By lanes; null where there are none.
+template <int Lanes>
+inline constexpr const stage_costs *fitted_costs = nullptr;
+
+// What follows was printed by "lyra-orders fit" (bench/orders.cpp), and serves all processors of a
+// target.
+
+// AVX2, Zen 5, November 2026.
+inline constexpr stage_costs costs_of_2_lanes = {
+    .first = {0.47F, 0.98F, 1.18F, 2.01F, 2.19F, 3.48F, 3.18F, 5.17F, 4.95F, 10.18F, 6.01F, 15.28F,
+              9.27F, 33.67F, 44.35F, 61.61F, 93.31F, 108.03F, 166.12F},
+    .middle = {0.74F, 1.36F, 1.85F, 3.32F, 3.60F, 5.79F, 5.24F, 8.28F, 8.48F, 13.69F, 9.89F, 19.48F,
+               15.38F, 37.00F, 48.28F, 66.63F, 101.91F, 116.94F, 176.88F},
+    .last = {1.18F, 1.79F, 2.08F, 3.32F, 3.46F, 5.67F, 4.91F, 8.21F, 7.85F, 12.48F, 8.97F, 18.87F,
+             14.15F, 36.74F, 45.85F, 64.76F, 101.01F, 115.67F, 172.75F},
+    .row = 0.098F,
+    .collision_in = {0.02F, 0.05F},
+    .collision_out = {0.13F, 0.49F},
+    .pass_line = {0.00F, 0.23F},
+    .table_line = 0.000F,
+};
+template <>
+inline constexpr const stage_costs *fitted_costs<2> = &costs_of_2_lanes;
+
+// AVX-512, Zen 5, November 2026.
+inline constexpr stage_costs costs_of_4_lanes = {
+    .first = {0.36F, 0.81F, 0.75F, 1.83F, 2.34F, 3.26F, 2.89F, 5.19F, 6.00F, 7.58F, 6.33F, 11.37F,
+              8.64F, 37.37F, 42.56F, 60.38F, 93.53F, 111.16F, 165.59F},
+    .middle = {1.33F, 2.02F, 2.71F, 4.27F, 5.00F, 6.95F, 6.97F, 9.99F, 11.37F, 16.19F, 13.87F,
+               21.25F, 19.50F, 48.71F, 54.01F, 78.90F, 123.34F, 143.49F, 200.37F},
+    .last = {0.54F, 0.91F, 3.27F, 4.42F, 5.19F, 6.33F, 6.84F, 10.11F, 10.22F, 14.20F, 11.68F,
+             19.13F, 17.01F, 40.92F, 48.56F, 58.78F, 109.55F, 124.94F, 165.38F},
+    .row = 0.075F,
+    .collision_in = {0.05F, 0.29F},
+    .collision_out = {0.08F, 1.26F},
+    .pass_line = {0.03F, 0.28F},
+    .table_line = 0.342F,
+};
+template <>
+inline constexpr const stage_costs *fitted_costs<4> = &costs_of_4_lanes;
+
+}  // namespace lyr

@@ -1,0 +1,21 @@
+#include "codelets/kernel/pair_walk.h"
+
+namespace lyr::LYR_ISA {
+
+namespace {
+
+// Not for single lanes, which lose less by memory.
+template <int Lanes>
+constexpr stage_pair_set make_set() {
+    if constexpr (Lanes > 1)
+        return {{make_pairs<4, 8, 8, 8>(), make_pairs<8, 8, 8, 8>()}};
+    else
+        return {};
+}
+
+}  // namespace
+
+extern const stage_pair_set stage_pairs;
+const stage_pair_set stage_pairs = make_set<vec::lanes>();
+
+}  // namespace lyr::LYR_ISA

@@ -1,0 +1,25 @@
+// Two neighbouring stages in one pass over memory, for lengths whose arrays do not fit into the
+// first-level cache while what two stages need of them does.
+#pragma once
+
+#include "codelets/codelet.h"
+
+namespace lyr {
+
+// Radices r1..r4 of a length of four stages (d: the first of them). Between the pairs the data is
+// a matrix of r1*r2 rows, pair_padding numbers longer than the r3*r4 that they hold, so that rows
+// do not all begin in the same cache sets.
+struct paired_stages {
+    int64_t n;
+    int64_t radices[4];
+    // [0 forward, 1 backward]
+    void (*columns[2])(const stage *d, const double *in, double *matrix);
+    void (*rows[2])(const stage *d, const double *matrix, double *out);
+};
+inline constexpr int64_t pair_padding = 8;
+
+struct stage_pair_set {
+    paired_stages lengths[2];  // n is 0 where there is none
+};
+
+}  // namespace lyr
