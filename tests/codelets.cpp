@@ -312,7 +312,7 @@ TEST(codelets, unit_transforms) {
                             check_pass(
                                 {n, 1, 1, 1, false, 1, 0, 1, 0}, sign, 1, in_place,
                                 [&](const stage &, const double *in, double *out) {
-                                    run(nullptr, const_cast<double *>(in), out);
+                                    run(nullptr, const_cast<double *>(in), out, nullptr);
                                 },
                                 shift);
                     if (testing::Test::HasFailure()) return;
@@ -370,7 +370,7 @@ void check_real_unit(const lyr::unit_transform &unit, bool backward, bool in_pla
     for (size_t i = 0; i < numbers; ++i) in[origin + i] = random.uniform();
     const std::vector<double> before = in;
     std::vector<double> &result = in_place ? in : other;
-    unit.run[backward](nullptr, in.data() + origin, result.data() + origin);
+    unit.run[backward](nullptr, in.data() + origin, result.data() + origin, nullptr);
 
     std::vector<long double> expected(backward ? static_cast<size_t>(n) : room);
     const std::vector<wide> &w = roots(n, -1);
@@ -461,7 +461,7 @@ TEST(codelets, impulses) {
                     SCOPED_TRACE(std::string(table->name) + " " + std::to_string(unit->n));
                     // Up to three roots are multiplied.
                     check_impulses(unit->n, sign, 0x1p-51, [&](double *in, double *out) {
-                        unit->run[sign == +1](nullptr, in, out);
+                        unit->run[sign == +1](nullptr, in, out, nullptr);
                     });
                 }
 }
