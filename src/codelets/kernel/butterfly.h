@@ -71,7 +71,7 @@ LYR_INLINE void butterfly(V (&x)[4]) {  // 8
     x[3] = add_si<-S>(c, d);
 }
 
-// 17. Sum and difference of the two cosines (-1/2, sqrt(5)/2) instead of the cosines themselves
+// 18. Sum and difference of the two cosines (-1/2, sqrt(5)/2) instead of the cosines themselves
 // (Winograd, 1978). The sines go into the differences, not into the rotations: one operation more,
 // but no multiply-add that overwrites a sum needed twice.
 template <int S, class V>
@@ -199,7 +199,7 @@ LYR_INLINE void butterfly(V (&x)[6]) {  // 18
 }
 
 template <int S, class V>
-LYR_INLINE void butterfly(V (&x)[10]) {  // 44
+LYR_INLINE void butterfly(V (&x)[10]) {  // 46
     butterfly_coprime<S, 2, 5>(x);
 }
 
