@@ -122,9 +122,9 @@ std::string load_engines(const options &o) {
     std::vector<const lyr::codelet_table *> targets = {lyr::active_table()};
     if (o.all_targets && second_target()) targets.push_back(second_target());
     use_targets(targets);
-    const std::string error = load_fftw(o.fftw);
-    if (!error.empty() || o.native_fftw.empty()) return error;
-    return load_native_fftw(o.native_fftw);
+    std::string error = load_fftw(o.fftw);
+    if (error.empty() && !o.native_fftw.empty()) error = load_native_fftw(o.native_fftw);
+    return error;
 }
 
 // ---- Where it is measured -----------------------------------------------------------------------

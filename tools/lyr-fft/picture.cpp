@@ -162,6 +162,7 @@ void draw_tick_texts(cairo_t *c, const box &b, double baseline,
     constexpr double beyond = 6;  // less than half of what is between two axes
     constexpr double gap = 5;
     std::vector<label> labels;
+    labels.reserve(ticks.size());
     for (const auto &[x, text] : ticks) labels.push_back({x, text_width(c, text)});
     const std::vector<double> places =
         place_labels(labels, b.x - beyond, b.x + b.width + beyond, gap);
