@@ -439,8 +439,8 @@ void place(team *t) {
 }
 
 bool crowded(const team *t) {
-    const int32_t processors = t->owner->processors;
-    return processors > 0 && t->size + 1 > processors;
+    const caller *c = t->owner;
+    return c && c->processors > 0 && t->size + 1 > c->processors;
 }
 
 // What threads may use can shrink and grow at any time.
