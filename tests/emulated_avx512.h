@@ -61,12 +61,19 @@ LYR_EMULATED void lyr_emulated_mask_storeu(double *p, int mask, __m512d a) {
 #define _mm512_zextpd128_pd512(a) _mm512_zextpd256_pd512(_mm256_zextpd128_pd256(a))
 
 // Two bits of the immediate operand for each of the four pairs of doubles, the lower two from a.
-#undef _mm512_shuffle_f64x2
-#define _mm512_shuffle_f64x2(a, b, control) lyr_emulated_shuffle(a, b, control)
-LYR_EMULATED __m512d lyr_emulated_shuffle(__m512d a, __m512d b, int control) {
-    double x[8], y[8], z[8];
-    simde_mm512_storeu_pd(x, a);
-    simde_mm512_storeu_pd(y, b);
-    for (int i = 0; i < 8; ++i) z[i] = (i < 4 ? x : y)[2 * (control >> i / 2 * 2 & 3) + i % 2];
-    return simde_mm512_loadu_pd(z);
+template <int Place>
+LYR_EMULATED __m128d lyr_emulated_pair(__m512d a) {
+    const __m256d half =
+        Place < 2 ? simde_mm512_castpd512_pd256(a) : simde_mm512_extractf64x4_pd(a, 1);
+    return _mm256_extractf128_pd(half, Place % 2);
 }
+template <int Control>
+LYR_EMULATED __m512d lyr_emulated_shuffle(__m512d a, __m512d b) {
+    const __m256d low = _mm256_set_m128d(lyr_emulated_pair<(Control >> 2 & 3)>(a),
+                                         lyr_emulated_pair<(Control & 3)>(a));
+    const __m256d high = _mm256_set_m128d(lyr_emulated_pair<(Control >> 6 & 3)>(b),
+                                          lyr_emulated_pair<(Control >> 4 & 3)>(b));
+    return simde_mm512_insertf64x4(simde_mm512_castpd256_pd512(low), high, 1);
+}
+#undef _mm512_shuffle_f64x2
+#define _mm512_shuffle_f64x2(a, b, control) lyr_emulated_shuffle<control>(a, b)
