@@ -27,22 +27,8 @@ constexpr prime_roots<R> make_table() {
 template <int R>
 constinit const prime_roots<R> prime_roots<R>::table = make_table<R>();
 
-template const prime_roots<11> prime_roots<11>::table;
-template const prime_roots<13> prime_roots<13>::table;
-template const prime_roots<17> prime_roots<17>::table;
-template const prime_roots<19> prime_roots<19>::table;
-template const prime_roots<23> prime_roots<23>::table;
-template const prime_roots<29> prime_roots<29>::table;
-template const prime_roots<31> prime_roots<31>::table;
-template const prime_roots<37> prime_roots<37>::table;
-template const prime_roots<41> prime_roots<41>::table;
-template const prime_roots<43> prime_roots<43>::table;
-template const prime_roots<47> prime_roots<47>::table;
-template const prime_roots<53> prime_roots<53>::table;
-template const prime_roots<59> prime_roots<59>::table;
-template const prime_roots<61> prime_roots<61>::table;
-template const prime_roots<67> prime_roots<67>::table;
-template const prime_roots<71> prime_roots<71>::table;
-template const prime_roots<73> prime_roots<73>::table;
+#define LYR_TABLE(R) template const prime_roots<R> prime_roots<R>::table;
+LYR_PRIME_LENGTHS(LYR_TABLE)
+#undef LYR_TABLE
 
 }  // namespace lyr

@@ -1,6 +1,13 @@
 // The coefficients of transforms of prime lengths, the same for every vector target.
 #pragma once
 
+// The lengths that there are.
+// clang-format off
+#define LYR_PRIME_LENGTHS(X) \
+    X(11) X(13) X(17) X(19) X(23) X(29) X(31) X(37) X(41) X(43) X(47) X(53) X(59) X(61) X(67) \
+    X(71) X(73)
+// clang-format on
+
 namespace lyr {
 
 // For each input pair j = 1..h, h = (R-1)/2, a row: cos(2 pi jk/R) of outputs k = 1..h, each twice,
@@ -14,5 +21,9 @@ struct prime_roots {
 
     static const prime_roots table;
 };
+
+#define LYR_TABLE(R) extern template const prime_roots<R> prime_roots<R>::table;
+LYR_PRIME_LENGTHS(LYR_TABLE)
+#undef LYR_TABLE
 
 }  // namespace lyr
