@@ -55,15 +55,19 @@ void execute_1d_discrete(plan *p, double *in, double *out) {
     }
 }
 
+struct bookkeeping {  // in solver_words
+    const paired_stages *pairs;
+};
+
 // Two stages at a time, with padded rows in the scratch (codelets/stage_pairs.h).
 void execute_1d_paired(plan *p, double *in, double *out) {
     const stage *stages = stages_of(p->aux).stages;
     double *work = static_cast<double *>(p->work);
-    const paired_stages *pairs;
-    memcpy(&pairs, p->solver_words, sizeof pairs);
+    bookkeeping b;
+    memcpy(&b, p->solver_words, sizeof b);
     const int backward = p->sign != -1;
-    pairs->columns[backward](stages, in, work);
-    pairs->rows[backward](stages, work, out);
+    b.pairs->columns[backward](stages, in, work);
+    b.pairs->rows[backward](stages, work, out);
 }
 
 const paired_stages *paired_stages_of(const plan *p) {
@@ -80,7 +84,8 @@ int solve_paired(plan *p, const paired_stages *pairs) {
     p->work = aligned_alloc_zero(p->work_bytes);
     if (!p->work) return -1;
     if (!build_stages(p, pairs->radices, 4, 0)) return -1;
-    memcpy(p->solver_words, &pairs, sizeof pairs);
+    const bookkeeping b = {pairs};
+    memcpy(p->solver_words, &b, sizeof b);
     p->execute_fn = execute_1d_paired;
     p->execute_name = "execute_1d_paired";
     return 0;
