@@ -136,7 +136,7 @@ int solve_problem_dft_many_transpose_rotate(plan *p) {
     p->children = plan_alloc_children(threads);
     if (!p->children) return -1;
     slab_stages list = {};
-    if (n < longest_slab(active_table()->lanes) && part_above_37(n) == 1) {
+    if (n > max_radix && n < longest_slab(active_table()->lanes) && part_above_37(n) == 1) {
         // The slabs' transforms without the rotation, for the sake of their stages.
         plan *child = p->children;
         plan_copy_problem(child, p);
@@ -148,7 +148,8 @@ int solve_problem_dft_many_transpose_rotate(plan *p) {
         child->nthreads = 1;
         if (const int32_t status = plan_solve(child)) return status;
         slab_batch batch;
-        if (get_slab_batch(child, &batch)) list = batch.list;
+        if (!get_slab_batch(child, &batch)) return -1;
+        list = batch.list;
         p->nchildren = 1;
     }
     for (int64_t i = 0; i < threads && !list.count; ++i) {
