@@ -286,7 +286,7 @@ lyr::stage_costs fit(int64_t lanes, const std::vector<timing> &times) {
     float *to = reinterpret_cast<float *>(&result);
     for (size_t i = 0; i < cost_count; ++i) to[i] = static_cast<float>(costs[i]);
     // A radix that was not measured at a place is not to be used there.
-    for (size_t i = 0; i < 3 * lyr::modelled_radix_count; ++i)
+    for (size_t i = 0; i < size_t{3} * lyr::modelled_radix_count; ++i)
         if (square[i][i] == 0) to[i] = 1e6F;
     return result;
 }

@@ -201,8 +201,8 @@ TEST(accuracy, lengths_to_ten_thousand) {
 // The two passes of a long transform with remainders, single columns, a first pass without a stage
 // list (16384) and one whose last radix has no rotating codelet (1369 = 37*37).
 TEST(accuracy, two_passes_of_any_shape) {
-    constexpr int64_t shapes[][2] = {{1369, 77}, {100, 90}, {96, 121},  {128, 1},   {64, 16},
-                                     {64, 17},   {64, 5},   {1024, 40}, {16384, 12}};
+    constexpr int64_t shapes[][2] = {{1369, 77}, {100, 90}, {96, 121},  {128, 1},    {64, 16},
+                                     {64, 17},   {64, 5},   {1024, 40}, {16384, 12}, {16, 20}};
     for (const lyr::codelet_table *table : all_tables()) {
         const with_table active(table);
         for (const auto &[n1, n2] : shapes) {

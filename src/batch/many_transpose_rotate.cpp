@@ -145,14 +145,15 @@ int solve_problem_dft_many_transpose_rotate(plan *p) {
     child->nthreads = 1;
     child->howmany_rank = 1;
     slab_stages list = {};
-    if (n < longest_slab(active_table()->lanes) && part_above_37(n) == 1) {
+    if (n > max_radix && n < longest_slab(active_table()->lanes) && part_above_37(n) == 1) {
         // The slabs' transforms without the rotation, for the sake of their stages.
         child->dims[0] = {n, together, together};
         child->howmany_dims[0] = {together, 1, 1};
         child->in = child->out;
         if (const int32_t status = plan_solve(child)) return status;
         slab_batch batch;
-        if (get_slab_batch(child, &batch)) list = batch.list;
+        if (!get_slab_batch(child, &batch)) return -1;
+        list = batch.list;
     }
     if (list.count == 0) {
         plan_clear(child);

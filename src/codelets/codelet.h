@@ -172,7 +172,7 @@ struct codelet_table {
     const real_pass_set *real_passes;
     const r2r_pass_set *r2r_passes;
     const real_set *reals;
-    const stage_costs *costs;      // null: the radices of stages are those of factorize_size
+    const stage_costs *costs;  // null: the radices of stages are those of factorize_size
     const stage_pair_set *paired;
 };
 

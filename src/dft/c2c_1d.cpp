@@ -52,14 +52,18 @@ void execute_1d_discrete(const plan *p, double *in, double *out, double *scratch
     }
 }
 
+struct bookkeeping {  // in solver_words
+    const paired_stages *pairs;
+};
+
 // Two stages at a time, with padded rows in the scratch (codelets/stage_pairs.h).
 void execute_1d_paired(const plan *p, double *in, double *out, double *scratch) {
     const stage *stages = stages_of(p->aux).stages;
-    const paired_stages *pairs;
-    memcpy(&pairs, p->solver_words, sizeof pairs);
+    bookkeeping b;
+    memcpy(&b, p->solver_words, sizeof b);
     const int backward = p->sign != -1;
-    pairs->columns[backward](stages, in, scratch);
-    pairs->rows[backward](stages, scratch, out);
+    b.pairs->columns[backward](stages, in, scratch);
+    b.pairs->rows[backward](stages, scratch, out);
 }
 
 const paired_stages *paired_stages_of(const plan *p) {
@@ -74,7 +78,8 @@ int solve_paired(plan *p, const paired_stages *pairs) {
     const int64_t rows = pairs->radices[0] * pairs->radices[1];
     p->work_bytes = static_cast<uint64_t>(pairs->n + rows * pair_padding) * 16;
     if (!build_stages(p, pairs->radices, 4, 0)) return -1;
-    memcpy(p->solver_words, &pairs, sizeof pairs);
+    const bookkeeping b = {pairs};
+    memcpy(p->solver_words, &b, sizeof b);
     p->execute_fn = execute_1d_paired;
     p->execute_name = "execute_1d_paired";
     return 0;

@@ -62,7 +62,8 @@ float pass_cost(const stage_costs &c, int64_t n) {
     float line = 0;
     for (int level = 0; level < 2; ++level)
         if (n > near_numbers[level]) line += c.pass_line[level];
-    return line * static_cast<float>(n / 4);
+    const int64_t lines = n / 4;
+    return line * static_cast<float>(lines);
 }
 
 // A number as the exponents of its primes, a byte each; the highest bits stay clear.

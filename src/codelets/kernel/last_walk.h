@@ -31,15 +31,21 @@ template <int R, class V, lane_order Order>
 constexpr int64_t lane_twiddle_doubles =
     (V::lanes > 1 && Order == lane_order::ready ? 4 : 2) * V::lanes *(R - 1);
 
-// V::lanes rows, `row` doubles apart: loads, twiddles, butterfly.
+// Column Q of V::lanes rows, `row` doubles apart; vectors of four load two columns at once.
+template <int Q, class V, int R>
+LYR_INLINE void load_column(V (&x)[R], const double *in, int64_t row) {
+    if constexpr (V::lanes <= 2 || (Q == R - 1 && R % 2 == 1))
+        x[Q] = V::gather(in + 2 * Q, row);
+    else if constexpr (Q % 2 == 0)
+        V::gather_pair(in + 2 * Q, row, x[Q], x[Q + 1]);
+}
+
+// V::lanes rows: loads, twiddles, butterfly.
 template <int R, int S, lane_order Order, class V>
 LYR_INLINE void butterfly_of_rows(V (&x)[R], const double *in, int64_t row,
                                   const double *twiddles) {
     unroll<R>(LYR_LAMBDA(auto q) {
-        if constexpr (V::lanes <= 2 || (q == R - 1 && R % 2 == 1))
-            x[q] = V::gather(in + 2 * q, row);
-        else if constexpr (q % 2 == 0)
-            V::gather_pair(in + 2 * q, row, x[q], x[q + 1]);
+        load_column<q.value>(x, in, row);
         if constexpr (q > 0) x[q] = cmul(x[q], lane_twiddles<R, V, Order>(twiddles, q));
     });
     butterfly<S>(x);
