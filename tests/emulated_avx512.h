@@ -58,6 +58,25 @@ LYR_EMULATED __m512d lyr_permutex2var(__m512d a, __m512i indices, __m512d b) {
     for (int j = 0; j < 8; ++j) result[j] = from[j] & 8 ? b[from[j] & 7] : a[from[j] & 7];
     return result;
 }
+LYR_EMULATED __m512d lyr_maskz_loadu(int mask, const double *p) {
+    __m512d result = {};
+    for (int j = 0; j < 8; ++j)
+        if (mask >> j & 1) result[j] = p[j];
+    return result;
+}
+LYR_EMULATED void lyr_mask_storeu(double *p, int mask, __m512d a) {
+    for (int j = 0; j < 8; ++j)
+        if (mask >> j & 1) p[j] = a[j];
+}
+// Two bits of the immediate operand for each pair of doubles: the lower two pairs from a.
+LYR_EMULATED __m512d lyr_shuffle_pairs(__m512d a, __m512d b, int control) {
+    __m512d result = a;
+    for (int j = 0; j < 8; ++j) {
+        const int from = 2 * (control >> j / 2 * 2 & 3) + j % 2;
+        result[j] = j < 4 ? a[from] : b[from];
+    }
+    return result;
+}
 // The immediate operand has a bit for each of the eight doubles.
 template <int Control>
 LYR_EMULATED __m512d lyr_permute(__m512d a) {
@@ -101,6 +120,14 @@ LYR_EMULATED void lyr_mask_storeu(void *to, int mask, __m512d a) {
 #define _mm512_setr_epi64(...) ((__m512i)(lyr_emulated_indices{__VA_ARGS__}))
 #define _mm512_castpd256_pd512(a) lyr_join(a, a)
 #define _mm512_castpd512_pd256(a) lyr_half(a, 0)
+#define _mm512_castpd512_pd128(a) _mm256_castpd256_pd128(lyr_half(a, 0))
+#define _mm512_zextpd256_pd512(a) lyr_join(a, _mm256_setzero_pd())
+#define _mm512_zextpd128_pd512(a) _mm512_zextpd256_pd512(_mm256_zextpd128_pd256(a))
+#define _mm512_setzero_pd() lyr_set1(0)
+#define _mm512_broadcast_f64x2(a) lyr_join(_mm256_set_m128d(a, a), _mm256_set_m128d(a, a))
+#define _mm512_maskz_loadu_pd lyr_maskz_loadu
+#define _mm512_mask_storeu_pd lyr_mask_storeu
+#define _mm512_shuffle_f64x2 lyr_shuffle_pairs
 #define _mm512_extractf64x4_pd(a, which) lyr_half(a, which)
 #define _mm512_insertf64x4(a, b, which) lyr_insert(a, b, which)
 #define _mm512_permute_pd(a, control) lyr_permute<control>(a)

@@ -62,9 +62,7 @@ int run_info(int threads) {
          lyr::numa_node_count() > 0 ? std::to_string(lyr::numa_node_count()) : "unknown");
     line("vector target", lyr::active_target());
     line("threads", thread_settings());
-    print(
-        "\nversion texts, of the product that the library is delivered with, of its\n"
-        "component, and of the programming interface:\n");
+    print("\nversion query, with the names of the product that the library comes in:\n");
     const auto text = [&](const char *name, const std::string &value) {
         line((std::string("  ") + name).c_str(), value);
     };
