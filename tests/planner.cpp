@@ -701,8 +701,8 @@ double cost_of_order(const lyr::stage_costs &costs, int64_t lanes, int64_t n,
 
 TEST(factors, orders_by_cost) {
     int64_t factors[lyr::max_factors];
-    const std::pair<int64_t, const lyr::stage_costs &> targets[] = {{2, *lyr::fitted_costs<2>},
-                                                                    {4, *lyr::fitted_costs<4>}};
+    const std::pair<int64_t, const lyr::stage_costs &> targets[] = {{2, lyr::costs_of_2_lanes},
+                                                                    {4, lyr::costs_of_4_lanes}};
     for (const auto &[lanes, costs] : targets) {
         for (int64_t n = 4; n <= 20000; ++n) {
             const int count = lyr::cheapest_order(costs, lanes, n, factors);

@@ -21,15 +21,11 @@ struct stage_costs {
     float table_line;        // each line of large tables
 };
 
-// By lanes; null where there are none.
-template <int Lanes>
-inline constexpr const stage_costs *fitted_costs = nullptr;
-
 // What follows was printed by "lyra-orders fit" (bench/orders.cpp), and serves all processors of a
-// target.
+// target. Each object that uses them has a copy, lest the linker take one for another.
 
 // AVX2, Zen 5, November 2026.
-inline constexpr stage_costs costs_of_2_lanes = {
+constexpr stage_costs costs_of_2_lanes = {
     .first = {0.47F, 0.98F, 1.18F, 2.01F, 2.19F, 3.48F, 3.18F, 5.17F, 4.95F, 10.18F, 6.01F, 15.28F,
               9.27F, 33.67F, 44.35F, 61.61F, 93.31F, 108.03F, 166.12F},
     .middle = {0.74F, 1.36F, 1.85F, 3.32F, 3.60F, 5.79F, 5.24F, 8.28F, 8.48F, 13.69F, 9.89F, 19.48F,
@@ -42,11 +38,9 @@ inline constexpr stage_costs costs_of_2_lanes = {
     .pass_line = {0.00F, 0.23F},
     .table_line = 0.000F,
 };
-template <>
-inline constexpr const stage_costs *fitted_costs<2> = &costs_of_2_lanes;
 
 // AVX-512, Zen 5, November 2026.
-inline constexpr stage_costs costs_of_4_lanes = {
+constexpr stage_costs costs_of_4_lanes = {
     .first = {0.36F, 0.81F, 0.75F, 1.83F, 2.34F, 3.26F, 2.89F, 5.19F, 6.00F, 7.58F, 6.33F, 11.37F,
               8.64F, 37.37F, 42.56F, 60.38F, 93.53F, 111.16F, 165.59F},
     .middle = {1.33F, 2.02F, 2.71F, 4.27F, 5.00F, 6.95F, 6.97F, 9.99F, 11.37F, 16.19F, 13.87F,
@@ -59,7 +53,5 @@ inline constexpr stage_costs costs_of_4_lanes = {
     .pass_line = {0.03F, 0.28F},
     .table_line = 0.342F,
 };
-template <>
-inline constexpr const stage_costs *fitted_costs<4> = &costs_of_4_lanes;
 
 }  // namespace lyr

@@ -108,6 +108,10 @@ void part_rows(double *re, double *im, int64_t out_row, const double *in, int64_
         part(re + k * out_row, im + k * out_row, in + 2 * k * in_row, n);
 }
 
+constexpr const stage_costs *costs = vec::lanes == 4   ? &costs_of_4_lanes
+                                     : vec::lanes == 2 ? &costs_of_2_lanes
+                                                       : nullptr;
+
 }  // namespace
 
 extern const unit_transform *const units_2_30, *const units_32_144, *const prime_units,
@@ -129,7 +133,7 @@ const codelet_table table = {LYR_TEXT(LYR_ISA),
                              &real_passes,
                              &r2r_passes,
                              &reals,
-                             fitted_costs<vec::lanes>,
+                             costs,
                              &stage_pairs};
 
 }  // namespace lyr::LYR_ISA
