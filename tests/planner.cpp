@@ -221,7 +221,7 @@ TEST(choice, solvers_and_executors) {
         {"icb5:2:2", DIRECT},
         {"icb37:3:3", UNIT_GENERAL, DIRECT},
         {"ocf16:1:1*1:90:90", UNIT, DIRECT},
-        {"ocf64", UNIT, TWO_STAGES},
+        {"ocf48", UNIT, TWO_STAGES},
         {"ocf64:2:3", TWO_STAGES},
         {"orf15", "solve_problem_real_unit/execute_real_unit",
          "solve_problem_r2c_1d/execute_1d_r2c_odd(" TWO_STAGES ")"},
