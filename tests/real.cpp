@@ -111,14 +111,14 @@ TEST(real, long_lengths) {
 
 TEST(real, executors) {
     constexpr const char *examples[][2] = {
-        {"orf6", ": execute_1d_r2c\n"},
+        {"orf66", ": execute_1d_r2c\n"},
         {"orf1000", ": execute_1d_r2c\n"},
         {"irf1000", ": execute_1d_r2c\n"},
         {"orf1000:1:2", ": execute_1d_r2c_discrete\n"},
         {"irf1000:2:1", ": execute_1d_r2c_discrete\n"},
         {"orf1001", ": execute_1d_r2c_odd\n"},
         {"orf1001:2:3", ": execute_1d_r2c_odd\n"},
-        {"orb6", ": execute_1d_c2r\n"},
+        {"orb66", ": execute_1d_c2r\n"},
         {"orb1000", ": execute_1d_c2r\n"},
         {"orb1000:3:1", ": execute_1d_c2r_discrete\n"},
         {"orb1001", ": execute_1d_c2r_odd\n"},
