@@ -8,6 +8,7 @@
 #include "codelets/cpu.h"
 #include "dft/factorize.h"
 #include "dft/four_step.h"
+#include "planner/scratch.h"
 #include "dft/wide.h"
 #include "support.h"
 
@@ -220,8 +221,11 @@ TEST(accuracy, two_passes_of_any_shape) {
             record.out = b.out[0];
             record.execute_name = "two passes";
             ASSERT_EQ(lyr::build_four_step(&record, n1, n2), 0);
+            lyr::plan_sum_scratch(&record);
+            ASSERT_TRUE(lyr::scratch_reserve(&record));
             const lyr_tools::verdict v = verify(p, b, &record, 1);
             EXPECT_TRUE(v.ok) << v.damage << " error " << v.error.l2;
+            lyr::scratch_release(&record);
             lyr::plan_clear(&record);
         }
     }

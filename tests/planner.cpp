@@ -282,7 +282,7 @@ TEST(choice, solvers_and_executors) {
          "solve_problem_dft_many/execute_many_direct(" DIRECT ") " SLAB ")"},
         {"icf16:2:1*9:32:32", "solve_problem_dft_many/execute_many_direct(" DIRECT ")"},
         {"oscf16", SPLIT "(" UNIT ")", SPLIT "(" DIRECT ")"},
-        {"oscf64", SPLIT "(" TWO_STAGES ")"},
+        {"oscf64", "solve_problem_dft_split/execute_split_stages(" TWO_STAGES ")"},
         {"iscb60:2:3", SPLIT "(" TWO_STAGES ")"},
         {"oscf16*3", MANY_SPLIT "(" SPLIT "(" UNIT "))", MANY_SPLIT "(" SPLIT "(" DIRECT "))"},
         {"iscf16*2*3i", MANY_SPLIT "(" MANY_SPLIT "(" SPLIT "(" UNIT ")))",

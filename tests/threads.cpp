@@ -139,7 +139,7 @@ TEST(choices, batches) {
     // In place on threads, results must not fall on input of earlier transforms either.
     EXPECT_EQ(dealt_out("icf64:1:1*100:64:64", 2), "2: 2 of 56");
     EXPECT_EQ(dealt_out("ik64h:1:1*100:64:64", 2), "2: 2 of 56");
-    EXPECT_EQ(dealt_out("icf2:3:1*1000:2:2", 2), "execute_many");
+    EXPECT_EQ(dealt_out("icf2:3:1*1000:2:2", 2), "execute_many_direct");
     // Real transforms side by side have no chunk of one.
     EXPECT_EQ(dealt_out("ocf64*33i", 4), "4: 3 of 16");
     EXPECT_EQ(dealt_out("orf64*33i", 4), "4: 4 of 9");

@@ -3,18 +3,18 @@
 namespace lyr::LYR_ISA {
 namespace {
 
-// Where nothing else is faster, measured. Powers of two have codelets; longer products go by way of
-// complex numbers.
+// Where nothing else is faster, measured. Powers of two have codelets; longer ones go by way of
+// complex numbers, products of small primes from 49 on for the sake of their accuracy.
 template <class V>
 constexpr const unit_transform *choose() {
     if constexpr (V::lanes == 4)
         return real_matrices<V, 3, 5, 6, 7, 9, 10, 11, 12, 13, 14, 15, 17, 18, 19, 20, 21, 22, 23,
-                             24, 25, 26, 27, 28, 29, 30, 31, 33, 35, 37, 39, 41, 43, 45, 47, 49, 51,
-                             53, 55, 57, 59, 61, 63, 67, 71, 73, 79, 83, 89, 97, 101>;
+                             24, 25, 26, 27, 28, 29, 30, 31, 33, 35, 37, 39, 41, 43, 45, 47, 53, 59,
+                             61, 67, 71, 73, 79, 83, 89, 97, 101>;
     if constexpr (V::lanes == 2)
         return real_matrices<V, 3, 5, 6, 7, 9, 10, 11, 12, 13, 14, 15, 17, 18, 19, 20, 21, 22, 23,
-                             24, 25, 26, 27, 28, 29, 30, 31, 33, 35, 37, 39, 41, 43, 45, 47, 49, 51,
-                             53, 55, 57, 59, 61, 67, 71, 73>;
+                             24, 25, 26, 27, 28, 29, 30, 31, 33, 35, 37, 39, 41, 43, 45, 47, 53, 59,
+                             61, 67, 71, 73>;
     return real_matrices<V>;
 }
 

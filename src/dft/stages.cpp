@@ -169,6 +169,7 @@ int32_t plan_solve_in_stages(plan *p) {
         !codelets_for(p, n)) {
         p->howmany_rank = 0;
         if (solve_problem_c2c_1d(p) == 0) {
+            plan_sum_scratch(p);
             p->solver_name = "solve_problem_c2c_1d";
             return 0;
         }

@@ -91,6 +91,10 @@ inline double *scratch_array(const plan *p, int which = 0) {
 // record holds only its problem again.
 int32_t plan_solve(plan *p);
 
+// Sets scratch_bytes of a plan that a solver was called for directly: the executor's own scratch,
+// and behind it what the neediest of the children takes, once for every thread. plan_solve does it.
+void plan_sum_scratch(plan *p);
+
 // Bytes of one input or output element.
 inline int64_t input_element_bytes(const plan *p) {
     return p->kind == kind_r2c || p->kind == kind_r2r ? 8 : 16;

@@ -3,19 +3,13 @@
 
 namespace lyr {
 
-namespace {
-
-// The executor's own scratch, and behind it what the neediest of the children takes, once for every
-// thread.
-uint64_t whole_scratch(const plan *p) {
+void plan_sum_scratch(plan *p) {
     uint64_t below = 0;
     for (int32_t i = 0; i < p->nchildren; ++i)
         if (p->children[i].scratch_bytes > below) below = p->children[i].scratch_bytes;
     const uint64_t shares = p->shares > 1 ? static_cast<uint64_t>(p->shares) : 1;
-    return (p->work_bytes + 63) / 64 * 64 + shares * below;
+    p->scratch_bytes = (p->work_bytes + 63) / 64 * 64 + shares * below;
 }
-
-}  // namespace
 
 int32_t plan_solve(plan *p) {
     if (!p) return -1;
@@ -24,7 +18,7 @@ int32_t plan_solve(plan *p) {
     for (const registry_entry &entry : registry) {
         if (entry.solve(p) == 0) {
             p->solver_name = entry.name;
-            p->scratch_bytes = whole_scratch(p);
+            plan_sum_scratch(p);
             return 0;
         }
         plan_clear(p);
