@@ -28,40 +28,45 @@ bool has_arrays(const plan *p) {
     return (p->kind == kind_r2c || p->in_imag) && (p->kind == kind_c2r || p->out_imag);
 }
 
-// Calls run(scratch). Out of line, so that executions without scratch have no stack frame.
-template <class function>
-__attribute__((noinline)) void run_on_stack(function run) {
+// Executions with scratch memory, out of line: those without have no stack frame. The arguments
+// stay in registers, as a copy of them in memory would be waited for.
+__attribute__((noinline)) void run_on_stack(const plan *p, double *in, double *out) {
     alignas(64) double scratch[lyr::stack_scratch_bytes / sizeof(double)];
-    run(scratch);
+    p->execute_fn(p, in, out, scratch);
     __asm__ volatile("" ::"r"(scratch) : "memory");  // no tail call
 }
 
-template <class function>
-__attribute__((noinline)) void run_on_lent(const plan *p, const double *in, const double *out,
-                                           function run) {
+__attribute__((noinline)) void run_on_lent(const plan *p, double *in, double *out) {
     const lyr::lent_scratch scratch = lyr::scratch_lend(p, in, out);
-    run(scratch.memory);
+    p->execute_fn(p, in, out, scratch.memory);
     lyr::scratch_return(scratch);
 }
 
-template <class function>
-inline void run_with_scratch(const plan *p, const double *in, const double *out, function run) {
+void run(const plan *p, double *in, double *out) {
+    if (!in || !out) return;
     if (p->scratch_bytes == 0)
-        run(nullptr);
+        p->execute_fn(p, in, out, nullptr);
     else if (p->scratch_bytes <= lyr::stack_scratch_bytes)
-        run_on_stack(run);
+        run_on_stack(p, in, out);
     else
-        run_on_lent(p, in, out, run);
+        run_on_lent(p, in, out);
 }
 
-void run(const plan *p, double *in, double *out) {
-    if (in && out)
-        run_with_scratch(p, in, out, [=](double *scratch) { p->execute_fn(p, in, out, scratch); });
+__attribute__((noinline)) void run_split_on_stack(const plan *p, double *ri, double *ii, double *ro,
+                                                  double *io) {
+    alignas(64) double scratch[lyr::stack_scratch_bytes / sizeof(double)];
+    p->execute_split_fn(p, ri, ii, ro, io, scratch);
+    __asm__ volatile("" ::"r"(scratch) : "memory");
 }
 
 void run_split(const plan *p, double *ri, double *ii, double *ro, double *io) {
-    run_with_scratch(p, ri, ro,
-                     [=](double *scratch) { p->execute_split_fn(p, ri, ii, ro, io, scratch); });
+    if (p->scratch_bytes <= lyr::stack_scratch_bytes) {
+        run_split_on_stack(p, ri, ii, ro, io);
+        return;
+    }
+    const lyr::lent_scratch scratch = lyr::scratch_lend(p, ri, ro);
+    p->execute_split_fn(p, ri, ii, ro, io, scratch.memory);
+    lyr::scratch_return(scratch);
 }
 
 }  // namespace
