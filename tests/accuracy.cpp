@@ -8,8 +8,8 @@
 #include "codelets/cpu.h"
 #include "dft/factorize.h"
 #include "dft/four_step.h"
-#include "planner/scratch.h"
 #include "dft/wide.h"
+#include "planner/scratch.h"
 #include "support.h"
 
 namespace lyr_test {
