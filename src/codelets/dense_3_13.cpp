@@ -51,7 +51,7 @@ void dense(const double *in, double *out, int64_t h) {
 }
 
 template <class V, int R>
-constexpr dense_batch batch = {R, {dense<V, R, -1>, dense<V, R, +1>}};
+[[maybe_unused]] constexpr dense_batch batch = {R, {dense<V, R, -1>, dense<V, R, +1>}};
 
 // Two transforms at a time are the quickest but for lengths of about one line; measured. 13 with
 // four lanes is better as one transform after another.
