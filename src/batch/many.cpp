@@ -33,11 +33,15 @@ void execute_many_direct(const plan *p, double *in, double *out, double *) {
     codelet(in, is, idist, out, os, odist, h);
 }
 
+struct dense_words {  // in solver_words
+    const dense_batch *batch;
+};
+
 // Those without gaps.
 void execute_many_dense(const plan *p, double *in, double *out, double *) {
-    const dense_batch *batch;
-    memcpy(&batch, p->solver_words, sizeof batch);
-    batch->run[p->sign != -1](in, out, p->howmany_dims[0].n);
+    dense_words words;
+    memcpy(&words, p->solver_words, sizeof words);
+    words.batch->run[p->sign != -1](in, out, p->howmany_dims[0].n);
 }
 
 // From this size on a batch streams through the second-level cache.
@@ -104,7 +108,8 @@ void choose_executor(plan *p) {
     const codelet_set *codelets = codelets_for(p, n);
     const dense_batch *dense = dense_batch_for(n);
     if (dense && unit && idist == n && odist == n) {
-        memcpy(p->solver_words, &dense, sizeof dense);
+        const dense_words words = {dense};
+        memcpy(p->solver_words, &words, sizeof words);
         p->execute_fn = execute_many_dense;
         p->execute_name = "execute_many_dense";
     } else if (unit && (n > longest_across_batch || !codelets)) {

@@ -41,8 +41,9 @@ value load(const value *x) {
 }
 
 int class_index(uint64_t bytes) {
-    const int log2 = static_cast<int>(std::bit_width(bytes - 1)) - 1;
-    return 4 * log2 + static_cast<int>((bytes - 1) >> (log2 - 2) & 3);
+    const uint64_t last = (bytes - 1) | 4;  // at least three bits; they are many more
+    const int log2 = static_cast<int>(std::bit_width(last)) - 1;
+    return 4 * log2 + static_cast<int>(last >> (log2 - 2) & 3);
 }
 
 uint64_t class_bytes(int index) {
