@@ -17,6 +17,12 @@ extern "C" const char *__asan_default_options() {
     return "allocator_may_return_null=1";
 }
 
+// Fonts that were found once are kept until the end.
+extern "C" const char *__lsan_default_suppressions();
+extern "C" const char *__lsan_default_suppressions() {
+    return "leak:libfontconfig\n";
+}
+
 namespace {
 
 // A problem that is read is written and read again as the same text.
