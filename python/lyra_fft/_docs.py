@@ -97,8 +97,10 @@ _plan = """plan : Plan, optional
 """
 
 _orthogonalize = """orthogonalize : bool, optional
-    Whether to scale the ends of the input or the result by the square root of 2 so that the matrix
-    of the transform is orthogonal, up to a factor. By default with norm "ortho" alone.
+    Whether to multiply by the square root of 2 what makes the matrix of the cosine transform
+    orthogonal, up to a factor: x[0] for type 3, x[0] and x[n-1] for type 1, and to divide y[0] for
+    type 2, y[0] and y[n-1] for type 1. Sine transforms of types 2 and 3 do the same, as in SciPy,
+    which does not make them orthogonal. By default with norm "ortho" alone.
 """
 
 _errors = """
@@ -504,7 +506,7 @@ Examples
 True
 """)
 
-_docs["hfftn"] = (_many + """Discrete Fourier transform of data with Hermitian symmetry along several axes.
+_docs["hfftn"] = (_many("hfftn") + """Discrete Fourier transform of data with Hermitian symmetry along several axes.
 
 It is `fft` along all but the last of the axes, and `hfft` along the last.
 
@@ -649,7 +651,7 @@ Examples
 True
 """)
 
-_docs["idctn"] = (_real_many + """Inverse discrete cosine transform along several axes: idctn(dctn(x)) is x.
+_docs["idctn"] = (_real_many("idctn") + """Inverse discrete cosine transform along several axes: idctn(dctn(x)) is x.
 
 """ + _complex_x + _type + _s + _axes + _real_norm + _workers + _orthogonalize + _plan + _result + _r2r_errors + """
 See Also

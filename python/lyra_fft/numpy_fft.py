@@ -33,49 +33,62 @@ def _repeats(a, axes):
     # Whether an axis is named twice, which numpy.fft takes as two transforms.
     if axes is None:
         return False
-    axes = list(axes)
-    return len(set(axes)) < len(axes) or (
-        min(axes, default=0) < 0 and len({axis % asarray(a).ndim for axis in axes}) < len(axes))
+    axes = tuple(axes)
+    if len(set(axes)) == len(axes) and min(axes, default=0) >= 0:
+        return False
+    ndim = asarray(a).ndim
+    return len({axis % ndim for axis in axes}) < len(axes) if ndim else False
 
 
 def _one_by_one(function, a, s, axes, norm):
-    axes = list(axes)
-    if s is not None and len(s) != len(axes):
-        raise ValueError("Shape and axes have different lengths.")
-    for k in reversed(range(len(axes))):
-        a = function(a, None if s is None else s[k], axes[k], norm)
+    for n, axis in reversed(tuple(zip(s, axes))):
+        a = function(a, n, axis, norm)
     return a
+
+
+def _lengths(a, s, axes):
+    if s is None:
+        shape = asarray(a).shape
+        return [shape[axis] for axis in axes]
+    if len(s) != len(axes):
+        raise ValueError("Shape and axes have different lengths.")
+    return list(s)
 
 
 def fftn(a, s=None, axes=None, norm=None):
     """As `numpy.fft.fftn`; an axis that is named twice is transformed twice."""
     if _repeats(a, axes):
-        return _one_by_one(fft, a, s, axes, norm)
+        return _one_by_one(fft, a, _lengths(a, s, axes), axes, norm)
     return _core.numpy_fftn(a, s, axes, norm)
 
 
 def ifftn(a, s=None, axes=None, norm=None):
     """As `numpy.fft.ifftn`; an axis that is named twice is transformed twice."""
     if _repeats(a, axes):
-        return _one_by_one(ifft, a, s, axes, norm)
+        return _one_by_one(ifft, a, _lengths(a, s, axes), axes, norm)
     return _core.numpy_ifftn(a, s, axes, norm)
 
 
 def rfftn(a, s=None, axes=None, norm=None):
     """As `numpy.fft.rfftn`; an axis that is named twice is transformed twice."""
     if _repeats(a, axes):
-        axes = list(axes)
-        a = rfft(a, None if s is None else s[-1], axes[-1], norm)
-        return _one_by_one(fft, a, None if s is None else s[:-1], axes[:-1], norm)
+        axes = tuple(axes)
+        *s, last = _lengths(a, s, axes)
+        a = rfft(a, last, axes[-1], norm)
+        for n, axis in zip(s, axes):
+            a = fft(a, n, axis, norm)
+        return a
     return _core.numpy_rfftn(a, s, axes, norm)
 
 
 def irfftn(a, s=None, axes=None, norm=None):
     """As `numpy.fft.irfftn`; an axis that is named twice is transformed twice."""
     if _repeats(a, axes):
-        axes = list(axes)
-        a = _one_by_one(ifft, a, None if s is None else s[:-1], axes[:-1], norm)
-        return irfft(a, None if s is None else s[-1], axes[-1], norm)
+        axes = tuple(axes)
+        *rest, last = _lengths(a, s, axes)
+        for n, axis in zip(rest, axes):
+            a = ifft(a, n, axis, norm)
+        return irfft(a, 2 * (last - 1) if s is None else last, axes[-1], norm)
     return _core.numpy_irfftn(a, s, axes, norm)
 
 

@@ -36,16 +36,15 @@ _functions = {
 }
 # The number of positional arguments that include workers.
 _workers_at = {name: 7 if name.strip("i")[:3] in ("dct", "dst") else 6 for name in _functions}
-_scipy_workers = None
+_get_workers = None
 
 
-def _default_workers():
-    # scipy.fft.set_workers also counts for what its backends do.
-    global _scipy_workers
-    if _scipy_workers is None:
-        from scipy.fft import get_workers
-        _scipy_workers = get_workers
-    return _scipy_workers()
+def _meet_scipy():
+    # A global backend takes SciPy's own place, which then has to wait for what is declined here.
+    global _get_workers
+    from scipy.fft import get_workers, register_backend
+    register_backend("scipy")
+    _get_workers = get_workers
 
 
 # Types that NumPy turns into arrays of numbers; arrays of other libraries are theirs.
@@ -54,6 +53,8 @@ _left_to_scipy = "gG" if _core.has_single else "gGfFe"
 
 
 def __ua_function__(method, args, kwargs):
+    if _get_workers is None:
+        _meet_scipy()
     function = _functions.get(method.__name__)
     if function is None:
         return NotImplemented
@@ -69,7 +70,7 @@ def __ua_function__(method, args, kwargs):
     if kwargs.get("plan") is not None:
         return NotImplemented
     if kwargs.get("workers") is None and len(args) < _workers_at[method.__name__]:
-        workers = _default_workers()
+        workers = _get_workers()  # of scipy.fft.set_workers
         if workers != 1:
             kwargs["workers"] = workers
     return function(*args, **kwargs)

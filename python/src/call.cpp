@@ -128,7 +128,8 @@ int64_t as_integer(PyObject *o) {
 
 // One integer or a sequence of them: their number, or -1 with an exception set.
 int parse_integers(PyObject *o, int64_t *to, const char *what) {
-    if (PyIndex_Check(o)) {
+    const bool array = PyArray_Check(o) && PyArray_NDIM(reinterpret_cast<PyArrayObject *>(o)) > 0;
+    if (PyIndex_Check(o) && !array) {
         to[0] = as_integer(o);
         return to[0] == -1 && PyErr_Occurred() ? -1 : 1;
     }
@@ -181,6 +182,11 @@ int invalid_length(const function &f, const int64_t *n, int count) {
 // ---- Axes and lengths
 // ----------------------------------------------------------------------------
 
+// The length of the real data whose transform has m numbers, if it is even; 0 when there are none.
+int64_t real_length(int64_t m) {
+    return m == 0 ? 0 : 2 * (m - 1);
+}
+
 int resolve_axis(transform &t, const function &f, const arguments &a, int ndim,
                  const npy_intp *shape) {
     int64_t axis = -1;
@@ -200,7 +206,7 @@ int resolve_axis(transform &t, const function &f, const arguments &a, int ndim,
         t.n[0] = as_integer(a.lengths);
         if (t.n[0] == -1 && PyErr_Occurred()) return -1;
     } else {
-        t.n[0] = f.what == operation::c2r ? 2 * (shape[axis] - 1) : shape[axis];
+        t.n[0] = f.what == operation::c2r ? real_length(shape[axis]) : shape[axis];
     }
     return t.n[0] < 1 ? invalid_length(f, t.n, 1) : 0;
 }
@@ -262,7 +268,8 @@ int resolve_axes(transform &t, const function &f, const arguments &a, int ndim,
         // SciPy: -1 keeps the length of the input.
         const bool stays = nlengths >= 0 && lengths[k] == -1 && !f.like_numpy;
         if (nlengths < 0 && f.what == operation::c2r && k == naxes - 1)
-            t.n[k] = 2 * (shape[axes[k]] - 1);
+            // SciPy: a single number is the transform of one.
+            t.n[k] = shape[axes[k]] == 1 && !f.like_numpy ? 1 : real_length(shape[axes[k]]);
         else
             t.n[k] = nlengths < 0 || stays ? shape[axes[k]] : lengths[k];
         valid &= t.n[k] >= 1;
@@ -310,11 +317,12 @@ int resolve_type(request &r, const arguments &a, norm scaling) {
     r.factor = scaling == norm::ortho                     ? 1 / std::sqrt(n)
                : (scaling == norm::backward) == f.inverse ? 1 / n
                                                           : 1;
+    // As SciPy, the first element also of DST-II and III, where the last one would make the matrix
+    // orthogonal.
     const bool both = type == 1 && !f.sine;
-    r.first_in = orthogonal && (both || (type == 3 && !f.sine));
-    r.last_in = orthogonal && (both || (type == 3 && f.sine));
-    r.first_out = orthogonal && (both || (type == 2 && !f.sine));
-    r.last_out = orthogonal && (both || (type == 2 && f.sine));
+    r.first_in = orthogonal && (both || type == 3);
+    r.first_out = orthogonal && (both || type == 2);
+    r.last_in = r.last_out = orthogonal && both;
     return 0;
 }
 
@@ -424,14 +432,14 @@ int make_request(request &r, const function &f, const arguments &a, int type, in
     r.complex_input = is_complex(type);
     t.single = is_single(type);
     if (f.like_numpy && !numpy_keeps_single) t.single = false;
+    if (f.what == operation::r2c && r.complex_input) {
+        PyErr_SetString(PyExc_TypeError, "x must be a real sequence");
+        return -1;
+    }
     if (t.single && !has_single) {
         PyErr_SetString(PyExc_TypeError,
                         "single precision is not supported by this build of lyra_fft; convert to "
                         "double precision first, x.astype(float) or x.astype(complex)");
-        return -1;
-    }
-    if (f.what == operation::r2c && r.complex_input) {
-        PyErr_SetString(PyExc_TypeError, "x must be a real sequence");
         return -1;
     }
     t.workers = parse_workers(a.workers);

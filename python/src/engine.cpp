@@ -53,7 +53,11 @@ int add_pass(schedule &s, plan_cache &cache, const transform &t, operation what,
     p.what = what;
     p.single = t.single;
     p.in_place = in.data == out.data;
-    p.sign = what == operation::c2c ? t.sign : 0;
+    // Between real and complex numbers the library goes one way each.
+    p.sign = what != operation::c2c     ? 0
+             : t.what == operation::r2c ? -1
+             : t.what == operation::c2r ? 1
+                                        : t.sign;
     p.workers = t.workers;
     p.rank = last - first;
     bool transformed[max_ndim] = {};
