@@ -485,9 +485,12 @@ PyArrayObject *as_array(PyObject *x, const function &f) {
                 to = type == NPY_LONGDOUBLE ? NPY_DOUBLE : NPY_CDOUBLE;
                 break;
             }
-            PyErr_SetString(PyExc_TypeError,
-                            "extended precision is not supported; convert to double precision "
-                            "first, x.astype(float) or x.astype(complex)");
+            PyErr_SetString(
+                PyExc_TypeError,
+                f.what == operation::r2c && type == NPY_CLONGDOUBLE
+                    ? "x must be a real sequence"
+                    : "extended precision is not supported; convert to double precision "
+                      "first, x.astype(float) or x.astype(complex)");
             Py_DECREF(array);
             return nullptr;
         default:

@@ -77,13 +77,12 @@ def pytest_collection_modifyitems(items):
 
 
 @pytest.hookimpl(hookwrapper=True)
-def pytest_runtest_makereport(call):
-    report = (yield).get_result()
-    if call.excinfo is not None and call.excinfo.errisinstance(TypeError):
+def pytest_pyfunc_call():
+    error = ((yield).excinfo or (None, None))[1]
+    if isinstance(error, TypeError):
         for suite, beginning in UNSUPPORTED:
-            if suite == SUITE and str(call.excinfo.value).startswith(beginning):
-                report.outcome = "skipped"
-                report.wasxfail = beginning
+            if suite == SUITE and str(error).startswith(beginning):
+                pytest.xfail(beginning)
 
 
 def pytest_sessionfinish(session):
