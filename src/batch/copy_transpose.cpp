@@ -8,10 +8,11 @@ namespace lyr {
 
 namespace {
 
-typedef double double2_unaligned __attribute__((vector_size(16), aligned(8), may_alias));
+typedef scalar unaligned_pair
+    __attribute__((vector_size(complex_bytes), aligned(scalar_bytes), may_alias));
 
 struct pair {  // template arguments would lose the attributes of a bare type
-    double2_unaligned parts;
+    unaligned_pair parts;
 };
 
 constexpr int64_t line_bytes = 64;
@@ -63,10 +64,11 @@ void copy_tiles(const element *src, element *dst, int64_t rows, int64_t cols, in
 // be read from memory before it is written. From this size on that is faster.
 constexpr int64_t far_bytes = int64_t{1} << 23;
 
-constexpr int64_t far_height = 16, far_width = 8;
+constexpr int64_t far_height = 16, far_width = 2 * line_complex;
+constexpr int64_t pairs_at_once = 16 / complex_bytes;
 
 void store_far(pair *to, const pair *from, int64_t n) {
-    for (int64_t k = 0; k < n; ++k)
+    for (int64_t k = 0; k + pairs_at_once <= n; k += pairs_at_once)
         _mm_stream_pd(reinterpret_cast<double *>(to + k),
                       _mm_load_pd(reinterpret_cast<const double *>(from + k)));
 }
@@ -91,8 +93,9 @@ int64_t elements_to_next_line(const pair *p) {
 // Stores whole lines only, so all rows of the output must start at the same place in a line.
 bool copy_far(const pair *src, pair *dst, int64_t rows, int64_t cols, int64_t src_stride,
               int64_t dst_stride) {
-    constexpr int64_t line = line_bytes / 16;
-    if (rows * cols < far_bytes / 16 || rows < 2 * far_height || cols < 2 * far_width) return false;
+    constexpr int64_t line = line_bytes / complex_bytes;
+    if (rows * cols < far_bytes / complex_bytes || rows < 2 * far_height || cols < 2 * far_width)
+        return false;
     if (reinterpret_cast<uintptr_t>(dst) % 16 != 0 || dst_stride % line != 0) return false;
     const int64_t top = elements_to_next_line(dst), left = elements_to_next_line(src);
     copy_tiles(src, dst, top, cols, src_stride, dst_stride);
@@ -125,7 +128,7 @@ bool copy_far(const pair *, pair *, int64_t, int64_t, int64_t, int64_t) {
 
 }  // namespace
 
-void copy_transpose_cpx(const double *src, double *dst, int64_t rows, int64_t cols,
+void copy_transpose_cpx(const scalar *src, scalar *dst, int64_t rows, int64_t cols,
                         int64_t src_stride, int64_t dst_stride) {
     const pair *from = reinterpret_cast<const pair *>(src);
     pair *to = reinterpret_cast<pair *>(dst);
@@ -133,7 +136,7 @@ void copy_transpose_cpx(const double *src, double *dst, int64_t rows, int64_t co
         copy_tiles(from, to, rows, cols, src_stride, dst_stride);
 }
 
-void copy_transpose_real(const double *src, double *dst, int64_t rows, int64_t cols,
+void copy_transpose_real(const scalar *src, scalar *dst, int64_t rows, int64_t cols,
                          int64_t src_stride, int64_t dst_stride) {
     copy_tiles(src, dst, rows, cols, src_stride, dst_stride);
 }

@@ -13,7 +13,7 @@ namespace {
 
 constexpr int64_t group_bytes = 128 << 10, least_group = 16;
 
-void execute_indirect_before(const plan *p, double *in, double *out, double *scratch) {
+void execute_indirect_before(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     const plan *rows = p->children;
     const auto [n, is, os] = p->dims[0];
     const auto [h, idist, odist] = p->howmany_dims[0];
@@ -22,11 +22,12 @@ void execute_indirect_before(const plan *p, double *in, double *out, double *scr
         rows->execute_fn(rows, out, out, scratch);
         return;
     }
-    const int64_t most = group_bytes / 16 / n, group = most < least_group ? least_group : most;
+    const int64_t most = group_bytes / complex_bytes / n,
+                  group = most < least_group ? least_group : most;
     for (int64_t first = 0; first < h; first += group) {
         plan some = *rows;
         some.howmany_dims[0].n = group < h - first ? group : h - first;
-        double *to = out + 2 * first * odist;
+        scalar *to = out + 2 * first * odist;
         copy_transpose_cpx(in + 2 * first, to, n, some.howmany_dims[0].n, is, odist);
         some.execute_fn(&some, to, to, scratch);
     }
