@@ -8,10 +8,11 @@ namespace lyr {
 
 namespace {
 
-typedef double double2_unaligned __attribute__((vector_size(16), aligned(8), may_alias));
+typedef scalar unaligned_pair
+    __attribute__((vector_size(complex_bytes), aligned(scalar_bytes), may_alias));
 
 struct pair {  // template arguments would lose the attributes of a bare type
-    double2_unaligned parts;
+    unaligned_pair parts;
 };
 
 constexpr int64_t line_bytes = 64;
@@ -61,7 +62,7 @@ void copy_tiles(const element *src, element *dst, int64_t rows, int64_t cols, in
 // Complex numbers. Their tiles, a line high and two lines wide, follow each other down a strip of
 // the input: few rows of the output are written at a time, a line after the other. Rows of the
 // input are called for in advance, as they are too far apart for the processor to foresee them.
-constexpr int64_t strip_height = 4, strip_width = 8, rows_ahead = 8;
+constexpr int64_t strip_height = line_complex, strip_width = 2 * line_complex, rows_ahead = 8;
 
 __attribute__((always_inline)) inline void copy_strip_tile(const pair *src, pair *dst,
                                                            int64_t src_stride, int64_t dst_stride,
@@ -72,13 +73,13 @@ __attribute__((always_inline)) inline void copy_strip_tile(const pair *src, pair
         for (int64_t j = 0; j < strip_width; j += strip_height)
             __builtin_prefetch(later + i * src_stride + j);
     }
-#pragma GCC unroll 8
+#pragma GCC unroll 16
     for (int64_t j = 0; j < strip_width; ++j) {
-#pragma GCC unroll 4
+#pragma GCC unroll 8
         for (int64_t i = 0; i < strip_height; ++i) dst[i] = row[i][j];
         dst += dst_stride;
-        __asm__(""
-                : "+r"(dst));  // or all distances would be kept, in more registers than there are
+        // Or all distances would be kept, in more registers than there are.
+        __asm__("" : "+r"(dst));
     }
 }
 
@@ -112,9 +113,11 @@ void copy_strips(const pair *src, pair *dst, int64_t rows, int64_t cols, int64_t
 // be read from memory before it is written. From this size on that is faster.
 constexpr int64_t far_bytes = int64_t{1} << 23;
 
-constexpr int64_t far_height = 16, far_width = 8;
+constexpr int64_t far_height = 16, far_width = 2 * line_complex;
+constexpr int64_t pairs_at_once = 16 / complex_bytes;
+
 void store_far(pair *to, const pair *from, int64_t n) {
-    for (int64_t k = 0; k < n; ++k)
+    for (int64_t k = 0; k + pairs_at_once <= n; k += pairs_at_once)
         _mm_stream_pd(reinterpret_cast<double *>(to + k),
                       _mm_load_pd(reinterpret_cast<const double *>(from + k)));
 }
@@ -139,8 +142,9 @@ int64_t elements_to_next_line(const pair *p) {
 // Stores whole lines only, so all rows of the output must start at the same place in a line.
 bool copy_far(const pair *src, pair *dst, int64_t rows, int64_t cols, int64_t src_stride,
               int64_t dst_stride) {
-    constexpr int64_t line = line_bytes / 16;
-    if (rows * cols < far_bytes / 16 || rows < 2 * far_height || cols < 2 * far_width) return false;
+    constexpr int64_t line = line_bytes / complex_bytes;
+    if (rows * cols < far_bytes / complex_bytes || rows < 2 * far_height || cols < 2 * far_width)
+        return false;
     if (reinterpret_cast<uintptr_t>(dst) % 16 != 0 || dst_stride % line != 0) return false;
     const int64_t top = elements_to_next_line(dst), left = elements_to_next_line(src);
     copy_strips(src, dst, top, cols, src_stride, dst_stride);
@@ -173,7 +177,7 @@ bool copy_far(const pair *, pair *, int64_t, int64_t, int64_t, int64_t) {
 
 }  // namespace
 
-void copy_transpose_cpx(const double *src, double *dst, int64_t rows, int64_t cols,
+void copy_transpose_cpx(const scalar *src, scalar *dst, int64_t rows, int64_t cols,
                         int64_t src_stride, int64_t dst_stride) {
     const pair *from = reinterpret_cast<const pair *>(src);
     pair *to = reinterpret_cast<pair *>(dst);
@@ -181,7 +185,7 @@ void copy_transpose_cpx(const double *src, double *dst, int64_t rows, int64_t co
         copy_strips(from, to, rows, cols, src_stride, dst_stride);
 }
 
-void copy_transpose_real(const double *src, double *dst, int64_t rows, int64_t cols,
+void copy_transpose_real(const scalar *src, scalar *dst, int64_t rows, int64_t cols,
                          int64_t src_stride, int64_t dst_stride) {
     copy_tiles(src, dst, rows, cols, src_stride, dst_stride);
 }

@@ -18,14 +18,14 @@ namespace {
 // ---- By way of scratch memory -------------------------------------------------------------------
 
 // Two cache lines of transforms side by side, or one of longer ones.
-constexpr int64_t line = 4, together = 2 * line;
+constexpr int64_t line = line_complex, together = 2 * line;
 constexpr int64_t most_scratch_bytes = 512 << 10;
 // Others in groups of so many bytes: what is gathered by small stores is not loaded at once.
 constexpr int64_t strided_bytes = 8 << 10;
 
 // Shorter transforms are gathered by their codelets. Measured.
 int64_t shortest_gathered(int64_t idist) {
-    return idist != 1 && active_table()->lanes == 4 ? 16 : 17;
+    return idist != 1 && active_table()->lanes == line ? 16 : 17;
 }
 
 struct gathered_words {  // in solver_words
@@ -33,16 +33,17 @@ struct gathered_words {  // in solver_words
     int64_t row;         // complex numbers from one of them to the next
 };
 
-typedef double double2_unaligned __attribute__((vector_size(16), aligned(8), may_alias));
+typedef scalar unaligned_pair
+    __attribute__((vector_size(complex_bytes), aligned(scalar_bytes), may_alias));
 
-void copy_strided(const double *in, double *out, int64_t n, int64_t is) {
+void copy_strided(const scalar *in, scalar *out, int64_t n, int64_t is) {
 #pragma GCC unroll 4
     for (int64_t e = 0; e < n; ++e)
-        *reinterpret_cast<double2_unaligned *>(out + 2 * e) =
-            *reinterpret_cast<const double2_unaligned *>(in + 2 * e * is);
+        *reinterpret_cast<unaligned_pair *>(out + 2 * e) =
+            *reinterpret_cast<const unaligned_pair *>(in + 2 * e * is);
 }
 
-void gather(const plan *p, const gathered_words &words, const double *in, double *rows,
+void gather(const plan *p, const gathered_words &words, const scalar *in, scalar *rows,
             int64_t count) {
     const auto [n, is, os] = p->dims[0];
     const int64_t idist = p->howmany_dims[0].is;
@@ -54,17 +55,17 @@ void gather(const plan *p, const gathered_words &words, const double *in, double
 }
 
 // Transforms in front of the first cache line that is whole, where input lies side by side.
-int64_t before_line(const double *in) {
-    return static_cast<int64_t>(-(reinterpret_cast<uintptr_t>(in) / 16) % line);
+int64_t before_line(const scalar *in) {
+    return static_cast<int64_t>(-(reinterpret_cast<uintptr_t>(in) / complex_bytes) % line);
 }
 
-void execute_gathered(const plan *p, double *in, double *out, double *scratch) {
+void execute_gathered(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     gathered_words words;
     memcpy(&words, p->solver_words, sizeof words);
     const auto [h, idist, odist] = p->howmany_dims[0];
     const plan *child = p->children;
     const executor run = child->execute_fn;
-    double *below = scratch_below(p, scratch);
+    scalar *below = scratch_below(p, scratch);
     int64_t group = idist == 1 ? before_line(in) : 0;
     if (group == 0) group = words.group;
     for (int64_t left = h; left > 0; left -= group, group = words.group) {
@@ -98,14 +99,14 @@ int solve_gathered(plan *p) {
     gathered_words words = {together, row_of(n)};
     if (idist != 1) {
         words.row = (n + line - 1) / line * line;
-        words.group = strided_bytes / 16 / n;
+        words.group = strided_bytes / complex_bytes / n;
         if (words.group < 1) words.group = 1;
-    } else if (words.group * words.row > most_scratch_bytes / 16) {
+    } else if (words.group * words.row > most_scratch_bytes / complex_bytes) {
         words.group = line;
     }
     if (words.group > h) words.group = h;
     memcpy(p->solver_words, &words, sizeof words);
-    p->work_bytes = static_cast<uint64_t>(words.group * words.row) * 16;
+    p->work_bytes = static_cast<uint64_t>(words.group * words.row) * complex_bytes;
     p->execute_fn = execute_gathered;
     p->execute_name = "execute_gathered";
     p->nchildren = 1;
@@ -123,7 +124,7 @@ int solve_gathered(plan *p) {
 
 constexpr int64_t group_bytes = 128 << 10, least_group = 16;
 
-void execute_indirect_before(const plan *p, double *in, double *out, double *scratch) {
+void execute_indirect_before(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     const plan *rows = p->children;
     const auto [n, is, os] = p->dims[0];
     const auto [h, idist, odist] = p->howmany_dims[0];
@@ -132,11 +133,12 @@ void execute_indirect_before(const plan *p, double *in, double *out, double *scr
         rows->execute_fn(rows, out, out, scratch);
         return;
     }
-    const int64_t most = group_bytes / 16 / n, group = most < least_group ? least_group : most;
+    const int64_t most = group_bytes / complex_bytes / n,
+                  group = most < least_group ? least_group : most;
     for (int64_t first = 0; first < h; first += group) {
         plan some = *rows;
         some.howmany_dims[0].n = group < h - first ? group : h - first;
-        double *to = out + 2 * first * odist;
+        scalar *to = out + 2 * first * odist;
         copy_transpose_cpx(in + 2 * first, to, n, some.howmany_dims[0].n, is, odist);
         some.execute_fn(&some, to, to, scratch);
     }
@@ -153,7 +155,8 @@ bool is_slice(const plan *p) {
 int solve_indirect_problem(plan *p) {
     if (!is_slice(p)) {
         if (!is_strided_batch(p)) return -1;
-        if (row_of(p->dims[0].n) <= most_scratch_bytes / 16 / line) return solve_gathered(p);
+        if (row_of(p->dims[0].n) <= most_scratch_bytes / complex_bytes / line)
+            return solve_gathered(p);
         if (p->howmany_dims[0].is != 1) return -1;
     }
     p->execute_fn = execute_indirect_before;
