@@ -3,6 +3,8 @@
 #include <bit>
 #include <cmath>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <map>
 #include <numeric>
 #include <set>
@@ -16,6 +18,7 @@
 #include "dft/orders.h"
 #include "dft/rader.h"
 #include "dft/twiddle.h"
+#include "planner/cache_sizes.h"
 #include "planner/registry.h"
 #include "support.h"
 
@@ -265,11 +268,13 @@ TEST(choice, solvers_and_executors) {
         {"ocf328:328:328*17:1:1",
          "solve_problem_dft_many/execute_many("
          "solve_problem_c2c_1d_rader/execute_1d_rader_discrete(" TWO_STAGES "))"},
-        {"ocf16:16:1*9:1:16",
+        {"ocf16:16:1*9:1:16", "solve_problem_dft_many/execute_many_direct(" DIRECT ")"},
+        {"ocf24:30:1*9:1:25", "solve_indirect_problem/execute_gathered(" UNIT ")",
+         "solve_indirect_problem/execute_gathered(" TWO_STAGES ")"},
+        {"ocf8000:2:1*3:20000:8000", "solve_indirect_problem/execute_gathered(" STAGES ")"},
+        {"ocf8232:3:1*3:1:8232",
          "solve_indirect_problem/execute_indirect_before("
-         "solve_problem_dft_many/execute_many(" UNIT "))",
-         "solve_indirect_problem/execute_indirect_before("
-         "solve_problem_dft_many/execute_many_direct(" DIRECT "))"},
+         "solve_problem_dft_many/execute_many_far(" STAGES "))"},
         {"ocf16*8i", SLAB},
         {"icf100*8i", SLAB},
         {"ocf16*8", "solve_problem_dft_many/execute_many(" UNIT ")",
@@ -616,6 +621,59 @@ TEST(choice, slices_of_bufferized_batches) {
     for (const auto &[n, howmany, threads, slice] : examples)
         EXPECT_EQ(lyr::slice_length(n, howmany, threads), slice)
             << n << " * " << howmany << " with " << threads;
+}
+
+TEST(choice, sizes_of_caches) {
+    namespace fs = std::filesystem;
+    const auto [usual_second, usual_last] = lyr::usual_caches;
+    struct cache {
+        const char *type, *level, *size;
+    };
+    struct example {
+        std::vector<cache> caches;
+        int64_t second, last;
+    };
+    const cache l1 = {"Data\n", "1\n", "48K\n"}, code = {"Instruction\n", "1\n", "32K\n"};
+    const example examples[] = {
+        {{}, usual_second, usual_last},
+        {{l1, code}, usual_second, usual_last},
+        {{l1, code, {"Unified\n", "2\n", "512K\n"}}, 512 << 10, 512 << 10},
+        {{l1, code, {"Unified\n", "2\n", "2048K\n"}, {"Unified\n", "3\n", "36608K\n"}},
+         2 << 20,
+         int64_t{36608} << 10},
+        {{l1, {"Unified", "2", "1M"}, {"Unified", "3", "16M"}, {"Unified", "4", "128M"}},
+         1 << 20,
+         128 << 20},
+        {{l1, {"Instruction", "2", "64M"}, {"Unified", "3", "8M"}}, usual_second, 8 << 20},
+        {{l1, {"Unified", "2", "1"}, {"Unified", "3", "-8M"}}, usual_second, usual_last},
+        {{l1, {"Unified", "2", "99999999999999999999K"}, {"Unified", "x", "1M"}},
+         usual_second,
+         usual_last},
+        {{{"Unified", "3", "32M"}, {"", "2", "1M"}, {"Unified", "2", "4M"}},
+         usual_second,
+         32 << 20},
+    };
+    for (const example &e : examples) {
+        std::string folder = testing::TempDir() + "lyra_caches_XXXXXX";
+        ASSERT_TRUE(mkdtemp(folder.data()));
+        for (size_t k = 0; k < e.caches.size(); ++k) {
+            const fs::path index = fs::path(folder) / ("index" + std::to_string(k));
+            fs::create_directory(index);
+            std::ofstream(index / "type") << e.caches[k].type;
+            std::ofstream(index / "level") << e.caches[k].level;
+            std::ofstream(index / "size") << e.caches[k].size;
+        }
+        const auto [second, last] = lyr::read_cache_sizes(folder.c_str());
+        EXPECT_EQ(second, e.second) << &e - examples;
+        EXPECT_EQ(last, e.last) << &e - examples;
+        fs::remove_all(folder);
+    }
+    const auto [second, last] = lyr::caches();
+    EXPECT_GE(second, 64 << 10);
+    EXPECT_GE(last, second);
+    lyr::set_caches({1 << 20, 4 << 20});
+    EXPECT_EQ(lyr::far_output_bytes(), 1 << 20);
+    lyr::set_caches({second, last});
 }
 
 // ---- Factors ------------------------------------------------------------------------------------

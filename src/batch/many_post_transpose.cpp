@@ -11,11 +11,11 @@ namespace lyr {
 
 namespace {
 
-void execute_many_post_transpose(const plan *p, double *in, double *out, double *scratch) {
+void execute_many_post_transpose(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     walk_slab_batch(p, in, 1, p->howmany_dims[0].is, out, scratch);
 }
 
-void execute_many_post_transpose_inplace(const plan *p, double *in, double *out, double *scratch) {
+void execute_many_post_transpose_inplace(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     const plan *rows = &p->children[0], *rearrangement = &p->children[1];
     rows->execute_fn(rows, in, out, scratch);
     rearrangement->execute_fn(rearrangement, out, out, scratch);

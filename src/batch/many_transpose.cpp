@@ -12,7 +12,7 @@ namespace lyr {
 
 namespace {
 
-void execute_many_transpose(const plan *p, double *in, double *out, double *scratch) {
+void execute_many_transpose(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     walk_slab_batch(p, in, p->dims[0].is, 1, out, scratch);
 }
 

@@ -33,17 +33,17 @@ bookkeeping read_bookkeeping(const plan *p) {
 }
 
 // Rows of `width` numbers without gaps.
-void copy_columns(double *to, const double *in, int64_t n, int64_t is, int64_t width) {
-    constexpr int64_t line = 4;
+void copy_columns(scalar *to, const scalar *in, int64_t n, int64_t is, int64_t width) {
+    constexpr int64_t line = line_complex;
     for (int64_t e = 0; e < n; ++e, in += 2 * is, to += 2 * width) {
         int64_t j = 0;
         for (; j + line <= width; j += line) memcpy(to + 2 * j, in + 2 * j, 64);
-        for (; j < width; ++j) memcpy(to + 2 * j, in + 2 * j, 16);
+        for (; j < width; ++j) memcpy(to + 2 * j, in + 2 * j, complex_bytes);
     }
 }
 
 // The columns first .. end-1, with the scratch of one thread.
-void rotate_slabs(const plan *p, const double *in, double *out, double *scratch, int64_t first,
+void rotate_slabs(const plan *p, const scalar *in, scalar *out, scalar *scratch, int64_t first,
                   int64_t end) {
     const bookkeeping b = read_bookkeeping(p);
     const auto [n, is, os] = p->dims[0];
@@ -54,26 +54,26 @@ void rotate_slabs(const plan *p, const double *in, double *out, double *scratch,
         // works in place.
         copy_columns(scratch, in + 2 * j, n, is, width);
         walk_slab(b.list, {scratch, width, 1, out + 2 * j, os, width}, scratch,
-                  static_cast<double *>(p->aux) + 2 * n * j);
+                  static_cast<scalar *>(p->aux) + 2 * n * j);
     }
 }
 
 // Complex numbers.
 int64_t child_scratch(const plan *p) {
-    return static_cast<int64_t>(p->children->scratch_bytes / 16);
+    return static_cast<int64_t>(p->children->scratch_bytes / complex_bytes);
 }
 
-void gather_columns(double *rows, const double *in, int64_t n, int64_t is, int64_t width) {
+void gather_columns(scalar *rows, const scalar *in, int64_t n, int64_t is, int64_t width) {
     for (int64_t e = 0; e < n; ++e)
         for (int64_t j = 0; j < width; ++j)
-            memcpy(rows + 2 * (j * n + e), in + 2 * (e * is + j), 16);
+            memcpy(rows + 2 * (j * n + e), in + 2 * (e * is + j), complex_bytes);
 }
 
-void rotate_columns(const plan *p, const double *in, double *out, double *scratch, int64_t first,
+void rotate_columns(const plan *p, const scalar *in, scalar *out, scalar *scratch, int64_t first,
                     int64_t end) {
     const bookkeeping b = read_bookkeeping(p);
     const auto [n, is, os] = p->dims[0];
-    double *rows = scratch, *below = scratch + 2 * (b.scratch - child_scratch(p));
+    scalar *rows = scratch, *below = scratch + 2 * (b.scratch - child_scratch(p));
     const plan *child = p->children;
     const int64_t together = walked_together(n);
     for (int64_t j = first; j < end; j += together) {
@@ -83,9 +83,9 @@ void rotate_columns(const plan *p, const double *in, double *out, double *scratc
             child->execute_fn(child, rows + 2 * i * n, rows + 2 * i * n, below);
         for (int64_t e = 0; e < n; ++e)
             for (int64_t i = 0; i < width; ++i)
-                memcpy(out + 2 * (e * os + j + i), rows + 2 * (i * n + e), 16);
+                memcpy(out + 2 * (e * os + j + i), rows + 2 * (i * n + e), complex_bytes);
         rotate_rows(out + 2 * j, os, width, n, last_radix(n), b.lanes,
-                    static_cast<double *>(p->aux) + 2 * n * j);
+                    static_cast<scalar *>(p->aux) + 2 * n * j);
     }
 }
 
@@ -105,8 +105,8 @@ int64_t slab_count(const plan *p) {
 
 struct rotated_run {
     const plan *p;
-    const double *in;
-    double *out, *scratch;
+    const scalar *in;
+    scalar *out, *scratch;
 };
 
 void run_chunk(const pool_task *task) {
@@ -115,14 +115,14 @@ void run_chunk(const pool_task *task) {
     const int64_t chunk = task->chunk * walked_together(p->dims[0].n), first = task->index * chunk;
     const int64_t end = first + chunk < columns ? first + chunk : columns;
     const bookkeeping b = read_bookkeeping(p);
-    double *share = scratch + 2 * task->index * b.scratch;
+    scalar *share = scratch + 2 * task->index * b.scratch;
     if (b.list.count)
         rotate_slabs(p, in, out, share, first, end);
     else
         rotate_columns(p, in, out, share, first, end);
 }
 
-void execute_many_transpose_rotate(const plan *p, double *in, double *out, double *scratch) {
+void execute_many_transpose_rotate(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     rotated_run run = {p, in, out, scratch};
     thread_pool_run(slab_count(p), p->nthreads, 1, run_chunk, &run);
 }
@@ -169,7 +169,7 @@ int solve_problem_dft_many_transpose_rotate(plan *p) {
     if (list.count == 0) scratch += child_scratch(p);
     const bookkeeping b = {list, active_table()->lanes, scratch};
     memcpy(p->solver_words, &b, sizeof b);
-    p->work_bytes = static_cast<uint64_t>(threads * scratch) * 16;
+    p->work_bytes = static_cast<uint64_t>(threads * scratch) * complex_bytes;
     p->execute_fn = execute_many_transpose_rotate;
     p->execute_name = "execute_many_transpose_rotate";
     return 0;

@@ -10,8 +10,8 @@ static_assert(sizeof(slab_batch) <= sizeof(plan::solver_words));
 
 int64_t slab_width(int64_t n, int64_t stride, int64_t howmany, int64_t stage_count) {
     if (stage_count == 1) return howmany;  // no scratch: each row is read and written once
-    const bool far = n >= far_span_bytes / 16 / stride;
-    int64_t width = (far ? far_scratch_bytes : near_scratch_bytes) / (16 * n);
+    const bool far = n >= far_span_bytes / complex_bytes / stride;
+    int64_t width = (far ? far_scratch_bytes : near_scratch_bytes) / (complex_bytes * n);
     width = width / slab_quantum * slab_quantum;
     if (width < slab_quantum) width = slab_quantum;
     if (width > slab_width_limit) width = slab_width_limit;
@@ -31,7 +31,7 @@ bool build_slab_stages(plan *p, slab_stages *list) {
 void keep_slab_batch(plan *p, const slab_batch &batch) {
     memcpy(p->solver_words, &batch, sizeof batch);
     const int64_t scratch = slab_scratch(p->dims[0].n, batch.width, batch.list.count);
-    p->work_bytes = static_cast<uint64_t>(scratch) * 16;
+    p->work_bytes = static_cast<uint64_t>(scratch) * complex_bytes;
     p->any_count = 1;
 }
 
@@ -43,8 +43,8 @@ bool get_slab_batch(const plan *p, slab_batch *batch) {
     return true;
 }
 
-void walk_slab_batch(const plan *p, const double *in, int64_t in_row, int64_t in_lane, double *out,
-                     double *scratch) {
+void walk_slab_batch(const plan *p, const scalar *in, int64_t in_row, int64_t in_lane, scalar *out,
+                     scalar *scratch) {
     slab_batch b;
     memcpy(&b, p->solver_words, sizeof b);
     const int64_t h = p->howmany_dims[0].n;

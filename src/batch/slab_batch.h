@@ -41,7 +41,7 @@ void keep_slab_batch(plan *p, const slab_batch &batch);
 bool get_slab_batch(const plan *p, slab_batch *batch);
 
 // Transforms the whole batch. Input element e of transform j is in[e*in_row + j*in_lane].
-void walk_slab_batch(const plan *p, const double *in, int64_t in_row, int64_t in_lane, double *out,
-                     double *scratch);
+void walk_slab_batch(const plan *p, const scalar *in, int64_t in_row, int64_t in_lane, scalar *out,
+                     scalar *scratch);
 
 }  // namespace lyr

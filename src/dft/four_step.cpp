@@ -11,9 +11,9 @@ namespace lyr {
 
 namespace {
 
-void execute_c2c_1d_large(const plan *p, double *in, double *out, double *scratch) {
+void execute_c2c_1d_large(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     const plan *columns = &p->children[0], *rows = &p->children[1];
-    double *below = scratch_below(p, scratch);
+    scalar *below = scratch_below(p, scratch);
     columns->execute_fn(columns, in, scratch, below);
     rows->execute_fn(rows, scratch, out, below);
 }
@@ -28,15 +28,15 @@ plan *make_child(plan *child, const plan *p) {
 }  // namespace
 
 int64_t padded_row(int64_t n2) {
-    const int64_t lines = (n2 + 3) / 4;
-    return 4 * (lines % 16 == 0 ? lines + 1 : lines);
+    const int64_t lines = (n2 + line_complex - 1) / line_complex;
+    return line_complex * (lines % 16 == 0 ? lines + 1 : lines);
 }
 
-void fill_rotation(double *table, int64_t n1, int64_t n2, int64_t sign, int64_t lanes) {
+void fill_rotation(scalar *table, int64_t n1, int64_t n2, int64_t sign, int64_t lanes) {
     const int64_t r = last_radix(n1), L = n1 / r;
     const int64_t together = walked_together(n1);
     root_source roots;
-    double *room = static_cast<double *>(malloc(static_cast<size_t>(n1 * n2) * 16));
+    scalar *room = static_cast<scalar *>(malloc(static_cast<size_t>(n1 * n2) * complex_bytes));
     root_source_init(&roots, n1 * n2, n1 * n2, room);
     for (int64_t first = 0; first < n2; first += together) {
         const int64_t left = n2 - first;
@@ -61,12 +61,12 @@ int build_four_step(plan *p, int64_t n1, int64_t n2) {
     p->nchildren = 2;
     p->children = plan_alloc_children(2);
     if (!p->children) return -1;
-    p->work_bytes = static_cast<uint64_t>(n1 * row) * 16;
-    p->aux_bytes = static_cast<uint64_t>(n1 * n2) * 16;
+    p->work_bytes = static_cast<uint64_t>(n1 * row) * complex_bytes;
+    p->aux_bytes = static_cast<uint64_t>(n1 * n2) * complex_bytes;
     p->aux = aligned_alloc_zero(p->aux_bytes);
     if (!p->aux) return -1;
     p->aux_owned = 1;
-    fill_rotation(static_cast<double *>(p->aux), n1, n2, p->sign == -1 ? -1 : +1,
+    fill_rotation(static_cast<scalar *>(p->aux), n1, n2, p->sign == -1 ? -1 : +1,
                   active_table()->lanes);
 
     plan *columns = make_child(&p->children[0], p);

@@ -22,6 +22,6 @@ int64_t padded_row(int64_t n2);
 // Fills the n1*n2 factors of the first pass, W(sign*j*k, n1*n2) for column j and row k: one table
 // after another for every walked_together(n1) columns, in the order of rotated_slab_codelet for the
 // lanes of a codelet table.
-void fill_rotation(double *table, int64_t n1, int64_t n2, int64_t sign, int64_t lanes);
+void fill_rotation(scalar *table, int64_t n1, int64_t n2, int64_t sign, int64_t lanes);
 
 }  // namespace lyr

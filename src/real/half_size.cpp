@@ -17,16 +17,16 @@ constexpr int64_t shortest_threaded = 16384;
 constexpr int64_t spread_elements = 8192;
 
 bool allocate_twiddles(plan *p, int64_t h) {
-    const uint64_t bytes = static_cast<uint64_t>(h) * 16;
+    const uint64_t bytes = static_cast<uint64_t>(h) * complex_bytes;
     p->aux = aligned_alloc_zero(bytes);
     if (!p->aux) return false;
     p->aux_bytes = bytes;
     p->aux_owned = 1;
-    fill_pass_twiddles(static_cast<double *>(p->aux), h);
+    fill_pass_twiddles(static_cast<scalar *>(p->aux), h);
     return true;
 }
 
-int make_complex_child(plan *p, int64_t n, double *in, double *out) {
+int make_complex_child(plan *p, int64_t n, scalar *in, scalar *out) {
     p->nchildren = 1;
     p->children = plan_alloc_children(1);
     if (!p->children) return -1;
@@ -41,7 +41,7 @@ int make_complex_child(plan *p, int64_t n, double *in, double *out) {
 
 }  // namespace
 
-void fill_pass_twiddles(double *twiddles, int64_t h) {
+void fill_pass_twiddles(scalar *twiddles, int64_t h) {
     const int64_t count = (h + 1) / 2;
     if (h < 2) return;
     root_source roots;
@@ -55,8 +55,8 @@ int build_half_size(plan *p, const real_executors &executors) {
     if (n % 2 != 0) {
         p->execute_fn = executors.odd;
         p->execute_name = executors.odd_name;
-        p->work_bytes = static_cast<uint64_t>(n) * 16;
-        double *work = scratch_array(p);
+        p->work_bytes = static_cast<uint64_t>(n) * complex_bytes;
+        scalar *work = scratch_array(p);
         return make_complex_child(p, n, work, work);
     }
     const int64_t h = n / 2;
@@ -65,7 +65,7 @@ int build_half_size(plan *p, const real_executors &executors) {
     memcpy(p->solver_words, &pass, sizeof pass);
     p->execute_fn = unit_strides(p) ? executors.unit : executors.discrete;
     p->execute_name = unit_strides(p) ? executors.unit_name : executors.discrete_name;
-    if (!unit_strides(p)) p->work_bytes = static_cast<uint64_t>(h) * 16;
+    if (!unit_strides(p)) p->work_bytes = static_cast<uint64_t>(h) * complex_bytes;
     if (!allocate_twiddles(p, h)) return -1;
     const bool threaded = unit_strides(p) && p->nthreads >= 2 && n >= shortest_threaded;
     if (threaded) {
@@ -74,16 +74,16 @@ int build_half_size(plan *p, const real_executors &executors) {
         p->nthreads = threads_for_plan(p->nthreads);
         affinity_set_once(h / p->nthreads < spread_elements ? affinity_close : affinity_spread);
     }
-    double *to = unit_strides(p) ? p->out : scratch_array(p);
-    double *from = unit_strides(p) && p->kind == kind_r2c ? p->in : to;
+    scalar *to = unit_strides(p) ? p->out : scratch_array(p);
+    scalar *from = unit_strides(p) && p->kind == kind_r2c ? p->in : to;
     return make_complex_child(p, h, from, to);
 }
 
-void run_real_pass(const plan *p, const double *in, int64_t in_step, double *out, int64_t out_step,
+void run_real_pass(const plan *p, const scalar *in, int64_t in_step, scalar *out, int64_t out_step,
                    int64_t first, int64_t last) {
     real_pass_function pass;
     memcpy(&pass, p->solver_words, sizeof pass);
-    pass({p->dims[0].n / 2, first, last, in_step, out_step, static_cast<const double *>(p->aux)},
+    pass({p->dims[0].n / 2, first, last, in_step, out_step, static_cast<const scalar *>(p->aux)},
          in, out);
 }
 
@@ -91,8 +91,8 @@ namespace {
 
 struct shared_pass {
     const plan *p;
-    const double *in;
-    double *out;
+    const scalar *in;
+    scalar *out;
 };
 
 void run_chunk(const pool_task *task) {
@@ -105,7 +105,7 @@ void run_chunk(const pool_task *task) {
 
 }  // namespace
 
-void run_real_pass_threaded(const plan *p, const double *in, double *out) {
+void run_real_pass_threaded(const plan *p, const scalar *in, scalar *out) {
     shared_pass pass = {p, in, out};
     const int64_t pairs = p->dims[0].n / 4;
     thread_pool_run(pairs, p->nthreads, chunk_align(pairs, p->nthreads), run_chunk, &pass);

@@ -25,15 +25,15 @@ struct real_executors {
 int build_half_size(plan *p, const real_executors &executors);
 
 // Writes W(-k, n), k = 1 .. ceil(h/2), n = 2h, to entries k-1.
-void fill_pass_twiddles(double *twiddles, int64_t h);
+void fill_pass_twiddles(scalar *twiddles, int64_t h);
 
 // The pass for pairs first..last of an even plan, with the table that the plan was made with.
 // Callable from several threads at once for disjoint ranges.
-void run_real_pass(const plan *p, const double *in, int64_t in_step, double *out, int64_t out_step,
+void run_real_pass(const plan *p, const scalar *in, int64_t in_step, scalar *out, int64_t out_step,
                    int64_t first, int64_t last);
 
 // The same for all pairs, shared among the threads of a plan with the threaded executor. Steps
 // are 1.
-void run_real_pass_threaded(const plan *p, const double *in, double *out);
+void run_real_pass_threaded(const plan *p, const scalar *in, scalar *out);
 
 }  // namespace lyr
