@@ -267,11 +267,13 @@ TEST(choice, solvers_and_executors) {
         {"ocf328:328:328*17:1:1",
          "solve_problem_dft_many/execute_many("
          "solve_problem_c2c_1d_rader/execute_1d_rader_discrete(" TWO_STAGES "))"},
-        {"ocf16:16:1*9:1:16",
+        {"ocf16:16:1*9:1:16", "solve_problem_dft_many/execute_many_direct(" DIRECT ")"},
+        {"ocf24:30:1*9:1:25", "solve_indirect_problem/execute_gathered(" UNIT ")",
+         "solve_indirect_problem/execute_gathered(" TWO_STAGES ")"},
+        {"ocf8000:2:1*3:20000:8000", "solve_indirect_problem/execute_gathered(" STAGES ")"},
+        {"ocf8232:3:1*3:1:8232",
          "solve_indirect_problem/execute_indirect_before("
-         "solve_problem_dft_many/execute_many(" UNIT "))",
-         "solve_indirect_problem/execute_indirect_before("
-         "solve_problem_dft_many/execute_many_direct(" DIRECT "))"},
+         "solve_problem_dft_many/execute_many_far(" STAGES "))"},
         {"ocf16*8i", SLAB},
         {"icf100*8i", SLAB},
         {"ocf16*8", "solve_problem_dft_many/execute_many(" UNIT ")",
