@@ -22,9 +22,7 @@ struct library;
     template <>                                                          \
     struct library<real> {                                               \
         using complex = prefix##_complex;                                \
-        using iodim = prefix##_iodim64;                                  \
         using plan = prefix##_plan;                                      \
-        using r2r_kind = prefix##_r2r_kind;                              \
         static constexpr auto plan_c2c = prefix##_plan_guru64_dft;       \
         static constexpr auto plan_r2c = prefix##_plan_guru64_dft_r2c;   \
         static constexpr auto plan_c2r = prefix##_plan_guru64_dft_c2r;   \

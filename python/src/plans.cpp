@@ -35,18 +35,18 @@ template <typename real>
 void *make_plan(const problem &p, void *in, void *out) {
     using lib = library<real>;
     using complex = typename lib::complex;
-    typename lib::iodim dims[3], batch[3];
-    typename lib::r2r_kind kinds[3];
+    lyr_fft_iodim64 dims[3], batch[3];
+    lyr_fft_r2r_kind kinds[3];
     for (int k = 0; k < p.rank; ++k) {
         dims[k] = {p.dims[k].n, p.dims[k].is, p.dims[k].os};
-        kinds[k] = static_cast<typename lib::r2r_kind>(p.kinds[k]);
+        kinds[k] = static_cast<lyr_fft_r2r_kind>(p.kinds[k]);
     }
     for (int k = 0; k < p.batch_rank; ++k) batch[k] = {p.batch[k].n, p.batch[k].is, p.batch[k].os};
 
     // Left alone as long as nobody asks for threads; afterwards always put back to 1.
     if (p.workers > 1) lib::set_threads(p.workers);
     void *plan = nullptr;
-    const unsigned flags = 1U << 6;  // ..._ESTIMATE
+    const unsigned flags = LYR_FFT_ESTIMATE;
     switch (p.what) {
         case operation::c2c:
             plan = lib::plan_c2c(p.rank, dims, p.batch_rank, batch, static_cast<complex *>(in),
