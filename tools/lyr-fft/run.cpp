@@ -27,15 +27,23 @@ std::string library_folder() {
     return "";
 }
 
-int run_program(const std::vector<std::string> &words, bool report) {
+// Puts an entry before what a list of paths in the environment holds.
+void put_first(const char *variable, std::string entry) {
+    if (const char *before = std::getenv(variable); before && *before)
+        entry += std::string(":") + before;
+    setenv(variable, entry.c_str(), 1);
+}
+
+int run_program(const std::vector<std::string> &words, bool report, bool preload) {
     if (words.empty()) return fail("a program is missing; see 'lyr-fft run --help'");
-    std::string path = library_folder();
-    if (path.empty())
+    const std::string folder = library_folder();
+    if (folder.empty())
         return fail(
             "there is no libfftw3.so.3 of this library beside lyr-fft (package lyra-fftw3)");
-    if (const char *before = std::getenv("LD_LIBRARY_PATH"); before && *before)
-        path += std::string(":") + before;
-    setenv("LD_LIBRARY_PATH", path.c_str(), 1);
+    if (preload)
+        put_first("LD_PRELOAD", folder + "/libfftw3.so.3");
+    else
+        put_first("LD_LIBRARY_PATH", folder);
     if (report) setenv("LYRA_FFTW3_REPORT", "1", 1);
     std::vector<char *> arguments;
     for (const std::string &word : words) arguments.push_back(const_cast<char *>(word.c_str()));
@@ -53,11 +61,15 @@ command add_run(CLI::App &app) {
     arguments->footer(
         "The library path is set, nothing else. --report makes every process that loads the\n"
         "library say at its end, on standard error, which plans it made and how long they ran;\n"
-        "a program that says nothing does not use it.\n");
+        "a program that says nothing does not use it. Then it may have a library path of its\n"
+        "own, as R has: --preload is for those.\n");
     auto report = std::make_shared<bool>(false);
+    auto preload = std::make_shared<bool>(false);
     arguments->add_flag("--report", *report, "Say at the end what was planned and executed");
-    return {arguments,
-            [arguments, report] { return run_program(arguments->remaining(), *report); }};
+    arguments->add_flag("--preload", *preload, "Set LD_PRELOAD instead of the library path");
+    return {arguments, [arguments, report, preload] {
+                return run_program(arguments->remaining(), *report, *preload);
+            }};
 }
 
 }  // namespace lyr_tools
