@@ -102,7 +102,7 @@ class Interface:
 
     def typedef(self, node):
         name, target = node.get("name"), self.types[node.get("type-id")]
-        if name.startswith("__"):  # names within libc
+        if name.startswith("__") or name == "scalar":  # names within libc, within the library
             return self.name(node.get("type-id"))
         if target.get("naming-typedef-id") == node.get("id"):
             describe = self.record if target.tag == "class-decl" else self.enumeration

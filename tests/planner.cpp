@@ -3,6 +3,8 @@
 #include <bit>
 #include <cmath>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 #include <map>
 #include <numeric>
 #include <set>
@@ -16,6 +18,7 @@
 #include "dft/orders.h"
 #include "dft/rader.h"
 #include "dft/twiddle.h"
+#include "planner/cache_sizes.h"
 #include "planner/registry.h"
 #include "support.h"
 
@@ -246,8 +249,7 @@ TEST(choice, solvers_and_executors) {
         {"ocf8000", STAGES},
         {"ocf262144",
          "solve_problem_c2c_1d_large/execute_c2c_1d_large("
-         "solve_problem_dft_many_transpose_rotate/execute_many_transpose_rotate("
-         "solve_problem_dft_many_transpose/execute_many_transpose) "
+         "solve_problem_dft_many_transpose_rotate/execute_many_transpose_rotate "
          "solve_problem_dft_many_post_transpose/execute_many_post_transpose)"},
         {"ocf16384:2:1", "solve_problem_c2c_1d/execute_1d_discrete"},
         {"ocf100:1:40*40:100:1",
@@ -265,11 +267,13 @@ TEST(choice, solvers_and_executors) {
         {"ocf328:328:328*17:1:1",
          "solve_problem_dft_many/execute_many("
          "solve_problem_c2c_1d_rader/execute_1d_rader_discrete(" TWO_STAGES "))"},
-        {"ocf16:16:1*9:1:16",
+        {"ocf16:16:1*9:1:16", "solve_problem_dft_many/execute_many_direct(" DIRECT ")"},
+        {"ocf24:30:1*9:1:25", "solve_indirect_problem/execute_gathered(" UNIT ")",
+         "solve_indirect_problem/execute_gathered(" TWO_STAGES ")"},
+        {"ocf8000:2:1*3:20000:8000", "solve_indirect_problem/execute_gathered(" STAGES ")"},
+        {"ocf8232:3:1*3:1:8232",
          "solve_indirect_problem/execute_indirect_before("
-         "solve_problem_dft_many/execute_many(" UNIT "))",
-         "solve_indirect_problem/execute_indirect_before("
-         "solve_problem_dft_many/execute_many_direct(" DIRECT "))"},
+         "solve_problem_dft_many/execute_many_far(" STAGES "))"},
         {"ocf16*8i", SLAB},
         {"icf100*8i", SLAB},
         {"ocf16*8", "solve_problem_dft_many/execute_many(" UNIT ")",
@@ -573,20 +577,26 @@ TEST(choice, number_theory) {
     EXPECT_EQ(primes, 1229);
 }
 
-TEST(choice, two_passes_of_long_powers_of_two) {
-    constexpr int64_t longest_in_stages[][2] = {{1, 8192}, {2, 131072}, {4, 131072}};
-    for (const auto &[lanes, n] : longest_in_stages) {
-        for (const int64_t nthreads : {0, 1}) {
-            EXPECT_FALSE(lyr::use_large_method(n, nthreads, lanes));
-            EXPECT_TRUE(lyr::use_large_method(2 * n, nthreads, lanes));
-        }
-        EXPECT_FALSE(lyr::use_large_method(1024, 2, lanes));
-        EXPECT_TRUE(lyr::use_large_method(2048, 2, lanes));
-        for (const int64_t m : {0, 1 << 20 | 1, 3 << 20})
-            EXPECT_FALSE(lyr::use_large_method(m, 2, lanes));
+TEST(choice, two_passes_of_long_lengths) {
+    // The first length of two passes, and the one of its kind before it.
+    constexpr struct {
+        int64_t lanes, nthreads, before, first;
+    } kinds[] = {{1, 1, 8192, 16384},    {2, 0, 131072, 262144}, {4, 1, 8192, 16384},
+                 {2, 1, 875000, 900000}, {4, 1, 175000, 180000}, {1, 1, 4 * 3 << 16, 900000},
+                 {4, 1, 2 * 2048, 6144}, {2, 2, 65535, 65536},   {2, 3, 65520, 100000}};
+    for (const auto &[lanes, nthreads, before, first] : kinds) {
+        EXPECT_FALSE(lyr::use_large_method(before, nthreads, lanes)) << before;
+        EXPECT_TRUE(lyr::use_large_method(first, nthreads, lanes)) << first;
     }
-    for (int k = 11; k < 62; ++k)
-        EXPECT_EQ(lyr::split_large(int64_t{1} << k), int64_t{1} << k / 2) << k;
+    for (int k = 11; k < 62; ++k) {
+        const int64_t n = int64_t{1} << k;
+        EXPECT_EQ(lyr::split_large(n, 1), int64_t{1} << k / 2) << k;
+        EXPECT_EQ(lyr::split_large(n, 4), k == 16 ? 128 : int64_t{1} << k / 2) << k;
+    }
+    constexpr int64_t splits[][2] = {{100000, 200}, {1000000, 1000}, {720720, 780},
+                                     {531441, 729}, {390625, 625},   {823543, 343},
+                                     {500000, 500}, {1336336, 1156}};
+    for (const auto &[n, n1] : splits) EXPECT_EQ(lyr::split_large(n, 4), n1) << n;
 }
 
 TEST(choice, slab_widths) {
@@ -616,6 +626,59 @@ TEST(choice, slices_of_bufferized_batches) {
     for (const auto &[n, howmany, threads, slice] : examples)
         EXPECT_EQ(lyr::slice_length(n, howmany, threads), slice)
             << n << " * " << howmany << " with " << threads;
+}
+
+TEST(choice, sizes_of_caches) {
+    namespace fs = std::filesystem;
+    const auto [usual_second, usual_last] = lyr::usual_caches;
+    struct cache {
+        const char *type, *level, *size;
+    };
+    struct example {
+        std::vector<cache> caches;
+        int64_t second, last;
+    };
+    const cache l1 = {"Data\n", "1\n", "48K\n"}, code = {"Instruction\n", "1\n", "32K\n"};
+    const example examples[] = {
+        {{}, usual_second, usual_last},
+        {{l1, code}, usual_second, usual_last},
+        {{l1, code, {"Unified\n", "2\n", "512K\n"}}, 512 << 10, 512 << 10},
+        {{l1, code, {"Unified\n", "2\n", "2048K\n"}, {"Unified\n", "3\n", "36608K\n"}},
+         2 << 20,
+         int64_t{36608} << 10},
+        {{l1, {"Unified", "2", "1M"}, {"Unified", "3", "16M"}, {"Unified", "4", "128M"}},
+         1 << 20,
+         128 << 20},
+        {{l1, {"Instruction", "2", "64M"}, {"Unified", "3", "8M"}}, usual_second, 8 << 20},
+        {{l1, {"Unified", "2", "1"}, {"Unified", "3", "-8M"}}, usual_second, usual_last},
+        {{l1, {"Unified", "2", "99999999999999999999K"}, {"Unified", "x", "1M"}},
+         usual_second,
+         usual_last},
+        {{{"Unified", "3", "32M"}, {"", "2", "1M"}, {"Unified", "2", "4M"}},
+         usual_second,
+         32 << 20},
+    };
+    for (const example &e : examples) {
+        std::string folder = testing::TempDir() + "lyra_caches_XXXXXX";
+        ASSERT_TRUE(mkdtemp(folder.data()));
+        for (size_t k = 0; k < e.caches.size(); ++k) {
+            const fs::path index = fs::path(folder) / ("index" + std::to_string(k));
+            fs::create_directory(index);
+            std::ofstream(index / "type") << e.caches[k].type;
+            std::ofstream(index / "level") << e.caches[k].level;
+            std::ofstream(index / "size") << e.caches[k].size;
+        }
+        const auto [second, last] = lyr::read_cache_sizes(folder.c_str());
+        EXPECT_EQ(second, e.second) << &e - examples;
+        EXPECT_EQ(last, e.last) << &e - examples;
+        fs::remove_all(folder);
+    }
+    const auto [second, last] = lyr::caches();
+    EXPECT_GE(second, 64 << 10);
+    EXPECT_GE(last, second);
+    lyr::set_caches({1 << 20, 4 << 20});
+    EXPECT_EQ(lyr::far_output_bytes(), 1 << 20);
+    lyr::set_caches({second, last});
 }
 
 // ---- Factors ------------------------------------------------------------------------------------

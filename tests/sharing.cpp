@@ -2,11 +2,13 @@
 // bit, whatever the executor; and scratch memory is lent, kept and given back.
 #include <gtest/gtest.h>
 #include <pthread.h>
+#include <sys/mman.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <set>
 #include <string>
@@ -36,8 +38,7 @@ namespace {
 
 using namespace lyr_tools;
 
-// Together these use every executor there is but execute_bufferization, which takes planes of more
-// than 64 MiB.
+// Together these use every executor there is but execute_bufferization (far_columns).
 constexpr const char *shared_problems[] = {"ocf1*5",
                                            "ocf1*5i",
                                            "ocf16",
@@ -71,6 +72,7 @@ constexpr const char *shared_problems[] = {"ocf1*5",
                                            "ocf16x16*2*2*2",
                                            "ocf100:1:40*40:100:1",
                                            "ocf50:30:1*30:1:50",
+                                           "ocf8232:3:1*3:1:8232",
                                            "icf41:1:20*20:41:1",
                                            "ocf600x600",
                                            "ocf521x32",
@@ -203,6 +205,7 @@ TEST(sharing, every_executor) {
                              "execute_dft_direct",
                              "execute_dht_direct",
                              "execute_dht_direct_unit",
+                             "execute_gathered",
                              "execute_hc2r_direct",
                              "execute_hc2r_direct_unit",
                              "execute_indirect_before",
@@ -239,6 +242,56 @@ TEST(sharing, every_executor) {
                              "execute_type1_halves",
                              "execute_type4_odd"})
         EXPECT_EQ(executors.count(name), 1u) << name;
+}
+
+// Columns of prime length, rows of half a spectrum apart: execute_bufferization. The rows lie on
+// pages of their own, and only what is transformed of each array of 134 MB is ever touched.
+TEST(sharing, far_columns) {
+    constexpr int n = 4099, row = n / 2 + 1, columns = 17;
+    constexpr size_t bytes = size_t{n} * row * sizeof(lyr_fft_complex);
+    struct array {
+        void *memory = mmap(nullptr, bytes, PROT_READ | PROT_WRITE,
+                            MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+
+        array() {
+            if (memory != MAP_FAILED) madvise(memory, bytes, MADV_NOHUGEPAGE);
+        }
+        ~array() { munmap(memory, bytes); }
+        double *row_of(int i) const { return static_cast<double *>(memory) + int64_t{2} * row * i; }
+    };
+    const auto fill = [](const array &a) {
+        random_source random{5};
+        for (int i = 0; i < n; ++i)
+            for (int j = 0; j < 2 * columns; ++j)
+                a.row_of(i)[j] = static_cast<double>(random.below(2001)) - 1000.0;
+    };
+    const lyr_fft_iodim length = {n, row, row}, batch = {columns, 1, 1};
+    const array expected;
+    ASSERT_NE(expected.memory, MAP_FAILED);
+    fill(expected);
+    lyr_fft_complex *data = complexes(expected.row_of(0));
+    const plan_holder holder(
+        lyr_fft_plan_guru_dft(1, &length, 1, &batch, data, data, LYR_FFT_FORWARD, 0));
+    ASSERT_TRUE(holder.plan);
+    ASSERT_STREQ(holder.plan->execute_name, "execute_bufferization");
+    lyr_fft_execute(holder.plan);
+    std::atomic<int> wrong = 0;
+    std::vector<std::thread> workers;
+    for (int t = 0; t < 4; ++t)
+        workers.emplace_back([&] {
+            const array mine;
+            if (mine.memory == MAP_FAILED) {
+                ++wrong;
+                return;
+            }
+            fill(mine);
+            lyr_fft_complex *own = complexes(mine.row_of(0));
+            lyr_fft_execute_dft(holder.plan, own, own);
+            for (int i = 0; i < n; ++i)
+                if (memcmp(mine.row_of(i), expected.row_of(i), columns * sizeof *own) != 0) ++wrong;
+        });
+    for (std::thread &worker : workers) worker.join();
+    EXPECT_EQ(wrong, 0);
 }
 
 // While other threads make, execute and destroy plans of the same sizes.

@@ -9,10 +9,10 @@ namespace lyr {
 
 // The arrays and the kind of a problem, as a constructor receives them.
 struct plan_arrays {
-    double *in;
-    double *in_imag;
-    double *out;
-    double *out_imag;
+    scalar *in;
+    scalar *in_imag;
+    scalar *out;
+    scalar *out_imag;
 };
 
 // A zero-filled record with everything but the dimensions filled in; null when memory runs out.
@@ -22,8 +22,8 @@ plan *plan_create(int32_t kind, int64_t sign, int64_t split, const plan_arrays &
 // problem or when its arrays could not be addressed.
 plan *plan_finish(plan *p);
 
-inline double *reals(lyr_fft_complex *array) {
-    return reinterpret_cast<double *>(array);
+inline scalar *reals(lyr_fft_complex *array) {
+    return reinterpret_cast<scalar *>(array);
 }
 
 // A kind as the caller wrote it: in C it may be any number.

@@ -6,9 +6,10 @@
 namespace {
 
 using lyr::plan;
+using lyr::scalar;
 
-double *reals(lyr_fft_complex *array) {
-    return reinterpret_cast<double *>(array);
+scalar *reals(lyr_fft_complex *array) {
+    return reinterpret_cast<scalar *>(array);
 }
 
 // Calls that a plan is not made for have no effect.
@@ -30,19 +31,19 @@ bool has_arrays(const plan *p) {
 
 // Executions with scratch memory, out of line: those without have no stack frame. The arguments
 // stay in registers, as a copy of them in memory would be waited for.
-__attribute__((noinline)) void run_on_stack(const plan *p, double *in, double *out) {
-    alignas(64) double scratch[lyr::stack_scratch_bytes / sizeof(double)];
+__attribute__((noinline)) void run_on_stack(const plan *p, scalar *in, scalar *out) {
+    alignas(64) scalar scratch[lyr::stack_scratch_bytes / sizeof(scalar)];
     p->execute_fn(p, in, out, scratch);
     __asm__ volatile("" ::"r"(scratch) : "memory");  // no tail call
 }
 
-__attribute__((noinline)) void run_on_lent(const plan *p, double *in, double *out) {
+__attribute__((noinline)) void run_on_lent(const plan *p, scalar *in, scalar *out) {
     const lyr::lent_scratch scratch = lyr::scratch_lend(p, in, out);
     p->execute_fn(p, in, out, scratch.memory);
     lyr::scratch_return(scratch);
 }
 
-void run(const plan *p, double *in, double *out) {
+void run(const plan *p, scalar *in, scalar *out) {
     if (!in || !out) return;
     if (p->scratch_bytes == 0)
         p->execute_fn(p, in, out, nullptr);
@@ -52,14 +53,14 @@ void run(const plan *p, double *in, double *out) {
         run_on_lent(p, in, out);
 }
 
-__attribute__((noinline)) void run_split_on_stack(const plan *p, double *ri, double *ii, double *ro,
-                                                  double *io) {
-    alignas(64) double scratch[lyr::stack_scratch_bytes / sizeof(double)];
+__attribute__((noinline)) void run_split_on_stack(const plan *p, scalar *ri, scalar *ii, scalar *ro,
+                                                  scalar *io) {
+    alignas(64) scalar scratch[lyr::stack_scratch_bytes / sizeof(scalar)];
     p->execute_split_fn(p, ri, ii, ro, io, scratch);
     __asm__ volatile("" ::"r"(scratch) : "memory");
 }
 
-void run_split(const plan *p, double *ri, double *ii, double *ro, double *io) {
+void run_split(const plan *p, scalar *ri, scalar *ii, scalar *ro, scalar *io) {
     if (p->scratch_bytes <= lyr::stack_scratch_bytes) {
         run_split_on_stack(p, ri, ii, ro, io);
         return;
@@ -81,28 +82,28 @@ void lyr_fft_execute_dft(const lyr_fft_plan plan, lyr_fft_complex *in, lyr_fft_c
     if (is_interleaved(plan, kind_complex)) run(plan, reals(in), reals(out));
 }
 
-void lyr_fft_execute_dft_r2c(const lyr_fft_plan plan, double *in, lyr_fft_complex *out) {
+void lyr_fft_execute_dft_r2c(const lyr_fft_plan plan, scalar *in, lyr_fft_complex *out) {
     if (is_interleaved(plan, kind_r2c)) run(plan, in, reals(out));
 }
 
-void lyr_fft_execute_dft_c2r(const lyr_fft_plan plan, lyr_fft_complex *in, double *out) {
+void lyr_fft_execute_dft_c2r(const lyr_fft_plan plan, lyr_fft_complex *in, scalar *out) {
     if (is_interleaved(plan, kind_c2r)) run(plan, reals(in), out);
 }
 
-void lyr_fft_execute_r2r(const lyr_fft_plan plan, double *in, double *out) {
+void lyr_fft_execute_r2r(const lyr_fft_plan plan, scalar *in, scalar *out) {
     if (is_interleaved(plan, kind_r2r)) run(plan, in, out);
 }
 
-void lyr_fft_execute_split_dft(const lyr_fft_plan plan, double *ri, double *ii, double *ro,
-                               double *io) {
+void lyr_fft_execute_split_dft(const lyr_fft_plan plan, scalar *ri, scalar *ii, scalar *ro,
+                               scalar *io) {
     if (is_split(plan, kind_complex) && ri && ii && ro && io) run_split(plan, ri, ii, ro, io);
 }
 
-void lyr_fft_execute_split_dft_r2c(const lyr_fft_plan plan, double *in, double *ro, double *io) {
+void lyr_fft_execute_split_dft_r2c(const lyr_fft_plan plan, scalar *in, scalar *ro, scalar *io) {
     if (is_split(plan, kind_r2c) && in && ro && io) run_split(plan, in, nullptr, ro, io);
 }
 
-void lyr_fft_execute_split_dft_c2r(const lyr_fft_plan plan, double *ri, double *ii, double *out) {
+void lyr_fft_execute_split_dft_c2r(const lyr_fft_plan plan, scalar *ri, scalar *ii, scalar *out) {
     if (is_split(plan, kind_c2r) && ri && ii && out) run_split(plan, ri, ii, out, nullptr);
 }
 

@@ -2,7 +2,7 @@
 
 #include <cstdlib>
 
-#include "lyr_fft.h"
+#include "interface.h"
 
 namespace lyr {
 

@@ -109,7 +109,7 @@ static plan *guru_dft(int rank, const iodim *dims, int howmany_rank, const iodim
 
 template <class iodim>
 static plan *guru_dft_r2c(int rank, const iodim *dims, int howmany_rank, const iodim *howmany_dims,
-                          double *in, lyr_fft_complex *out) {
+                          scalar *in, lyr_fft_complex *out) {
     guru_layout l;
     if (!copy_layout(l, rank, dims, howmany_rank, howmany_dims, 0)) return nullptr;
     return plan_guru(kind_r2c, -1, -1, l, {in, nullptr, reals(out), nullptr}, 0);
@@ -117,7 +117,7 @@ static plan *guru_dft_r2c(int rank, const iodim *dims, int howmany_rank, const i
 
 template <class iodim>
 static plan *guru_dft_c2r(int rank, const iodim *dims, int howmany_rank, const iodim *howmany_dims,
-                          lyr_fft_complex *in, double *out) {
+                          lyr_fft_complex *in, scalar *out) {
     guru_layout l;
     if (!copy_layout(l, rank, dims, howmany_rank, howmany_dims, 0)) return nullptr;
     return plan_guru(kind_c2r, +1, -1, l, {reals(in), nullptr, out, nullptr}, 0);
@@ -125,7 +125,7 @@ static plan *guru_dft_c2r(int rank, const iodim *dims, int howmany_rank, const i
 
 template <class iodim>
 static plan *guru_r2r(int rank, const iodim *dims, int howmany_rank, const iodim *howmany_dims,
-                      double *in, double *out, const lyr_fft_r2r_kind *kind, unsigned rules) {
+                      scalar *in, scalar *out, const lyr_fft_r2r_kind *kind, unsigned rules) {
     guru_layout l;
     if (rank >= 1 && !kind) return nullptr;
     if (rank == 1 && !copies_length_1(kind_at(kind, 0))) rules &= ~unsigned{length_1_is_rank_0};
@@ -135,8 +135,8 @@ static plan *guru_r2r(int rank, const iodim *dims, int howmany_rank, const iodim
 
 template <class iodim>
 static plan *guru_split_dft(int rank, const iodim *dims, int howmany_rank,
-                            const iodim *howmany_dims, double *ri, double *ii, double *ro,
-                            double *io, unsigned rules) {
+                            const iodim *howmany_dims, scalar *ri, scalar *ii, scalar *ro,
+                            scalar *io, unsigned rules) {
     guru_layout l;
     if (!copy_layout(l, rank, dims, howmany_rank, howmany_dims, rules)) return nullptr;
     return plan_guru(kind_complex, -1, 1, l, {ri, ii, ro, io}, rules);
@@ -144,7 +144,7 @@ static plan *guru_split_dft(int rank, const iodim *dims, int howmany_rank,
 
 template <class iodim>
 static plan *guru_split_dft_r2c(int rank, const iodim *dims, int howmany_rank,
-                                const iodim *howmany_dims, double *in, double *ro, double *io) {
+                                const iodim *howmany_dims, scalar *in, scalar *ro, scalar *io) {
     guru_layout l;
     if (!copy_layout(l, rank, dims, howmany_rank, howmany_dims, 0)) return nullptr;
     return plan_guru(kind_r2c, -1, 1, l, {in, nullptr, ro, io}, 0);
@@ -152,7 +152,7 @@ static plan *guru_split_dft_r2c(int rank, const iodim *dims, int howmany_rank,
 
 template <class iodim>
 static plan *guru_split_dft_c2r(int rank, const iodim *dims, int howmany_rank,
-                                const iodim *howmany_dims, double *ri, double *ii, double *out) {
+                                const iodim *howmany_dims, scalar *ri, scalar *ii, scalar *out) {
     guru_layout l;
     if (!copy_layout(l, rank, dims, howmany_rank, howmany_dims, 0)) return nullptr;
     return plan_guru(kind_c2r, +1, 1, l, {ri, ii, out, nullptr}, 0);
@@ -168,39 +168,39 @@ lyr_fft_plan lyr_fft_plan_guru_dft(int rank, const lyr_fft_iodim *dims, int howm
 }
 
 lyr_fft_plan lyr_fft_plan_guru_dft_r2c(int rank, const lyr_fft_iodim *dims, int howmany_rank,
-                                       const lyr_fft_iodim *howmany_dims, double *in,
+                                       const lyr_fft_iodim *howmany_dims, scalar *in,
                                        lyr_fft_complex *out, unsigned) {
     return guru_dft_r2c(rank, dims, howmany_rank, howmany_dims, in, out);
 }
 
 lyr_fft_plan lyr_fft_plan_guru_dft_c2r(int rank, const lyr_fft_iodim *dims, int howmany_rank,
                                        const lyr_fft_iodim *howmany_dims, lyr_fft_complex *in,
-                                       double *out, unsigned) {
+                                       scalar *out, unsigned) {
     return guru_dft_c2r(rank, dims, howmany_rank, howmany_dims, in, out);
 }
 
 lyr_fft_plan lyr_fft_plan_guru_r2r(int rank, const lyr_fft_iodim *dims, int howmany_rank,
-                                   const lyr_fft_iodim *howmany_dims, double *in, double *out,
+                                   const lyr_fft_iodim *howmany_dims, scalar *in, scalar *out,
                                    const lyr_fft_r2r_kind *kind, unsigned) {
     return guru_r2r(rank, dims, howmany_rank, howmany_dims, in, out, kind,
                     length_1_is_rank_0 | in_place_unit_check);
 }
 
 lyr_fft_plan lyr_fft_plan_guru_split_dft(int rank, const lyr_fft_iodim *dims, int howmany_rank,
-                                         const lyr_fft_iodim *howmany_dims, double *ri, double *ii,
-                                         double *ro, double *io, unsigned) {
+                                         const lyr_fft_iodim *howmany_dims, scalar *ri, scalar *ii,
+                                         scalar *ro, scalar *io, unsigned) {
     return guru_split_dft(rank, dims, howmany_rank, howmany_dims, ri, ii, ro, io, layout_check);
 }
 
 lyr_fft_plan lyr_fft_plan_guru_split_dft_r2c(int rank, const lyr_fft_iodim *dims, int howmany_rank,
-                                             const lyr_fft_iodim *howmany_dims, double *in,
-                                             double *ro, double *io, unsigned) {
+                                             const lyr_fft_iodim *howmany_dims, scalar *in,
+                                             scalar *ro, scalar *io, unsigned) {
     return guru_split_dft_r2c(rank, dims, howmany_rank, howmany_dims, in, ro, io);
 }
 
 lyr_fft_plan lyr_fft_plan_guru_split_dft_c2r(int rank, const lyr_fft_iodim *dims, int howmany_rank,
-                                             const lyr_fft_iodim *howmany_dims, double *ri,
-                                             double *ii, double *out, unsigned) {
+                                             const lyr_fft_iodim *howmany_dims, scalar *ri,
+                                             scalar *ii, scalar *out, unsigned) {
     return guru_split_dft_c2r(rank, dims, howmany_rank, howmany_dims, ri, ii, out);
 }
 
@@ -211,40 +211,40 @@ lyr_fft_plan lyr_fft_plan_guru64_dft(int rank, const lyr_fft_iodim64 *dims, int 
 }
 
 lyr_fft_plan lyr_fft_plan_guru64_dft_r2c(int rank, const lyr_fft_iodim64 *dims, int howmany_rank,
-                                         const lyr_fft_iodim64 *howmany_dims, double *in,
+                                         const lyr_fft_iodim64 *howmany_dims, scalar *in,
                                          lyr_fft_complex *out, unsigned) {
     return guru_dft_r2c(rank, dims, howmany_rank, howmany_dims, in, out);
 }
 
 lyr_fft_plan lyr_fft_plan_guru64_dft_c2r(int rank, const lyr_fft_iodim64 *dims, int howmany_rank,
                                          const lyr_fft_iodim64 *howmany_dims, lyr_fft_complex *in,
-                                         double *out, unsigned) {
+                                         scalar *out, unsigned) {
     return guru_dft_c2r(rank, dims, howmany_rank, howmany_dims, in, out);
 }
 
 lyr_fft_plan lyr_fft_plan_guru64_r2r(int rank, const lyr_fft_iodim64 *dims, int howmany_rank,
-                                     const lyr_fft_iodim64 *howmany_dims, double *in, double *out,
+                                     const lyr_fft_iodim64 *howmany_dims, scalar *in, scalar *out,
                                      const lyr_fft_r2r_kind *kind, unsigned) {
     return guru_r2r(rank, dims, howmany_rank, howmany_dims, in, out, kind, 0);
 }
 
 lyr_fft_plan lyr_fft_plan_guru64_split_dft(int rank, const lyr_fft_iodim64 *dims, int howmany_rank,
-                                           const lyr_fft_iodim64 *howmany_dims, double *ri,
-                                           double *ii, double *ro, double *io, unsigned) {
+                                           const lyr_fft_iodim64 *howmany_dims, scalar *ri,
+                                           scalar *ii, scalar *ro, scalar *io, unsigned) {
     return guru_split_dft(rank, dims, howmany_rank, howmany_dims, ri, ii, ro, io, 0);
 }
 
 lyr_fft_plan lyr_fft_plan_guru64_split_dft_r2c(int rank, const lyr_fft_iodim64 *dims,
                                                int howmany_rank,
-                                               const lyr_fft_iodim64 *howmany_dims, double *in,
-                                               double *ro, double *io, unsigned) {
+                                               const lyr_fft_iodim64 *howmany_dims, scalar *in,
+                                               scalar *ro, scalar *io, unsigned) {
     return guru_split_dft_r2c(rank, dims, howmany_rank, howmany_dims, in, ro, io);
 }
 
 lyr_fft_plan lyr_fft_plan_guru64_split_dft_c2r(int rank, const lyr_fft_iodim64 *dims,
                                                int howmany_rank,
-                                               const lyr_fft_iodim64 *howmany_dims, double *ri,
-                                               double *ii, double *out, unsigned) {
+                                               const lyr_fft_iodim64 *howmany_dims, scalar *ri,
+                                               scalar *ii, scalar *out, unsigned) {
     return guru_split_dft_c2r(rank, dims, howmany_rank, howmany_dims, ri, ii, out);
 }
 

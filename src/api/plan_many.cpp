@@ -46,7 +46,7 @@ bool layout_valid(const many_layout &l, int32_t kind) {
            (l.howmany == 1 || (l.idist >= 1 && l.odist >= 1));
 }
 
-plan *plan_many(int32_t kind, int64_t sign, const many_layout &l, double *in, double *out,
+plan *plan_many(int32_t kind, int64_t sign, const many_layout &l, scalar *in, scalar *out,
                 const lyr_fft_r2r_kind *r2r_kinds = nullptr) {
     plan *p = plan_create(kind, sign, -1, {in, nullptr, out, nullptr});
     if (!p) return nullptr;
@@ -65,15 +65,15 @@ plan *plan_complex(const many_layout &l, lyr_fft_complex *in, lyr_fft_complex *o
     return plan_many(kind_complex, sign, l, reals(in), reals(out));
 }
 
-plan *plan_r2c(const many_layout &l, double *in, lyr_fft_complex *out) {
+plan *plan_r2c(const many_layout &l, scalar *in, lyr_fft_complex *out) {
     return layout_valid(l, kind_r2c) ? plan_many(kind_r2c, -1, l, in, reals(out)) : nullptr;
 }
 
-plan *plan_c2r(const many_layout &l, lyr_fft_complex *in, double *out) {
+plan *plan_c2r(const many_layout &l, lyr_fft_complex *in, scalar *out) {
     return layout_valid(l, kind_c2r) ? plan_many(kind_c2r, +1, l, reals(in), out) : nullptr;
 }
 
-plan *plan_r2r(const many_layout &l, double *in, double *out, const lyr_fft_r2r_kind *kind) {
+plan *plan_r2r(const many_layout &l, scalar *in, scalar *out, const lyr_fft_r2r_kind *kind) {
     if (!kind || !layout_valid(l, kind_r2r)) return nullptr;
     return plan_many(kind_r2r, 0, l, in, out, kind);
 }
@@ -111,79 +111,79 @@ lyr_fft_plan lyr_fft_plan_dft(int rank, const int *n, lyr_fft_complex *in, lyr_f
     return plan_complex(contiguous(rank, n, 0), in, out, sign);
 }
 
-lyr_fft_plan lyr_fft_plan_many_dft_r2c(int rank, const int *n, int howmany, double *in,
+lyr_fft_plan lyr_fft_plan_many_dft_r2c(int rank, const int *n, int howmany, scalar *in,
                                        const int *inembed, int istride, int idist,
                                        lyr_fft_complex *out, const int *onembed, int ostride,
                                        int odist, unsigned) {
     return plan_r2c({rank, n, howmany, inembed, istride, idist, onembed, ostride, odist}, in, out);
 }
 
-lyr_fft_plan lyr_fft_plan_dft_r2c_1d(int n, double *in, lyr_fft_complex *out, unsigned) {
+lyr_fft_plan lyr_fft_plan_dft_r2c_1d(int n, scalar *in, lyr_fft_complex *out, unsigned) {
     return plan_r2c(contiguous(1, &n, 1), in, out);
 }
 
-lyr_fft_plan lyr_fft_plan_dft_r2c_2d(int n0, int n1, double *in, lyr_fft_complex *out, unsigned) {
+lyr_fft_plan lyr_fft_plan_dft_r2c_2d(int n0, int n1, scalar *in, lyr_fft_complex *out, unsigned) {
     const int n[] = {n0, n1};
     return plan_r2c(contiguous(2, n, 1), in, out);
 }
 
-lyr_fft_plan lyr_fft_plan_dft_r2c_3d(int n0, int n1, int n2, double *in, lyr_fft_complex *out,
+lyr_fft_plan lyr_fft_plan_dft_r2c_3d(int n0, int n1, int n2, scalar *in, lyr_fft_complex *out,
                                      unsigned) {
     const int n[] = {n0, n1, n2};
     return plan_r2c(contiguous(3, n, 1), in, out);
 }
 
-lyr_fft_plan lyr_fft_plan_dft_r2c(int rank, const int *n, double *in, lyr_fft_complex *out,
+lyr_fft_plan lyr_fft_plan_dft_r2c(int rank, const int *n, scalar *in, lyr_fft_complex *out,
                                   unsigned) {
     return plan_r2c(contiguous(rank, n, 0), in, out);
 }
 
 lyr_fft_plan lyr_fft_plan_many_dft_c2r(int rank, const int *n, int howmany, lyr_fft_complex *in,
-                                       const int *inembed, int istride, int idist, double *out,
+                                       const int *inembed, int istride, int idist, scalar *out,
                                        const int *onembed, int ostride, int odist, unsigned) {
     return plan_c2r({rank, n, howmany, inembed, istride, idist, onembed, ostride, odist}, in, out);
 }
 
-lyr_fft_plan lyr_fft_plan_dft_c2r_1d(int n, lyr_fft_complex *in, double *out, unsigned) {
+lyr_fft_plan lyr_fft_plan_dft_c2r_1d(int n, lyr_fft_complex *in, scalar *out, unsigned) {
     return plan_c2r(contiguous(1, &n, 1), in, out);
 }
 
-lyr_fft_plan lyr_fft_plan_dft_c2r_2d(int n0, int n1, lyr_fft_complex *in, double *out, unsigned) {
+lyr_fft_plan lyr_fft_plan_dft_c2r_2d(int n0, int n1, lyr_fft_complex *in, scalar *out, unsigned) {
     const int n[] = {n0, n1};
     return plan_c2r(contiguous(2, n, 1), in, out);
 }
 
-lyr_fft_plan lyr_fft_plan_dft_c2r_3d(int n0, int n1, int n2, lyr_fft_complex *in, double *out,
+lyr_fft_plan lyr_fft_plan_dft_c2r_3d(int n0, int n1, int n2, lyr_fft_complex *in, scalar *out,
                                      unsigned) {
     const int n[] = {n0, n1, n2};
     return plan_c2r(contiguous(3, n, 1), in, out);
 }
 
-lyr_fft_plan lyr_fft_plan_dft_c2r(int rank, const int *n, lyr_fft_complex *in, double *out,
+lyr_fft_plan lyr_fft_plan_dft_c2r(int rank, const int *n, lyr_fft_complex *in, scalar *out,
                                   unsigned) {
     return plan_c2r(contiguous(rank, n, 0), in, out);
 }
 
-lyr_fft_plan lyr_fft_plan_many_r2r(int rank, const int *n, int howmany, double *in,
-                                   const int *inembed, int istride, int idist, double *out,
+lyr_fft_plan lyr_fft_plan_many_r2r(int rank, const int *n, int howmany, scalar *in,
+                                   const int *inembed, int istride, int idist, scalar *out,
                                    const int *onembed, int ostride, int odist,
                                    const lyr_fft_r2r_kind *kind, unsigned) {
     return plan_r2r({rank, n, howmany, inembed, istride, idist, onembed, ostride, odist}, in, out,
                     kind);
 }
 
-lyr_fft_plan lyr_fft_plan_r2r_1d(int n, double *in, double *out, lyr_fft_r2r_kind kind, unsigned) {
+lyr_fft_plan lyr_fft_plan_r2r_1d(int n, scalar *in, scalar *out, lyr_fft_r2r_kind kind, unsigned) {
     return plan_r2r(contiguous(1, &n, 1), in, out, &kind);
 }
 
-lyr_fft_plan lyr_fft_plan_r2r_2d(int n0, int n1, double *in, double *out, lyr_fft_r2r_kind kind0,
+lyr_fft_plan lyr_fft_plan_r2r_2d(int n0, int n1, scalar *in, scalar *out, lyr_fft_r2r_kind kind0,
                                  lyr_fft_r2r_kind kind1, unsigned) {
     const int n[] = {n0, n1};
     const lyr_fft_r2r_kind kinds[] = {kind0, kind1};
     return plan_r2r(contiguous(2, n, 1), in, out, kinds);
 }
 
-lyr_fft_plan lyr_fft_plan_r2r_3d(int n0, int n1, int n2, double *in, double *out,
+lyr_fft_plan lyr_fft_plan_r2r_3d(int n0, int n1, int n2, scalar *in, scalar *out,
                                  lyr_fft_r2r_kind kind0, lyr_fft_r2r_kind kind1,
                                  lyr_fft_r2r_kind kind2, unsigned) {
     const int n[] = {n0, n1, n2};
@@ -191,7 +191,7 @@ lyr_fft_plan lyr_fft_plan_r2r_3d(int n0, int n1, int n2, double *in, double *out
     return plan_r2r(contiguous(3, n, 1), in, out, kinds);
 }
 
-lyr_fft_plan lyr_fft_plan_r2r(int rank, const int *n, double *in, double *out,
+lyr_fft_plan lyr_fft_plan_r2r(int rank, const int *n, scalar *in, scalar *out,
                               const lyr_fft_r2r_kind *kind, unsigned) {
     return plan_r2r(contiguous(rank, n, 0), in, out, kind);
 }

@@ -1,6 +1,6 @@
 #include <cstring>
 
-#include "lyr_fft.h"
+#include "interface.h"
 
 extern "C" const char lyr_fft_version[] = "fft version: 2.0.2.B001";
 

@@ -17,18 +17,18 @@ namespace lyr {
 
 namespace {
 
-void execute_bufferization_walk(const plan *p, double *in, double *out, double *scratch) {
+void execute_bufferization_walk(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     walk_slab_batch(p, in, p->dims[0].is, 1, out, scratch);
 }
 
-void run_slice(const plan *p, const plan *slice, const slice_words &words, double *in,
-               double *buffer, double *out) {
+void run_slice(const plan *p, const plan *slice, const slice_words &words, scalar *in,
+               scalar *buffer, scalar *out) {
     slice->execute_fn(slice, in, buffer, scratch_below(p, buffer));
     copy_transpose_cpx(buffer, out, slice->howmany_dims[0].n, p->dims[0].n, words.row,
                        p->dims[0].os);
 }
 
-void execute_bufferization(const plan *p, double *in, double *out, double *scratch) {
+void execute_bufferization(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     const plan *child = p->children;
     slice_words words;
     memcpy(&words, child->solver_words, sizeof words);
@@ -50,14 +50,14 @@ void execute_bufferization(const plan *p, double *in, double *out, double *scrat
 int64_t slice_length(int64_t n, int64_t h, int64_t threads) {
     if (h <= 255 && threads == 1) return h;
     constexpr int64_t large = (1 << 27) - 1;
-    const double bytes =
-        16.0 * static_cast<double>(threads) * static_cast<double>(n) * static_cast<double>(h);
+    const double bytes = static_cast<double>(complex_bytes) * static_cast<double>(threads) *
+                         static_cast<double>(n) * static_cast<double>(h);
     int64_t limit;
     if (bytes > static_cast<double>(large))
         limit = threads < 17 ? 3 << 20 : 512 << 10;
     else
         limit = bytes > 512 << 10 && threads < 33 ? 512 << 10 : 64 << 10;
-    const int64_t most = limit / (16 * n);
+    const int64_t most = limit / (complex_bytes * n);
     return (h < most ? h : most) / 8 * 8;
 }
 
@@ -94,11 +94,11 @@ int solve_bufferized_problem(plan *p) {
     slab_stages list;
     if (part_above_37(n) == 1) {
         if (!build_slab_stages(p, &list)) return -1;
-        keep_slab_batch(p, {slab_width(n, n, h, list.count), list});
+        keep_slab_batch(p, {slab_width(n, n, h, list.count), list, 0});
         p->execute_fn = execute_bufferization_walk;
         p->execute_name = "execute_bufferization_walk";
     } else {
-        p->work_bytes = static_cast<uint64_t>(slice * row) * 16;
+        p->work_bytes = static_cast<uint64_t>(slice * row) * complex_bytes;
         p->execute_fn = execute_bufferization;
         p->execute_name = "execute_bufferization";
     }

@@ -94,10 +94,10 @@ void merge(layout &l) {
 
 // Doubles in an element of an output array.
 int64_t output_width(const plan *p) {
-    return p->split == 1 ? 1 : output_element_bytes(p) / 8;
+    return p->split == 1 ? 1 : output_element_bytes(p) / scalar_bytes;
 }
 int64_t input_width(const plan *p) {
-    return p->split == 1 ? 1 : input_element_bytes(p) / 8;
+    return p->split == 1 ? 1 : input_element_bytes(p) / scalar_bytes;
 }
 
 // Results in the buffer, of one array.
@@ -109,7 +109,7 @@ layout copy_of(const plan *p) {
     return l;
 }
 
-void copy_out(const plan *p, const layout &l, double *buffer, double *out, double *below) {
+void copy_out(const plan *p, const layout &l, scalar *buffer, scalar *out, scalar *below) {
     lyr_fft_iodim64 outer[copied_dims] = {{1, 0, 0}, {1, 0, 0}, {1, 0, 0}};
     for (int k = 0; k < l.count - copied_dims; ++k) outer[k] = l.dims[k];
     const auto [a, b, c] = outer;
@@ -122,7 +122,7 @@ void copy_out(const plan *p, const layout &l, double *buffer, double *out, doubl
                                  out + (i * a.os + j * b.os + k * c.os) * width, below);
 }
 
-double *step(double *array, int64_t doubles) {
+scalar *step(scalar *array, int64_t doubles) {
     return array ? array + doubles : nullptr;
 }
 
@@ -143,8 +143,8 @@ void for_each_group(const plan *p, const bookkeeping &b, function f) {
                   (i * walk[0].os + j * walk[1].os + k * walk[2].os) * out);
 }
 
-void execute_inplace_buffered(const plan *p, double *in, double *out, double *scratch) {
-    double *buffer = scratch, *below = scratch_below(p, scratch);
+void execute_inplace_buffered(const plan *p, scalar *in, scalar *out, scalar *scratch) {
+    scalar *buffer = scratch, *below = scratch_below(p, scratch);
     const plan *transforms = &p->children[0];
     const layout l = copy_of(p);
     for_each_group(p, words_of(p), [&](int64_t from, int64_t to) {
@@ -153,11 +153,11 @@ void execute_inplace_buffered(const plan *p, double *in, double *out, double *sc
     });
 }
 
-void execute_inplace_buffered_split(const plan *p, double *ri, double *ii, double *ro, double *io,
-                                    double *scratch) {
+void execute_inplace_buffered_split(const plan *p, scalar *ri, scalar *ii, scalar *ro, scalar *io,
+                                    scalar *scratch) {
     const layout l = copy_of(p);
-    double *re = scratch, *below = scratch_below(p, scratch);
-    double *im = p->kind == kind_c2r ? nullptr : re + l.elements;
+    scalar *re = scratch, *below = scratch_below(p, scratch);
+    scalar *im = p->kind == kind_c2r ? nullptr : re + l.elements;
     const plan *transforms = &p->children[0];
     for_each_group(p, words_of(p), [&](int64_t from, int64_t to) {
         transforms->execute_split_fn(transforms, step(ri, from), step(ii, from), re, im, below);
@@ -177,7 +177,7 @@ int64_t group_of(int64_t n, int64_t bytes) {
 
 int build(plan *p) {
     const bool parts = p->split == 1 && p->kind != kind_c2r;
-    const int64_t result_bytes = (parts ? 2 : output_width(p)) * 8;
+    const int64_t result_bytes = (parts ? 2 : output_width(p)) * scalar_bytes;
     bookkeeping b = {walkable_dimensions(p), 1};
     lyr_fft_iodim64 batch[copied_dims] = {};
     int64_t places[most_dims] = {};
@@ -189,7 +189,7 @@ int build(plan *p) {
     const int batch_rank = buffered_batch(p, b, batch);
     const layout held = buffer_layout(p, batch, batch_rank, places);
     p->work_bytes = static_cast<uint64_t>(held.elements * result_bytes);
-    double *buffer = scratch_array(p);
+    scalar *buffer = scratch_array(p);
 
     p->nchildren = 2;
     p->children = plan_alloc_children(2);

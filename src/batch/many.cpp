@@ -11,7 +11,7 @@ namespace lyr {
 
 namespace {
 
-void execute_many(const plan *p, double *in, double *out, double *scratch) {
+void execute_many(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     const plan *child = p->children;
     const executor run = child->execute_fn;
     const int64_t in_step = p->howmany_dims[0].is * input_element_bytes(p);
@@ -25,7 +25,7 @@ void execute_many(const plan *p, double *in, double *out, double *scratch) {
 }
 
 // Transforms of one codelet, lanes along the batch.
-void execute_many_direct(const plan *p, double *in, double *out, double *) {
+void execute_many_direct(const plan *p, scalar *in, scalar *out, scalar *) {
     many_codelet codelet;
     memcpy(&codelet, p->solver_words, sizeof codelet);
     const auto [n, is, os] = p->dims[0];
@@ -38,7 +38,7 @@ struct dense_words {  // in solver_words
 };
 
 // Those without gaps.
-void execute_many_dense(const plan *p, double *in, double *out, double *) {
+void execute_many_dense(const plan *p, scalar *in, scalar *out, scalar *) {
     dense_words words;
     memcpy(&words, p->solver_words, sizeof words);
     words.batch->run[p->sign != -1](in, out, p->howmany_dims[0].n);
@@ -51,7 +51,7 @@ constexpr int64_t line_bytes = 64;
 enum class access { read, write };
 
 template <access Access>
-void call_for(const double *array, int64_t bytes) {
+void call_for(const scalar *array, int64_t bytes) {
     const char *p = reinterpret_cast<const char *>(array);
     for (int64_t b = 0; b < bytes; b += line_bytes)
         __builtin_prefetch(p + b, Access == access::write);
@@ -59,17 +59,18 @@ void call_for(const double *array, int64_t bytes) {
 
 // Large batches of transforms without gaps. Butterflies visit memory in an order that no processor
 // foresees, so the lines of a transform are called for one pass before they are needed.
-void execute_many_far(const plan *p, double *in, double *out, double *scratch) {
+void execute_many_far(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     stage_list list;
     memcpy(&list, p->solver_words, sizeof list);
-    const int64_t bytes = p->dims[0].n * 16;
-    const int64_t in_step = p->howmany_dims[0].is * 16, out_step = p->howmany_dims[0].os * 16;
+    const int64_t bytes = p->dims[0].n * complex_bytes;
+    const int64_t in_step = p->howmany_dims[0].is * complex_bytes,
+                  out_step = p->howmany_dims[0].os * complex_bytes;
     for (int64_t i = 0; i < p->howmany_dims[0].n; ++i) {
-        double *const next = advance(in, in_step);
+        scalar *const next = advance(in, in_step);
         if (in != out) call_for<access::write>(out, bytes);
-        const double *from = in;
+        const scalar *from = in;
         for (int64_t s = 0; s < list.count; ++s) {
-            double *to = (list.count - 1 - s) % 2 == 0 ? out : scratch;
+            scalar *to = (list.count - 1 - s) % 2 == 0 ? out : scratch;
             list.stages[s].codelet(list.stages + s, from, to);
             if (s == 0) call_for<access::read>(next, bytes);
             from = to;
@@ -82,11 +83,12 @@ void execute_many_far(const plan *p, double *in, double *out, double *scratch) {
 // The same for short transforms: what is called for is further ahead than the next one.
 constexpr int64_t ahead_bytes = 2 << 10;
 
-void execute_many_far_units(const plan *p, double *in, double *out, double *scratch) {
+void execute_many_far_units(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     const plan *child = p->children;
     const executor run = child->execute_fn;
-    const int64_t bytes = p->dims[0].n * 16, ahead = (ahead_bytes + bytes - 1) / bytes;
-    const int64_t in_step = p->howmany_dims[0].is * 16, out_step = p->howmany_dims[0].os * 16;
+    const int64_t bytes = p->dims[0].n * complex_bytes, ahead = (ahead_bytes + bytes - 1) / bytes;
+    const int64_t in_step = p->howmany_dims[0].is * complex_bytes,
+                  out_step = p->howmany_dims[0].os * complex_bytes;
     for (int64_t i = 0; i < p->howmany_dims[0].n; ++i) {
         call_for<access::read>(advance(in, ahead * in_step), bytes);
         if (in != out) call_for<access::write>(advance(out, ahead * out_step), bytes);
@@ -113,7 +115,7 @@ void choose_executor(plan *p) {
         p->execute_fn = execute_many_dense;
         p->execute_name = "execute_many_dense";
     } else if (unit && (n > longest_across_batch || !codelets)) {
-        if (h > far_bytes / 16 / n) {
+        if (h > far_bytes / complex_bytes / n) {
             p->execute_fn = execute_many_far_units;
             p->execute_name = "execute_many_far_units";
         }
@@ -123,7 +125,7 @@ void choose_executor(plan *p) {
         memcpy(p->solver_words, &codelet, sizeof codelet);
         p->execute_fn = execute_many_direct;
         p->execute_name = "execute_many_direct";
-    } else if (unit_strides(p) && h > far_bytes / 16 / n) {
+    } else if (unit_strides(p) && h > far_bytes / complex_bytes / n) {
         const auto [count, stages, table] = slab_stages_of(child);
         if (count == 0) return;
         const stage_list list = {count, const_cast<stage *>(stages)};
@@ -152,6 +154,7 @@ int solve_problem_dft_many(plan *p) {
     plan *child = p->children;
     plan_copy_problem(child, p);
     plan_drop_batch_dimension(child);
+    child->far_output = p->far_output;
     if (const int32_t status = plan_solve(child)) return status;
     if (p->kind == kind_complex && p->rank == 1 && p->howmany_rank == 1) choose_executor(p);
     return 0;

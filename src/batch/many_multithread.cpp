@@ -20,7 +20,7 @@ constexpr int64_t spread_points = 8192;
 
 struct batch_run {
     const plan *p;
-    double *in, *out, *scratch;
+    scalar *in, *out, *scratch;
 };
 
 // Children: a chunk of the planned length, and the last one where that is shorter and the first
@@ -29,9 +29,9 @@ void run_chunk(const pool_task *task) {
     const auto &[p, in, out, scratch] = *static_cast<const batch_run *>(task->arg);
     const auto [h, is, os] = p->howmany_dims[0];
     const int64_t first = task->index * task->chunk, left = h - first;
-    double *from = advance(in, first * is * input_element_bytes(p));
-    double *to = advance(out, first * os * output_element_bytes(p));
-    double *share = scratch_below(p, scratch, task->index);
+    scalar *from = advance(in, first * is * input_element_bytes(p));
+    scalar *to = advance(out, first * os * output_element_bytes(p));
+    scalar *share = scratch_below(p, scratch, task->index);
     const plan *child = p->children;
     if (left >= task->chunk) {
         child->execute_fn(child, from, to, share);
@@ -50,7 +50,7 @@ struct batch_cut {  // in solver_words
     int64_t threads, align;
 };
 
-void execute_multithread(const plan *p, double *in, double *out, double *scratch) {
+void execute_multithread(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     const int64_t h = p->howmany_dims[0].n;
     batch_cut cut;
     memcpy(&cut, p->solver_words, sizeof cut);
@@ -69,6 +69,7 @@ int64_t points(const plan *p) {
 int make_child(plan *child, const plan *p, int64_t chunk, int64_t count, int64_t threads) {
     plan_copy_problem(child, p);
     child->howmany_dims[0].n = count;
+    child->far_output = p->far_output;
     if (chunk == 1) plan_drop_batch_dimension(child);
     child->nthreads = threads;
     return plan_solve(child);

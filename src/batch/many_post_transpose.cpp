@@ -11,11 +11,11 @@ namespace lyr {
 
 namespace {
 
-void execute_many_post_transpose(const plan *p, double *in, double *out, double *scratch) {
+void execute_many_post_transpose(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     walk_slab_batch(p, in, 1, p->howmany_dims[0].is, out, scratch);
 }
 
-void execute_many_post_transpose_inplace(const plan *p, double *in, double *out, double *scratch) {
+void execute_many_post_transpose_inplace(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     const plan *rows = &p->children[0], *rearrangement = &p->children[1];
     rows->execute_fn(rows, in, out, scratch);
     rearrangement->execute_fn(rearrangement, out, out, scratch);
@@ -54,9 +54,10 @@ int solve_problem_dft_many_post_transpose(plan *p) {
     if (p->in == p->out) return idist != 1 && idist >= n && os >= h ? solve_in_place(p) : -1;
 
     slab_stages list;
-    if (!build_slab_stages(p, &list)) return -1;
-    const int64_t together = walked_together(n);
-    keep_slab_batch(p, {h < together ? h : together, list});
+    if (!build_pass_stages(p, &list)) return -1;
+    const int64_t together = pass_width(n, static_cast<int>(list.count), list.table->lanes);
+    keep_slab_batch(p,
+                    {h < together ? h : together, list, p->far_output && list.table->finish_far});
     p->execute_fn = execute_many_post_transpose;
     p->execute_name = "execute_many_post_transpose";
     return 0;

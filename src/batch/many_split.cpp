@@ -8,12 +8,12 @@ namespace lyr {
 namespace {
 
 // Null, the imaginary part of a real side, stays null.
-double *step(double *array, int64_t doubles) {
+scalar *step(scalar *array, int64_t doubles) {
     return array ? array + doubles : nullptr;
 }
 
-void execute_many_split(const plan *p, double *ri, double *ii, double *ro, double *io,
-                        double *scratch) {
+void execute_many_split(const plan *p, scalar *ri, scalar *ii, scalar *ro, scalar *io,
+                        scalar *scratch) {
     const plan *child = p->children;
     const auto [h, is, os] = p->howmany_dims[0];
     for (int64_t i = 0; i < h; ++i)

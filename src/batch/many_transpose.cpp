@@ -12,7 +12,7 @@ namespace lyr {
 
 namespace {
 
-void execute_many_transpose(const plan *p, double *in, double *out, double *scratch) {
+void execute_many_transpose(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     walk_slab_batch(p, in, p->dims[0].is, 1, out, scratch);
 }
 
@@ -32,7 +32,7 @@ int solve_problem_dft_many_transpose(plan *p) {
     slab_stages list;
     if (!build_slab_stages(p, &list)) return -1;
     const int64_t width = slab_width(p->dims[0].n, wider_stride(p), h, list.count);
-    keep_slab_batch(p, {width, list});
+    keep_slab_batch(p, {width, list, 0});
     p->execute_fn = execute_many_transpose;
     p->execute_name = "execute_many_transpose";
     return 0;

@@ -6,7 +6,7 @@ namespace lyr {
 
 namespace {
 
-void execute_multidimension(const plan *p, double *in, double *out, double *scratch) {
+void execute_multidimension(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     const plan *inner = &p->children[0], *outer = &p->children[1];
     inner->execute_fn(inner, in, out, scratch);
     outer->execute_fn(outer, out, out, scratch);

@@ -7,12 +7,12 @@ namespace lyr {
 
 namespace {
 
-void copy_element(double *out, const double *in) {
+void copy_element(scalar *out, const scalar *in) {
     out[0] = in[0];
     out[1] = in[1];
 }
 
-void execute_nop(const plan *p, double *in, double *out, double *) {
+void execute_nop(const plan *p, scalar *in, scalar *out, scalar *) {
     if (in == out) return;
     if (p->howmany_rank == 0) {
         copy_element(out, in);
@@ -20,7 +20,7 @@ void execute_nop(const plan *p, double *in, double *out, double *) {
     }
     const auto [h, is, os] = p->howmany_dims[0];
     if (is == 1 && os == 1) {
-        memcpy(out, in, static_cast<size_t>(h) * 16);
+        memcpy(out, in, static_cast<size_t>(h) * complex_bytes);
         return;
     }
     for (int64_t i = 0; i < h; ++i) copy_element(out + 2 * i * os, in + 2 * i * is);

@@ -35,7 +35,7 @@ void merge(layout &l) {
 }
 
 layout layout_of(const plan *p) {
-    layout l = {0, {}, input_element_bytes(p) / 8};
+    layout l = {0, {}, input_element_bytes(p) / scalar_bytes};
     for (int k = 0; k < p->howmany_rank; ++k)
         if (p->howmany_dims[k].n != 1) l.dims[l.rank++] = p->howmany_dims[k];
     sort_by_output(l);
@@ -56,7 +56,7 @@ void for_each_outer(const layout &l, int inner_rank, function f) {
                   (i * a.os + j * b.os + k * c.os) * l.width);
 }
 
-void copy_elements(const layout &l, const lyr_fft_iodim64 &d, const double *in, double *out) {
+void copy_elements(const layout &l, const lyr_fft_iodim64 &d, const scalar *in, scalar *out) {
     for (int64_t k = 0; k < d.n; ++k)
         for (int64_t w = 0; w < l.width; ++w)
             out[k * d.os * l.width + w] = in[k * d.is * l.width + w];
@@ -64,7 +64,7 @@ void copy_elements(const layout &l, const lyr_fft_iodim64 &d, const double *in, 
 
 // Two dimensions that no unit stride helps, a few cache lines of either side at a time.
 void copy_strided(const layout &l, const lyr_fft_iodim64 &across, const lyr_fft_iodim64 &along,
-                  const double *in, double *out) {
+                  const scalar *in, scalar *out) {
     constexpr int64_t tile = 16;
     for (int64_t i = 0; i < across.n; i += tile)
         for (int64_t j = 0; j < along.n; j += tile) {
@@ -78,7 +78,7 @@ void copy_strided(const layout &l, const lyr_fft_iodim64 &across, const lyr_fft_
 }
 
 void copy_matrix(const layout &l, const lyr_fft_iodim64 &across, const lyr_fft_iodim64 &along,
-                 const double *in, double *out) {
+                 const scalar *in, scalar *out) {
     if (across.is != 1 || along.os != 1)
         copy_strided(l, across, along, in, out);
     else if (l.width == 2)
@@ -87,10 +87,10 @@ void copy_matrix(const layout &l, const lyr_fft_iodim64 &across, const lyr_fft_i
         copy_transpose_real(in, out, along.n, across.n, along.is, across.os);
 }
 
-void copy(layout l, const double *in, double *out) {
+void copy(layout l, const scalar *in, scalar *out) {
     const lyr_fft_iodim64 last = l.rank ? l.dims[l.rank - 1] : lyr_fft_iodim64{1, 1, 1};
     if (last.is == 1 && last.os == 1) {
-        const auto bytes = static_cast<size_t>(8 * last.n * l.width);
+        const auto bytes = static_cast<size_t>(scalar_bytes * last.n * l.width);
         for_each_outer(l, 1, [=](int64_t from, int64_t to) { memcpy(out + to, in + from, bytes); });
         return;
     }
@@ -110,7 +110,7 @@ void copy(layout l, const double *in, double *out) {
                    [&](int64_t from, int64_t to) { copy_matrix(l, d, last, in + from, out + to); });
 }
 
-void execute_rearrange_outplace(const plan *p, double *in, double *out, double *) {
+void execute_rearrange_outplace(const plan *p, scalar *in, scalar *out, scalar *) {
     copy(layout_of(p), in, out);
 }
 
@@ -138,7 +138,7 @@ movement movement_of(layout &l) {
 }
 
 struct complex_number {
-    double re, im;
+    scalar re, im;
 };
 
 // Long power-of-two strides put all rows of a tile into one set of a cache. A set has room for so
@@ -185,13 +185,13 @@ void transpose_square(const square_matrix<element> &a) {
     }
 }
 
-void transpose_square(const layout &l, double *data) {
+void transpose_square(const layout &l, scalar *data) {
     const auto [n, row, column] = l.dims[l.rank - 1];
     if (l.width == 2)
         transpose_square<complex_number>(
             {reinterpret_cast<complex_number *>(data), n, row, column});
     else
-        transpose_square<double>({data, n, row, column});
+        transpose_square<scalar>({data, n, row, column});
 }
 
 int64_t element_count(const layout &l) {
@@ -201,7 +201,7 @@ int64_t element_count(const layout &l) {
 }
 
 // By way of a copy that has the order of the output and no gaps.
-void copy_twice(const layout &l, const double *in, double *buffer, double *out) {
+void copy_twice(const layout &l, const scalar *in, scalar *buffer, scalar *out) {
     layout gather = l, scatter = l;
     int64_t stride = 1;
     for (int k = l.rank - 1; k >= 0; --k) {
@@ -214,7 +214,7 @@ void copy_twice(const layout &l, const double *in, double *buffer, double *out) 
     copy(scatter, buffer, out);
 }
 
-void execute_rearrange_inplace(const plan *p, double *in, double *out, double *scratch) {
+void execute_rearrange_inplace(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     layout l = layout_of(p);
     switch (movement_of(l)) {
         case movement::none:
@@ -237,7 +237,7 @@ int solve_problem_rearrange_inplace(plan *p) {
     if (!is_rearrangement(p) || p->in != p->out) return -1;
     layout l = layout_of(p);
     if (movement_of(l) == movement::other) {
-        const int64_t bytes = 8 * element_count(l) * l.width;
+        const int64_t bytes = scalar_bytes * element_count(l) * l.width;
         p->work_bytes = static_cast<uint64_t>(bytes);
     }
     p->execute_fn = execute_rearrange_inplace;

@@ -12,6 +12,7 @@ namespace lyr {
 struct slab_batch {
     int64_t width;
     slab_stages list;
+    int64_t far;  // 1: outputs go past the caches
 };
 
 // A slab stays near the core, unless its rows are so far apart that each is on other pages: rows
@@ -34,6 +35,9 @@ inline int64_t wider_stride(const plan *p) {
 // stages or memory runs out.
 bool build_slab_stages(plan *p, slab_stages *list);
 
+// The same for the passes of long transforms.
+bool build_pass_stages(plan *p, slab_stages *list);
+
 // Keeps the batch in solver_words and reserves scratch for it.
 void keep_slab_batch(plan *p, const slab_batch &batch);
 
@@ -41,7 +45,7 @@ void keep_slab_batch(plan *p, const slab_batch &batch);
 bool get_slab_batch(const plan *p, slab_batch *batch);
 
 // Transforms the whole batch. Input element e of transform j is in[e*in_row + j*in_lane].
-void walk_slab_batch(const plan *p, const double *in, int64_t in_row, int64_t in_lane, double *out,
-                     double *scratch);
+void walk_slab_batch(const plan *p, const scalar *in, int64_t in_row, int64_t in_lane, scalar *out,
+                     scalar *scratch);
 
 }  // namespace lyr

@@ -64,7 +64,7 @@ void for_each_row(const row_walk &w, row_function f) {
         for (int64_t j = 0; j < w.n[1]; ++j) f(i * w.step[0] + j * w.step[1]);
 }
 
-void join_rows(const plan *p, int first, double *buffer, const double *re, const double *im) {
+void join_rows(const plan *p, int first, scalar *buffer, const scalar *re, const scalar *im) {
     const auto join = kernels_of(p).join;
     const row_walk w = walk_of(p, first, &lyr_fft_iodim64::is);
     for_each_row(w, [&](int64_t start) {
@@ -80,7 +80,7 @@ void join_rows(const plan *p, int first, double *buffer, const double *re, const
     });
 }
 
-void part_rows(const plan *p, double *re, double *im, const double *buffer) {
+void part_rows(const plan *p, scalar *re, scalar *im, const scalar *buffer) {
     const auto part = kernels_of(p).part;
     const row_walk w = walk_of(p, 0, &lyr_fft_iodim64::os);
     for_each_row(w, [&](int64_t start) {
@@ -96,8 +96,8 @@ void part_rows(const plan *p, double *re, double *im, const double *buffer) {
     });
 }
 
-void execute_split(const plan *p, double *ri, double *ii, double *ro, double *io, double *scratch) {
-    double *buffer = scratch, *from = ri;
+void execute_split(const plan *p, scalar *ri, scalar *ii, scalar *ro, scalar *io, scalar *scratch) {
+    scalar *buffer = scratch, *from = ri;
     if (p->kind != kind_r2c) {
         join_rows(p, 0, buffer, ri, ii);
         from = buffer;
@@ -125,22 +125,22 @@ slab_stages split_stages_of(const plan *row) {
 }
 
 // All stages but the last one; the result is in `result`. Both arrays hold a row.
-void run_to_last_stage(const slab_stages &list, const double *re, const double *im, double *result,
-                       double *other) {
-    double *to = list.count % 2 == 0 ? result : other;
+void run_to_last_stage(const slab_stages &list, const scalar *re, const scalar *im, scalar *result,
+                       scalar *other) {
+    scalar *to = list.count % 2 == 0 ? result : other;
     codelets_of(list, 0)->split_first(list.stages, re, im, to);
     for (int64_t s = 1; s < list.count - 1; ++s) {
-        const double *from = to;
+        const scalar *from = to;
         to = to == result ? other : result;
         list.stages[s].codelet(list.stages + s, from, to);
     }
 }
 
-void execute_split_stages(const plan *p, double *ri, double *ii, double *ro, double *io,
-                          double *scratch) {
+void execute_split_stages(const plan *p, scalar *ri, scalar *ii, scalar *ro, scalar *io,
+                          scalar *scratch) {
     const slab_stages list = slab_stages_of(p->children);
     const int64_t last = list.count - 1;
-    double *from = scratch_below(p, scratch);
+    scalar *from = scratch_below(p, scratch);
     run_to_last_stage(list, ri, ii, from, scratch);
     codelets_of(list, last)->split_last(list.stages + last, from, ro, io);
 }
@@ -154,13 +154,13 @@ bool rows_come_first(const plan *q) {
            strcmp(loop->children->solver_name, "solve_problem_dft_unit") != 0;
 }
 
-void transform_rows(const plan *p, int first, const plan *q, double *re, double *im, double *buffer,
-                    double *below);
+void transform_rows(const plan *p, int first, const plan *q, scalar *re, scalar *im, scalar *buffer,
+                    scalar *below);
 
 // Transforms the dimensions from `first` on of split arrays into their place in the buffer, where q
 // is the plan for them and `list` its stages when q is for one row. below: the children's scratch.
-void transform_into(const plan *p, int first, const plan *q, const slab_stages &list, double *re,
-                    double *im, double *buffer, double *below) {
+void transform_into(const plan *p, int first, const plan *q, const slab_stages &list, scalar *re,
+                    scalar *im, scalar *buffer, scalar *below) {
     if (list.count && p->dims[first].is == 1) {
         const int64_t last = list.count - 1;
         run_to_last_stage(list, re, im, below, buffer);
@@ -175,8 +175,8 @@ void transform_into(const plan *p, int first, const plan *q, const slab_stages &
     }
 }
 
-void transform_rows(const plan *p, int first, const plan *q, double *re, double *im, double *buffer,
-                    double *below) {
+void transform_rows(const plan *p, int first, const plan *q, scalar *re, scalar *im, scalar *buffer,
+                    scalar *below) {
     const auto [n, is, os] = p->dims[first];
     const int64_t step = 2 * buffer_length(p, first + 1);
     const plan *row = q->children[0].children;
@@ -185,9 +185,9 @@ void transform_rows(const plan *p, int first, const plan *q, double *re, double 
         transform_into(p, first + 1, row, list, re + i * is, im + i * is, buffer + i * step, below);
 }
 
-void execute_split_rows(const plan *p, double *ri, double *ii, double *ro, double *io,
-                        double *scratch) {
-    double *buffer = scratch, *below = scratch_below(p, scratch);
+void execute_split_rows(const plan *p, scalar *ri, scalar *ii, scalar *ro, scalar *io,
+                        scalar *scratch) {
+    scalar *buffer = scratch, *below = scratch_below(p, scratch);
     const plan *child = p->children, *columns = &child->children[1];
     transform_rows(p, 0, child, ri, ii, buffer, below);
     columns->execute_fn(columns, buffer, buffer, below);
@@ -195,9 +195,9 @@ void execute_split_rows(const plan *p, double *ri, double *ii, double *ro, doubl
 }
 
 // Columns whose slabs go to the split arrays by way of room behind the buffer.
-void execute_split_plane(const plan *p, double *ri, double *ii, double *ro, double *io,
-                         double *scratch) {
-    double *buffer = scratch, *below = scratch_below(p, scratch);
+void execute_split_plane(const plan *p, scalar *ri, scalar *ii, scalar *ro, scalar *io,
+                         scalar *scratch) {
+    scalar *buffer = scratch, *below = scratch_below(p, scratch);
     const plan *child = p->children, *columns = &child->children[1];
     transform_rows(p, 0, child, ri, ii, buffer, below);
 
@@ -226,7 +226,7 @@ void choose_executor(plan *p) {
     if (p->rank == 1 && unit_strides(p) && !streams_crowd(p->dims[0].n))
         if (const slab_stages list = split_stages_of(child); list.count) {
             const stage &last = list.stages[list.count - 1];
-            alternate_rows(const_cast<double *>(last.twiddles), last.r, last.L, list.table->lanes);
+            alternate_rows(const_cast<scalar *>(last.twiddles), last.r, last.L, list.table->lanes);
             p->execute_split_fn = execute_split_stages;
             p->execute_name = "execute_split_stages";
         }
@@ -236,7 +236,7 @@ void choose_executor(plan *p) {
 
     slab_batch columns;
     if (p->rank > 2 || p->dims[1].os != 1 || !get_slab_batch(&child->children[1], &columns)) return;
-    p->work_bytes += static_cast<uint64_t>(split_room(columns.list, columns.width)) * 16;
+    p->work_bytes += static_cast<uint64_t>(split_room(columns.list, columns.width)) * complex_bytes;
     p->execute_split_fn = execute_split_plane;
     p->execute_name = "execute_split_plane";
 }
@@ -257,7 +257,7 @@ void make_child(plan *child, const plan *p) {
 
 }  // namespace
 
-void execute_forwarded(const plan *p, double *in, double *out, double *scratch) {
+void execute_forwarded(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     p->execute_split_fn(p, in, p->in_imag, out, p->out_imag, scratch);
 }
 
@@ -268,7 +268,7 @@ int solve_problem_dft_split(plan *p) {
 
     int64_t elements = row_length(p);
     for (int k = 0; k + 1 < p->rank; ++k) elements *= p->dims[k].n;
-    p->work_bytes = static_cast<uint64_t>(elements) * 16;
+    p->work_bytes = static_cast<uint64_t>(elements) * complex_bytes;
     memcpy(p->solver_words, &active_table()->splits, sizeof(split_set));
     p->execute_fn = execute_forwarded;
     p->execute_split_fn = execute_split;

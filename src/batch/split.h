@@ -11,6 +11,6 @@ inline bool has_split_arrays(const plan *p) {
 }
 
 // The executor for plain calls of a split plan: the imaginary arrays are those given at planning.
-void execute_forwarded(const plan *p, double *in, double *out, double *scratch);
+void execute_forwarded(const plan *p, scalar *in, scalar *out, scalar *scratch);
 
 }  // namespace lyr

@@ -108,6 +108,14 @@ void part_rows(double *re, double *im, int64_t out_row, const double *in, int64_
         part(re + k * out_row, im + k * out_row, in + 2 * k * in_row, n);
 }
 
+template <class V>
+constexpr auto finish_far() -> void (*)() {
+    if constexpr (V::lanes > 1)
+        return V::finish_far;
+    else
+        return nullptr;
+}
+
 constexpr const stage_costs *costs = vec::lanes == 4   ? &costs_of_4_lanes
                                      : vec::lanes == 2 ? &costs_of_2_lanes
                                                        : nullptr;
@@ -134,6 +142,7 @@ const codelet_table table = {LYR_TEXT(LYR_ISA),
                              &r2r_passes,
                              &reals,
                              costs,
-                             &stage_pairs};
+                             &stage_pairs,
+                             finish_far<vec>()};
 
 }  // namespace lyr::LYR_ISA

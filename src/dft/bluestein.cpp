@@ -17,7 +17,7 @@ namespace {
 constexpr int64_t strip = 64;  // elements of the blocks that are moved before the next ones
 
 void run_side_by_side(const plan *p, const convolution *c, const convolution_blocks &at,
-                      double *vectors) {
+                      scalar *vectors) {
     const int64_t w = at.width;
     if (at.in_lane == 1) {
         c->products.rows(vectors, w, at.in, at.in_step, c->chirp, c->p, w);
@@ -25,10 +25,10 @@ void run_side_by_side(const plan *p, const convolution *c, const convolution_blo
         for (int64_t q = 0; q < c->p; ++q)
             for (int64_t j = 0; j < w; ++j)
                 memcpy(vectors + 2 * (q * w + j), at.in + 2 * (q * at.in_step + j * at.in_lane),
-                       16);
+                       complex_bytes);
         c->products.rows(vectors, w, vectors, w, c->chirp, c->p, w);
     }
-    memset(vectors + 2 * c->p * w, 0, static_cast<size_t>(16 * (c->M - c->p) * w));
+    memset(vectors + 2 * c->p * w, 0, static_cast<size_t>(complex_bytes * (c->M - c->p) * w));
     convolution_transform(p, c, vectors, w);
     convolution_filter(c, vectors, w);
     convolution_transform(p, c, vectors, w);
@@ -40,7 +40,7 @@ void run_side_by_side(const plan *p, const convolution *c, const convolution_blo
 }
 
 void run_one_by_one(const plan *p, const convolution *c, const convolution_blocks &at,
-                    double *vectors) {
+                    scalar *vectors) {
     const int64_t size = c->p, M = c->M;
     for (int64_t q = 0; q < size; q += strip)
         for (int64_t j = 0; j < at.width; ++j)
@@ -48,7 +48,7 @@ void run_one_by_one(const plan *p, const convolution *c, const convolution_block
                                  at.in + 2 * (q * at.in_step + j * at.in_lane), at.in_step,
                                  c->chirp + 2 * q, q + strip <= size ? strip : size - q);
     for (int64_t j = 0; j < at.width; ++j)
-        memset(vectors + 2 * (j * M + size), 0, static_cast<size_t>(16 * (M - size)));
+        memset(vectors + 2 * (j * M + size), 0, static_cast<size_t>(complex_bytes * (M - size)));
     convolution_transform(p, c, vectors, at.width);
     convolution_filter(c, vectors, at.width);
     convolution_transform(p, c, vectors, at.width);
@@ -62,21 +62,21 @@ void run_one_by_one(const plan *p, const convolution *c, const convolution_block
                                  k + strip <= size ? strip : size - k);
 }
 
-void fill_chirp(double *chirp, int64_t p, int64_t sign) {
+void fill_chirp(scalar *chirp, int64_t p, int64_t sign) {
     root_source roots;
     root_source_init(&roots, 2 * p, p);
     int64_t square = 0;  // k^2 mod 2p
     for (int64_t k = 0; k < p; ++k) {
-        root_of(&roots, square, sign, chirp + 2 * k);
+        fill_roots(chirp + 2 * k, 1, &roots, square, 0, 1, sign);
         square = (square + 2 * k + 1) % (2 * p);
     }
     root_source_release(&roots);
 }
 
-void fill_filter(double *filter, const double *chirp, int64_t p, int64_t M) {
-    const auto length = static_cast<double>(M);
+void fill_filter(scalar *filter, const scalar *chirp, int64_t p, int64_t M) {
+    const auto length = static_cast<scalar>(M);
     for (int64_t k = 0; k < p; ++k) {
-        double *ahead = filter + 2 * k, *behind = filter + 2 * ((M - k) % M);
+        scalar *ahead = filter + 2 * k, *behind = filter + 2 * ((M - k) % M);
         ahead[0] = behind[0] = chirp[2 * k] / length;
         ahead[1] = behind[1] = -chirp[2 * k + 1] / length;
     }
@@ -174,7 +174,7 @@ int solve_problem_c2c_1d_bluestein(plan *p) {
     int32_t status;
     convolution *c = convolution_begin(p, factors, count, M, M + size, &status);
     if (!c) return status;
-    double *filter = const_cast<double *>(c->filter), *chirp = filter + 2 * M;
+    scalar *filter = const_cast<scalar *>(c->filter), *chirp = filter + 2 * M;
     c->chirp = chirp;
     c->run = c->list.count ? run_side_by_side : run_one_by_one;
     fill_chirp(chirp, size, p->sign == -1 ? -1 : +1);

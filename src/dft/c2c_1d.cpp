@@ -18,22 +18,22 @@ namespace lyr {
 
 namespace {
 
-void run(const stage *s, const double *in, double *out) {
+void run(const stage *s, const scalar *in, scalar *out) {
     s->codelet(s, in, out);
 }
 
-void execute_1d_two_stages(const plan *p, double *in, double *out, double *scratch) {
+void execute_1d_two_stages(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     const stage *stages = two_stages_of(p->aux);
     run(stages, in, scratch);
     run(stages + 1, scratch, out);
 }
 
 // Back and forth between the scratch and the output, so that the last stage writes the output.
-void execute_1d(const plan *p, double *in, double *out, double *scratch) {
+void execute_1d(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     const auto [count, stages] = stages_of(p->aux);
-    const double *from = in;
+    const scalar *from = in;
     for (int64_t s = 0; s < count; ++s) {
-        double *to = (count - 1 - s) % 2 == 0 ? out : scratch;
+        scalar *to = (count - 1 - s) % 2 == 0 ? out : scratch;
         run(stages + s, from, to);
         from = to;
     }
@@ -41,12 +41,12 @@ void execute_1d(const plan *p, double *in, double *out, double *scratch) {
 
 // A strided output cannot hold intermediate results: back and forth between the halves of the
 // scratch.
-void execute_1d_discrete(const plan *p, double *in, double *out, double *scratch) {
+void execute_1d_discrete(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     const auto [count, stages] = stages_of(p->aux);
-    double *half_a = scratch, *half_b = half_a + 2 * p->dims[0].n;
-    const double *from = in;
+    scalar *half_a = scratch, *half_b = half_a + 2 * p->dims[0].n;
+    const scalar *from = in;
     for (int64_t s = 0; s < count; ++s) {
-        double *to = s == count - 1 ? out : (count - s) % 2 == 0 ? half_a : half_b;
+        scalar *to = s == count - 1 ? out : (count - s) % 2 == 0 ? half_a : half_b;
         run(stages + s, from, to);
         from = to;
     }
@@ -57,7 +57,7 @@ struct bookkeeping {  // in solver_words
 };
 
 // Two stages at a time, with padded rows in the scratch (codelets/stage_pairs.h).
-void execute_1d_paired(const plan *p, double *in, double *out, double *scratch) {
+void execute_1d_paired(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     const stage *stages = stages_of(p->aux).stages;
     bookkeeping b;
     memcpy(&b, p->solver_words, sizeof b);
@@ -76,7 +76,7 @@ const paired_stages *paired_stages_of(const plan *p) {
 
 int solve_paired(plan *p, const paired_stages *pairs) {
     const int64_t rows = pairs->radices[0] * pairs->radices[1];
-    p->work_bytes = static_cast<uint64_t>(pairs->n + rows * pair_padding) * 16;
+    p->work_bytes = static_cast<uint64_t>(pairs->n + rows * pair_padding) * complex_bytes;
     if (!build_stages(p, pairs->radices, 4, 0)) return -1;
     const bookkeeping b = {pairs};
     memcpy(p->solver_words, &b, sizeof b);
@@ -92,9 +92,9 @@ int solve_paired(plan *p, const paired_stages *pairs) {
 int64_t two_pass_split(int64_t n, int64_t first_radix) {
     constexpr int64_t way_bytes = 4096, half_of_the_ways = 4;
     if (n <= longest_modelled || active_table()->lanes != 2) return 0;
-    const int64_t step = 16 * (n / first_radix);
+    const int64_t step = complex_bytes * (n / first_radix);
     if (first_radix * (step & -step) <= half_of_the_ways * way_bytes) return 0;
-    const int64_t n1 = split_large(n);
+    const int64_t n1 = split_large(n, active_table()->lanes);
     return n1 > max_radix ? n1 : 0;
 }
 
@@ -114,7 +114,7 @@ int solve_problem_c2c_1d(plan *p) {
     if (n1) return build_four_step(p, n1, p->dims[0].n / n1);
 
     const uint64_t halves = unit_strides(p) ? 1 : 2;
-    p->work_bytes = static_cast<uint64_t>(p->dims[0].n) * 16 * halves;
+    p->work_bytes = static_cast<uint64_t>(p->dims[0].n) * complex_bytes * halves;
     if (!build_stages(p, factors, count, 0)) return -1;
 
     if (count == 2) {

@@ -12,7 +12,7 @@ namespace {
 
 // Side by side, blocks and the scratch of their walk stay in a part of the second-level cache.
 constexpr int64_t side_by_side_bytes = 256 << 10;
-constexpr int64_t line = 4;         // complex numbers of a cache line
+constexpr int64_t line = line_complex;
 constexpr int64_t most_width = 32;  // more neighbours gain nothing
 
 struct bookkeeping {       // in solver_words
@@ -26,9 +26,9 @@ const convolution *convolution_of(const plan *p) {
 }
 
 // Stage 0: block j is the elements j, j + m, ..
-void run_blocks(const plan *p, const stage &s, const double *in, double *out, double *scratch) {
+void run_blocks(const plan *p, const stage &s, const scalar *in, scalar *out, scalar *scratch) {
     const convolution *c = convolution_of(p);
-    double *vectors = scratch + 2 * c->vectors;
+    scalar *vectors = scratch + 2 * c->vectors;
     const int64_t m = s.m, is = s.in_stride, os = s.out_stride;
     for (int64_t j = 0; j < m; j += c->width) {
         const int64_t width = j + c->width <= m ? c->width : m - j;
@@ -36,7 +36,7 @@ void run_blocks(const plan *p, const stage &s, const double *in, double *out, do
     }
 }
 
-void run_stage(const plan *p, const stage *s, const double *in, double *out, double *scratch) {
+void run_stage(const plan *p, const stage *s, const scalar *in, scalar *out, scalar *scratch) {
     if (s->codelet)
         s->codelet(s, in, out);
     else
@@ -44,22 +44,22 @@ void run_stage(const plan *p, const stage *s, const double *in, double *out, dou
 }
 
 // The same back and forth as that of other stage lists (dft/c2c_1d.cpp).
-void execute_unit(const plan *p, double *in, double *out, double *scratch) {
+void execute_unit(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     const auto [count, stages] = stages_of(p->aux);
-    const double *from = in;
+    const scalar *from = in;
     for (int64_t s = 0; s < count; ++s) {
-        double *to = (count - 1 - s) % 2 == 0 ? out : scratch;
+        scalar *to = (count - 1 - s) % 2 == 0 ? out : scratch;
         run_stage(p, stages + s, from, to, scratch);
         from = to;
     }
 }
 
-void execute_general(const plan *p, double *in, double *out, double *scratch) {
+void execute_general(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     const auto [count, stages] = stages_of(p->aux);
-    double *half_a = scratch, *half_b = half_a + 2 * p->dims[0].n;
-    const double *from = in;
+    scalar *half_a = scratch, *half_b = half_a + 2 * p->dims[0].n;
+    const scalar *from = in;
     for (int64_t s = 0; s < count; ++s) {
-        double *to = s == count - 1 ? out : (count - s) % 2 == 0 ? half_a : half_b;
+        scalar *to = s == count - 1 ? out : (count - s) % 2 == 0 ? half_a : half_b;
         run_stage(p, stages + s, from, to, scratch);
         from = to;
     }
@@ -68,7 +68,7 @@ void execute_general(const plan *p, double *in, double *out, double *scratch) {
 int64_t choose_width(int64_t M, int64_t m, bool side_by_side) {
     int64_t width = line;
     if (side_by_side) {
-        width = side_by_side_bytes / 8 / (16 * M) / line * line;
+        width = side_by_side_bytes / 8 / (complex_bytes * M) / line * line;
         if (width < line) width = line;
         if (width > most_width) width = most_width;
     }
@@ -79,7 +79,7 @@ int64_t choose_width(int64_t M, int64_t m, bool side_by_side) {
 constexpr int64_t longest_precise = 2048;
 
 // The filter's spectrum, correctly rounded but for rare cases.
-bool compute_spectrum(const convolution *c, const filter_roots &exact, double *spectrum) {
+bool compute_spectrum(const convolution *c, const filter_roots &exact, scalar *spectrum) {
     if (!has_wide_numbers || c->M > longest_precise) return false;
     int64_t exponents[longest_precise];
     for (int64_t k = 0; k < c->M; ++k) exponents[k] = exact.exponent(c, k);
@@ -89,33 +89,33 @@ bool compute_spectrum(const convolution *c, const filter_roots &exact, double *s
 // The filter's spectrum, in place. Its error would be a quarter of that of every result: the mean
 // of the spectra of a few rotations of the filter, whose rounding errors are independent, has half
 // of it.
-bool transform_filter(plan *p, const convolution *c, double *mean) {
+bool transform_filter(plan *p, const convolution *c, scalar *mean) {
     const int64_t M = c->M;
     const int64_t rotations = M <= 1 << 16 ? 4 : 1;  // planning is to take milliseconds
-    const auto bytes = static_cast<size_t>(16 * M);
+    const auto bytes = static_cast<size_t>(complex_bytes * M);
     const plan *child = p->children;
     // The filter, the turns and a spectrum, each from a multiple of 64 bytes on, scratch for the
     // child.
-    const int64_t room = (M + 3) / 4 * 8;
-    double *filter = static_cast<double *>(
-        aligned_alloc_zero(static_cast<uint64_t>(3 * room) * 8 + child->scratch_bytes));
+    const int64_t room = (M + line - 1) / line * 2 * line;
+    scalar *filter = static_cast<scalar *>(
+        aligned_alloc_zero(static_cast<uint64_t>(3 * room) * scalar_bytes + child->scratch_bytes));
     if (!filter) return false;
-    double *turns = filter + room, *spectrum = turns + room, *scratch = spectrum + room;
+    scalar *turns = filter + room, *spectrum = turns + room, *scratch = spectrum + room;
     root_source roots;
     root_source_init(&roots, M, rotations * M);
     memcpy(filter, mean, bytes);
     child->execute_fn(child, mean, mean, scratch);
     for (int64_t i = 1; i < rotations; ++i) {
         const int64_t shift = i * (M / rotations + 1) % M;
-        memcpy(spectrum, filter + 2 * shift, static_cast<size_t>(16 * (M - shift)));
-        memcpy(spectrum + 2 * (M - shift), filter, static_cast<size_t>(16 * shift));
+        memcpy(spectrum, filter + 2 * shift, static_cast<size_t>(complex_bytes * (M - shift)));
+        memcpy(spectrum + 2 * (M - shift), filter, static_cast<size_t>(complex_bytes * shift));
         child->execute_fn(child, spectrum, spectrum, scratch);
         fill_twiddle_row(turns + 2, &roots, M, shift, -1);
         turns[0] = 1;
         c->products.elements(spectrum, 1, spectrum, 1, turns, M);
         for (int64_t k = 0; k < 2 * M; ++k) mean[k] += spectrum[k];
     }
-    for (int64_t k = 0; k < 2 * M; ++k) mean[k] /= static_cast<double>(rotations);
+    for (int64_t k = 0; k < 2 * M; ++k) mean[k] /= static_cast<scalar>(rotations);
     root_source_release(&roots);
     aligned_free(filter);
     return true;
@@ -130,8 +130,8 @@ convolution *convolution_begin(plan *p, const int64_t *factors, int count, int64
     int64_t order[max_factors];
     order[0] = prime;
     for (int s = 1; s < count; ++s) order[s] = factors[s - 1];
-    constexpr int64_t record = (sizeof(convolution) + 15) / 16;
-    double *extra = build_stages(p, order, count, record + room);
+    constexpr int64_t record = (sizeof(convolution) + complex_bytes - 1) / complex_bytes;
+    scalar *extra = build_stages(p, order, count, record + room);
     if (!extra) return nullptr;
     convolution *c = reinterpret_cast<convolution *>(extra);
     const bookkeeping b = {c};
@@ -155,17 +155,17 @@ convolution *convolution_begin(plan *p, const int64_t *factors, int count, int64
 
     *status = -1;
     c->list = slab_stages_of(child);
-    if (m == 1 || 2 * line * 16 * M > side_by_side_bytes) c->list.count = 0;
+    if (m == 1 || 2 * line * complex_bytes * M > side_by_side_bytes) c->list.count = 0;
     c->width = choose_width(M, m, c->list.count > 0);
     const int64_t scratch = c->list.count ? slab_scratch(M, c->width, c->list.count) : 0;
     const int64_t stage_scratch = unit_strides(p) ? n : 2 * n;
-    c->vectors = (stage_scratch + 3) / 4 * 4;
-    p->work_bytes = static_cast<uint64_t>(c->vectors + M * c->width + scratch) * 16;
+    c->vectors = (stage_scratch + line - 1) / line * line;
+    p->work_bytes = static_cast<uint64_t>(c->vectors + M * c->width + scratch) * complex_bytes;
     *status = 0;
     return c;
 }
 
-int32_t convolution_finish(plan *p, double *filter, const filter_roots &exact,
+int32_t convolution_finish(plan *p, scalar *filter, const filter_roots &exact,
                            const char *unit_name, const char *general_name) {
     const convolution *c = convolution_of(p);
     if (!compute_spectrum(c, exact, filter) && !transform_filter(p, c, filter)) return -1;
@@ -174,25 +174,25 @@ int32_t convolution_finish(plan *p, double *filter, const filter_roots &exact,
     return 0;
 }
 
-void convolution_transform(const plan *p, const convolution *c, double *vectors, int64_t width) {
+void convolution_transform(const plan *p, const convolution *c, scalar *vectors, int64_t width) {
     if (c->list.count) {
         walk_slab(c->list, {vectors, width, 1, vectors, width, width},
                   vectors + 2 * c->M * c->width);
         return;
     }
     const plan *child = p->children;
-    double *scratch = scratch_below(p, vectors - 2 * c->vectors);
+    scalar *scratch = scratch_below(p, vectors - 2 * c->vectors);
     for (int64_t j = 0; j < width; ++j)
         child->execute_fn(child, vectors + 2 * j * c->M, vectors + 2 * j * c->M, scratch);
 }
 
-void convolution_filter(const convolution *c, double *vectors, int64_t width) {
+void convolution_filter(const convolution *c, scalar *vectors, int64_t width) {
     if (c->list.count) {
         c->products.rows(vectors, width, vectors, width, c->filter, c->M, width);
         return;
     }
     for (int64_t j = 0; j < width; ++j) {
-        double *vector = vectors + 2 * j * c->M;
+        scalar *vector = vectors + 2 * j * c->M;
         c->products.elements(vector, 1, vector, 1, c->filter, c->M);
     }
 }

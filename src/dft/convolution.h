@@ -16,9 +16,9 @@ namespace lyr {
 // `width` transforms of length p: element q of block j is in[q*in_step + j*in_lane], output k goes
 // to out[k*out_step + j*out_lane] (complex numbers). out may be in when the steps are the same.
 struct convolution_blocks {
-    const double *in;
+    const scalar *in;
     int64_t in_step, in_lane;
-    double *out;
+    scalar *out;
     int64_t out_step, out_lane;
     int64_t width;
 };
@@ -26,15 +26,15 @@ struct convolution_blocks {
 struct convolution {
     int64_t p, M;
     // Runs the blocks.
-    void (*run)(const plan *, const convolution *, const convolution_blocks &, double *vectors);
+    void (*run)(const plan *, const convolution *, const convolution_blocks &, scalar *vectors);
     slab_stages list;  // of child 0; no stages: blocks are not walked side by side
     product_set products;
     int64_t width;  // blocks at a time
     // Where in scratch memory their vectors are: element e of block j at e*width + j (side by side)
     // or e + j*M. Behind width*M numbers: the scratch of walk_slab, or of child 0.
     int64_t vectors;
-    const double *filter;    // M complex numbers
-    const double *chirp;     // Bluestein: p complex numbers
+    const scalar *filter;    // M complex numbers
+    const scalar *chirp;     // Bluestein: p complex numbers
     const uint32_t *powers;  // Rader: g^k mod p, k < p - 1
 };
 
@@ -48,18 +48,18 @@ convolution *convolution_begin(plan *p, const int64_t *factors, int count, int64
 // negative. Exact, so that its spectrum can be computed in more than double precision.
 struct filter_roots {
     int64_t N;
-    double divisor;
+    scalar divisor;
     int64_t (*exponent)(const convolution *, int64_t k);
 };
 
 // Transforms the filter in place and sets the executor. 0, or -1 when memory runs out.
-int32_t convolution_finish(plan *p, double *filter, const filter_roots &exact,
+int32_t convolution_finish(plan *p, scalar *filter, const filter_roots &exact,
                            const char *unit_name, const char *general_name);
 
 // Forward transforms of the vectors of `width` blocks.
-void convolution_transform(const plan *p, const convolution *c, double *vectors, int64_t width);
+void convolution_transform(const plan *p, const convolution *c, scalar *vectors, int64_t width);
 
 // Multiplies them by the filter.
-void convolution_filter(const convolution *c, double *vectors, int64_t width);
+void convolution_filter(const convolution *c, scalar *vectors, int64_t width);
 
 }  // namespace lyr

@@ -19,11 +19,11 @@ direct_codelet dft_direct_lookup(const plan *p) {
     return unit_strides(p) ? set->direct_unit : set->direct_general;
 }
 
-void call(direct_codelet codelet, const plan *p, const double *in, double *out) {
-    codelet(out, in, p->dims[0].is * 16, p->dims[0].os * 16, nullptr);
+void call(direct_codelet codelet, const plan *p, const scalar *in, scalar *out) {
+    codelet(out, in, p->dims[0].is * complex_bytes, p->dims[0].os * complex_bytes, nullptr);
 }
 
-void execute_dft_direct(const plan *p, double *in, double *out, double *) {
+void execute_dft_direct(const plan *p, scalar *in, scalar *out, scalar *) {
     direct_codelet codelet;
     memcpy(&codelet, p->aux, sizeof codelet);
     call(codelet, p, in, out);
@@ -31,7 +31,7 @@ void execute_dft_direct(const plan *p, double *in, double *out, double *) {
 
 // Without memory for aux the plan still works: the codelet is looked up at each call, and no
 // codelet of that many values needs scratch.
-void execute_dft_direct_without_aux(const plan *p, double *in, double *out, double *) {
+void execute_dft_direct_without_aux(const plan *p, scalar *in, scalar *out, scalar *) {
     call(dft_direct_lookup(p), p, in, out);
 }
 
@@ -53,7 +53,7 @@ int solve_problem_dft_direct(plan *p) {
 
     p->execute_fn = execute_dft_direct_without_aux;
     p->execute_name = "execute_dft_direct_without_aux";
-    const uint64_t bytes = static_cast<uint64_t>(p->dims[0].n + header_complex) * 16;
+    const uint64_t bytes = static_cast<uint64_t>(p->dims[0].n + header_complex) * complex_bytes;
     p->aux = aligned_alloc_zero(bytes);
     if (p->aux) {
         p->aux_bytes = bytes;

@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "dft/factorize.h"
+#include "precision.h"
 
 namespace lyr {
 
@@ -52,10 +53,14 @@ float stage_cost(const stage_costs &c, int32_t lanes, int r, const extent &L, co
     const int64_t entries = int64_t{L.count} * (radix - 1);
     if (m.count == 1)
         return L.vectors * (c.last[r] + streams * out) +
-               table_cost(c, entries * (has_plain_groups(lanes, radix, L.count) ? 16 : 32));
+               table_cost(c,
+                          entries * (has_plain_groups(lanes, radix, L.count) ? complex_bytes
+                                                                             : 2 * complex_bytes));
     return static_cast<float>(L.count) *
                (c.row + m.vectors * (c.middle[r] + streams * (in + out))) +
-           table_cost(c, entries * (has_ready_rows(lanes, radix, L.count) ? 32 * lanes : 16));
+           table_cost(c,
+                      entries * (has_ready_rows(lanes, radix, L.count) ? 2 * complex_bytes * lanes
+                                                                       : complex_bytes));
 }
 
 float pass_cost(const stage_costs &c, int64_t n) {

@@ -17,21 +17,21 @@ namespace {
 // Indices are stored in 32 bits.
 constexpr int64_t largest_prime = UINT32_MAX;
 
-void copy_number(double *to, const double *from) {
-    memcpy(to, from, 16);
+void copy_number(scalar *to, const scalar *from) {
+    memcpy(to, from, complex_bytes);
 }
 
 // The second forward transform reverses, so that result k belongs to index g^k, where input k came
 // from. x[0] takes part twice: added to element 0 of the spectrum it comes out added to every
 // result, and X[0] is x[0] plus element 0 of the first spectrum.
 void run_side_by_side(const plan *p, const convolution *c, const convolution_blocks &at,
-                      double *vectors) {
+                      scalar *vectors) {
     const int64_t w = at.width, M = c->M;
-    double first[2 * 32] = {};
+    scalar first[2 * 32] = {};
     for (int64_t j = 0; j < w; ++j) copy_number(first + 2 * j, at.in + 2 * j * at.in_lane);
     for (int64_t k = 0; k < M; ++k) {
-        const double *from = at.in + 2 * at.in_step * c->powers[k];
-        double *to = vectors + 2 * k * w;
+        const scalar *from = at.in + 2 * at.in_step * c->powers[k];
+        scalar *to = vectors + 2 * k * w;
         for (int64_t j = 0; j < w; ++j) copy_number(to + 2 * j, from + 2 * j * at.in_lane);
     }
     convolution_transform(p, c, vectors, w);
@@ -44,13 +44,13 @@ void run_side_by_side(const plan *p, const convolution *c, const convolution_blo
     convolution_transform(p, c, vectors, w);
     for (int64_t k = 0; k < M; ++k)
         memcpy(at.out + 2 * at.out_step * c->powers[k], vectors + 2 * k * w,
-               static_cast<size_t>(16 * w));
+               static_cast<size_t>(complex_bytes * w));
 }
 
 void run_one_by_one(const plan *p, const convolution *c, const convolution_blocks &at,
-                    double *vectors) {
+                    scalar *vectors) {
     const int64_t M = c->M;
-    double first[2 * 4] = {};
+    scalar first[2 * 4] = {};
     for (int64_t j = 0; j < at.width; ++j) copy_number(first + 2 * j, at.in + 2 * j * at.in_lane);
     if (at.width == 1 && at.in_step == 1) {
         for (int64_t k = 0; k < M; ++k)
@@ -63,8 +63,8 @@ void run_one_by_one(const plan *p, const convolution *c, const convolution_block
     }
     convolution_transform(p, c, vectors, at.width);
     for (int64_t j = 0; j < at.width; ++j) {
-        const double *x = first + 2 * j, *sum = vectors + 2 * j * M;
-        double *out = at.out + 2 * j * at.out_lane;
+        const scalar *x = first + 2 * j, *sum = vectors + 2 * j * M;
+        scalar *out = at.out + 2 * j * at.out_lane;
         out[0] = x[0] + sum[0];
         out[1] = x[1] + sum[1];
     }
@@ -86,7 +86,7 @@ void run_one_by_one(const plan *p, const convolution *c, const convolution_block
 }
 
 // The powers of g, and the filter W(sign*g^-k, p)/(p - 1).
-void fill_tables(uint32_t *powers, double *filter, int64_t p, int64_t sign) {
+void fill_tables(uint32_t *powers, scalar *filter, int64_t p, int64_t sign) {
     const int64_t g = find_generator(p);
     const int64_t inverse = mod_pow(g, p - 2, p);
     const auto length = static_cast<double>(p - 1);
@@ -95,9 +95,10 @@ void fill_tables(uint32_t *powers, double *filter, int64_t p, int64_t sign) {
     int64_t power = 1, inverse_power = 1;
     for (int64_t k = 0; k < p - 1; ++k) {
         powers[k] = static_cast<uint32_t>(power);
-        root_of(&roots, inverse_power, sign, filter + 2 * k);
-        filter[2 * k] /= length;
-        filter[2 * k + 1] /= length;
+        double root[2];
+        root_of(&roots, inverse_power, sign, root);
+        filter[2 * k] = static_cast<scalar>(root[0] / length);
+        filter[2 * k + 1] = static_cast<scalar>(root[1] / length);
         power = mod_multiply(power, g, p);
         inverse_power = mod_multiply(inverse_power, inverse, p);
     }
@@ -173,7 +174,7 @@ int solve_problem_c2c_1d_rader(plan *p) {
     int32_t status;
     convolution *c = convolution_begin(p, factors, count, M, M + (M + 3) / 4, &status);
     if (!c) return status;
-    double *filter = const_cast<double *>(c->filter);
+    scalar *filter = const_cast<scalar *>(c->filter);
     uint32_t *powers = reinterpret_cast<uint32_t *>(filter + 2 * M);
     c->powers = powers;
     c->run = c->list.count ? run_side_by_side : run_one_by_one;

@@ -15,9 +15,9 @@ namespace {
 constexpr int64_t depth_first_bytes = 24 << 10;
 
 // A middle stage's table of ready vectors.
-void fill_ready_twiddles(double *table, const root_source *roots, int64_t r, int64_t L, int64_t m,
+void fill_ready_twiddles(scalar *table, const root_source *roots, int64_t r, int64_t L, int64_t m,
                          int64_t sign, int64_t lanes) {
-    double row[2 * (max_radix - 1)];
+    scalar row[2 * (max_radix - 1)];
     for (int64_t k = 0; k < L; ++k) {
         fill_twiddle_row(row, roots, r, m * k, sign);
         for (int64_t part = 0; part < 2 * (r - 1); ++part)
@@ -32,22 +32,22 @@ int64_t doubled_rows(int64_t lanes, int64_t r, int64_t L) {
 
 // The last stage's table: full groups of `lanes` rows as ready vectors or plain
 // (codelet_table::lanes), then the rows that are left. row holds one row.
-void fill_grouped_twiddles(double *table, const root_source *roots, int64_t r, int64_t L,
+void fill_grouped_twiddles(scalar *table, const root_source *roots, int64_t r, int64_t L,
                            int64_t sign, int64_t lanes) {
-    double row[2 * (max_radix - 1)];
+    scalar row[2 * (max_radix - 1)];
     const int64_t grouped = L - L % lanes, doubled = doubled_rows(lanes, r, L);
     for (int64_t k = 0; k < grouped; ++k) {
         const int64_t lane = k % lanes;
         if (!doubled) {
-            double *at = table + 2 * ((k - lane) * (r - 1) + lane);
+            scalar *at = table + 2 * ((k - lane) * (r - 1) + lane);
             fill_roots(at, lanes, roots, k, k, r - 1, sign);
             continue;
         }
         fill_twiddle_row(row, roots, r, k, sign);
-        double *group = table + 4 * (k - lane) * (r - 1);
+        scalar *group = table + 4 * (k - lane) * (r - 1);
         for (int64_t q = 0; q < r - 1; ++q) {
-            double *re = group + 4 * lanes * q + 2 * lane;
-            double *im = re + 2 * lanes;
+            scalar *re = group + 4 * lanes * q + 2 * lane;
+            scalar *im = re + 2 * lanes;
             re[0] = re[1] = row[2 * q];
             im[0] = im[1] = row[2 * q + 1];
         }
@@ -75,19 +75,19 @@ uint64_t block_bytes(int64_t n, const int64_t *factors, int count, int64_t lanes
             wider += L * (r - 1) * (2 * lanes - 1);
         L *= r;
     }
-    return static_cast<uint64_t>(n + wider + int64_t{4} * count) * 16 + 72;
+    return static_cast<uint64_t>(n + wider + int64_t{4} * count) * complex_bytes + 72;
 }
 
 }  // namespace
 
-double *build_stages(plan *p, const int64_t *factors, int count, int64_t extra) {
+scalar *build_stages(plan *p, const int64_t *factors, int count, int64_t extra) {
     const int64_t n = p->dims[0].n;
     for (int s = 1; s < count; ++s)
         if (!codelets_for(p, factors[s])) return nullptr;
 
     const int64_t lanes = active_table()->lanes;
     const uint64_t bytes =
-        block_bytes(n, factors, count, lanes) + 16 * static_cast<uint64_t>(extra);
+        block_bytes(n, factors, count, lanes) + complex_bytes * static_cast<uint64_t>(extra);
     p->aux = aligned_alloc_zero(bytes);
     if (!p->aux) return nullptr;
     p->aux_bytes = bytes;
@@ -98,11 +98,12 @@ double *build_stages(plan *p, const int64_t *factors, int count, int64_t extra) 
     char *block = static_cast<char *>(p->aux);
     if (header) *reinterpret_cast<int64_t *>(block) = count;
     stage *stages = reinterpret_cast<stage *>(block + header);
-    double *twiddles = reinterpret_cast<double *>(block + tables);
+    scalar *twiddles = reinterpret_cast<scalar *>(block + tables);
 
     const int64_t sign = p->sign == -1 ? -1 : +1;
     root_source roots;
-    double *room = count > 1 ? static_cast<double *>(malloc(static_cast<size_t>(n) * 16)) : nullptr;
+    scalar *room =
+        count > 1 ? static_cast<scalar *>(malloc(static_cast<size_t>(n) * complex_bytes)) : nullptr;
     root_source_init(&roots, n, n - factors[0], room);
     int64_t L = 1, m = n;
     for (int s = 0; s < count; ++s) {
@@ -132,19 +133,19 @@ double *build_stages(plan *p, const int64_t *factors, int count, int64_t extra) 
     return twiddles;
 }
 
-void alternate_rows(double *table, int64_t r, int64_t L, int64_t lanes) {
+void alternate_rows(scalar *table, int64_t r, int64_t L, int64_t lanes) {
     if (lanes == 1) return;
     const bool plain = has_plain_groups(lanes, r, L);
     const int64_t vector = 2 * lanes, group = (plain ? 1 : 2) * vector * (r - 1);
     for (int64_t k = 0; k + vector <= L; k += vector, table += 2 * group)
-        for (double *a = table; a < table + group; a += vector) {
+        for (scalar *a = table; a < table + group; a += vector) {
             // Two doubles for each row: row k + i is number i of the two vectors.
-            double rows[4 * max_lanes];
-            memcpy(rows, a, static_cast<size_t>(8 * vector));
-            memcpy(rows + vector, a + group, static_cast<size_t>(8 * vector));
+            scalar rows[4 * max_lanes];
+            memcpy(rows, a, static_cast<size_t>(scalar_bytes * vector));
+            memcpy(rows + vector, a + group, static_cast<size_t>(scalar_bytes * vector));
             for (int64_t i = 0; i < lanes; ++i) {
-                memcpy(a + 2 * i, rows + 4 * i, 16);
-                memcpy(a + group + 2 * i, rows + 4 * i + 2, 16);
+                memcpy(a + 2 * i, rows + 4 * i, complex_bytes);
+                memcpy(a + group + 2 * i, rows + 4 * i + 2, complex_bytes);
             }
         }
 }
@@ -178,18 +179,45 @@ int32_t plan_solve_in_stages(plan *p) {
     return plan_solve(p);
 }
 
-void rotate_rows(double *rows, int64_t row, int64_t width, int64_t n, int64_t r, int64_t lanes,
-                 const double *rotation) {
-    const int64_t L = n / r, full = width / lanes * lanes;
+void rotate_rows(scalar *rows, int64_t row, int64_t width, int64_t n, int64_t r, int64_t lanes,
+                 const rotation &factors) {
+    const int64_t L = n / r;
     for (int64_t k = 0; k < L; ++k)
-        for (int64_t j = 0; j < width; j += j < full ? lanes : 1)
-            for (int64_t p = 0; p < r; ++p)
-                for (int64_t lane = 0; lane < (j < full ? lanes : 1); ++lane, rotation += 2) {
-                    double *x = rows + 2 * ((k + p * L) * row + j + lane);
-                    const double re = x[0] * rotation[0] - x[1] * rotation[1];
-                    x[1] = x[0] * rotation[1] + x[1] * rotation[0];
-                    x[0] = re;
+        for (int64_t j = 0; j < width; ++j)
+            for (int64_t p = 0; p < r; ++p) {
+                const int64_t group = j / lanes * lanes, lane = j % lanes;
+                const scalar *w =
+                    factors.columns + 2 * ((k * factors.row + group) * r + p * lanes + lane);
+                scalar *x = rows + 2 * ((k + p * L) * row + j);
+                scalar re = x[0], im = x[1];
+                if (const scalar *turn = factors.turns) {
+                    turn += 2 * (k * r + p);
+                    const scalar before = re;
+                    re = before * turn[0] - im * turn[1];
+                    im = before * turn[1] + im * turn[0];
+                    x[0] = re + (re * w[0] - im * w[1]);
+                    x[1] = im + (re * w[1] + im * w[0]);
+                } else {
+                    x[0] = re * w[0] - im * w[1];
+                    x[1] = re * w[1] + im * w[0];
                 }
+            }
+}
+
+int pass_radices(int64_t n, int64_t lanes, int64_t *factors) {
+    if (n == 256 && lanes > 1) {  // the slabs of 16x16 are too large for the first-level cache
+        factors[0] = 4;
+        factors[1] = factors[2] = 8;
+        return 3;
+    }
+    return factorize_size(n, factors);
+}
+
+int64_t pass_width(int64_t n, int count, int64_t lanes) {
+    constexpr int64_t one_page_of_rows = 256;
+    if (lanes == 4) return n > 128 && n <= 512 && count > 2 ? 32 : 16;
+    if (lanes == 2) return n < one_page_of_rows ? 8 : 16;
+    return n < 2 * one_page_of_rows ? 8 : 16;
 }
 
 namespace {
@@ -205,7 +233,7 @@ slab_stage stage_at(const slab_stages &list, int64_t s) {
     return {d, list.table->sets[d->sign != -1][d->r - 1]};
 }
 
-void walk_first(const slab_stages &list, const slab &where, double *to, int64_t out_row) {
+void walk_first(const slab_stages &list, const slab &where, scalar *to, int64_t out_row) {
     const auto [d, codelets] = stage_at(list, 0);
     const int64_t m = d->m, h = where.width;
     if (where.in_lane != 1)
@@ -220,7 +248,7 @@ void walk_first(const slab_stages &list, const slab &where, double *to, int64_t 
 // A middle stage for `rows` rows of its matrix, first, first + step, ..: from and to hold these
 // rows without gaps.
 void walk_middle(const slab_stages &list, int64_t s, int64_t h, int64_t rows, int64_t first,
-                 int64_t step, const double *from, double *to) {
+                 int64_t step, const scalar *from, scalar *to) {
     const auto [d, codelets] = stage_at(list, s);
     const int64_t row = d->m * h;
     codelets->twiddle_slab(d, {rows, d->r * row, row, row, rows * row, row, first, step}, from, to);
@@ -230,7 +258,7 @@ void walk_middle(const slab_stages &list, int64_t s, int64_t h, int64_t rows, in
 // they are whole rows of `width` numbers: full lines, where the rows of single butterflies would
 // fall into few cache sets.
 void walk_last_split(const slab_stages &list, const slab &where, int64_t rows, int64_t first,
-                     int64_t step, const double *from) {
+                     int64_t step, const scalar *from) {
     const auto [d, codelets] = stage_at(list, list.count - 1);
     const auto &[re, im, out_row, room] = *where.split;
     const int64_t h = where.width;
@@ -244,31 +272,33 @@ void walk_last_split(const slab_stages &list, const slab &where, int64_t rows, i
 
 // The last stage for such rows, whose outputs go to their places.
 void walk_last(const slab_stages &list, const slab &where, int64_t rows, int64_t first,
-               int64_t step, const double *from, const double *rotation) {
+               int64_t step, const scalar *from, const rotation *factors) {
     if (where.split) return walk_last_split(list, where, rows, first, step, from);
     const auto [d, codelets] = stage_at(list, list.count - 1);
     const int64_t h = where.width, out_row = where.out_row;
     const column_walk walk = {rows, d->r * h, step * out_row, h, d->L * out_row, h, first, step};
-    double *to = where.out + 2 * first * out_row;
-    if (rotation && codelets->rotated_slab)
-        codelets->rotated_slab(d, walk, from, to, rotation);
+    scalar *to = where.out + 2 * first * out_row;
+    if (factors && codelets->rotated_slab)
+        codelets->rotated_slab(d, walk, from, to, *factors, where.far);
+    else if (where.far && codelets->far_slab)
+        codelets->far_slab(d, walk, from, to);
     else
         codelets->twiddle_slab(d, walk, from, to);
 }
 
 // The stages after the first for the rows that come from row k0 of the first one's result, which
 // is independent of the others: L2 to L1, then in L1.
-void walk_branch(const slab_stages &list, const slab &where, int64_t k0, const double *from,
-                 double *half_a, double *half_b, const double *rotation) {
+void walk_branch(const slab_stages &list, const slab &where, int64_t k0, const scalar *from,
+                 scalar *half_a, scalar *half_b, const rotation *factors) {
     const int64_t step = list.stages[0].r;
     int64_t rows = 1;
     for (int64_t s = 1; s < list.count - 1; ++s) {
-        double *to = s % 2 == 1 ? half_a : half_b;
+        scalar *to = s % 2 == 1 ? half_a : half_b;
         walk_middle(list, s, where.width, rows, k0, step, from, to);
         rows *= list.stages[s].r;
         from = to;
     }
-    walk_last(list, where, rows, k0, step, from, rotation);
+    walk_last(list, where, rows, k0, step, from, factors);
 }
 
 }  // namespace
@@ -281,8 +311,8 @@ int64_t slab_scratch(int64_t n, int64_t width, int64_t count) {
     return count == 1 ? 0 : n * width * (count == 2 ? 1 : 2);
 }
 
-void walk_slab(const slab_stages &list, const slab &where, double *scratch,
-               const double *rotation) {
+void walk_slab(const slab_stages &list, const slab &where, scalar *scratch,
+               const rotation *factors) {
     const int64_t h = where.width;
     if (list.count == 1 && where.split) {
         const auto &[re, im, row, room] = *where.split;
@@ -293,28 +323,28 @@ void walk_slab(const slab_stages &list, const slab &where, double *scratch,
     } else {
         const auto &[codelet, m, L, is, os, twiddles, r, sign] = list.stages[0];
         const int64_t n = m * r;
-        double *half_b = scratch + 2 * n * h;
+        scalar *half_b = scratch + 2 * n * h;
         walk_first(list, where, scratch, h);
         if (list.count == 2) {
-            walk_last(list, where, r, 0, 1, scratch, rotation);
-        } else if (n * h * 16 <= depth_first_bytes) {
-            const double *from = scratch;
+            walk_last(list, where, r, 0, 1, scratch, factors);
+        } else if (n * h * complex_bytes <= depth_first_bytes) {
+            const scalar *from = scratch;
             for (int64_t s = 1; s < list.count - 1; ++s) {
-                double *to = s % 2 == 1 ? half_b : scratch;
+                scalar *to = s % 2 == 1 ? half_b : scratch;
                 walk_middle(list, s, h, list.stages[s].L, 0, 1, from, to);
                 from = to;
             }
-            walk_last(list, where, list.stages[list.count - 1].L, 0, 1, from, rotation);
+            walk_last(list, where, list.stages[list.count - 1].L, 0, 1, from, factors);
         } else {
             for (int64_t k0 = 0; k0 < r; ++k0)
                 walk_branch(list, where, k0, scratch + 2 * k0 * m * h, half_b, half_b + 2 * m * h,
-                            rotation);
+                            factors);
         }
     }
     const stage &last = list.stages[list.count - 1];
-    if (rotation && (list.count == 1 || last.r > common_radix_limit))
+    if (factors && (list.count == 1 || last.r > common_radix_limit))
         rotate_rows(where.out, where.out_row, h, last.L * last.r, last.r, list.table->lanes,
-                    rotation);
+                    *factors);
 }
 
 }  // namespace lyr

@@ -32,7 +32,7 @@ inline stage *two_stages_of(void *block) {
 // complex numbers behind the tables. A first factor without a codelet is left to its own kernel:
 // the codelet of stage 0 is then null. Returns the extra room, or null when another factor has no
 // codelet or memory runs out.
-double *build_stages(plan *p, const int64_t *factors, int count, int64_t extra);
+scalar *build_stages(plan *p, const int64_t *factors, int count, int64_t extra);
 
 // The stage list of a plan for transforms side by side: the stages of a mixed-radix plan with the
 // slab codelets of the table that it was made with.
@@ -49,46 +49,50 @@ int32_t plan_solve_in_stages(plan *p);
 
 // Puts the rows of a last stage's twiddle table, radix r, into the order that split_last takes: of
 // each 2*lanes rows the even ones in one group, the odd ones in the next.
-void alternate_rows(double *table, int64_t r, int64_t L, int64_t lanes);
+void alternate_rows(scalar *table, int64_t r, int64_t L, int64_t lanes);
 
 // Split arrays that take the outputs of a slab, element e of transform j at [e*row + j], by way of
 // room for split_room complex numbers.
 struct split_output {
-    double *re, *im;
+    scalar *re, *im;
     int64_t row;
-    double *room;
+    scalar *room;
 };
 
 // Transforms side by side. Element e of transform j is in[e*in_row + j*in_lane] (complex numbers)
 // and out[e*out_row + j], unless the outputs go to split arrays.
 struct slab {
-    const double *in;
+    const scalar *in;
     int64_t in_row, in_lane;
-    double *out;
+    scalar *out;
     int64_t out_row;
     int64_t width;
     const split_output *split = nullptr;
+    bool far = false;  // the outputs may go past the caches: finish_far of the table makes it known
 };
 int64_t split_room(const slab_stages &list, int64_t width);
 
-// Multiplies `width` columns of a matrix of n rows, `row` complex numbers apart, by the factors
-// that rotated_slab_codelet takes. r is the last radix of n, lanes that of the codelet table.
-void rotate_rows(double *rows, int64_t row, int64_t width, int64_t n, int64_t r, int64_t lanes,
-                 const double *rotation);
+// Multiplies `width` columns of a matrix of n rows, `row` complex numbers apart, by factors. r is
+// the last radix of n, lanes that of the codelet table.
+void rotate_rows(scalar *rows, int64_t row, int64_t width, int64_t n, int64_t r, int64_t lanes,
+                 const rotation &factors);
 
-// How many neighbours the passes of a long transform walk together: two cache lines, which
-// processors fetch in pairs, or four where rows are so far apart that each is on a page of its own.
-inline int64_t walked_together(int64_t n) {
-    return n >= 512 ? 16 : 8;
-}
+// The radices of the passes of long transforms, whose slabs are walked pass_width wide. As
+// factorize_size.
+int pass_radices(int64_t n, int64_t lanes, int64_t *factors);
+
+// How many neighbours the passes of a long transform walk together, a multiple of 8; n has `count`
+// radices. Memory takes pieces of 512 bytes more than twice as fast as those of 256, but a slab of
+// two stages must stay in the first-level cache, and one of more in the second. Measured.
+int64_t pass_width(int64_t n, int count, int64_t lanes);
 
 // Complex numbers of scratch that walk_slab needs for transforms of length n.
 int64_t slab_scratch(int64_t n, int64_t width, int64_t count);
 
-// Runs the stages over a slab, through the scratch. The outputs are multiplied by the factors of
-// rotation (see rotated_slab_codelet) unless that is null.
+// Runs the stages over a slab, through the scratch. The outputs are multiplied by factors unless
+// they are null.
 // `out` may overlap `in` only when there are two stages or more, and then in any way.
-void walk_slab(const slab_stages &list, const slab &where, double *scratch,
-               const double *rotation = nullptr);
+void walk_slab(const slab_stages &list, const slab &where, scalar *scratch,
+               const rotation *factors = nullptr);
 
 }  // namespace lyr

@@ -41,12 +41,14 @@ inline double with_sign(double value, uint64_t sign) {
     return std::bit_cast<double>(std::bit_cast<uint64_t>(value) ^ sign);
 }
 
-inline void restore(const reduced_angle &angle, const double *root, double *out) {
-    out[0] = with_sign(root[angle.exchange], angle.cosine_sign);
-    out[1] = with_sign(root[1 - angle.exchange], angle.sine_sign);
+template <class number>
+inline void restore(const reduced_angle &angle, const double *root, number *out) {
+    out[0] = static_cast<number>(with_sign(root[angle.exchange], angle.cosine_sign));
+    out[1] = static_cast<number>(with_sign(root[1 - angle.exchange], angle.sine_sign));
 }
 
-inline void read_root(const root_source *source, int64_t u, double *out) {
+template <class number>
+inline void read_root(const root_source *source, int64_t u, number *out) {
     const reduced_angle angle = reduce(u, source->N);
     if (source->octant) {
         restore(angle, source->octant + 2 * (angle.q >> source->step_log2), out);
@@ -57,16 +59,17 @@ inline void read_root(const root_source *source, int64_t u, double *out) {
     }
 }
 
-using number __attribute__((vector_size(16), aligned(8))) = double;
+using pair __attribute__((vector_size(complex_bytes), aligned(scalar_bytes))) = scalar;
 
 // Reflects an octant of roots, W(u, N) for u = 0..N/8, into the seven others. N is a multiple of 8.
-void reflect_octant(const double *octant, int64_t N, double *all) {
-    number *const begin = reinterpret_cast<number *>(all);
-    number *const quarter = begin + N / 4, *const half = quarter + N / 4;
-    number *const three = half + N / 4, *const end = three + N / 4;
+void reflect_octant(const double *octant, int64_t N, scalar *all) {
+    pair *const begin = reinterpret_cast<pair *>(all);
+    pair *const quarter = begin + N / 4, *const half = quarter + N / 4;
+    pair *const three = half + N / 4, *const end = three + N / 4;
     for (int64_t u = 1; u < N / 8; ++u) {
-        const double c = octant[2 * u], s = octant[2 * u + 1];
-        const number cs = {c, s}, sc = {s, c}, c_s = {c, -s}, s_c = {s, -c};
+        const auto c = static_cast<scalar>(octant[2 * u]);
+        const auto s = static_cast<scalar>(octant[2 * u + 1]);
+        const pair cs = {c, s}, sc = {s, c}, c_s = {c, -s}, s_c = {s, -c};
         begin[u] = cs;
         quarter[-u] = sc;
         quarter[u] = -s_c;
@@ -80,7 +83,7 @@ void reflect_octant(const double *octant, int64_t N, double *all) {
 
 }  // namespace
 
-void root_source_init(root_source *source, int64_t N, int64_t entries, double *room) {
+void root_source_init(root_source *source, int64_t N, int64_t entries, scalar *room) {
     const int step_log2 = N % 4 == 0 ? 2 : N % 2 == 0 ? 1 : 0;
     const int64_t distinct = (N / 2 >> step_log2) + 1;
     source->N = N;
@@ -109,10 +112,11 @@ void root_source_release(root_source *source) {
 }
 
 void root_of(const root_source *source, int64_t t, int64_t sign, double *out) {
-    fill_roots(out, 1, source, t, 0, 1, sign);
+    const int64_t N = source->N, u = t < N ? t : t % N;
+    read_root(source, sign < 0 && u ? N - u : u, out);
 }
 
-void fill_roots(double *out, int64_t out_step, const root_source *source, int64_t start,
+void fill_roots(scalar *out, int64_t out_step, const root_source *source, int64_t start,
                 int64_t step, int64_t count, int64_t sign) {
     const int64_t N = source->N;
     if (step >= N) step %= N;  // divisions are slow
@@ -124,16 +128,21 @@ void fill_roots(double *out, int64_t out_step, const root_source *source, int64_
     const int64_t back = step - N;
     for (int64_t k = 0; k < count; ++k, out += 2 * out_step) {
         if (source->all)
-            memcpy(out, source->all + 2 * u, 16);
+            memcpy(out, source->all + 2 * u, complex_bytes);
         else
             read_root(source, u, out);
         u += u + back < 0 ? step : back;
     }
 }
 
-void fill_twiddle_row(double *row, const root_source *source, int64_t r, int64_t step,
+void fill_twiddle_row(scalar *row, const root_source *source, int64_t r, int64_t step,
                       int64_t sign) {
     fill_roots(row, 1, source, step, step, r - 1, sign);
+}
+
+void subtract_one(double *w, int64_t count) {
+    for (int64_t i = 0; i < count; ++i, w += 2)
+        w[0] = w[0] > 0.5 ? -(w[1] * w[1]) / (1 + w[0]) : w[0] - 1;
 }
 
 void fill_stage_twiddles(double *table, const root_source *source, int64_t r, int64_t L, int64_t m,

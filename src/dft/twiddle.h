@@ -5,6 +5,8 @@
 
 #include <cstdint>
 
+#include "precision.h"
+
 namespace lyr {
 
 // The distinct roots of one N > 0, 4*N below 2^63, so that a large table costs one sincos call for
@@ -13,31 +15,37 @@ struct root_source {
     int64_t N;
     int step_log2;      // reduced angles are multiples of this power of two
     double *octant;     // W(i << step_log2, 4 * N); null: compute each root
-    const double *all;  // W(i, N), 0 <= i < N; null: derive each root from the octant
+    const scalar *all;  // W(i, N), 0 <= i < N; null: derive each root from the octant
     double local[2 * 129];
 };
 
 // Prepares the roots for about `entries` reads. Without memory the roots are computed one by one.
 // room: N complex numbers for the source's use until it is released, which make many reads twice as
 // fast, or null.
-void root_source_init(root_source *source, int64_t N, int64_t entries, double *room = nullptr);
+void root_source_init(root_source *source, int64_t N, int64_t entries, scalar *room = nullptr);
 void root_source_release(root_source *source);
 
-// Writes W(sign*t, source->N). t >= 0.
+// Writes W(sign*t, source->N), in double precision always. t >= 0.
 void root_of(const root_source *source, int64_t t, int64_t sign, double *out);
 
 // Writes W(sign*(start + k*step), source->N), k = 0..count-1, to every out_step-th complex number.
 // start, step >= 0.
-void fill_roots(double *out, int64_t out_step, const root_source *source, int64_t start,
+void fill_roots(scalar *out, int64_t out_step, const root_source *source, int64_t start,
                 int64_t step, int64_t count, int64_t sign);
 
 // Writes W(sign*step*k, source->N), k = 1..r-1. step >= 0.
-void fill_twiddle_row(double *row, const root_source *source, int64_t r, int64_t step,
+void fill_twiddle_row(scalar *row, const root_source *source, int64_t r, int64_t step,
                       int64_t sign);
+
+// Makes each of `count` roots w into w - 1, without the loss of digits that subtracting would be
+// near
+// 1. Numbers so near to 1 multiply best like that: z + z*(w - 1) has hardly more rounding errors
+// than z.
+void subtract_one(double *w, int64_t count);
 
 // Writes L*(r-1) twiddles: row j = 0..L-1, column k = 1..r-1, entry [j*(r-1) + k-1] =
 // W(sign*m*j*k, source->N).
-void fill_stage_twiddles(double *table, const root_source *source, int64_t r, int64_t L, int64_t m,
+void fill_stage_twiddles(scalar *table, const root_source *source, int64_t r, int64_t L, int64_t m,
                          int64_t sign);
 
 }  // namespace lyr

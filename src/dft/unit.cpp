@@ -13,14 +13,14 @@ namespace {
 constexpr int64_t longest_prime = 73;
 constexpr int64_t shortest_gathered = 17;  // below, and for products, codelets do better
 
-void execute_dft_unit_general(const plan *p, double *in, double *out, double *) {
+void execute_dft_unit_general(const plan *p, scalar *in, scalar *out, scalar *) {
     executor run;
     memcpy(&run, p->solver_words, sizeof run);
     const auto [n, is, os] = p->dims[0];
-    alignas(64) double row[2 * longest_prime];
-    for (int64_t j = 0; j < n; ++j) memcpy(row + 2 * j, in + 2 * j * is, 16);
+    alignas(64) scalar row[2 * longest_prime];
+    for (int64_t j = 0; j < n; ++j) memcpy(row + 2 * j, in + 2 * j * is, complex_bytes);
     run(p, row, row, nullptr);
-    for (int64_t k = 0; k < n; ++k) memcpy(out + 2 * k * os, row + 2 * k, 16);
+    for (int64_t k = 0; k < n; ++k) memcpy(out + 2 * k * os, row + 2 * k, complex_bytes);
 }
 
 }  // namespace

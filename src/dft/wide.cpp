@@ -7,7 +7,7 @@ namespace lyr {
 
 namespace {
 
-using wide = long double;
+using wide = wide_number;
 
 struct wide_complex {
     wide re, im;
@@ -30,9 +30,9 @@ wide_complex wide_root(int64_t t, int64_t N) {
     angle -= quarter * N;
     const bool beyond = 2 * angle > N;
     if (beyond) angle = N - angle;
-    const wide x =
-        1.57079632679489661923132169163975144L * static_cast<wide>(angle) / static_cast<wide>(N);
-    const wide c = beyond ? sinl(x) : cosl(x), s = beyond ? cosl(x) : sinl(x);
+    const wide x = static_cast<wide>(1.57079632679489661923132169163975144L) *
+                   static_cast<wide>(angle) / static_cast<wide>(N);
+    const wide c = beyond ? std::sin(x) : std::cos(x), s = beyond ? std::cos(x) : std::sin(x);
     if (quarter == 0) return {c, s};
     if (quarter == 1) return {-s, c};
     if (quarter == 2) return {-c, -s};
@@ -128,7 +128,7 @@ wide_complex *transform(wide_complex *from, wide_complex *to, int64_t M,
 
 }  // namespace
 
-bool wide_spectrum_of_roots(double *out, const int64_t *exponents, int64_t N, int64_t M,
+bool wide_spectrum_of_roots(scalar *out, const int64_t *exponents, int64_t N, int64_t M,
                             double divisor) {
     const int64_t longest = N > M ? N : M;
     wide_complex *const room =
@@ -148,8 +148,8 @@ bool wide_spectrum_of_roots(double *out, const int64_t *exponents, int64_t N, in
     fill_wide_roots(roots, M);
     const wide_complex *spectrum = transform(x, other, M, roots);
     for (int64_t j = 0; j < M; ++j) {
-        out[2 * j] = static_cast<double>(spectrum[j].re);
-        out[2 * j + 1] = static_cast<double>(spectrum[j].im);
+        out[2 * j] = static_cast<scalar>(spectrum[j].re);
+        out[2 * j + 1] = static_cast<scalar>(spectrum[j].im);
     }
     free(room);
     return true;

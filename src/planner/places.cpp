@@ -178,7 +178,8 @@ enum class which { input, output };
 side side_of(const plan *p, which w) {
     const bool input = w == which::input;
     const int64_t width =
-        p->split == 1 ? 1 : (input ? input_element_bytes(p) : output_element_bytes(p)) / 8;
+        p->split == 1 ? 1
+                      : (input ? input_element_bytes(p) : output_element_bytes(p)) / scalar_bytes;
     const bool half = p->kind == (input ? kind_c2r : kind_r2c);
     side s = {};
     for (int k = 0; k < p->howmany_rank; ++k) {
@@ -247,7 +248,7 @@ bool overlaps_itself(const side &s) {
 }
 
 struct arrays {
-    const double *of[2];
+    const scalar *of[2];
 };
 
 arrays arrays_of(const plan *p, which w) {
@@ -260,10 +261,11 @@ struct distance {
     bool apart;
 };
 
-distance distance_of(const double *a, const double *b) {
+distance distance_of(const scalar *a, const scalar *b) {
     const auto bytes =
         static_cast<int64_t>(reinterpret_cast<uintptr_t>(b) - reinterpret_cast<uintptr_t>(a));
-    return {bytes / 8, bytes % 8 != 0 || magnitude(bytes / 8) > INT64_MAX / 16};
+    return {bytes / scalar_bytes,
+            bytes % scalar_bytes != 0 || magnitude(bytes / scalar_bytes) > INT64_MAX / 16};
 }
 
 // Whether transform i, by the batch indices, has an element of side a on an element of side b of

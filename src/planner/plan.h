@@ -11,8 +11,9 @@
 
 #include <cstdint>
 
-#include "lyr_fft.h"
+#include "interface.h"
 #include "planner/executor.h"
+#include "precision.h"
 
 enum { kind_complex = 0, kind_c2r = 1, kind_r2c = 2, kind_r2r = 3, kind_rotated_batch = 7 };
 
@@ -26,10 +27,10 @@ struct lyr_fft_plan_s {
     int32_t r2r_kinds[3];
     int32_t howmany_rank;
     lyr_fft_iodim64 howmany_dims[3];
-    double *in;
-    double *in_imag;
-    double *out;
-    double *out_imag;
+    lyr::scalar *in;
+    lyr::scalar *in_imag;
+    lyr::scalar *out;
+    lyr::scalar *out_imag;
 
     // The solution: filled by the solver that accepts the problem.
     unsigned char solver_words[48];
@@ -48,6 +49,8 @@ struct lyr_fft_plan_s {
     int32_t nchildren;
     lyr_fft_plan_s *children;
 
+    int32_t far_output;       // 1: the output is more than caches keep, and nothing in the library
+                              // reads it; solvers hand it on to children that write such output
     int64_t nthreads;         // the thread count in force when the plan was made
     int32_t reserved;         // a root for which scratch_reserve was called
     const char *solver_name;  // registry name of the solver that accepted the problem
@@ -74,17 +77,18 @@ void plan_clear(plan *p);
 
 // The place in an execution's scratch where that of the children begins, or that of the children
 // that thread `share` executes.
-inline double *scratch_below(const plan *p, double *scratch, int64_t share = 0) {
-    const uint64_t own = (p->work_bytes + 63) / 64 * 8;
-    const uint64_t each =
-        share && p->nchildren ? (p->scratch_bytes / 8 - own) / static_cast<uint64_t>(p->shares) : 0;
+inline scalar *scratch_below(const plan *p, scalar *scratch, int64_t share = 0) {
+    const uint64_t own = (p->work_bytes + 63) / 64 * (64 / scalar_bytes);
+    const uint64_t each = share && p->nchildren ? (p->scratch_bytes / scalar_bytes - own) /
+                                                      static_cast<uint64_t>(p->shares)
+                                                : 0;
     return scratch + own + static_cast<uint64_t>(share) * each;
 }
 
 // Stand for arrays in scratch memory while plans are made: no other array is there. A plan has a
 // few, told apart by `which`. Nothing is read or written through them.
-inline double *scratch_array(const plan *p, int which = 0) {
-    return reinterpret_cast<double *>(const_cast<unsigned char *>(p->solver_words)) + which;
+inline scalar *scratch_array(const plan *p, int which = 0) {
+    return reinterpret_cast<scalar *>(const_cast<unsigned char *>(p->solver_words)) + which;
 }
 
 // Tries the solvers of the registry in order. 0: solved. -1: no solver accepts the problem, the
@@ -97,15 +101,15 @@ void plan_sum_scratch(plan *p);
 
 // Bytes of one input or output element.
 inline int64_t input_element_bytes(const plan *p) {
-    return p->kind == kind_r2c || p->kind == kind_r2r ? 8 : 16;
+    return p->kind == kind_r2c || p->kind == kind_r2r ? scalar_bytes : complex_bytes;
 }
 inline int64_t output_element_bytes(const plan *p) {
-    return p->kind == kind_c2r || p->kind == kind_r2r ? 8 : 16;
+    return p->kind == kind_c2r || p->kind == kind_r2r ? scalar_bytes : complex_bytes;
 }
 
-// Byte-wise step into an array of doubles.
-inline double *advance(double *array, int64_t bytes) {
-    return reinterpret_cast<double *>(reinterpret_cast<char *>(array) + bytes);
+// Byte-wise step into an array.
+inline scalar *advance(scalar *array, int64_t bytes) {
+    return reinterpret_cast<scalar *>(reinterpret_cast<char *>(array) + bytes);
 }
 
 // True for the layout that contiguous codelets serve: one dimension, both strides 1.

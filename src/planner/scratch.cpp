@@ -85,7 +85,7 @@ __attribute__((noinline)) scratch_block *take_any(size_class *c, scratch_block *
 }
 
 // The quarter of a page, counted from `memory` on, next to which an array begins.
-uint64_t quarter_of(const double *array, const char *memory) {
+uint64_t quarter_of(const scalar *array, const char *memory) {
     const uint64_t distance =
         reinterpret_cast<uintptr_t>(array) - reinterpret_cast<uintptr_t>(memory);
     return (distance + page / 8) / (page / 4) % 4;
@@ -123,7 +123,7 @@ void scratch_release(const plan *p) {
     }
 }
 
-lent_scratch scratch_lend(const plan *p, const double *in, const double *out) {
+lent_scratch scratch_lend(const plan *p, const scalar *in, const scalar *out) {
     size_class *c = class_of(p);
     const uint64_t hash = static_cast<uint64_t>(pthread_self()) * 0x9E3779B97F4A7C15;
     scratch_block **favourite = &c->favourite[hash >> 60];
@@ -133,7 +133,7 @@ lent_scratch scratch_lend(const plan *p, const double *in, const double *out) {
     char *memory = reinterpret_cast<char *>(block + 1);
     const uint64_t near_in = quarter_of(in, memory), opposite = (near_in + 2) % 4;
     const uint64_t quarter = quarter_of(out, memory) == opposite ? (near_in + 1) % 4 : opposite;
-    return {block, reinterpret_cast<double *>(memory + quarter * (page / 4))};
+    return {block, reinterpret_cast<scalar *>(memory + quarter * (page / 4))};
 }
 
 void scratch_return(const lent_scratch &scratch) {

@@ -20,14 +20,14 @@ void scratch_release(const plan *p);
 
 struct lent_scratch {
     struct scratch_block *block;
-    double *memory;
+    scalar *memory;
 };
 
 // A block for an execution of a reserved plan that needs one, away from the places of both arrays
 // within a page: a load that follows a store 4096 bytes (or a multiple) before it waits. Every
 // thread gets one of its own; where there is no memory for another one, it waits until one comes
 // back.
-lent_scratch scratch_lend(const plan *p, const double *in, const double *out);
+lent_scratch scratch_lend(const plan *p, const scalar *in, const scalar *out);
 void scratch_return(const lent_scratch &scratch);
 
 // Blocks that exist. For tests.

@@ -19,10 +19,10 @@ int64_t row_of_work(int64_t n) {
     return n / 8 * 8 + 24;
 }
 
-void execute_columns(const plan *p, double *in, double *out, double *scratch) {
+void execute_columns(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     const auto [n, is, os] = p->dims[0];
     const int64_t h = p->howmany_dims[0].n, row = row_of_work(n);
-    double *work = scratch, *below = scratch_below(p, scratch);
+    scalar *work = scratch, *below = scratch_below(p, scratch);
     const plan *child = p->children;
     for (int64_t first = 0; first < h; first += slab) {
         const int64_t count = first + slab <= h ? slab : h - first;
@@ -44,7 +44,8 @@ bool has_columns(const plan *p) {
 
 int build_columns(plan *p) {
     const int64_t h = p->howmany_dims[0].n;
-    p->work_bytes = static_cast<uint64_t>(row_of_work(p->dims[0].n) * (h < slab ? h : slab)) * 8;
+    p->work_bytes =
+        static_cast<uint64_t>(row_of_work(p->dims[0].n) * (h < slab ? h : slab)) * scalar_bytes;
     p->any_count = 1;
     p->execute_fn = execute_columns;
     p->execute_name = "execute_columns";

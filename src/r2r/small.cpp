@@ -13,10 +13,10 @@ namespace lyr {
 
 namespace {
 
-void execute_small(const plan *p, double *in, double *out, double *) {
+void execute_small(const plan *p, scalar *in, scalar *out, scalar *) {
     r2r_small_function run;
     memcpy(&run, p->solver_words, sizeof run);
-    run({p->dims[0].is, p->dims[0].os, static_cast<const double *>(p->aux)}, in, out);
+    run({p->dims[0].is, p->dims[0].os, static_cast<const scalar *>(p->aux)}, in, out);
 }
 
 // The whole turn that the angles of a kind are fractions of.
@@ -98,17 +98,18 @@ bool is_small_r2r(int32_t kind, int64_t n) {
 
 int build_small(plan *p) {
     const int64_t n = p->dims[0].n;
-    const uint64_t bytes = static_cast<uint64_t>(n * n) * 8;
+    const uint64_t bytes = static_cast<uint64_t>(n * n) * scalar_bytes;
     p->aux = aligned_alloc_zero(bytes);
     if (!p->aux) return -1;
     p->aux_bytes = bytes;
     p->aux_owned = 1;
-    double *matrix = static_cast<double *>(p->aux);
+    scalar *matrix = static_cast<scalar *>(p->aux);
     const int32_t kind = p->r2r_kinds[0];
     root_source roots;
     root_source_init(&roots, turn_of(kind, n), n * n);
     for (int64_t j = 0; j < n; ++j)
-        for (int64_t k = 0; k < n; ++k) *matrix++ = coefficient(roots, kind, n, j, k);
+        for (int64_t k = 0; k < n; ++k)
+            *matrix++ = static_cast<scalar>(coefficient(roots, kind, n, j, k));
     root_source_release(&roots);
     const r2r_small_function run = active_table()->r2r_passes->small.by_length[n - 1];
     memcpy(p->solver_words, &run, sizeof run);

@@ -30,10 +30,10 @@ bookkeeping bookkeeping_of(const plan *p) {
 }
 
 // Strides 1.
-void execute_contiguous(const plan *p, double *in, double *out, double *scratch) {
+void execute_contiguous(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     const bookkeeping b = bookkeeping_of(p);
     const r2r_pass &pass = pass_of(p);
-    double *data = scratch;
+    scalar *data = scratch;
     const plan *child = p->children;
     if (b.steps.before) b.steps.before(pass, in, data);
     child->execute_fn(child, b.steps.before ? data : in, b.steps.after ? data : out,
@@ -43,11 +43,11 @@ void execute_contiguous(const plan *p, double *in, double *out, double *scratch)
 
 // Strided arrays are contiguous on their way to a pass and from one; without a pass, on the data of
 // the transform itself.
-void execute_strided(const plan *p, double *in, double *out, double *scratch) {
+void execute_strided(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     const bookkeeping b = bookkeeping_of(p);
     const r2r_pass &pass = pass_of(p);
     const auto [n, is, os] = p->dims[0];
-    double *data = scratch, *staging = scratch + b.staging;
+    scalar *data = scratch, *staging = scratch + b.staging;
     if (b.steps.before) {
         gather_reals(staging, in, is, n);
         b.steps.before(pass, staging, data);
@@ -83,18 +83,18 @@ int table_count(int32_t kind, int64_t n) {
 }
 
 // The next table: W(-(start + k*step), source->N) times scale, k = 0 .. count-1.
-double *fill_table(double *table, const root_source &source, int64_t start, int64_t step,
+scalar *fill_table(scalar *table, const root_source &source, int64_t start, int64_t step,
                    int64_t count, double scale = 1) {
     for (int64_t k = 0; k < count; ++k) {
         double root[2];
         root_of(&source, start + k * step, -1, root);
-        table[k] = root[0] * scale;
-        table[count + k] = root[1] * scale;
+        table[k] = static_cast<scalar>(root[0] * scale);
+        table[count + k] = static_cast<scalar>(root[1] * scale);
     }
     return table + 2 * count;
 }
 
-void fill_tables(double *table, int32_t kind, int64_t n, int64_t count) {
+void fill_tables(scalar *table, int32_t kind, int64_t n, int64_t count) {
     const int64_t h = n / 2;
     root_source source;
     if (is_type4(kind)) {
@@ -117,12 +117,12 @@ bool make_tables(plan *p) {
     const int64_t n = p->dims[0].n, count = table_entries(p->r2r_kinds[0], n);
     const int tables = table_count(p->r2r_kinds[0], n);
     static_assert(sizeof(r2r_pass) <= 64);
-    const uint64_t bytes = 64 + static_cast<uint64_t>(tables * count) * 16;
+    const uint64_t bytes = 64 + static_cast<uint64_t>(tables * count) * complex_bytes;
     p->aux = aligned_alloc_zero(bytes);
     if (!p->aux) return false;
     p->aux_bytes = bytes;
     p->aux_owned = 1;
-    double *table = static_cast<double *>(p->aux) + 8;
+    scalar *table = static_cast<scalar *>(p->aux) + 64 / scalar_bytes;
     if (tables) fill_tables(table, p->r2r_kinds[0], n, count);
     const r2r_pass pass = {n, count, table};
     memcpy(p->aux, &pass, sizeof pass);
@@ -131,9 +131,9 @@ bool make_tables(plan *p) {
 
 // Data and staging.
 void reserve_work(plan *p, bookkeeping &b) {
-    const int64_t n = p->dims[0].n, data = (n / 2 + 4) / 4 * 8;
+    const int64_t n = p->dims[0].n, data = (n / 2 + line_complex) / line_complex * 2 * line_complex;
     const bool staged = !unit_strides(p) && (b.steps.before || b.steps.after);
-    p->work_bytes = static_cast<uint64_t>(data + (staged ? n : 0)) * 8;
+    p->work_bytes = static_cast<uint64_t>(data + (staged ? n : 0)) * scalar_bytes;
     b.staging = staged ? data : 0;
 }
 
@@ -149,7 +149,7 @@ bool make_child(plan *p, const r2r_steps &steps) {
     child->kind = even ? kind_complex : backward ? kind_c2r : kind_r2c;
     child->sign = backward ? +1 : -1;
     child->dims[0] = {even ? n / 2 : n, 1, 1};
-    double *data = scratch_array(p);
+    scalar *data = scratch_array(p);
     const bool direct = unit_strides(p);
     child->in = direct && !steps.before ? p->in : data;
     child->out = direct && !steps.after ? p->out : data;
@@ -158,16 +158,16 @@ bool make_child(plan *p, const r2r_steps &steps) {
 
 }  // namespace
 
-void gather_reals(double *out, const double *in, int64_t stride, int64_t n) {
+void gather_reals(scalar *out, const scalar *in, int64_t stride, int64_t n) {
     if (stride == 1)
-        memcpy(out, in, static_cast<size_t>(n) * 8);
+        memcpy(out, in, static_cast<size_t>(n) * scalar_bytes);
     else
         for (int64_t k = 0; k < n; ++k) out[k] = in[k * stride];
 }
 
-void scatter_reals(double *out, int64_t stride, const double *in, int64_t n) {
+void scatter_reals(scalar *out, int64_t stride, const scalar *in, int64_t n) {
     if (stride == 1)
-        memcpy(out, in, static_cast<size_t>(n) * 8);
+        memcpy(out, in, static_cast<size_t>(n) * scalar_bytes);
     else
         for (int64_t k = 0; k < n; ++k) out[k * stride] = in[k];
 }

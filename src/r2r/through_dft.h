@@ -17,7 +17,7 @@ int build_through_dft(plan *p);
 bool is_single_r2r(const plan *p, int64_t shortest);
 
 // Between a strided array of n numbers and one without gaps.
-void gather_reals(double *out, const double *in, int64_t stride, int64_t n);
-void scatter_reals(double *out, int64_t stride, const double *in, int64_t n);
+void gather_reals(scalar *out, const scalar *in, int64_t stride, int64_t n);
+void scatter_reals(scalar *out, int64_t stride, const scalar *in, int64_t n);
 
 }  // namespace lyr

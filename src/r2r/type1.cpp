@@ -35,7 +35,7 @@ namespace {
 // outputs from `staging` on. N odd: N complex numbers.
 struct bookkeeping {  // in solver_words
     r2r_pass_function join;
-    void (*part)(double *re, double *im, const double *in, int64_t n);
+    void (*part)(scalar *re, scalar *im, const scalar *in, int64_t n);
     int64_t odd, staging;  // in doubles from the start
 };
 static_assert(sizeof(bookkeeping) <= sizeof(plan::solver_words));
@@ -58,7 +58,7 @@ int64_t half_turn(const plan *p) {
 // ---- N even -------------------------------------------------------------------------------------
 
 // a[0], b[0], a[1], .. a[count], one more of a than of b, `stride` apart from `in` on.
-void deal(const bookkeeping &b, double *to_a, double *to_b, const double *in, int64_t stride,
+void deal(const bookkeeping &b, scalar *to_a, scalar *to_b, const scalar *in, int64_t stride,
           int64_t count) {
     if (stride == 1) {
         b.part(to_a, to_b, in, count);
@@ -69,11 +69,11 @@ void deal(const bookkeeping &b, double *to_a, double *to_b, const double *in, in
     to_a[count] = in[2 * count * stride];
 }
 
-void execute_halves(const plan *p, double *in, double *out, double *scratch) {
+void execute_halves(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     const bookkeeping b = bookkeeping_of(p);
     const auto [n, is, os] = p->dims[0];
     const int64_t N = half_turn(p);
-    double *even = scratch, *odd = even + b.odd, *below = scratch_below(p, scratch);
+    scalar *even = scratch, *odd = even + b.odd, *below = scratch_below(p, scratch);
     if (is_sine(p))
         deal(b, odd, even, in, is, N / 2 - 1);
     else
@@ -81,19 +81,20 @@ void execute_halves(const plan *p, double *in, double *out, double *scratch) {
     const plan *type1 = &p->children[0], *type2 = &p->children[1];
     type1->execute_fn(type1, even, even, below);
     type2->execute_fn(type2, odd, odd, below);
-    double *to = os == 1 ? out : even + b.staging;
+    scalar *to = os == 1 ? out : even + b.staging;
     b.join({N, b.odd, nullptr}, even, to);
     if (os != 1) scatter_reals(out, os, to, n);
 }
 
 int build_halves(plan *p) {
-    const int64_t N = half_turn(p), room = (N / 2 + 8) / 8 * 8;
+    const int64_t N = half_turn(p),
+                  room = (N / 2 + 2 * line_complex) / (2 * line_complex) * (2 * line_complex);
     const bool sine = is_sine(p), staged = p->dims[0].os != 1;
     const bookkeeping b = {
         sine ? active_table()->r2r_passes->rodft00_join : active_table()->r2r_passes->redft00_join,
         active_table()->splits.part, room, 2 * room};
     memcpy(p->solver_words, &b, sizeof b);
-    p->work_bytes = static_cast<uint64_t>(2 * room + (staged ? p->dims[0].n : 0)) * 8;
+    p->work_bytes = static_cast<uint64_t>(2 * room + (staged ? p->dims[0].n : 0)) * scalar_bytes;
 
     p->nchildren = 2;
     p->children = plan_alloc_children(2);
@@ -113,20 +114,20 @@ int build_halves(plan *p) {
 
 // ---- N odd --------------------------------------------------------------------------------------
 
-void fill_cosine(double *c, const double *x, int64_t stride, int64_t N) {
+void fill_cosine(scalar *c, const scalar *x, int64_t stride, int64_t N) {
     c[0] = x[0] + x[N * stride];
     c[1] = x[0] - x[N * stride];
-    double sign = -1;
+    scalar sign = -1;
     for (int64_t j = 1; j <= N / 2; ++j, sign = -sign) {
-        const double a = x[j * stride], b = x[(N - j) * stride];
+        const scalar a = x[j * stride], b = x[(N - j) * stride];
         c[2 * j] = c[2 * (N - j)] = a + b;
         c[2 * j + 1] = c[2 * (N - j) + 1] = sign * (a - b);
     }
 }
 
-void execute_redft00_coprime(const plan *p, double *in, double *out, double *scratch) {
+void execute_redft00_coprime(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     const int64_t N = half_turn(p), os = p->dims[0].os;
-    double *c = scratch;
+    scalar *c = scratch;
     fill_cosine(c, in, p->dims[0].is, N);
     const plan *child = p->children;
     child->execute_fn(child, c, c, scratch_below(p, scratch));
@@ -137,11 +138,11 @@ void execute_redft00_coprime(const plan *p, double *in, double *out, double *scr
 }
 
 // x[j] is at x[(j-1)*stride].
-void fill_sine(double *c, const double *x, int64_t stride, int64_t N) {
+void fill_sine(scalar *c, const scalar *x, int64_t stride, int64_t N) {
     c[0] = c[1] = 0;
-    double sign = -1;
+    scalar sign = -1;
     for (int64_t j = 1; j <= N / 2; ++j, sign = -sign) {
-        const double a = x[(j - 1) * stride], b = x[(N - j - 1) * stride];
+        const scalar a = x[(j - 1) * stride], b = x[(N - j - 1) * stride];
         c[2 * j] = a - b;
         c[2 * j + 1] = sign * (a + b);
         c[2 * (N - j)] = -c[2 * j];
@@ -149,9 +150,9 @@ void fill_sine(double *c, const double *x, int64_t stride, int64_t N) {
     }
 }
 
-void execute_rodft00_coprime(const plan *p, double *in, double *out, double *scratch) {
+void execute_rodft00_coprime(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     const int64_t N = half_turn(p), os = p->dims[0].os;
-    double *c = scratch;
+    scalar *c = scratch;
     fill_sine(c, in, p->dims[0].is, N);
     const plan *child = p->children;
     child->execute_fn(child, c, c, scratch_below(p, scratch));
@@ -163,7 +164,7 @@ void execute_rodft00_coprime(const plan *p, double *in, double *out, double *scr
 
 int build_coprime(plan *p) {
     const int64_t N = half_turn(p);
-    p->work_bytes = static_cast<uint64_t>(N) * 16;
+    p->work_bytes = static_cast<uint64_t>(N) * complex_bytes;
     p->nchildren = 1;
     p->children = plan_alloc_children(1);
     if (!p->children) return -1;

@@ -45,17 +45,17 @@ struct bookkeeping {  // in solver_words
 };
 static_assert(sizeof(bookkeeping) <= sizeof(plan::solver_words));
 
-void execute_type4_odd(const plan *p, double *in, double *out, double *scratch) {
+void execute_type4_odd(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     bookkeeping b;
     memcpy(&b, p->solver_words, sizeof b);
     const auto [n, is, os] = p->dims[0];
     const bool sine = b.sine != 0;
-    double *z = scratch;
+    scalar *z = scratch;
 
     int64_t u = b.first_u;
     for_each_run(n,
-                 [&, is = is, n = n](int64_t, int64_t count, int64_t j, int64_t step, double sign) {
-                     const double *x = in + (sine ? n - 1 - j : j) * is;
+                 [&, is = is, n = n](int64_t, int64_t count, int64_t j, int64_t step, scalar sign) {
+                     const scalar *x = in + (sine ? n - 1 - j : j) * is;
                      const int64_t x_step = (sine ? -step : step) * is;
                      for (; count > 0; --count, x += x_step) {
                          z[u] = sign * x[0];
@@ -67,14 +67,14 @@ void execute_type4_odd(const plan *p, double *in, double *out, double *scratch) 
     child->execute_fn(child, z, z, scratch_below(p, scratch));
 
     // cos(pi n/4 + a) = sqrt(1/2) (+-cos a +- sin a).
-    const double scale =
+    const scalar scale =
         n % 8 == 1 || n % 8 == 7 ? 1.41421356237309504880 : -1.41421356237309504880;
     const int64_t v_step = (n % 4 == 1 ? n - 8 % n : 8 % n) % n;
     int64_t v = (n % 4 == 1 ? n - 1 : 1) % n;
     for_each_run(n,
-                 [&, os = os, n = n](int64_t, int64_t count, int64_t k, int64_t step, double sign) {
-                     const double factor = sine && k % 2 != 0 ? -sign * scale : sign * scale;
-                     double *y = out + k * os;
+                 [&, os = os, n = n](int64_t, int64_t count, int64_t k, int64_t step, scalar sign) {
+                     const scalar factor = sine && k % 2 != 0 ? -sign * scale : sign * scale;
+                     scalar *y = out + k * os;
                      for (; count > 0; --count, y += step * os) {
                          y[0] = factor * z[v];
                          v += v_step;
@@ -87,7 +87,7 @@ void execute_type4_odd(const plan *p, double *in, double *out, double *scratch) 
 
 int build_type4_odd(plan *p) {
     const int64_t n = p->dims[0].n;
-    p->work_bytes = static_cast<uint64_t>(n) * 8;
+    p->work_bytes = static_cast<uint64_t>(n) * scalar_bytes;
     const bookkeeping b = {inverse_of_8(n), p->r2r_kinds[0] == LYR_FFT_RODFT11};
     memcpy(p->solver_words, &b, sizeof b);
 

@@ -9,32 +9,32 @@ namespace lyr {
 namespace {
 
 // z: h contiguous complex numbers for the child; it may be `in` when is = 1.
-void begin(const plan *p, const double *in, int64_t is, double *z) {
+void begin(const plan *p, const scalar *in, int64_t is, scalar *z) {
     const int64_t h = p->dims[0].n / 2;
-    const double first = in[0], last = in[2 * h * is];
+    const scalar first = in[0], last = in[2 * h * is];
     run_real_pass(p, in, is, z, 1, 1, h / 2);
     z[0] = first + last;
     z[1] = first - last;
 }
 
-void execute_1d_c2r(const plan *p, double *in, double *out, double *scratch) {
+void execute_1d_c2r(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     const plan *child = p->children;
     begin(p, in, 1, out);
     child->execute_fn(child, out, out, scratch_below(p, scratch));
 }
 
-void execute_1d_c2r_multithread(const plan *p, double *in, double *out, double *scratch) {
+void execute_1d_c2r_multithread(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     const plan *child = p->children;
-    const double first = in[0], last = in[p->dims[0].n];
+    const scalar first = in[0], last = in[p->dims[0].n];
     out[0] = first + last;
     out[1] = first - last;
     run_real_pass_threaded(p, in, out);
     child->execute_fn(child, out, out, scratch_below(p, scratch));
 }
 
-void execute_1d_c2r_discrete(const plan *p, double *in, double *out, double *scratch) {
+void execute_1d_c2r_discrete(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     const plan *child = p->children;
-    double *work = scratch;
+    scalar *work = scratch;
     const auto [n, is, os] = p->dims[0];
     begin(p, in, is, work);
     child->execute_fn(child, work, work, scratch_below(p, scratch));
@@ -43,14 +43,14 @@ void execute_1d_c2r_discrete(const plan *p, double *in, double *out, double *scr
 
 // The imaginary part of the first number counts for nothing; not even its rounding errors, or that
 // it may be infinite.
-void execute_1d_c2r_odd(const plan *p, double *in, double *out, double *scratch) {
+void execute_1d_c2r_odd(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     const plan *child = p->children;
-    double *work = scratch;
+    scalar *work = scratch;
     const auto [n, is, os] = p->dims[0];
     work[0] = in[0];
     work[1] = 0;
     for (int64_t k = 1; k <= n / 2; ++k) {
-        const double re = in[2 * k * is], im = in[2 * k * is + 1];
+        const scalar re = in[2 * k * is], im = in[2 * k * is + 1];
         work[2 * k] = work[2 * (n - k)] = re;
         work[2 * k + 1] = im;
         work[2 * (n - k) + 1] = -im;

@@ -8,7 +8,7 @@ namespace lyr {
 
 namespace {
 
-void execute_c2r_direct(const plan *p, double *in, double *out, double *) {
+void execute_c2r_direct(const plan *p, scalar *in, scalar *out, scalar *) {
     const auto [v, idist, odist] = batch_of(p);
     run_real_block(real_block_of(p), out, p->dims[0].os, in, v, 2 * idist, odist);
 }

@@ -7,23 +7,23 @@ namespace lyr {
 namespace {
 
 // Row 0 of the slab from rows 0 and h of the spectrum, whose imaginary parts count for nothing.
-void read_ends(const double *first, const double *last, double *row, int64_t width) {
+void read_ends(const scalar *first, const scalar *last, scalar *row, int64_t width) {
     for (int64_t j = 0; j < 2 * width; j += 2) {
         row[j] = first[j] + last[j];
         row[j + 1] = first[j] - last[j];
     }
 }
 
-void execute_c2r_many(const plan *p, double *in, double *out, double *scratch) {
+void execute_c2r_many(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     const side_by_side b = words_of(p);
     const plan *child = p->children;
-    double *rows = scratch;
+    scalar *rows = scratch;
     const int64_t h = p->dims[0].n / 2, in_row = p->dims[0].is, out_row = p->dims[0].os;
-    const real_pass pass = {h,     1, h / 2, in_row, b.slab, static_cast<const double *>(p->aux),
+    const real_pass pass = {h,     1, h / 2, in_row, b.slab, static_cast<const scalar *>(p->aux),
                             b.slab};
     for_each_slab(p, b, [=](int64_t first) {
-        const double *from = in + 2 * first;
-        double *to = out + first;
+        const scalar *from = in + 2 * first;
+        scalar *to = out + first;
         read_ends(from, from + 2 * h * in_row, rows, b.slab);
         b.pass(pass, from, rows);
         child->execute_fn(child, rows, rows, scratch_below(p, scratch));
@@ -33,10 +33,10 @@ void execute_c2r_many(const plan *p, double *in, double *out, double *scratch) {
     });
 }
 
-void execute_c2r_many_odd(const plan *p, double *in, double *out, double *scratch) {
+void execute_c2r_many_odd(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     const side_by_side b = words_of(p);
     const plan *child = p->children;
-    double *rows = scratch;
+    scalar *rows = scratch;
     const int64_t length = p->dims[0].n, in_row = p->dims[0].is, out_row = p->dims[0].os;
     const int64_t width = b.slab;
     for_each_slab(p, b, [=](int64_t first) {
@@ -46,9 +46,9 @@ void execute_c2r_many_odd(const plan *p, double *in, double *out, double *scratc
         }
         for (int64_t k = 1; k <= length / 2; ++k)
             for (int64_t j = 0; j < width; ++j) {
-                const double *x = in + 2 * (k * in_row + first + j);
-                double *up = rows + 2 * (k * width + j);
-                double *down = rows + 2 * ((length - k) * width + j);
+                const scalar *x = in + 2 * (k * in_row + first + j);
+                scalar *up = rows + 2 * (k * width + j);
+                scalar *down = rows + 2 * ((length - k) * width + j);
                 up[0] = down[0] = x[0];
                 up[1] = x[1];
                 down[1] = -x[1];

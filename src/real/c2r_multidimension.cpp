@@ -31,7 +31,7 @@ namespace {
 constexpr int64_t row_buffer_bytes = 1 << 14;
 // Imaginary parts that count for nothing are let through when they are at most so many times the
 // real part: what they leave in results is rounding errors of that times the real part.
-constexpr double harmless_ratio = 1024;
+constexpr scalar harmless_ratio = 1024;
 // Columns transformed together where the output cannot take complex numbers directly.
 constexpr int64_t most_columns = 8;
 
@@ -94,29 +94,29 @@ bool by_planes(const plan *p, int64_t width) {
 }
 
 // The passes over columns, one for each outer dimension: the first leads from `in` to `between`.
-void transform_columns(const plan *p, const plan *passes, const double *in, double *between,
-                       double *below) {
-    passes[0].execute_fn(&passes[0], const_cast<double *>(in), between, below);
+void transform_columns(const plan *p, const plan *passes, const scalar *in, scalar *between,
+                       scalar *below) {
+    passes[0].execute_fn(&passes[0], const_cast<scalar *>(in), between, below);
     if (p->rank == 3) passes[1].execute_fn(&passes[1], between, between, below);
 }
 
-void clear_imaginary_parts(const plan *p, double *in) {
+void clear_imaginary_parts(const plan *p, scalar *in) {
     const outer_dims o = outer_of(p);
     const auto [n, is, os] = p->dims[p->rank - 1];
     for_each_real_row(o, [&, n = n, is = is](int64_t i, int64_t j) {
-        double *row = in + 2 * (i * o.dims[0].is + j * o.dims[1].is);
+        scalar *row = in + 2 * (i * o.dims[0].is + j * o.dims[1].is);
         row[1] = 0;
         if (n % 2 == 0) row[n * is + 1] = 0;
     });
 }
 
-void execute_in_place(const plan *p, double *in, double *out, double *scratch) {
+void execute_in_place(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     in_place_words words;
     memcpy(&words, p->solver_words, sizeof words);
     if (!words.shared_input) clear_imaginary_parts(p, in);
     const plan *first = &p->children[0], *second = &p->children[1],
                *rows = &p->children[p->rank - 1];
-    double *between = p->work_bytes ? scratch : in, *below = scratch_below(p, scratch);
+    scalar *between = p->work_bytes ? scratch : in, *below = scratch_below(p, scratch);
     if (!by_planes(p, 0)) {
         transform_columns(p, p->children, in, between, below);
         rows->execute_fn(rows, between, out, below);
@@ -126,7 +126,7 @@ void execute_in_place(const plan *p, double *in, double *out, double *scratch) {
     const int64_t step = p->work_bytes ? p->dims[1].n * (p->dims[2].n / 2 + 1) : planes.is;
     first->execute_fn(first, in, between, below);
     for (int64_t i = 0; i < planes.n; ++i) {
-        double *plane = between + 2 * i * step;
+        scalar *plane = between + 2 * i * step;
         second->execute_fn(second, plane, plane, below);
         rows->execute_fn(rows, plane, out + i * planes.os, below);
     }
@@ -140,65 +140,65 @@ int64_t first_rows(const plan *p) {
 }
 
 // Whether imaginary parts that count for nothing are not harmless.
-bool is_disturbed(const plan *p, const double *in) {
+bool is_disturbed(const plan *p, const scalar *in) {
     const outer_dims o = outer_of(p);
     const auto [n, is, os] = p->dims[p->rank - 1];
     const int64_t other = n % 2 ? 0 : n * is;  // where number n/2 is
-    const auto harmless = [](const double *x) {
+    const auto harmless = [](const scalar *x) {
         return fabs(x[1]) <= harmless_ratio * fabs(x[0]) || x[1] == 0;
     };
     bool all = true;
     for_each_real_row(o, [&](int64_t i, int64_t j) {
-        const double *row = in + 2 * (i * o.dims[0].is + j * o.dims[1].is);
+        const scalar *row = in + 2 * (i * o.dims[0].is + j * o.dims[1].is);
         all = all && harmless(row) && harmless(row + other);
     });
     return !all;
 }
 
 // Transforms column k, 0 or n/2, without them. The result is left in lone.
-void transform_clean_column(const plan *p, const double *in, int64_t k, double *scratch) {
+void transform_clean_column(const plan *p, const scalar *in, int64_t k, scalar *scratch) {
     const outer_dims o = outer_of(p);
-    const double *column = in + 2 * k * p->dims[p->rank - 1].is;
-    double *to = scratch;
+    const scalar *column = in + 2 * k * p->dims[p->rank - 1].is;
+    scalar *to = scratch;
     for (int64_t i = 0; i < o.dims[0].n; ++i)
         for (int64_t j = 0; j < o.dims[1].n; ++j, to += 2)
-            memcpy(to, column + 2 * (i * o.dims[0].is + j * o.dims[1].is), 2 * sizeof(double));
+            memcpy(to, column + 2 * (i * o.dims[0].is + j * o.dims[1].is), 2 * sizeof(scalar));
     for_each_real_row(o, [&](int64_t i, int64_t j) { scratch[2 * (i * o.dims[1].n + j) + 1] = 0; });
     const plan *lone = &p->children[0];
     lone->execute_fn(lone, scratch, scratch, scratch_below(p, scratch));
 }
 
-void transform_lone_column(const plan *p, const double *in, bool disturbed, double *scratch) {
+void transform_lone_column(const plan *p, const scalar *in, bool disturbed, scalar *scratch) {
     const int64_t k = lone_number(p->dims[p->rank - 1].n), direct = first_rows(p) + 1;
     if (disturbed || direct == p->nchildren) {
         transform_clean_column(p, in, k, scratch);
     } else {
         const plan *child = &p->children[direct];
-        child->execute_fn(child, const_cast<double *>(in) + 2 * k * p->dims[p->rank - 1].is,
+        child->execute_fn(child, const_cast<scalar *>(in) + 2 * k * p->dims[p->rank - 1].is,
                           scratch, scratch_below(p, scratch));
     }
 }
 
 // A complex number takes two elements of a row of real ones.
-void put_columns(const plan *p, const double *columns, int64_t width, double *out, int64_t first) {
+void put_columns(const plan *p, const scalar *columns, int64_t width, scalar *out, int64_t first) {
     const outer_dims o = outer_of(p);
     const int64_t os = p->dims[p->rank - 1].os;
     for (int64_t i = 0; i < o.dims[0].n; ++i)
         for (int64_t j = 0; j < o.dims[1].n; ++j) {
-            double *to = out + i * o.dims[0].os + j * o.dims[1].os + 2 * first * os;
+            scalar *to = out + i * o.dims[0].os + j * o.dims[1].os + 2 * first * os;
             for (int64_t k = 0; k < 2 * width; ++k) to[k * os] = *columns++;
         }
 }
 
-void get_row(double *row, const double *lone, const double *held, int64_t n, int64_t os) {
-    double *to = row + 2 * first_held(n);
+void get_row(scalar *row, const scalar *lone, const scalar *held, int64_t n, int64_t os) {
+    scalar *to = row + 2 * first_held(n);
     const int64_t doubles = n / 2 * 2;
     if (os == 1) {
-        memcpy(to, held, static_cast<size_t>(doubles) * sizeof(double));
+        memcpy(to, held, static_cast<size_t>(doubles) * sizeof(scalar));
     } else {
         for (int64_t k = 0; k < doubles; ++k) to[k] = held[k * os];
     }
-    memcpy(row + 2 * lone_number(n), lone, 2 * sizeof(double));
+    memcpy(row + 2 * lone_number(n), lone, 2 * sizeof(scalar));
 }
 
 // Complex numbers between the row buffers of two threads.
@@ -207,18 +207,18 @@ int64_t buffer_room(int64_t group, int64_t n) {
 }
 
 // Groups of rows first..end-1 with the buffer of one thread.
-void transform_groups(const plan *p, double *out, double *scratch, int64_t thread, int64_t first,
+void transform_groups(const plan *p, scalar *out, scalar *scratch, int64_t thread, int64_t first,
                       int64_t end) {
     const bookkeeping b = words_of(p);
     const outer_dims o = outer_of(p);
     const plan *child = &p->children[first_rows(p)];
-    double *below = scratch_below(p, scratch, thread);
+    scalar *below = scratch_below(p, scratch, thread);
     const auto [n, is, os] = p->dims[p->rank - 1];
-    double *buffer = scratch + 2 * (b.rows + thread * buffer_room(b.group, n));
+    scalar *buffer = scratch + 2 * (b.rows + thread * buffer_room(b.group, n));
     const int64_t row = 2 * (n / 2 + 1), groups = o.dims[1].n / b.group;
     for (int64_t g = first; g < end; ++g) {
-        const double *lone = scratch + 2 * g * b.group;
-        double *to = out + g / groups * o.dims[0].os + g % groups * b.group * o.dims[1].os;
+        const scalar *lone = scratch + 2 * g * b.group;
+        scalar *to = out + g / groups * o.dims[0].os + g % groups * b.group * o.dims[1].os;
         for (int64_t k = 0; k < b.group; ++k, lone += 2)
             get_row(buffer + k * row, lone, to + k * o.dims[1].os, n, os);
         child->execute_fn(child, buffer, to, below);
@@ -227,7 +227,7 @@ void transform_groups(const plan *p, double *out, double *scratch, int64_t threa
 
 struct shared_rows {
     const plan *p;
-    double *out, *scratch;
+    scalar *out, *scratch;
     int64_t groups;
 };
 
@@ -238,7 +238,7 @@ void run_chunk(const pool_task *task) {
                      end < rows->groups ? end : rows->groups);
 }
 
-void transform_rows(const plan *p, double *out, double *scratch) {
+void transform_rows(const plan *p, scalar *out, scalar *scratch) {
     const bookkeeping b = words_of(p);
     shared_rows rows = {p, out, scratch, row_count(p) / b.group};
     if (b.threads == 1) {
@@ -248,21 +248,21 @@ void transform_rows(const plan *p, double *out, double *scratch) {
     }
 }
 
-void execute_out_of_place(const plan *p, double *in, double *out, double *scratch) {
+void execute_out_of_place(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     const bookkeeping b = words_of(p);
     const auto [n, is, os] = p->dims[p->rank - 1];
     const plan *held = &p->children[1];
-    double *below = scratch_below(p, scratch), *columns = scratch + 2 * b.columns;
-    const double *first = in + 2 * first_held(n) * is;
+    scalar *below = scratch_below(p, scratch), *columns = scratch + 2 * b.columns;
+    const scalar *first = in + 2 * first_held(n) * is;
     const bool disturbed = is_disturbed(p, in), again = disturbed && n % 2 == 0;
     if (!again) transform_lone_column(p, in, disturbed, scratch);
     if (n == 1) {
         // No number waits in the output.
     } else if (by_planes(p, b.width)) {
-        held[0].execute_fn(&held[0], const_cast<double *>(first), out, below);
+        held[0].execute_fn(&held[0], const_cast<scalar *>(first), out, below);
         const int64_t groups = p->dims[1].n / b.group;
         for (int64_t i = 0; i < p->dims[0].n; ++i) {
-            double *plane = out + i * p->dims[0].os;
+            scalar *plane = out + i * p->dims[0].os;
             held[1].execute_fn(&held[1], plane, plane, below);
             if (!again) transform_groups(p, out, scratch, 0, i * groups, (i + 1) * groups);
         }
@@ -289,19 +289,19 @@ void execute_out_of_place(const plan *p, double *in, double *out, double *scratc
 
 // Complex numbers by outer dimension and column.
 struct columns_layout {
-    double *data;
+    scalar *data;
     int64_t outer[2];
     int64_t column;
 };
 
 columns_layout input_columns(const plan *p, int64_t first) {
     const int64_t is = p->dims[p->rank - 1].is;
-    double *column = p->in ? p->in + 2 * first * is : nullptr;  // a plan for other arrays
+    scalar *column = p->in ? p->in + 2 * first * is : nullptr;  // a plan for other arrays
     return {column, {p->dims[0].is, p->dims[1].is}, is};
 }
 
 // Row-major, `width` columns to a row.
-columns_layout packed_columns(const plan *p, double *data, int64_t width) {
+columns_layout packed_columns(const plan *p, scalar *data, int64_t width) {
     return {data, {p->rank == 3 ? p->dims[1].n * width : width, width}, 1};
 }
 
@@ -335,7 +335,7 @@ bool lone_goes_directly(const plan *p) {
 }
 
 // The column of one number of each row, in all its dimensions at once, to its place in work.
-int plan_lone_column(plan *child, const plan *p, const columns_layout &from, double *to) {
+int plan_lone_column(plan *child, const plan *p, const columns_layout &from, scalar *to) {
     const columns_layout packed = packed_columns(p, to, 1);
     plan_copy_problem(child, p);
     child->kind = kind_complex;
@@ -353,7 +353,7 @@ int plan_lone_column(plan *child, const plan *p, const columns_layout &from, dou
 }
 
 // Rows of n/2+1 complex numbers to the rows of the output; the caller gives the batch.
-plan *make_rows(plan *child, const plan *p, double *in, int64_t in_step) {
+plan *make_rows(plan *child, const plan *p, scalar *in, int64_t in_step) {
     plan_copy_problem(child, p);
     child->in = in;
     child->rank = 1;
@@ -387,7 +387,7 @@ int build_in_place(plan *p) {
     const in_place_words words = {inputs_overlap(p)};
     memcpy(p->solver_words, &words, sizeof words);
     if (!columns_stay(p)) {
-        p->work_bytes = static_cast<uint64_t>(row_count(p) * width) * 16;
+        p->work_bytes = static_cast<uint64_t>(row_count(p) * width) * complex_bytes;
         to = packed_columns(p, scratch_array(p), width);
     }
     const bool planes = by_planes(p, 0);
@@ -406,7 +406,7 @@ bool takes_complex_numbers(const plan *p) {
 }
 
 int64_t rows_together(int64_t rows, int64_t columns) {
-    int64_t group = row_buffer_bytes / (16 * columns);
+    int64_t group = row_buffer_bytes / (complex_bytes * columns);
     if (group > rows) group = rows;
     if (group < 1) group = 1;
     while (rows % group != 0) --group;
@@ -437,8 +437,8 @@ int build_out_of_place(plan *p) {
     const int64_t lone_room = (all_rows + 3) / 4 * 4;
     b.rows = lone_room;
     b.columns = lone_room + b.threads * buffer_room(b.group, row.n);
-    p->work_bytes = static_cast<uint64_t>(b.columns + all_rows * b.width) * 16;
-    double *lone_place = scratch_array(p, 0), *rows_place = scratch_array(p, 1),
+    p->work_bytes = static_cast<uint64_t>(b.columns + all_rows * b.width) * complex_bytes;
+    scalar *lone_place = scratch_array(p, 0), *rows_place = scratch_array(p, 1),
            *columns_place = scratch_array(p, 2);
     memcpy(p->solver_words, &b, sizeof b);
 

@@ -32,7 +32,7 @@ bool build_real_block(plan *p, real_kernel kernel, int64_t to_imaginary, int64_t
                       int64_t csi);
 
 // Runs the kernel of a plan whose real side has the element stride `stride`.
-inline void run_real_block(const real_block *b, double *real, int64_t stride, double *spectrum,
+inline void run_real_block(const real_block *b, scalar *real, int64_t stride, scalar *spectrum,
                            uint64_t v, int64_t ivs, int64_t ovs) {
     b->kernel(real, real + stride, spectrum, spectrum + b->to_imaginary, b->table(0), b->table(1),
               b->table(2), v, ivs, ovs);

@@ -9,20 +9,20 @@ namespace lyr {
 
 namespace {
 
-void execute_r2hc_direct(const plan *p, double *in, double *out, double *) {
+void execute_r2hc_direct(const plan *p, scalar *in, scalar *out, scalar *) {
     const auto [v, idist, odist] = batch_of(p);
     run_real_block(real_block_of(p), in, p->dims[0].is, out, v, idist, odist);
 }
 
-void execute_hc2r_direct(const plan *p, double *in, double *out, double *) {
+void execute_hc2r_direct(const plan *p, scalar *in, scalar *out, scalar *) {
     const auto [v, idist, odist] = batch_of(p);
     run_real_block(real_block_of(p), out, p->dims[0].os, in, v, idist, odist);
 }
 
 // From half-complex to Hartley: element k becomes Re X[k] - Im X[k], element n - k their sum.
-void hartley_of_half_complex(double *out, int64_t n, int64_t os, int64_t count, int64_t odist) {
-    const auto exchange = [](double &a, double &b) {
-        const double re = a, im = b;
+void hartley_of_half_complex(scalar *out, int64_t n, int64_t os, int64_t count, int64_t odist) {
+    const auto exchange = [](scalar &a, scalar &b) {
+        const scalar re = a, im = b;
         a = re - im;
         b = re + im;
     };
@@ -37,7 +37,7 @@ void hartley_of_half_complex(double *out, int64_t n, int64_t os, int64_t count, 
 
 // Some transforms at a time, which are still in the cache when they are gone over; never one after
 // others, which codelets may compute in another way.
-void execute_dht_direct(const plan *p, double *in, double *out, double *) {
+void execute_dht_direct(const plan *p, scalar *in, scalar *out, scalar *) {
     constexpr int64_t together = 32;
     const auto [v, idist, odist] = batch_of(p);
     const auto [n, is, os] = p->dims[0];

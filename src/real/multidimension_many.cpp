@@ -14,14 +14,14 @@ namespace lyr {
 namespace {
 
 // Copies a row to work, its elements one after another, each a group of `width` doubles.
-void copy_row(double *work, const double *row, int64_t count, int64_t step, int64_t width) {
+void copy_row(scalar *work, const scalar *row, int64_t count, int64_t step, int64_t width) {
     for (int64_t j = 0; j < count; ++j, work += width, row += step)
-        memcpy(work, row, static_cast<size_t>(width) * sizeof(double));
+        memcpy(work, row, static_cast<size_t>(width) * sizeof(scalar));
 }
 
-void execute_r2c_multidimension_many(const plan *p, double *in, double *out, double *scratch) {
+void execute_r2c_multidimension_many(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     const plan *row = &p->children[0], *columns = &p->children[1];
-    double *work = scratch, *below = scratch_below(p, scratch);
+    scalar *work = scratch, *below = scratch_below(p, scratch);
     const lyr_fft_iodim64 outer = p->dims[0], inner = p->dims[1];
     for (int64_t i = 0; i < outer.n; ++i) {
         copy_row(work, in + i * outer.is, inner.n, inner.is, p->howmany_dims[0].n);
@@ -31,7 +31,7 @@ void execute_r2c_multidimension_many(const plan *p, double *in, double *out, dou
 }
 
 // Of the numbers that are real by symmetry.
-void clear_imaginary_parts(const plan *p, double *in) {
+void clear_imaginary_parts(const plan *p, scalar *in) {
     const lyr_fft_iodim64 outer = p->dims[0], inner = p->dims[1];
     for (int64_t i = 0; i < outer.n; i += outer.n % 2 ? outer.n : outer.n / 2)
         for (int64_t j = 0; j <= inner.n / 2; j += inner.n % 2 ? inner.n : inner.n / 2)
@@ -39,9 +39,9 @@ void clear_imaginary_parts(const plan *p, double *in) {
                 in[2 * (i * outer.is + j * inner.is + k) + 1] = 0;
 }
 
-void execute_c2r_multidimension_many(const plan *p, double *in, double *out, double *scratch) {
+void execute_c2r_multidimension_many(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     const plan *row = &p->children[0], *columns = &p->children[1];
-    double *work = scratch, *below = scratch_below(p, scratch);
+    scalar *work = scratch, *below = scratch_below(p, scratch);
     const lyr_fft_iodim64 outer = p->dims[0], inner = p->dims[1];
     clear_imaginary_parts(p, in);
     columns->execute_fn(columns, in, in, below);
@@ -59,8 +59,8 @@ int64_t reach(int64_t count, int64_t step, int64_t howmany, int64_t width) {
 
 // Rows of input and output lie at the same places and apart from each other.
 bool rows_stay_apart(const plan *p) {
-    const int64_t howmany = p->howmany_dims[0].n, in = input_element_bytes(p) / 8,
-                  out = output_element_bytes(p) / 8;
+    const int64_t howmany = p->howmany_dims[0].n, in = input_element_bytes(p) / scalar_bytes,
+                  out = output_element_bytes(p) / scalar_bytes;
     const auto [n, is, os] = p->dims[1];
     const int64_t half = n / 2 + 1;
     const int64_t row = p->dims[0].is * in;
@@ -83,7 +83,7 @@ int build(plan *p, int32_t kind) {
     const lyr_fft_iodim64 outer = p->dims[0], inner = p->dims[1];
     const int64_t half = inner.n / 2 + 1;
     const bool forward = kind == kind_r2c;
-    p->work_bytes = static_cast<uint64_t>(howmany * (forward ? inner.n : 2 * half)) * 8;
+    p->work_bytes = static_cast<uint64_t>(howmany * (forward ? inner.n : 2 * half)) * scalar_bytes;
     p->nchildren = 2;
     p->children = plan_alloc_children(2);
     if (!p->children) return -1;

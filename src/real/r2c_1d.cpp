@@ -9,10 +9,10 @@ namespace lyr {
 namespace {
 
 // z: the child's result, h contiguous complex numbers; it may be `out` when os = 1.
-void finish(const plan *p, const double *z, double *out, int64_t os) {
+void finish(const plan *p, const scalar *z, scalar *out, int64_t os) {
     const int64_t h = p->dims[0].n / 2;
-    const double re = z[0], im = z[1];
-    double *last = out + 2 * h * os;
+    const scalar re = z[0], im = z[1];
+    scalar *last = out + 2 * h * os;
     out[0] = re + im;
     out[1] = 0;
     run_real_pass(p, z, 1, out, os, 1, h / 2);
@@ -20,35 +20,35 @@ void finish(const plan *p, const double *z, double *out, int64_t os) {
     last[1] = 0;
 }
 
-void execute_1d_r2c(const plan *p, double *in, double *out, double *scratch) {
+void execute_1d_r2c(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     const plan *child = p->children;
     child->execute_fn(child, in, out, scratch_below(p, scratch));
     finish(p, out, out, 1);
 }
 
-void execute_1d_r2c_multithread(const plan *p, double *in, double *out, double *scratch) {
+void execute_1d_r2c_multithread(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     const plan *child = p->children;
     child->execute_fn(child, in, out, scratch_below(p, scratch));
-    const double re = out[0], im = out[1];
-    double *last = out + p->dims[0].n;
+    const scalar re = out[0], im = out[1];
+    scalar *last = out + p->dims[0].n;
     out[0] = re + im;
     last[0] = re - im;
     out[1] = last[1] = 0;
     run_real_pass_threaded(p, out, out);
 }
 
-void execute_1d_r2c_discrete(const plan *p, double *in, double *out, double *scratch) {
+void execute_1d_r2c_discrete(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     const plan *child = p->children;
-    double *work = scratch;
+    scalar *work = scratch;
     const auto [n, is, os] = p->dims[0];
     for (int64_t j = 0; j < n; ++j) work[j] = in[j * is];
     child->execute_fn(child, work, work, scratch_below(p, scratch));
     finish(p, work, out, os);
 }
 
-void execute_1d_r2c_odd(const plan *p, double *in, double *out, double *scratch) {
+void execute_1d_r2c_odd(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     const plan *child = p->children;
-    double *work = scratch;
+    scalar *work = scratch;
     const auto [n, is, os] = p->dims[0];
     for (int64_t j = 0; j < n; ++j) {
         work[2 * j] = in[j * is];

@@ -8,7 +8,7 @@ namespace lyr {
 
 namespace {
 
-void execute_1d_r2c_direct(const plan *p, double *in, double *out, double *) {
+void execute_1d_r2c_direct(const plan *p, scalar *in, scalar *out, scalar *) {
     const auto [n, is, os] = p->dims[0];
     run_real_block(real_block_of(p), in, is, out, 1, 0, 0);
     out[1] = 0;

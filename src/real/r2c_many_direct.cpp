@@ -6,7 +6,7 @@ namespace lyr {
 
 namespace {
 
-void execute_r2c_many_direct(const plan *p, double *in, double *out, double *) {
+void execute_r2c_many_direct(const plan *p, scalar *in, scalar *out, scalar *) {
     const auto [v, idist, odist] = batch_of(p);
     run_real_block(real_block_of(p), in, p->dims[0].is, out, v, idist, 2 * odist);
 }

@@ -15,7 +15,7 @@ struct cosine_block {
 };
 static_assert(sizeof(cosine_block) == 16);
 
-void execute_redft00_direct(const plan *p, double *in, double *out, double *) {
+void execute_redft00_direct(const plan *p, scalar *in, scalar *out, scalar *) {
     const auto [v, idist, odist] = batch_of(p);
     const auto *block = static_cast<const cosine_block *>(p->aux);
     const auto *tables = reinterpret_cast<const int64_t *>(block + 1);

@@ -46,13 +46,13 @@ int build_side_by_side(plan *p) {
     b.pass = p->kind == kind_r2c ? passes->forward_rows : passes->backward_rows;
     memcpy(p->solver_words, &b, sizeof b);
 
-    p->work_bytes = static_cast<uint64_t>(rows * b.slab) * 16;
+    p->work_bytes = static_cast<uint64_t>(rows * b.slab) * complex_bytes;
     if (n % 2 == 0) {
-        p->aux_bytes = static_cast<uint64_t>(rows) * 16;
+        p->aux_bytes = static_cast<uint64_t>(rows) * complex_bytes;
         p->aux = aligned_alloc_zero(p->aux_bytes);
         if (!p->aux) return -1;
         p->aux_owned = 1;
-        fill_pass_twiddles(static_cast<double *>(p->aux), rows);
+        fill_pass_twiddles(static_cast<scalar *>(p->aux), rows);
     }
     p->nchildren = 1;
     p->children = plan_alloc_children(1);

@@ -15,7 +15,7 @@
 #include <cstdlib>
 #include <ctime>
 
-#include "lyr_fft.h"
+#include "interface.h"
 #include "threads/threads.h"
 
 namespace lyr {

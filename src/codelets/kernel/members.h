@@ -105,17 +105,43 @@ void gathered_slab(const stage *d, const double *in, int64_t in_row, int64_t in_
     }
 }
 
-template <int R, int S>
-void rotated_slab(const stage *d, const column_walk &given, const double *in, double *out,
-                  const double *factors) {
+template <int R, int S, class Rotation, class Store>
+LYR_INLINE void rotated_rows(const stage *d, const column_walk &given, const double *in,
+                             double *out, const rotation &factors) {
     const column_walk w = given;
     stream<R> from(in, w.in_q), to(out, w.out_p);
     for (int64_t i = 0; i < w.rows; ++i) {
         const int64_t k = w.first + i * w.step;
         const row_place t = row_in_table<R, table_order::grouped>(d->twiddles, k, d->L);
-        const double *row = factors + 2 * R * w.count * k;
-        const int64_t rest = rotated_run<R, S, vec>(from, to, w.count, t, row);
-        if constexpr (vec::lanes > 1) rotated_run<R, S, vec1>(from, to, rest, t, row);
+        Rotation f(factors, k);
+        const int64_t rest = rotated_run<R, S, vec, Store>(from, to, w.count, t, f);
+        if constexpr (vec::lanes > 1) rotated_run<R, S, vec1, store_near>(from, to, rest, t, f);
+        from.advance(w.in_step - w.count);
+        to.advance(w.out_step - w.count);
+    }
+}
+
+template <int R, int S>
+void rotated_slab(const stage *d, const column_walk &w, const double *in, double *out,
+                  const rotation &factors, [[maybe_unused]] bool far) {
+    if (!factors.turns) return rotated_rows<R, S, one_level<R>, store_near>(d, w, in, out, factors);
+    if constexpr (vec::lanes == 4)
+        if (far && has_whole_lines(w, out))
+            return rotated_rows<R, S, two_levels<R>, store_far>(d, w, in, out, factors);
+    rotated_rows<R, S, two_levels<R>, store_near>(d, w, in, out, factors);
+}
+
+template <int R, int S>
+void far_slab(const stage *d, const column_walk &w, const double *in, double *out) {
+    if (!has_whole_lines(w, out)) return twiddle_slab<R, S>(d, w, in, out);
+    stream<R> from(in, w.in_q), to(out, w.out_p);
+    for (int64_t i = 0; i < w.rows; ++i) {
+        const row_place t =
+            row_in_table<R, table_order::grouped>(d->twiddles, w.first + i * w.step, d->L);
+        if constexpr (vec::lanes == 2)
+            column_run_by_lines<R, S, vec, store_far>(from, to, w.count, row_twiddles<R, vec>(t));
+        else
+            column_run<R, S, vec, store_far>(from, to, w.count, row_twiddles<R, vec>(t));
         from.advance(w.in_step - w.count);
         to.advance(w.out_step - w.count);
     }
@@ -150,11 +176,13 @@ constexpr codelet_set make_codelets() {
                        gathered_slab<R, S>,
                        nullptr,
                        nullptr,
+                       nullptr,
                        nullptr};
     if constexpr (R <= common_radix_limit) {
         set.rotated_slab = rotated_slab<R, S>;
         set.split_first = split_first<R, S>;
         set.split_last = split_last<R, S>;
+        if constexpr (vec::lanes > 1) set.far_slab = far_slab<R, S>;
     }
     return set;
 }

@@ -31,6 +31,8 @@
 //
 //   load_first<N>(p) store_first<N>(p)
 //                                 N of the lanes; loaded ones are followed by zeros
+//   store_far(p)                  past the caches; p is aligned to the vector's size.
+//                                 V::finish_far() when all is stored
 //   zero()   repeat(p)            the complex number at p in all lanes
 //   spread(p)   first_lane(a)     the real number at p in all parts; lane 0
 //   transpose(x)                  an array of `lanes` vectors: number j of vector i becomes number
