@@ -36,6 +36,9 @@ void put_first(const char *variable, std::string entry) {
 
 int run_program(const std::vector<std::string> &words, bool report, bool preload) {
     if (words.empty()) return fail("a program is missing; see 'lyr-fft run --help'");
+    if (words[0].starts_with('-'))
+        return fail("unexpected argument %s; see 'lyr-fft run --help'",
+                    in_quotes(words[0]).c_str());
     const std::string folder = library_folder();
     if (folder.empty())
         return fail(
@@ -55,14 +58,14 @@ int run_program(const std::vector<std::string> &words, bool report, bool preload
 }  // namespace
 
 command add_run(CLI::App &app) {
-    CLI::App *arguments = app.add_subcommand(
-        "run", "Run 'PROGRAM [ARGUMENT...]', which uses FFTW 3, on this library");
+    CLI::App *arguments = app.add_subcommand("run", "Run a program that uses FFTW on this library");
     arguments->prefix_command();
     arguments->footer(
-        "The library path is set, nothing else. --report makes every process that loads the\n"
-        "library say at its end, on standard error, which plans it made and how long they ran;\n"
-        "a program that says nothing does not use it. Then it may have a library path of its\n"
-        "own, as R has: --preload is for those.\n");
+        "What follows is the program and its arguments.\n"
+        "The library path is set, nothing else. --report makes every process that loads\n"
+        "the library say at its end, on standard error, which plans it made and how long\n"
+        "they ran; a program that says nothing does not use it. Then it may have a\n"
+        "library path of its own, as R has: --preload is for those.\n");
     auto report = std::make_shared<bool>(false);
     auto preload = std::make_shared<bool>(false);
     arguments->add_flag("--report", *report, "Say at the end what was planned and executed");
