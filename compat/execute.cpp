@@ -33,8 +33,9 @@ void run_split(const plan *p, real *ri, real *ii, real *ro, real *io) {
 
 }  // namespace
 
+// Without effect when arrays were missing at planning.
 EXPORT void FFTW(execute)(const plan *p) {
-    if (p) p->run(p->root, p->at);
+    if (p && p->at.ri && p->at.ro) p->run(p->root, p->at);
 }
 
 EXPORT void FFTW(execute_dft)(const plan *p, complex *in, complex *out) {

@@ -84,10 +84,10 @@ void write_text(char *text, size_t size, const problem &p, bool in_place) {
     };
     put("%s%s", p.split ? "split " : "", names[static_cast<int>(p.kind)]);
     if (p.kind == problem_kind::c2c) put(" %s", p.sign == -1 ? "forward" : "backward");
-    put(" ");
+    put("%s", " ");
     for (int k = 0; k < p.rank; ++k)
         put("%s%td:%td:%td", k ? "x" : "", p.dims[k].n, p.dims[k].is, p.dims[k].os);
-    if (p.rank == 0) put("copy");
+    if (p.rank == 0) put("%s", "copy");
     for (int k = 0; k < p.batch_rank; ++k)
         put("%s%td:%td:%td", k ? "x" : " * ", p.batch[k].n, p.batch[k].is, p.batch[k].os);
     put("%s", in_place ? " in place" : "");
