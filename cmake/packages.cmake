@@ -46,6 +46,9 @@ if(TARGET lyra_python)
     set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
     set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS
         "python3 (>= 3.${LYRA_PYTHON_MINOR}~), python3 (<< 3.${python_next}), python3-numpy (>= 1:1.24), python3-numpy-abi9, liblyra-fft2 (= ${PROJECT_VERSION})")
+    if(TARGET lyra_fftf)
+        string(APPEND CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS ", liblyra-fftf2 (= ${PROJECT_VERSION})")
+    endif()
     set(CPACK_DEBIAN_PYTHON_PACKAGE_SUGGESTS python3-scipy)
     set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA
         ${PROJECT_SOURCE_DIR}/cmake/debian/python/postinst
