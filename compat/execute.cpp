@@ -225,12 +225,7 @@ EXPORT void FFTW(print_plan)(const plan *p) {
 // Programs look at the first words, and linkers copy the original's number of bytes into some.
 
 extern "C" {
-__attribute__((visibility("default"))) extern const char FFTW(version)[21] = FFTW_TEXT
-#ifdef LYRA_COMPAT_FLOAT
-    "-3.3.10-lyr_fft";
-#else
-    "-3.3.10-lyra_fft";
-#endif
+__attribute__((visibility("default"))) extern const char FFTW(version)[21] = "fftw-3.3.10-lyra_fft";
 __attribute__((visibility("default"))) extern const char FFTW(cc)[96] = "c++";
 __attribute__((visibility("default"))) extern const char FFTW(codelet_optim)[1] = "";
 }
