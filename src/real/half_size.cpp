@@ -30,7 +30,7 @@ bool allocate_tables(plan *p, int64_t h) {
     const int64_t count = (h + 1) / 2, blocks = (count + real_pass_block - 1) / real_pass_block;
     const int64_t numbers = two_levels ? real_pass_block + blocks : h;
     const uint64_t bytes = static_cast<uint64_t>(tables_header + numbers * complex_bytes);
-    p->aux = aligned_alloc_zero(bytes);
+    p->aux = aligned_alloc_any(bytes);
     if (!p->aux) return false;
     p->aux_bytes = bytes;
     p->aux_owned = 1;
