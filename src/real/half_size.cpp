@@ -4,6 +4,7 @@
 
 #include "api/memory.h"
 #include "codelets/select.h"
+#include "dft/c2c_1d_large.h"
 #include "dft/twiddle.h"
 #include "threads/pool.h"
 
@@ -11,8 +12,8 @@ namespace lyr {
 
 namespace {
 
-// Shorter transforms are done before threads have begun.
-constexpr int64_t shortest_threaded = 16384;
+// The pass alone takes less time than it takes to share it.
+constexpr int64_t shortest_threaded = 2 * shortest_shared;
 // Threads with fewer elements than this stay close to each other.
 constexpr int64_t spread_elements = 8192;
 
@@ -54,6 +55,7 @@ int make_complex_child(plan *p, int64_t n, scalar *in, scalar *out) {
     child->dims[0] = {n, 1, 1};
     child->in = in;
     child->out = out;
+    if (out == p->out && p->kind == kind_c2r) child->far_output = p->far_output;
     return plan_solve(child);
 }
 
