@@ -1,6 +1,6 @@
-// Roots of unity. Every entry of every table comes from one sincos call on an angle that was
-// reduced to the first octant in exact integer arithmetic, so accuracy does not depend on the
-// length. W(t, N) = (cos 2 pi t/N, sin 2 pi t/N).
+// Roots of unity. Every root comes from one sincos call on an angle that was reduced to the first
+// octant in exact integer arithmetic, so accuracy does not depend on the length.
+// W(t, N) = (cos 2 pi t/N, sin 2 pi t/N).
 #pragma once
 
 #include <cstdint>
