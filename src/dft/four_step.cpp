@@ -183,7 +183,7 @@ int build_four_step(plan *p, int64_t n1, int64_t n2) {
     columns->aux_bytes = p->aux_bytes;
     columns->aux_owned = 0;
     columns->out = scratch_array(p);
-    columns->far_output = static_cast<int64_t>(p->work_bytes) >= 2 * far_output_bytes();
+    columns->far_output = static_cast<int64_t>(p->work_bytes) >= far_output_bytes() / 2 * 3;
 
     plan *rows = make_child(&p->children[1], p);
     rows->dims[0] = {n2, 1, n1};
