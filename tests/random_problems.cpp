@@ -238,6 +238,29 @@ TEST(random_problems, results_past_the_caches) {
     }
 }
 
+// The sizes of caches decide on the way through memory alone.
+TEST(random_problems, any_caches_same_bits) {
+    for (const lyr::codelet_table *table : all_tables()) {
+        const with_table active(table);
+        for (const char *text : {"ocf12*800", "ocf48*300", "ocf100*300", "ocf1000*20", "ocf2048*40",
+                                 "ocb4096*5", "ocf64:90:1*90:1:64"}) {
+            const problem p = problem_of(text);
+            buffers results[3];
+            const lyr::cache_sizes sizes[3] = {
+                {64 << 10, 64 << 10}, {64 << 10, 32 << 20}, {8 << 20, 32 << 20}};
+            for (int k = 0; k < 3; ++k) {
+                const with_caches here(sizes[k]);
+                results[k] = buffers_of(p);
+                const plan_holder holder(make_plan(p, results[k], constructor::guru64));
+                ASSERT_NE(holder.plan, nullptr) << text;
+                fill_buffers(p, 1, results[k]);
+                lyr_fft_execute(holder.plan);
+                EXPECT_TRUE(same_outputs(p, results[0], results[k])) << text << " " << k;
+            }
+        }
+    }
+}
+
 // Columns too long and too many for one pass over a plane, of a length without stages: slices go
 // through a buffer, the last one shorter than the others.
 TEST(random_problems, slices_of_columns) {

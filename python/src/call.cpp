@@ -14,7 +14,7 @@ thread_local int32_t default_workers = 1;
 
 namespace {
 
-// ---- Parameters ---------------------------------------------------------------------------------
+// ---- Parameters ------------------------------------------------------------------------------
 
 using slot = PyObject *arguments::*;
 
@@ -100,8 +100,7 @@ bool is_word(PyObject *s, PyObject *word) {
     return s == word || (PyUnicode_Check(s) && PyUnicode_Compare(s, word) == 0);
 }
 
-// ---- Values
-// --------------------------------------------------------------------------------------
+// ---- Values ----------------------------------------------------------------------------------
 
 enum class norm { backward, ortho, forward, invalid };
 
@@ -179,8 +178,7 @@ int invalid_length(const function &f, const int64_t *n, int count) {
     return -1;
 }
 
-// ---- Axes and lengths
-// ----------------------------------------------------------------------------
+// ---- Axes and lengths ------------------------------------------------------------------------
 
 // The length of the real data whose transform has m numbers, if it is even; 0 when there are none.
 int64_t real_length(int64_t m) {
@@ -743,6 +741,7 @@ PyObject *perform(const request &r, plan_cache &cache, PyArrayObject *x, PyArray
         conjugate_source || r.first_in || r.last_in || (what == operation::c2r && r.t.naxes > 3);
 
     PyArrayObject *source = nullptr;
+    const bool given_out = out != nullptr;
     if (out) {
         Py_INCREF(out);
     } else if (overwrite && same_kind && ready && !cut && contiguous(x) && PyArray_ISWRITEABLE(x)) {
@@ -755,7 +754,7 @@ PyObject *perform(const request &r, plan_cache &cache, PyArrayObject *x, PyArray
     if (elements(ndim, out_shape) == 0) return reinterpret_cast<PyObject *>(out);
 
     const bool in_place = same_kind && !cut && !padded && same_memory(x, out);
-    const bool overlaps = !in_place && PyArray_BASE(out) != nullptr && may_overlap(x, out);
+    const bool overlaps = given_out && !in_place && may_overlap(x, out);
     int status = 0;
     if (in_place || (ready && !writes_source && !overlaps)) {
         source = x;

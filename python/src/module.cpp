@@ -40,7 +40,6 @@ enum function_index : int {
     idst_,
     dstn_,
     idstn_,
-    scipy_functions,
 };
 
 #define LYRA_FOURIER(name, what, inverse, axes) \
@@ -63,11 +62,9 @@ const function functions[] = {
     LYRA_REAL(dstn, false, true, many),    LYRA_REAL(idstn, true, true, many),
 };
 
-// ---- Functions
-// -----------------------------------------------------------------------------------
+// ---- Functions -------------------------------------------------------------------------------
 
-PyObject *call_plan(PyObject *plan, const function &f, const arguments &a, PyArrayObject *x,
-                    const request &r);
+PyObject *call_plan(PyObject *plan, const function &f, PyArrayObject *x, const request &r);
 
 PyObject *call(const function &f, PyObject *const *args, Py_ssize_t count, PyObject *names) {
     arguments a = {};
@@ -83,7 +80,7 @@ PyObject *call(const function &f, PyObject *const *args, Py_ssize_t count, PyObj
     PyObject *result = nullptr;
     if (make_request(r, f, a, PyArray_TYPE(x), PyArray_NDIM(x), PyArray_DIMS(x)) == 0) {
         if (a.plan && a.plan != Py_None)
-            result = call_plan(a.plan, f, a, x, r);
+            result = call_plan(a.plan, f, x, r);
         else
             result = perform(r, shared_cache, x, nullptr, overwrite != 0);
     }
@@ -107,8 +104,7 @@ PyObject *numpy_entry(PyObject *, PyObject *const *args, Py_ssize_t count, PyObj
     return call(f, args, count, names);
 }
 
-// ---- Plan
-// ----------------------------------------------------------------------------------------
+// ---- Plan ------------------------------------------------------------------------------------
 
 struct plan_object {
     PyObject_HEAD request r;
@@ -116,7 +112,6 @@ struct plan_object {
     int type;          // of the input
     int ndim;
     npy_intp shape[max_ndim];
-    PyObject *norm, *text;
 };
 
 PyTypeObject *plan_type;
@@ -181,8 +176,7 @@ bool same_request(const request &a, const request &b) {
     return a.t.what == b.t.what && a.f->inverse == b.f->inverse;
 }
 
-PyObject *call_plan(PyObject *plan, const function &f, const arguments &, PyArrayObject *x,
-                    const request &r) {
+PyObject *call_plan(PyObject *plan, const function &f, PyArrayObject *x, const request &r) {
     if (!PyObject_TypeCheck(plan, plan_type)) {
         PyErr_Format(PyExc_TypeError, "%s(): plan must be a lyra_fft.Plan, not %.100s", f.name,
                      Py_TYPE(plan)->tp_name);
@@ -252,10 +246,6 @@ PyObject *plan_new(PyTypeObject *type, PyObject *args, PyObject *names) {
             plan_ahead(self->r, self->cache, self->ndim, self->shape))
             Py_CLEAR(self);
     }
-    if (self) {
-        Py_XINCREF(a.norm);
-        self->norm = a.norm;
-    }
     PyDimMem_FREE(dims.ptr);
     Py_XDECREF(descr);
     return reinterpret_cast<PyObject *>(self);
@@ -264,7 +254,6 @@ PyObject *plan_new(PyTypeObject *type, PyObject *args, PyObject *names) {
 void plan_dealloc(PyObject *object) {
     auto *const self = reinterpret_cast<plan_object *>(object);
     trim_cache(self->cache, 0);
-    Py_XDECREF(self->norm);
     PyTypeObject *const type = Py_TYPE(object);
     type->tp_free(object);
     Py_DECREF(type);
@@ -360,8 +349,7 @@ PyType_Slot plan_slots[] = {{Py_tp_new, reinterpret_cast<void *>(plan_new)},
 
 PyType_Spec plan_spec = {"lyra_fft.Plan", sizeof(plan_object), 0, Py_TPFLAGS_DEFAULT, plan_slots};
 
-// ---- Settings
-// ------------------------------------------------------------------------------------
+// ---- Settings --------------------------------------------------------------------------------
 
 PyObject *get_workers(PyObject *, PyObject *) {
     return PyLong_FromLong(default_workers);

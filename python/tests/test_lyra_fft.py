@@ -274,6 +274,9 @@ def test_plans():
         whole[:6] = x
         if expected.shape == x.shape and expected.dtype == x.dtype:
             assert_same(plan.execute(whole[:6], whole[3:9]), expected, name)
+            whole = np.zeros((6, 7), x.dtype)
+            whole[...] = x[:, ::-1]
+            assert_same(plan.execute(whole[:, ::-1], whole), expected, name)
         assert_same(getattr(lyra_fft, name)(x, norm="ortho", plan=plan, **keywords), expected, name)
         with pytest.raises(ValueError, match="another transform"):
             getattr(lyra_fft, name)(x, plan=plan)

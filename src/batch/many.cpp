@@ -86,7 +86,8 @@ void execute_many_far(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     }
 }
 
-// The same for short transforms: what is called for is further ahead than the next one.
+// The same for short transforms and pairs of stages: what is called for is further ahead than the
+// next one.
 constexpr int64_t ahead_bytes = 2 << 10;
 
 void execute_many_far_units(const plan *p, scalar *in, scalar *out, scalar *scratch) {
@@ -129,6 +130,14 @@ void execute_many_past(const plan *p, scalar *in, scalar *out, scalar *scratch) 
 // Transforms shorter than a few vectors run with lanes along the batch.
 constexpr int64_t longest_across_batch = 12;
 
+// Whether the child takes two stages at a time, and the batch does not stream through the
+// last-level cache as well: there its executor beats stages with calls in between. Measured.
+bool keeps_pairs(const plan *p) {
+    const int64_t bytes = p->dims[0].n * complex_bytes;
+    return strcmp(p->children->execute_name, "execute_1d_paired") == 0 &&
+           p->howmany_dims[0].n <= far_output_bytes() / bytes;
+}
+
 // Batches of complex transforms that need not be called one by one. The child is solved.
 void choose_executor(plan *p) {
     const plan *child = p->children;
@@ -149,7 +158,7 @@ void choose_executor(plan *p) {
         memcpy(p->solver_words, &words, sizeof words);
         p->execute_fn = execute_many_dense;
         p->execute_name = "execute_many_dense";
-    } else if (unit && (n > longest_across_batch || !codelets)) {
+    } else if ((unit && (n > longest_across_batch || !codelets)) || keeps_pairs(p)) {
         if (is_far(p)) {
             p->execute_fn = execute_many_far_units;
             p->execute_name = "execute_many_far_units";
