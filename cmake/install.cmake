@@ -1,5 +1,6 @@
 # Installing: the shared library as component "runtime", what programs are built with as
-# "development", lyr-fft and its companions as "tools". Nothing that is installed holds the prefix,
+# "development", lyr-fft and its companions as "tools"; the library with FFTW's interface as "fftw3"
+# (compat/CMakeLists.txt). Nothing that is installed holds the prefix,
 # so the whole tree can be moved.
 include(CMakePackageConfigHelpers)
 

@@ -1,5 +1,5 @@
-# Packages: cpack -G DEB writes liblyra-fft2 (the shared library), liblyra-fft-dev, lyra-fft-tools
-# and, with LYRA_BUILD_PYTHON, python3-lyra-fft;
+# Packages: cpack -G DEB writes liblyra-fft2 (the shared library), liblyra-fft-dev, lyra-fftw3 (the
+# library with FFTW's interface), lyra-fft-tools and, with LYRA_BUILD_PYTHON, python3-lyra-fft;
 # cpack --config CPackSourceConfig.cmake writes the source archive. The presets packages and
 # packages-arm put libraries where Debian has them; ./dev packages makes everything.
 set(CPACK_PACKAGE_NAME lyra-fft)
@@ -8,16 +8,18 @@ set(CPACK_PACKAGE_CONTACT "${LYRA_PACKAGE_CONTACT}")
 set(CPACK_STRIP_FILES ON)
 set(CPACK_VERBATIM_VARIABLES ON)
 set(CPACK_GENERATOR DEB)
-set(CPACK_COMPONENTS_ALL runtime development)
+set(CPACK_COMPONENTS_ALL runtime development fftw3)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_POST_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/debian/installed_size.cmake)
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME liblyra-fft2)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME liblyra-fft-dev)
+set(CPACK_DEBIAN_FFTW3_PACKAGE_NAME lyra-fftw3)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME lyra-fft-tools)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_FFTW3_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION math)
 # The first line is the synopsis.
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "fast Fourier transforms in double precision - library
@@ -29,6 +31,10 @@ set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "fast Fourier transforms in double p
 Headers for C and C++, the Fortran module, the static library, the files
 by which pkg-config and CMake find the LYRA FFT library, documentation
 and examples.")
+set(CPACK_COMPONENT_FFTW3_DESCRIPTION "fast Fourier transforms in double precision - for FFTW programs
+The interface of FFTW 3 on top of the LYRA FFT library, in a directory of
+its own: it replaces nothing. Programs that are linked with FFTW run on it
+when the library path names that directory, as 'lyr-fft run' does.")
 set(CPACK_COMPONENT_TOOLS_DESCRIPTION "fast Fourier transforms in double precision - tools
 The program lyr-fft analyses sounds, prints how transforms are planned,
 and verifies and measures them.")
@@ -66,8 +72,10 @@ if(CMAKE_CROSSCOMPILING AND A64_ROOT)
 endif()
 if(CMAKE_CROSSCOMPILING AND NOT A64_ROOT)
     set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS "libc6 (>= 2.34)")
+    set(CPACK_DEBIAN_FFTW3_PACKAGE_DEPENDS "libc6 (>= 2.34)")
 else()
     set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
+    set(CPACK_DEBIAN_FFTW3_PACKAGE_SHLIBDEPS ON)
     set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS ON)
     set(CPACK_DEBIAN_PYTHON_PACKAGE_SHLIBDEPS ON)
     set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS}
@@ -76,6 +84,8 @@ endif()
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/cmake/debian/triggers)
+set(CPACK_DEBIAN_FFTW3_PACKAGE_SUGGESTS lyra-fft-tools)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SUGGESTS lyra-fftw3)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "liblyra-fft2 (= ${PROJECT_VERSION})")
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "aarch64|arm64")
     set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE arm64)
@@ -84,7 +94,7 @@ elseif(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
 endif()
 
 # What every package of Debian holds; left out of other installations.
-set(components runtime development)
+set(components runtime development fftw3)
 if(TARGET lyr-fft)
     list(APPEND components tools)
     list(APPEND CPACK_COMPONENTS_ALL tools)

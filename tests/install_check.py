@@ -74,6 +74,8 @@ def check_files(settings, folder):
               "**/cmake/lyra_fft/lyra_fft-config-version.cmake",
               "**/cmake/lyra_fft/lyra_fft-targets.cmake",
               "**/cmake/lyra_fft/lyra_fft-targets-*.cmake",
+              "**/lyra-fftw3/liblyra_fftw3.so.3", "**/lyra-fftw3/libfftw3.so.3",
+              "**/lyra-fftw3/libfftw3_threads.so.3", "**/lyra-fftw3/libfftw3_omp.so.3",
               "**/cmake/lyra_fft/lyra_fft-fortran.cmake", "share/man/man3/lyr_fft.3.gz"]
     if settings["fc"]:
         wanted.append("**/fortran/gfortran-mod-*/lyra_fft.mod")

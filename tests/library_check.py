@@ -2,6 +2,7 @@
 
 usage: library_check.py header COMPILER... -- INCLUDE_DIR
        library_check.py exports NM HEADER LIBRARY
+       library_check.py fftw3 NM HEADER LIBRARY
        library_check.py needed READELF LIBRARY
        library_check.py inside READELF LIBRARY
        library_check.py codelets NM ISA OBJECT...
@@ -34,6 +35,30 @@ def check_exports(nm, header, library):
     yield from (f"exported, but not in the header: {name}" for name in sorted(found - expected))
     if len(functions) < 40:
         yield f"only {len(functions)} functions found in {header}"
+
+
+# Without a Fortran form of the older kind.
+C_ALONE = ("malloc free alloc_real alloc_complex alignment_of fprint_plan sprint_plan version cc "
+           "codelet_optim make_planner_thread_safe threads_set_callback export_wisdom_to_file "
+           "export_wisdom_to_filename export_wisdom_to_string import_wisdom_from_file "
+           "import_wisdom_from_filename import_wisdom_from_string").split()
+
+
+def check_fftw3(nm, header, library):
+    """The functions of the original's header and their Fortran forms: nothing more, nothing less."""
+    text = Path(header).read_text()
+    names = set(re.findall(r"FFTW_CDECL X\((\w+)\)", text))
+    names |= set(re.findall(r"FFTW_EXTERN const char X\((\w+)\)", text))
+    expected = {"fftw_" + name for name in names}
+    for name in names - set(C_ALONE):
+        if "guru64" not in name:
+            expected |= {f"dfftw_{name}_", f"dfftw_{name}__"}
+    lines = run(nm, "-D", "--defined-only", library).splitlines()
+    found = {line.split()[-1].split("@")[0] for line in lines}
+    yield from (f"not exported: {name}" for name in sorted(expected - found))
+    yield from (f"exported, but not in the header: {name}" for name in sorted(found - expected))
+    if len(names) < 70:
+        yield f"only {len(names)} functions found in {header}"
 
 
 def check_needed(readelf, library):
@@ -108,6 +133,8 @@ def main(arguments):
             faults = check_header(compilers, include)
         case ["exports", nm, header, library]:
             faults = check_exports(nm, header, library)
+        case ["fftw3", nm, header, library]:
+            faults = check_fftw3(nm, header, library)
         case ["needed", readelf, library]:
             faults = check_needed(readelf, library)
         case ["inside", readelf, library]:

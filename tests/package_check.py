@@ -49,19 +49,21 @@ def check_debian(folder, settings):
     architecture = {"AArch64": "arm64"}.get(machine, "amd64")
     library = one(packages, f"liblyra-fft2_{VERSION}_{architecture}.deb")
     development = one(packages, f"liblyra-fft-dev_{VERSION}_{architecture}.deb")
+    fftw3 = one(packages, f"lyra-fftw3_{VERSION}_{architecture}.deb")
     tools = sorted(packages.glob(f"lyra-fft-tools_{VERSION}_{architecture}.deb"))
     python = sorted(packages.glob(f"python3-lyra-fft_{VERSION}_{architecture}.deb"))
 
     def field(package, name):
         return run("dpkg-deb", "-f", package, name).strip()
 
-    for package in (library, development, *tools, *python):
+    for package in (library, development, fftw3, *tools, *python):
         expect(field(package, "Architecture") == architecture, f"{package} is for another machine")
         # A foreign library's package is often called so where it comes from.
         expect(not re.search(":[a-z]", field(package, "Depends")), f"{package}: {field(package, 'Depends')}")
     libc = re.search(r"libc6 \(>= 2\.(\d+)\)", field(library, "Depends"))
     expect(libc, "the library needs libc6")
-    expect("libstdc++" not in field(library, "Depends"), "the library needs libstdc++")
+    for package in (library, fftw3):
+        expect("libstdc++" not in field(package, "Depends"), f"{package} needs libstdc++")
     expect(field(development, "Depends") == f"liblyra-fft2 (= {VERSION})", "wrong dependency")
     for package in tools:
         for needed in ("libc6 ", "libstdc++6 ", "libsndfile1 ", "libcairo2 "):
@@ -76,7 +78,7 @@ def check_debian(folder, settings):
     expect("activate-noawait ldconfig" in (control / "triggers").read_text(), "no trigger")
 
     root = folder / "root"
-    for package in (library, development, *tools, *python):
+    for package in (library, development, fftw3, *tools, *python):
         alone = folder / package.stem
         run("dpkg-deb", "-x", package, alone)
         size = sum((path.lstat().st_size + 1023) // 1024 if path.is_file() and not path.is_symlink()
@@ -113,6 +115,10 @@ def check_debian(folder, settings):
         emulator = settings["emulator"].split()
         expect(VERSION in run(*emulator, root / "usr/bin/lyr-fft", "info"),
                "lyr-fft info: no version")
+        if not emulator:  # which would look for the program's libraries where it is not
+            path = run(root / "usr/bin/lyr-fft", "run", "printenv", "LD_LIBRARY_PATH").split(":")[0]
+            expect((Path(path.strip()) / "libfftw3.so.3").is_file() and path.startswith(str(root)),
+                   f"lyr-fft run sets the library path {path}")
     for module in python:
         run("/usr/bin/python3", "-c", "import lyra_fft; assert lyra_fft.__file__.startswith("
             f"'{root}'); assert abs(lyra_fft.fft([0, 1, 0, 0])[1] + 1j) < 1e-15",
@@ -120,7 +126,7 @@ def check_debian(folder, settings):
             PYTHONDONTWRITEBYTECODE=1)
     if settings["lintian"]:
         print(run(settings["lintian"], "--allow-root", "--fail-on", "error", library, development,
-                  *tools, *python))
+                  fftw3, *tools, *python))
 
 
 def check_source(folder, settings):

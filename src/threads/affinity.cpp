@@ -21,6 +21,7 @@ const platform *system_calls = &this_machine;
 // Read and written with atomics.
 int32_t policy = affinity_spread;
 int32_t policy_fixed = 0;
+int32_t default_policy = affinity_spread;
 int32_t processors = 0;     // 0: unknown
 uint64_t version = 1;       // grows when workers may have to move
 int32_t without_nodes = 0;  // the machine shows none: nobody can be placed
@@ -110,7 +111,12 @@ bool choose_spread(const topology *t, const processor_set *usable, int caller, i
 int affinity_from_text(const char *value) {
     if (value && strcasecmp(value, "CLOSE") == 0) return affinity_close;
     if (value && strcasecmp(value, "NO") == 0) return affinity_none;
-    return affinity_spread;
+    if (value && strcasecmp(value, "SPREAD") == 0) return affinity_spread;
+    return load(&default_policy);
+}
+
+void affinity_set_default(int how) {
+    __atomic_store_n(&default_policy, int32_t{how}, __ATOMIC_RELAXED);
 }
 
 int affinity_policy_get() {

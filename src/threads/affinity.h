@@ -14,6 +14,9 @@ enum affinity { affinity_spread = 0, affinity_close = 1, affinity_none = 2 };
 // The policy that a value of LYR_FFT_AFFINITY asks for; null: unset.
 int affinity_from_text(const char *value);
 
+// What unset and unknown texts stand for from now on; affinity_spread at start.
+void affinity_set_default(int how);
+
 int affinity_policy_get();
 
 // Replaces the policy, the first time it is called in a process. Solvers of multithreaded plans

@@ -19,6 +19,7 @@ command add_plan(CLI::App &app);
 command add_verify(CLI::App &app);
 command add_bench(CLI::App &app);
 command add_spectrum(CLI::App &app);
+command add_run(CLI::App &app);
 command add_help(CLI::App &app);
 
 // Print "lyr-fft: ..." as one line on standard error. Returns 2.

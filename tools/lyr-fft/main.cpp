@@ -152,7 +152,7 @@ int run(int argc, char **argv) {
         "'lyr-fft COMMAND --help' explains a command,\n"
         "'lyr-fft help problem' how problems are written.");
     const command commands[] = {add_info(app),  add_plan(app),     add_verify(app),
-                                add_bench(app), add_spectrum(app), add_help(app)};
+                                add_bench(app), add_spectrum(app), add_run(app), add_help(app)};
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success &request) {
