@@ -27,11 +27,13 @@ void select_target() {
     lyr::set_active_table(tables[target]);
 }
 
+int threads_set = 1;  // the library's setting, which all engines of it share
+
 template <size_t target, bool single>
 void *plan_lyra(const problem &p, const buffers &b, int threads) {
-    static int set = 1;  // the setting is no part of planning
     const int wanted = single ? 1 : threads;
-    if (wanted != set) lyr_fft_plan_with_nthreads(set = wanted);
+    // The setting is no part of planning.
+    if (wanted != threads_set) lyr_fft_plan_with_nthreads(threads_set = wanted);
     return lyr_tools::make_plan(p, b);
 }
 void execute_lyra(void *plan) {

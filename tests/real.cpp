@@ -147,11 +147,11 @@ TEST(real, threads) {
         const char *text, *name;
     };
     constexpr example examples[] = {
-        {"orf16384", ": execute_1d_r2c_multithread\n"},
-        {"irb16384", ": execute_1d_c2r_multithread\n"},
-        {"irf20000", ": execute_1d_r2c_multithread\n"},
-        {"orb20002", ": execute_1d_c2r_multithread\n"},
-        {"orf16382", ": execute_1d_r2c\n"},
+        {"orf131072", ": execute_1d_r2c_multithread\n"},
+        {"irb131072", ": execute_1d_c2r_multithread\n"},
+        {"irf200000", ": execute_1d_r2c_multithread\n"},
+        {"orb131076", ": execute_1d_c2r_multithread\n"},
+        {"orf131070", ": execute_1d_r2c\n"},
         {"orb20000:2:1", ": execute_1d_c2r_discrete\n"},
         {"orf20001", ": execute_1d_r2c_odd\n"},
         {"orb60x63", ": execute_c2r_multidimension\n"},

@@ -1016,8 +1016,8 @@ constexpr const char *threaded_problems[] = {"ocf64*100",
                                              "ok60e10*100",
                                              "ik64h*77i",
                                              "ok33e00x64o11",
-                                             "orf32768",
-                                             "irb65536"};
+                                             "orf131072",
+                                             "irb131072"};
 
 // Right, and the same bits from plan to plan and from run to run.
 void check_threaded(const char *text, int threads) {

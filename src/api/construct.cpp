@@ -64,7 +64,7 @@ bool has_far_output(const plan *p) {
     int64_t bytes = output_element_bytes(p);
     for (int k = 0; k < p->rank; ++k) bytes *= p->dims[k].n;
     for (int k = 0; k < p->howmany_rank; ++k) bytes *= p->howmany_dims[k].n;
-    return !is_in_place(p) && bytes >= least_bytes && bytes >= far_output_bytes();
+    return bytes >= least_bytes && bytes >= far_output_bytes();
 }
 
 // Nothing is as far away as the second element of a dimension that has one, but solvers multiply.

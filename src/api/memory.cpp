@@ -1,5 +1,7 @@
 #include "api/memory.h"
 
+#include <sys/mman.h>
+
 #include <cstdlib>
 
 #include "interface.h"
@@ -7,18 +9,41 @@
 namespace lyr {
 
 namespace {
-// Room for the raw pointer below the aligned block plus the alignment itself.
-constexpr uint64_t overhead = 72;
+
+// Blocks from this size on lie on pages of this size where the system has any: passes over large
+// arrays step from page to page, and touching them for the first time costs a fifth.
+constexpr uint64_t large_page = 2 << 20;
+
+// Room below a block for the raw pointer and for its alignment.
+uint64_t overhead_of(uint64_t alignment) {
+    return alignment + sizeof(void *);
+}
+
+using raw_allocator = void *(*)(uint64_t bytes);
+
+void *aligned_alloc_by(raw_allocator allocate, uint64_t bytes) {
+    const uint64_t alignment = bytes >= large_page ? large_page : 64;
+    const uint64_t overhead = overhead_of(alignment);
+    if (bytes > SIZE_MAX - overhead) return nullptr;
+    void *raw = allocate(bytes + overhead);
+    if (!raw) return nullptr;
+    const uintptr_t block =
+        (reinterpret_cast<uintptr_t>(raw) + overhead - 1) & ~uintptr_t{alignment - 1};
+    void **p = reinterpret_cast<void **>(block);
+    p[-1] = raw;
+    // Whole pages only. An error means ordinary pages.
+    if (bytes >= large_page) madvise(p, bytes & ~(large_page - 1), MADV_HUGEPAGE);
+    return p;
+}
+
 }  // namespace
 
 void *aligned_alloc_zero(uint64_t bytes) {
-    if (bytes > SIZE_MAX - overhead) return nullptr;
-    void *raw = calloc(bytes + overhead, 1);
-    if (!raw) return nullptr;
-    const uintptr_t block = (reinterpret_cast<uintptr_t>(raw) + 64) & ~uintptr_t{63};
-    void **p = reinterpret_cast<void **>(block);
-    p[-1] = raw;
-    return p;
+    return aligned_alloc_by([](uint64_t all) { return calloc(all, 1); }, bytes);
+}
+
+void *aligned_alloc_any(uint64_t bytes) {
+    return aligned_alloc_by([](uint64_t all) { return malloc(all); }, bytes);
 }
 
 void aligned_free(void *p) {
@@ -28,7 +53,8 @@ void aligned_free(void *p) {
     // heap.
     const uintptr_t block = reinterpret_cast<uintptr_t>(p);
     const uintptr_t start = reinterpret_cast<uintptr_t>(raw);
-    if (start < block && block - start <= overhead) free(raw);
+    const bool on_large_page = block % large_page == 0;
+    if (start < block && block - start <= overhead_of(on_large_page ? large_page : 64)) free(raw);
 }
 
 }  // namespace lyr

@@ -9,7 +9,10 @@ namespace lyr {
 // A zero-filled block of `bytes` bytes, aligned to 64 bytes, or null.
 void *aligned_alloc_zero(uint64_t bytes);
 
-// Releases a block of aligned_alloc_zero; null and foreign pointers are left alone.
+// The same with any content, for what is written before it is read.
+void *aligned_alloc_any(uint64_t bytes);
+
+// Releases a block of these; null and foreign pointers are left alone.
 void aligned_free(void *p);
 
 }  // namespace lyr

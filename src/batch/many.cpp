@@ -146,7 +146,8 @@ void choose_executor(plan *p) {
     const bool unit = strcmp(child->solver_name, "solve_problem_dft_unit") == 0;
     const codelet_set *codelets = codelets_for(p, n);
     const dense_batch *dense = dense_batch_for(n);
-    const dense_batch *past = p->far_output ? far_batch_for(n) : nullptr;
+    const bool far = p->far_output && p->in != p->out;
+    const dense_batch *past = far ? far_batch_for(n) : nullptr;
     if (past && unit && idist == n && odist == n) {
         const past_words words = {past, dense, active_table()->finish_far};
         memcpy(p->solver_words, &words, sizeof words);

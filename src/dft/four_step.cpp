@@ -61,14 +61,58 @@ void fill_columns(scalar *table, const root_source *roots, const rotation_shape 
                 fill_roots(table + 2 * lane, lanes, roots, (j + lane) * k, (j + lane) * L, r, sign);
 }
 
+// W(sign*t, n) - 1 for 0 <= t < size*size, from a table of `size` such numbers for t < size and one
+// for the multiples of size. With w = 1 + a and v = 1 + b, wv - 1 = a + b + ab: while angles are
+// small the errors are a few of the last places of a small number, and vanish in the products it is
+// used for.
+struct small_turns {
+    int64_t size;
+    double *fine, *coarse;
+
+    void read(int64_t t, scalar *out) const {
+        const double *a = fine + 2 * (t & (size - 1)), *b = coarse + 2 * (t / size);
+        out[0] = static_cast<scalar>(a[0] + b[0] + (a[0] * b[0] - a[1] * b[1]));
+        out[1] = static_cast<scalar>(a[1] + b[1] + (a[0] * b[1] + a[1] * b[0]));
+    }
+};
+
+// False without memory. fine is to be freed.
+bool make_small_turns(small_turns *turns, int64_t end, int64_t n, int64_t sign) {
+    int64_t size = 16;
+    while (size * size < end) size *= 2;
+    double *tables = static_cast<double *>(malloc(static_cast<size_t>(size) * 4 * sizeof(double)));
+    if (!tables) return false;
+    *turns = {size, tables, tables + 2 * size};
+    root_source roots;
+    root_source_init(&roots, n, 0);
+    for (int64_t t = 0; t < size; ++t) {
+        root_of(&roots, t, sign, turns->fine + 2 * t);
+        root_of(&roots, t * size, sign, turns->coarse + 2 * t);
+    }
+    root_source_release(&roots);
+    subtract_one(tables, 2 * size);
+    return true;
+}
+
+// The factors of the first slab, less 1.
+void fill_small_columns(scalar *table, const small_turns &turns, const rotation_shape &shape) {
+    const auto &[n1, n2, sign, r, lanes, together, slabs] = shape;
+    const int64_t L = n1 / r;
+    for (int64_t k = 0; k < L; ++k)
+        for (int64_t j = 0; j < together; j += lanes)
+            for (int64_t p = 0; p < r; ++p)
+                for (int64_t lane = 0; lane < lanes; ++lane, table += 2)
+                    turns.read((j + lane) * (k + p * L), table);
+}
+
 // The numbers at the first columns of all slabs. What the lengths have in common shortens the table
 // of roots.
-void fill_turns(scalar *table, const rotation_shape &shape, scalar *room) {
+void fill_turns(scalar *table, const rotation_shape &shape) {
     const auto &[n1, n2, sign, r, lanes, together, slabs] = shape;
     const int64_t L = n1 / r, n = n1 * n2, common = std::gcd(n, together);
     const int64_t step = together / common;
     root_source roots;
-    root_source_init(&roots, n / common, slabs * n1, room);
+    root_source_init(&roots, n / common, slabs * n1);
     for (int64_t s = 0; s < slabs; ++s)
         for (int64_t k = 0; k < L; ++k, table += 2 * r)
             fill_roots(table, 1, &roots, s * step * k, s * step * L, r, sign);
@@ -89,24 +133,30 @@ bool build_rotation(plan *p, int64_t n1, int64_t n2) {
     const int64_t tables = two_levels ? 1 : slabs, turns = two_levels ? slabs * n1 : 0;
     constexpr int64_t header = 64;
     p->aux_bytes = static_cast<uint64_t>(header + (tables * n1 * together + turns) * complex_bytes);
-    p->aux = aligned_alloc_zero(p->aux_bytes);
+    p->aux = aligned_alloc_any(p->aux_bytes);
     if (!p->aux) return false;
     p->aux_owned = 1;
     scalar *columns = advance(static_cast<scalar *>(p->aux), header);
     scalar *at_slabs = columns + 2 * tables * n1 * together;
     *static_cast<rotation_table *>(p->aux) = {together, columns, two_levels ? at_slabs : nullptr};
 
-    scalar *room = static_cast<scalar *>(malloc(static_cast<size_t>(n) * complex_bytes));
-    root_source roots;
-    root_source_init(&roots, n, tables * n1 * together, two_levels ? nullptr : room);
-    for (int64_t s = 0; s < tables; ++s)
-        fill_columns(columns + 2 * s * n1 * together, &roots, shape, s * together);
-    root_source_release(&roots);
-    if (two_levels) {
-        subtract_one(columns, n1 * together);
-        fill_turns(at_slabs, shape, room);
+    small_turns small;
+    if (two_levels && n2 >= 16 * together &&
+        make_small_turns(&small, n1 * together, n, shape.sign)) {
+        fill_small_columns(columns, small, shape);
+        free(small.fine);
+    } else {
+        const auto room_bytes = static_cast<size_t>(two_levels ? 0 : n * complex_bytes);
+        scalar *room = room_bytes ? static_cast<scalar *>(malloc(room_bytes)) : nullptr;
+        root_source roots;
+        root_source_init(&roots, n, tables * n1 * together, room);
+        for (int64_t s = 0; s < tables; ++s)
+            fill_columns(columns + 2 * s * n1 * together, &roots, shape, s * together);
+        root_source_release(&roots);
+        free(room);
+        if (two_levels) subtract_one(columns, n1 * together);
     }
-    free(room);
+    if (two_levels) fill_turns(at_slabs, shape);
     return true;
 }
 
@@ -133,7 +183,7 @@ int build_four_step(plan *p, int64_t n1, int64_t n2) {
     columns->aux_bytes = p->aux_bytes;
     columns->aux_owned = 0;
     columns->out = scratch_array(p);
-    columns->far_output = static_cast<int64_t>(p->work_bytes) >= 2 * far_output_bytes();
+    columns->far_output = static_cast<int64_t>(p->work_bytes) >= far_output_bytes() / 2 * 3;
 
     plan *rows = make_child(&p->children[1], p);
     rows->dims[0] = {n2, 1, n1};

@@ -88,7 +88,7 @@ scalar *build_stages(plan *p, const int64_t *factors, int count, int64_t extra) 
     const int64_t lanes = active_table()->lanes;
     const uint64_t bytes =
         block_bytes(n, factors, count, lanes) + complex_bytes * static_cast<uint64_t>(extra);
-    p->aux = aligned_alloc_zero(bytes);
+    p->aux = aligned_alloc_any(bytes);
     if (!p->aux) return nullptr;
     p->aux_bytes = bytes;
     p->aux_owned = 1;
@@ -128,6 +128,7 @@ scalar *build_stages(plan *p, const int64_t *factors, int count, int64_t extra) 
     }
     root_source_release(&roots);
     free(room);
+    memset(twiddles, 0, static_cast<size_t>(block + bytes - reinterpret_cast<char *>(twiddles)));
     stages[0].in_stride = p->dims[0].is;
     stages[count - 1].out_stride = p->dims[0].os;
     return twiddles;

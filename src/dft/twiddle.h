@@ -1,6 +1,6 @@
-// Roots of unity. Every entry of every table comes from one sincos call on an angle that was
-// reduced to the first octant in exact integer arithmetic, so accuracy does not depend on the
-// length. W(t, N) = (cos 2 pi t/N, sin 2 pi t/N).
+// Roots of unity. Every root comes from one sincos call on an angle that was reduced to the first
+// octant in exact integer arithmetic, so accuracy does not depend on the length.
+// W(t, N) = (cos 2 pi t/N, sin 2 pi t/N).
 #pragma once
 
 #include <cstdint>
@@ -38,10 +38,13 @@ void fill_twiddle_row(scalar *row, const root_source *source, int64_t r, int64_t
                       int64_t sign);
 
 // Makes each of `count` roots w into w - 1, without the loss of digits that subtracting would be
-// near
-// 1. Numbers so near to 1 multiply best like that: z + z*(w - 1) has hardly more rounding errors
-// than z.
-void subtract_one(double *w, int64_t count);
+// near 1. Numbers so near to 1 multiply best like that: z + z*(w - 1) has hardly more rounding
+// errors than z.
+template <class number>
+void subtract_one(number *w, int64_t count) {
+    for (int64_t i = 0; i < count; ++i, w += 2)
+        w[0] = w[0] > number{0.5} ? -(w[1] * w[1]) / (1 + w[0]) : w[0] - 1;
+}
 
 // Writes L*(r-1) twiddles: row j = 0..L-1, column k = 1..r-1, entry [j*(r-1) + k-1] =
 // W(sign*m*j*k, source->N).

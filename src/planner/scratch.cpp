@@ -57,7 +57,7 @@ size_class *class_of(const plan *p) {
 // Null without memory.
 scratch_block *add_block(size_class *c, int32_t taken) {
     const uint64_t bytes = class_bytes(static_cast<int>(c - classes));
-    void *memory = aligned_alloc_zero(sizeof(scratch_block) + page + bytes);
+    void *memory = aligned_alloc_any(sizeof(scratch_block) + page + bytes);
     if (!memory) return nullptr;
     scratch_block *block = static_cast<scratch_block *>(memory);
     pthread_mutex_lock(&mutex);

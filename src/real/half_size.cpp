@@ -4,6 +4,7 @@
 
 #include "api/memory.h"
 #include "codelets/select.h"
+#include "dft/c2c_1d_large.h"
 #include "dft/twiddle.h"
 #include "threads/pool.h"
 
@@ -11,13 +12,16 @@ namespace lyr {
 
 namespace {
 
-// Shorter transforms are done before threads have begun.
-constexpr int64_t shortest_threaded = 16384;
+// The pass alone takes less time than it takes to share it.
+constexpr int64_t shortest_threaded = 2 * shortest_shared;
 // Threads with fewer elements than this stay close to each other.
 constexpr int64_t spread_elements = 8192;
 
-// From here on the factors come in two levels: as fast, and done in no time. Measured.
-constexpr int64_t shortest_of_two_levels = 8192;
+// From here on the factors come in two levels: as fast where memory or planning counts, but more to
+// compute for vectors of one number.
+int64_t shortest_of_two_levels(int64_t lanes) {
+    return lanes == 1 ? 131072 : 8192;
+}
 
 // Aux of a pass in two levels: the words of real_pass, and what they point at.
 struct pass_tables {
@@ -26,11 +30,11 @@ struct pass_tables {
 constexpr int64_t tables_header = 64;
 
 bool allocate_tables(plan *p, int64_t h) {
-    const bool two_levels = unit_strides(p) && h >= shortest_of_two_levels;
+    const bool two_levels = unit_strides(p) && h >= shortest_of_two_levels(active_table()->lanes);
     const int64_t count = (h + 1) / 2, blocks = (count + real_pass_block - 1) / real_pass_block;
     const int64_t numbers = two_levels ? real_pass_block + blocks : h;
     const uint64_t bytes = static_cast<uint64_t>(tables_header + numbers * complex_bytes);
-    p->aux = aligned_alloc_zero(bytes);
+    p->aux = aligned_alloc_any(bytes);
     if (!p->aux) return false;
     p->aux_bytes = bytes;
     p->aux_owned = 1;
@@ -54,6 +58,7 @@ int make_complex_child(plan *p, int64_t n, scalar *in, scalar *out) {
     child->dims[0] = {n, 1, 1};
     child->in = in;
     child->out = out;
+    if (out == p->out && p->kind == kind_c2r) child->far_output = p->far_output;
     return plan_solve(child);
 }
 

@@ -8,12 +8,14 @@ namespace {
 
 // How a run stores: as usual, or past the caches (codelet_set::far_slab).
 struct store_near {
+    static constexpr bool far = false;
     template <class V>
     LYR_INLINE static void put(V x, double *p) {
         x.store(p);
     }
 };
 struct store_far {
+    static constexpr bool far = true;
     template <class V>
     LYR_INLINE static void put(V x, double *p) {
         x.store_far(p);
@@ -240,6 +242,33 @@ LYR_INLINE int64_t rotated_run(stream<R> &in, stream<R> &out, int64_t count, con
         in.advance(V::lanes);
         out.advance(V::lanes);
         rotation.template advance<V>();
+    }
+    return count;
+}
+
+// The same with whole lines stored at once, past the caches, by vectors of half a line.
+template <int R, int S, class V, class Rotation>
+LYR_INLINE int64_t rotated_run_by_lines(stream<R> &in, stream<R> &out, int64_t count,
+                                        const row_place &at, Rotation &rotation) {
+    static_assert(V::lanes == 2);
+    alignas(64) double done[4 * R];
+    typename twiddle_choice<R, V>::type t(at);
+    for (; count >= 4; count -= 4) {
+        V x[R];
+        unroll<R>(LYR_LAMBDA(auto q) { x[q] = t.multiply(V::load(in.at(q)), q); });
+        butterfly<S>(x);
+        unroll<R>(LYR_LAMBDA(auto p) { rotation.multiply(x[p], p).store(done + 4 * p); });
+        rotation.template advance<V>();
+        __asm__ volatile("" ::"r"(done) : "memory");
+        unroll<R>(LYR_LAMBDA(auto q) { x[q] = t.multiply(V::load(in.at(q) + 4), q); });
+        butterfly<S>(x);
+        unroll<R>(LYR_LAMBDA(auto p) {
+            V::load(done + 4 * p).store_far(out.at(p));
+            rotation.multiply(x[p], p).store_far(out.at(p) + 4);
+        });
+        rotation.template advance<V>();
+        in.advance(4);
+        out.advance(4);
     }
     return count;
 }

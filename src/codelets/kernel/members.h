@@ -114,7 +114,11 @@ LYR_INLINE void rotated_rows(const stage *d, const column_walk &given, const dou
         const int64_t k = w.first + i * w.step;
         const row_place t = row_in_table<R, table_order::grouped>(d->twiddles, k, d->L);
         Rotation f(factors, k);
-        const int64_t rest = rotated_run<R, S, vec, Store>(from, to, w.count, t, f);
+        int64_t rest = w.count;
+        if constexpr (Store::far && vec::lanes == 2)
+            rest = rotated_run_by_lines<R, S, vec>(from, to, rest, t, f);
+        else
+            rest = rotated_run<R, S, vec, Store>(from, to, rest, t, f);
         if constexpr (vec::lanes > 1) rotated_run<R, S, vec1, store_near>(from, to, rest, t, f);
         from.advance(w.in_step - w.count);
         to.advance(w.out_step - w.count);
@@ -125,7 +129,7 @@ template <int R, int S>
 void rotated_slab(const stage *d, const column_walk &w, const double *in, double *out,
                   const rotation &factors, [[maybe_unused]] bool far) {
     if (!factors.turns) return rotated_rows<R, S, one_level<R>, store_near>(d, w, in, out, factors);
-    if constexpr (vec::lanes == 4)
+    if constexpr (vec::lanes > 1)
         if (far && has_whole_lines(w, out))
             return rotated_rows<R, S, two_levels<R>, store_far>(d, w, in, out, factors);
     rotated_rows<R, S, two_levels<R>, store_near>(d, w, in, out, factors);
