@@ -4,6 +4,8 @@
 
 #include LYR_ISA_HEADER
 
+#include "codelets/kernel/butterfly.h"
+
 namespace lyr::LYR_ISA {
 
 namespace {
@@ -27,7 +29,7 @@ LYR_INLINE void mirror_butterfly(V &a, V &b, typename V::tw w) {
 // Vectors from k upwards; returns the first k that is left. One operation reads all that it writes,
 // so that the last vector may meet its mirror image.
 template <direction D, class V>
-LYR_INLINE int64_t unit_run(const real_pass &w, const double *in, double *out, int64_t k) {
+LYR_INLINE int64_t unit_run(const real_pass &w, const scalar *in, scalar *out, int64_t k) {
     constexpr int64_t W = V::lanes;
     const int64_t low = 2 * k, high = 2 * (w.h - k - W + 1), factor = 2 * (k - 1);
     const int64_t vectors = k <= w.last ? (w.last - k + 1) / W : 0;
@@ -43,7 +45,7 @@ LYR_INLINE int64_t unit_run(const real_pass &w, const double *in, double *out, i
 }
 
 template <direction D, class V>
-LYR_INLINE int64_t strided_run(const real_pass &w, const double *in, double *out, int64_t k) {
+LYR_INLINE int64_t strided_run(const real_pass &w, const scalar *in, scalar *out, int64_t k) {
     constexpr int64_t W = V::lanes;
     const int64_t is = 2 * w.in_step, os = 2 * w.out_step;
     for (; k + W - 1 <= w.last; k += W) {
@@ -56,20 +58,24 @@ LYR_INLINE int64_t strided_run(const real_pass &w, const double *in, double *out
 }
 
 template <direction D>
-void pass(const real_pass &walk, const double *in, double *out) {
+void pass(const real_pass &walk, const scalar *in, scalar *out) {
     const real_pass w = walk;  // the stores could change the original, for all the compiler knows
     int64_t k = w.first;
     if (w.in_step == 1 && w.out_step == 1) {
-        k = unit_run<D, vec>(w, in, out, k);
-        if constexpr (vec::lanes > 1) unit_run<D, vec1>(w, in, out, k);
+        in_vectors<vec>(
+            0, LYR_LAMBDA(auto v, int64_t) {
+                return k = unit_run<D, vector_of<decltype(v)>>(w, in, out, k);
+            });
     } else {
-        k = strided_run<D, vec>(w, in, out, k);
-        if constexpr (vec::lanes > 1) strided_run<D, vec1>(w, in, out, k);
+        in_vectors<vec>(
+            0, LYR_LAMBDA(auto v, int64_t) {
+                return k = strided_run<D, vector_of<decltype(v)>>(w, in, out, k);
+            });
     }
 }
 
 template <direction D, class V>
-LYR_INLINE int64_t row_run(const double *in_a, const double *in_b, double *out_a, double *out_b,
+LYR_INLINE int64_t row_run(const scalar *in_a, const scalar *in_b, scalar *out_a, scalar *out_b,
                            typename V::tw w, int64_t j, int64_t width) {
     for (; j + V::lanes <= width; j += V::lanes) {
         V a = V::load(in_a + 2 * j), b = V::load(in_b + 2 * j);
@@ -81,16 +87,18 @@ LYR_INLINE int64_t row_run(const double *in_a, const double *in_b, double *out_a
 }
 
 template <direction D>
-void pass_rows(const real_pass &walk, const double *in, double *out) {
+void pass_rows(const real_pass &walk, const scalar *in, scalar *out) {
     const real_pass w = walk;  // the stores could change the original, for all the compiler knows
     for (int64_t k = w.first; k <= w.last; ++k) {
-        const double *in_a = in + 2 * k * w.in_step, *in_b = in + 2 * (w.h - k) * w.in_step;
-        double *out_a = out + 2 * k * w.out_step, *out_b = out + 2 * (w.h - k) * w.out_step;
-        const double *re = w.twiddles + 2 * (k - 1), *im = re + 1;
-        const int64_t j =
-            row_run<D, vec>(in_a, in_b, out_a, out_b, vec::tw_one(re, im), 0, w.width);
-        if constexpr (vec::lanes > 1)
-            row_run<D, vec1>(in_a, in_b, out_a, out_b, vec1::tw_one(re, im), j, w.width);
+        const scalar *in_a = in + 2 * k * w.in_step, *in_b = in + 2 * (w.h - k) * w.in_step;
+        scalar *out_a = out + 2 * k * w.out_step, *out_b = out + 2 * (w.h - k) * w.out_step;
+        const scalar *re = w.twiddles + 2 * (k - 1), *im = re + 1;
+        int64_t j = 0;
+        in_vectors<vec>(
+            0, LYR_LAMBDA(auto v, int64_t) {
+                using V = vector_of<decltype(v)>;
+                return j = row_run<D, V>(in_a, in_b, out_a, out_b, V::tw_one(re, im), j, w.width);
+            });
     }
 }
 

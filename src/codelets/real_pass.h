@@ -11,6 +11,8 @@
 
 #include <cstdint>
 
+#include "precision.h"
+
 namespace lyr {
 
 // Pairs k and h-k for k = first..last; 1 <= first and last <= h/2. Steps count complex numbers.
@@ -18,10 +20,10 @@ namespace lyr {
 struct real_pass {
     int64_t h, first, last;
     int64_t in_step, out_step;
-    const double *twiddles;  // entry k-1: w(k)
+    const scalar *twiddles;  // entry k-1: w(k)
     int64_t width = 1;       // transforms side by side, for the functions on rows
 };
-using real_pass_function = void (*)(const real_pass &, const double *in, double *out);
+using real_pass_function = void (*)(const real_pass &, const scalar *in, scalar *out);
 
 // One transform each; `rows` for `width` transforms side by side, where a step leads from a row of
 // `width` neighbouring numbers to the next.
