@@ -11,6 +11,8 @@ function(lyra_single_names text result)
     string(REPLACE "LFFTGetVersion" "LFFTFGetVersion" text "${text}")
     string(REPLACE "LYRA_FFT" "LYRA_FFTF" text "${text}")
     string(REPLACE "lyra_fft" "lyra_fftf" text "${text}")
+    string(REPLACE "LYRA_fft" "LYRA_fftf" text "${text}")
+    string(REPLACE "double precision" "single precision" text "${text}")
     set(${result} "${text}" PARENT_SCOPE)
 endfunction()
 

@@ -23,8 +23,9 @@ def run(*command):
 def check_exports(nm, header, library):
     """The functions of the header, their Fortran twins, the version: nothing more, nothing less."""
     text = re.sub(r"/\*.*?\*/", "", Path(header).read_text(), flags=re.S)
-    functions = set(re.findall(r"\b(lyr_fft_\w+)\s*\(", text))
-    expected = functions | {f + "_" for f in functions} | {"LFFTGetVersion", "lyr_fft_version"}
+    functions = set(re.findall(r"\b(lyr_fftf?_\w+)\s*\(", text))
+    others = set(re.findall(r"\b(LFFTF?GetVersion|lyr_fftf?_version)\b", text))
+    expected = functions | {f + "_" for f in functions} | others
     found = set()
     for line in run(nm, "-D", "--defined-only", library).splitlines():
         kind, name = line.split()[-2:]
@@ -46,7 +47,8 @@ def check_needed(readelf, library):
 def check_inside(readelf, library):
     """Calls among its own functions do not leave the library, whatever a program defines."""
     relocations = run(readelf, "-rW", library)
-    for name in sorted(set(re.findall(r"\b(?:lyr_fft_|LFFT)\w+", relocations)) - {"lyr_fft_version"}):
+    called = set(re.findall(r"\b(?:lyr_fftf?_|LFFT)\w+", relocations))
+    for name in sorted(called - {"lyr_fft_version", "lyr_fftf_version"}):
         yield f"called from outside: {name}"
     if "calloc" not in relocations:
         yield "no calls of libc found"
@@ -54,8 +56,8 @@ def check_inside(readelf, library):
 
 def check_codelets(nm, isa, objects):
     """Nothing built for one kind of processor may be found by, or replace, code of another."""
-    own = re.compile(rf"_Z[A-Z]*N?K?3lyr{len(isa)}{isa}\d")
-    constants = re.compile(r"_ZN3lyr1[01](?:prime|real)_rootsILi\d+EE5tableE")  # data, the same for all
+    own = re.compile(rf"_Z[A-Z]*N?K?(?:3lyr|4lyrf){len(isa)}{isa}\d")
+    constants = re.compile(r"_ZN(?:3lyr|4lyrf)1[01](?:prime|real)_rootsILi\d+EE5tableE")  # data, the same for all
     from_outside = {"memcpy", "memset", "memmove", "__stack_chk_fail", "_GLOBAL_OFFSET_TABLE_"}
     defined = 0
     for item in objects:
