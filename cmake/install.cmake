@@ -6,12 +6,12 @@ include(CMakePackageConfigHelpers)
 install(TARGETS lyra_fft EXPORT lyra_fft
         LIBRARY COMPONENT runtime NAMELINK_COMPONENT development)
 install(TARGETS lyra_fft_static EXPORT lyra_fft ARCHIVE COMPONENT development)
-install(FILES include/lyr_fft.h include/lyr_fft.hpp include/lyra_fft.f90 TYPE INCLUDE COMPONENT development)
+install(FILES include/lyr_fft.h include/lyr_fft.hpp include/lyra_fft.f90 ${lyra_single_include}/lyr_fftf.h
+        TYPE INCLUDE COMPONENT development)
 if(LYRA_BUILD_FLOAT)
     install(TARGETS lyra_fftf EXPORT lyra_fft
             LIBRARY COMPONENT runtime_single NAMELINK_COMPONENT development)
     install(TARGETS lyra_fftf_static EXPORT lyra_fft ARCHIVE COMPONENT development)
-    install(FILES ${lyra_single_include}/lyr_fftf.h TYPE INCLUDE COMPONENT development)
 endif()
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/lyra_fft)

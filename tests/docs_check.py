@@ -57,7 +57,7 @@ def check_tutorial(docs, settings):
     with tempfile.TemporaryDirectory() as folder:
         bin_folder = Path(folder) / "bin"
         bin_folder.mkdir()
-        include = f"-I{settings['include']}"
+        include = " ".join(f"-I{folder}" for folder in settings["include"].split(":"))
         write_compiler(bin_folder / "cc", settings["cc"], settings, include)
         write_compiler(bin_folder / "c++", settings["cxx"], settings, include)
         write_compiler(bin_folder / "gfortran", settings["fc"], settings)

@@ -1,6 +1,6 @@
 """What the built library shows to the outside.
 
-usage: library_check.py header COMPILER... -- INCLUDE_DIR
+usage: library_check.py header COMPILER... -- INCLUDE_DIR...
        library_check.py exports NM HEADER LIBRARY
        library_check.py needed READELF LIBRARY
        library_check.py inside READELF LIBRARY
@@ -74,19 +74,25 @@ def check_codelets(nm, isa, objects):
         yield f"only {defined} symbols found"
 
 
-def check_header(compilers, include):
-    """The header is C99, C11 and C++11, and follows <complex.h>."""
+def check_header(compilers, folders):
+    """The headers are C99, C11 and C++11, and follow <complex.h>."""
     plain = "#include <lyr_fft.h>\nlyr_fft_plan p;\n"
     pairs = plain + "lyr_fft_complex z = {1.0, 2.0};\n"
     native = (
         "#include <complex.h>\n" + plain + "lyr_fft_complex z = 1.0 + 2.0 * I;\n"
         "_Static_assert(_Generic(z, double _Complex: 1, default: 0), \"type\");\n"
     )
+    single = [text.replace("lyr_fft", "lyr_fftf").replace("double", "float").replace("1.0", "1.0f")
+              .replace("2.0", "2.0f") for text in (pairs, native)]
+    both = pairs + "#include <lyr_fftf.h>\nlyr_fftf_plan q;\nlyr_fftf_complex w = {1.0f, 2.0f};\n"
     languages = [
         (".c", "c99", pairs),
         (".c", "c11", pairs),
         (".c", "c11", native),
-        (".cpp", "c++11", pairs),
+        (".c", "c99", single[0]),
+        (".c", "c11", single[1]),
+        (".c", "c11", both),
+        (".cpp", "c++11", both),
         (".cpp", "c++20", "#include <complex>\n" + pairs),
     ]
     with tempfile.TemporaryDirectory() as folder:
@@ -98,7 +104,7 @@ def check_header(compilers, include):
                 source.write_text(text)
                 result = subprocess.run(
                     [compiler, f"-std={standard}", "-Wall", "-Wextra", "-pedantic", "-Werror",
-                     "-fsyntax-only", f"-I{include}", str(source)],
+                     "-fsyntax-only", *(f"-I{folder}" for folder in folders), str(source)],
                     capture_output=True, text=True)
                 if result.returncode:
                     yield f"{compiler} -std={standard}:\n{result.stderr}"
@@ -106,8 +112,8 @@ def check_header(compilers, include):
 
 def main(arguments):
     match arguments:
-        case ["header", *compilers, "--", include] if compilers:
-            faults = check_header(compilers, include)
+        case ["header", *rest] if "--" in rest[1:-1]:
+            faults = check_header(rest[:rest.index("--")], rest[rest.index("--") + 1:])
         case ["exports", nm, header, library]:
             faults = check_exports(nm, header, library)
         case ["needed", readelf, library]:

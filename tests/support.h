@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#include <bit>
 #include <cstdint>
+#include <cstring>
 #include <limits>
 #include <string>
 #include <type_traits>
@@ -27,9 +27,13 @@ inline constexpr double roundoff = std::numeric_limits<scalar>::epsilon() / 2;
 using scalar_bits = std::conditional_t<sizeof(scalar) == 8, uint64_t, uint32_t>;
 inline constexpr auto unwritten_bits =
     static_cast<scalar_bits>(sizeof(scalar) == 8 ? 0x7ff8'5eed'0000'0001U : 0x7fc5'eed1U);
-inline const scalar unwritten = std::bit_cast<scalar>(unwritten_bits);
+inline const scalar unwritten = [] {
+    scalar x;
+    std::memcpy(&x, &unwritten_bits, sizeof x);
+    return x;
+}();
 inline bool is_unwritten(scalar x) {
-    return std::bit_cast<scalar_bits>(x) == unwritten_bits;
+    return std::memcmp(&x, &unwritten_bits, sizeof x) == 0;
 }
 
 // Powers of two that leave room for products and sums: small, large, and near the end of the range.
