@@ -75,7 +75,7 @@ uint64_t block_bytes(int64_t n, const int64_t *factors, int count, int64_t lanes
             wider += L * (r - 1) * (2 * lanes - 1);
         L *= r;
     }
-    return static_cast<uint64_t>(n + wider + int64_t{4} * count) * complex_bytes + 72;
+    return static_cast<uint64_t>((n + wider) * complex_bytes + count * int64_t{sizeof(stage)} + 72);
 }
 
 }  // namespace
