@@ -9,6 +9,7 @@
 #include "dft/factorize.h"
 #include "dft/four_step.h"
 #include "dft/wide.h"
+#include "planner/cache_sizes.h"
 #include "planner/scratch.h"
 #include "support.h"
 
@@ -200,18 +201,26 @@ TEST(accuracy, lengths_to_ten_thousand) {
 }
 
 // The two passes of a long transform with remainders, single columns, a first pass without a stage
-// list (16384) and one whose last radix has no rotating codelet (1369 = 37*37).
+// list (16384) and one whose last radix has no rotating codelet (1369 = 37*37), with factors of one
+// level and two; stored past the caches, where outputs are whole lines and where they are not.
 TEST(accuracy, two_passes_of_any_shape) {
     constexpr int64_t shapes[][2] = {{1369, 77}, {100, 90}, {96, 121},  {128, 1},    {64, 16},
-                                     {64, 17},   {64, 5},   {1024, 40}, {16384, 12}, {16, 20}};
+                                     {64, 17},   {64, 5},   {1024, 40}, {16384, 12}, {16, 20},
+                                     {144, 116}, {256, 67}, {512, 515}};
+    const lyr::cache_sizes caches = lyr::caches();
     for (const lyr::codelet_table *table : all_tables()) {
         const with_table active(table);
-        for (const auto &[n1, n2] : shapes) {
+        for (size_t i = 0; i < 3 * std::size(shapes); ++i) {
+            const auto &[n1, n2] = shapes[i / 3];
+            const bool far = i % 3 != 0, misaligned = i % 3 == 2;
             if (n1 * n2 * test_scale > 1000000) continue;
-            SCOPED_TRACE(std::to_string(n1) + " x " + std::to_string(n2) + " with " + table->name);
+            SCOPED_TRACE(std::to_string(n1) + " x " + std::to_string(n2) + " with " + table->name +
+                         (far ? " far" : "") + (misaligned ? " misaligned" : ""));
             const problem p = line_problem(n1 * n2, LYR_FFT_BACKWARD, layouts[0]);
-            buffers b = buffers_of(p);
+            buffers b = buffers_of(p, misaligned);
+            if (far) lyr::set_caches({1, 1});
             lyr::plan record = {};
+            record.far_output = far;
             record.kind = kind_complex;
             record.sign = p.sign;
             record.split = -1;
@@ -221,6 +230,7 @@ TEST(accuracy, two_passes_of_any_shape) {
             record.out = b.out[0];
             record.execute_name = "two passes";
             ASSERT_EQ(lyr::build_four_step(&record, n1, n2), 0);
+            lyr::set_caches(caches);
             lyr::plan_sum_scratch(&record);
             ASSERT_TRUE(lyr::scratch_reserve(&record));
             const lyr_tools::verdict v = verify(p, b, &record, 1);

@@ -104,6 +104,7 @@ TEST(allocation, every_allocation_of_a_plan_may_fail) {
                              "ocf246",
                              "ocf20014",
                              "ocf100:1:40*40:100:1",
+                             "ocf50:30:1*30:1:50",
                              "oscf60*3",
                              "iscb8x9x10",
                              "ocf0*3*4i",

@@ -115,6 +115,7 @@ LYR_EMULATED void lyr_mask_storeu(void *to, int mask, __m512d a) {
 #define _mm512_fmsubadd_pd lyr_fmsubadd
 #define _mm512_loadu_pd lyr_loadu
 #define _mm512_storeu_pd lyr_storeu
+#define _mm512_stream_pd lyr_storeu
 #define _mm512_set1_pd lyr_set1
 #define _mm512_setr_pd lyr_setr
 #define _mm512_setr_epi64(...) ((__m512i)(lyr_emulated_indices{__VA_ARGS__}))

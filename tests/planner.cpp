@@ -249,8 +249,7 @@ TEST(choice, solvers_and_executors) {
         {"ocf8000", STAGES},
         {"ocf262144",
          "solve_problem_c2c_1d_large/execute_c2c_1d_large("
-         "solve_problem_dft_many_transpose_rotate/execute_many_transpose_rotate("
-         "solve_problem_dft_many_transpose/execute_many_transpose) "
+         "solve_problem_dft_many_transpose_rotate/execute_many_transpose_rotate "
          "solve_problem_dft_many_post_transpose/execute_many_post_transpose)"},
         {"ocf16384:2:1", "solve_problem_c2c_1d/execute_1d_discrete"},
         {"ocf100:1:40*40:100:1",
@@ -268,11 +267,13 @@ TEST(choice, solvers_and_executors) {
         {"ocf328:328:328*17:1:1",
          "solve_problem_dft_many/execute_many("
          "solve_problem_c2c_1d_rader/execute_1d_rader_discrete(" TWO_STAGES "))"},
-        {"ocf16:16:1*9:1:16",
+        {"ocf16:16:1*9:1:16", "solve_problem_dft_many/execute_many_direct(" DIRECT ")"},
+        {"ocf24:30:1*9:1:25", "solve_indirect_problem/execute_gathered(" UNIT ")",
+         "solve_indirect_problem/execute_gathered(" TWO_STAGES ")"},
+        {"ocf8000:2:1*3:20000:8000", "solve_indirect_problem/execute_gathered(" STAGES ")"},
+        {"ocf8232:3:1*3:1:8232",
          "solve_indirect_problem/execute_indirect_before("
-         "solve_problem_dft_many/execute_many(" UNIT "))",
-         "solve_indirect_problem/execute_indirect_before("
-         "solve_problem_dft_many/execute_many_direct(" DIRECT "))"},
+         "solve_problem_dft_many/execute_many_far(" STAGES "))"},
         {"ocf16*8i", SLAB},
         {"icf100*8i", SLAB},
         {"ocf16*8", "solve_problem_dft_many/execute_many(" UNIT ")",
@@ -576,20 +577,26 @@ TEST(choice, number_theory) {
     EXPECT_EQ(primes, 1229);
 }
 
-TEST(choice, two_passes_of_long_powers_of_two) {
-    constexpr int64_t longest_in_stages[][2] = {{1, 8192}, {2, 131072}, {4, 131072}};
-    for (const auto &[lanes, n] : longest_in_stages) {
-        for (const int64_t nthreads : {0, 1}) {
-            EXPECT_FALSE(lyr::use_large_method(n, nthreads, lanes));
-            EXPECT_TRUE(lyr::use_large_method(2 * n, nthreads, lanes));
-        }
-        EXPECT_FALSE(lyr::use_large_method(1024, 2, lanes));
-        EXPECT_TRUE(lyr::use_large_method(2048, 2, lanes));
-        for (const int64_t m : {0, 1 << 20 | 1, 3 << 20})
-            EXPECT_FALSE(lyr::use_large_method(m, 2, lanes));
+TEST(choice, two_passes_of_long_lengths) {
+    // The first length of two passes, and the one of its kind before it.
+    constexpr struct {
+        int64_t lanes, nthreads, before, first;
+    } kinds[] = {{1, 1, 8192, 16384},    {2, 0, 131072, 262144}, {4, 1, 8192, 16384},
+                 {2, 1, 875000, 900000}, {4, 1, 175000, 180000}, {1, 1, 4 * 3 << 16, 900000},
+                 {4, 1, 2 * 2048, 6144}, {2, 2, 65535, 65536},   {2, 3, 65520, 100000}};
+    for (const auto &[lanes, nthreads, before, first] : kinds) {
+        EXPECT_FALSE(lyr::use_large_method(before, nthreads, lanes)) << before;
+        EXPECT_TRUE(lyr::use_large_method(first, nthreads, lanes)) << first;
     }
-    for (int k = 11; k < 62; ++k)
-        EXPECT_EQ(lyr::split_large(int64_t{1} << k), int64_t{1} << k / 2) << k;
+    for (int k = 11; k < 62; ++k) {
+        const int64_t n = int64_t{1} << k;
+        EXPECT_EQ(lyr::split_large(n, 1), int64_t{1} << k / 2) << k;
+        EXPECT_EQ(lyr::split_large(n, 4), k == 16 ? 128 : int64_t{1} << k / 2) << k;
+    }
+    constexpr int64_t splits[][2] = {{100000, 200}, {1000000, 1000}, {720720, 780},
+                                     {531441, 729}, {390625, 625},   {823543, 343},
+                                     {500000, 500}, {1336336, 1156}};
+    for (const auto &[n, n1] : splits) EXPECT_EQ(lyr::split_large(n, 4), n1) << n;
 }
 
 TEST(choice, slab_widths) {

@@ -153,6 +153,10 @@ TEST(random_problems, usual_batches) {
         "ocb1x16",
         "ocb16x1*2*3*4",
         "ocf243:9:2*9:1:500",
+        "ocf2000:11:1*11:1:2000",
+        "ocf5000:9:1*9:1:5003",
+        "ocf9000:5:1*5:1:9001",
+        "ocf512:2:1*50:1100:512",
         "ocf512:4096:4096*5:1:1",
         "ocf600:300:260*40:1:1",
         "oscf1024",
@@ -181,6 +185,27 @@ TEST(random_problems, usual_batches) {
         for (const char *text : problems) {
             if (test_scale > 1 && batch_count(problem_of(text)) > 64) continue;
             check_problem(problem_of(text), constructor::automatic, 1);
+        }
+    }
+}
+
+// Strided in, one after another out: side by side or not, with and without gaps, groups of all
+// sizes.
+TEST(random_problems, strided_batches) {
+    for (const lyr::codelet_table *table : all_tables()) {
+        const with_table active(table);
+        random_source random{21};
+        for (int64_t i = 0; i < 400 / test_scale && !HasFailure(); ++i) {
+            problem p;
+            p.sign = random.below(2) ? LYR_FFT_FORWARD : LYR_FFT_BACKWARD;
+            p.rank = p.batch_rank = 1;
+            const int64_t n = random_length(random, 1024), h = 2 + random.below(40);
+            const bool side_by_side = random.below(2) != 0;
+            const int64_t is =
+                side_by_side ? h + random.below(3) * random.below(9) : 2 + random.below(4);
+            p.dims[0] = {n, is, 1};
+            p.batch[0] = {h, side_by_side ? 1 : n * is + random.below(3), n + random.below(4)};
+            check_problem(p, constructor::guru64, static_cast<uint64_t>(i + 1));
         }
     }
 }

@@ -186,19 +186,26 @@ TEST(real, threads) {
 TEST(real, passes_in_ranges) {
     random_source random{5};
     for (const lyr::codelet_table *table : all_tables())
-        for (const int64_t h : {2, 3, 4, 7, 8, 15, 16, 17, 33, 64}) {
-            std::vector<scalar> twiddles(static_cast<size_t>(2 * h));
-            lyr::fill_pass_twiddles(twiddles.data(), h);
+        for (const int64_t h : {2, 3, 4, 7, 8, 15, 16, 17, 33, 64, 2100}) {
+            const bool two_levels = h > lyr::real_pass_block;
+            std::vector<scalar> twiddles(2 * std::max(h, lyr::real_pass_block)), turns(2 * h);
+            if (two_levels)
+                lyr::fill_turned_twiddles(twiddles.data(), turns.data(), h, -1);
+            else
+                lyr::fill_pass_twiddles(twiddles.data(), h);
+            const scalar *const turned = two_levels ? turns.data() : nullptr;
             for (const auto function : {table->real_passes->forward, table->real_passes->backward})
                 for (const int64_t step : {1, 2}) {
+                    if (two_levels && step != 1) continue;
                     std::vector<scalar> in(static_cast<size_t>(2 * h * step + 2));
                     for (scalar &x : in) x = random.uniform();
                     std::vector<scalar> whole(in.size(), 7.0), parts = in;
-                    function({h, 1, h / 2, step, step, twiddles.data()}, in.data(), whole.data());
+                    function({h, 1, h / 2, step, step, twiddles.data(), 1, turned}, in.data(),
+                             whole.data());
                     for (int64_t last = h / 2; last > 0;) {
                         const int64_t first = last - random.below(std::min<int64_t>(last, 9));
-                        function({h, first, last, step, step, twiddles.data()}, parts.data(),
-                                 parts.data());
+                        function({h, first, last, step, step, twiddles.data(), 1, turned},
+                                 parts.data(), parts.data());
                         last = first - 1;
                     }
                     for (int64_t k = 1; k < h; ++k)

@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 
+#include "planner/cache_sizes.h"
 #include "planner/places.h"
 #include "planner/scratch.h"
 #include "threads/threads.h"
@@ -58,6 +59,13 @@ bool results_collide(const plan *p) {
     return is_in_place(p) && outputs_overlap(p) && !changes_nothing(p);
 }
 
+bool has_far_output(const plan *p) {
+    int64_t bytes = output_element_bytes(p);
+    for (int k = 0; k < p->rank; ++k) bytes *= p->dims[k].n;
+    for (int k = 0; k < p->howmany_rank; ++k) bytes *= p->howmany_dims[k].n;
+    return !is_in_place(p) && bytes >= far_output_bytes();
+}
+
 // Nothing is as far away as the second element of a dimension that has one, but solvers multiply.
 void limit_unused_strides(lyr_fft_iodim64 *dims, int rank) {
     for (int k = 0; k < rank; ++k) {
@@ -87,6 +95,7 @@ plan *plan_finish(plan *p) {
     if (!arrays_missing && problem_is_addressable(p)) {
         limit_unused_strides(p->dims, p->rank);
         limit_unused_strides(p->howmany_dims, p->howmany_rank);
+        p->far_output = has_far_output(p);
         if (!results_collide(p) && plan_solve(p) == 0 && scratch_reserve(p)) {
             p->reserved = 1;
             return p;

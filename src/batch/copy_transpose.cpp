@@ -16,8 +16,9 @@ struct pair {  // template arguments would lose the attributes of a bare type
 };
 
 constexpr int64_t line_bytes = 64;
-// Tiles are walked in blocks of so many rows and columns: a row of a block fills a page, and the
-// pages of a block all have their address translations at hand.
+// Matrices are walked in blocks of so many rows, and tiles in blocks of so many columns as well: a
+// row of a block fills a page, and the pages of a block all have their address translations at
+// hand.
 constexpr int64_t block_rows = 512, block_cols = 256;
 
 int64_t smaller(int64_t a, int64_t b) {
@@ -56,6 +57,54 @@ void copy_tiles(const element *src, element *dst, int64_t rows, int64_t cols, in
         else
             copy_rest(from, to, r, c, src_stride, dst_stride);
     });
+}
+
+// Complex numbers. Their tiles, a line high and two lines wide, follow each other down a strip of
+// the input: few rows of the output are written at a time, a line after the other. Rows of the
+// input are called for in advance, as they are too far apart for the processor to foresee them.
+constexpr int64_t strip_height = line_complex, strip_width = 2 * line_complex, rows_ahead = 8;
+
+__attribute__((always_inline)) inline void copy_strip_tile(const pair *src, pair *dst,
+                                                           int64_t src_stride, int64_t dst_stride,
+                                                           const pair *later) {
+    const pair *row[strip_height];
+    for (int64_t i = 0; i < strip_height; ++i) {
+        row[i] = src + i * src_stride;
+        for (int64_t j = 0; j < strip_width; j += strip_height)
+            __builtin_prefetch(later + i * src_stride + j);
+    }
+#pragma GCC unroll 16
+    for (int64_t j = 0; j < strip_width; ++j) {
+#pragma GCC unroll 8
+        for (int64_t i = 0; i < strip_height; ++i) dst[i] = row[i][j];
+        dst += dst_stride;
+        // Or all distances would be kept, in more registers than there are.
+        __asm__("" : "+r"(dst));
+    }
+}
+
+void copy_strips(const pair *src, pair *dst, int64_t rows, int64_t cols, int64_t src_stride,
+                 int64_t dst_stride) {
+    for (int64_t first = 0; first < rows; first += block_rows) {
+        const int64_t count = smaller(block_rows, rows - first);
+        const int64_t wrapped = rows_ahead < count ? rows_ahead - count : 0;
+        for (int64_t j = 0; j < cols; j += strip_width) {
+            const pair *from = src + first * src_stride + j;
+            pair *to = dst + j * dst_stride + first;
+            const int64_t width = smaller(strip_width, cols - j);
+            int64_t i = 0;
+            for (; width == strip_width && i + strip_height <= count; i += strip_height) {
+                // At the end of a strip the beginning of the next one.
+                const pair *later = i + rows_ahead < count
+                                        ? from + rows_ahead * src_stride
+                                        : from + wrapped * src_stride + strip_width;
+                copy_strip_tile(from, to, src_stride, dst_stride, later);
+                from += strip_height * src_stride;
+                to += strip_height;
+            }
+            copy_rest(from, to, count - i, width, src_stride, dst_stride);
+        }
+    }
 }
 
 #if defined(__SSE2__)
@@ -98,8 +147,8 @@ bool copy_far(const pair *src, pair *dst, int64_t rows, int64_t cols, int64_t sr
         return false;
     if (reinterpret_cast<uintptr_t>(dst) % 16 != 0 || dst_stride % line != 0) return false;
     const int64_t top = elements_to_next_line(dst), left = elements_to_next_line(src);
-    copy_tiles(src, dst, top, cols, src_stride, dst_stride);
-    copy_tiles(src + top * src_stride, dst + top, rows - top, left, src_stride, dst_stride);
+    copy_strips(src, dst, top, cols, src_stride, dst_stride);
+    copy_strips(src + top * src_stride, dst + top, rows - top, left, src_stride, dst_stride);
     src += top * src_stride + left;
     dst += left * dst_stride + top;
     rows -= top;
@@ -133,7 +182,7 @@ void copy_transpose_cpx(const scalar *src, scalar *dst, int64_t rows, int64_t co
     const pair *from = reinterpret_cast<const pair *>(src);
     pair *to = reinterpret_cast<pair *>(dst);
     if (!copy_far(from, to, rows, cols, src_stride, dst_stride))
-        copy_tiles(from, to, rows, cols, src_stride, dst_stride);
+        copy_strips(from, to, rows, cols, src_stride, dst_stride);
 }
 
 void copy_transpose_real(const scalar *src, scalar *dst, int64_t rows, int64_t cols,

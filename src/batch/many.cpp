@@ -154,6 +154,7 @@ int solve_problem_dft_many(plan *p) {
     plan *child = p->children;
     plan_copy_problem(child, p);
     plan_drop_batch_dimension(child);
+    child->far_output = p->far_output;
     if (const int32_t status = plan_solve(child)) return status;
     if (p->kind == kind_complex && p->rank == 1 && p->howmany_rank == 1) choose_executor(p);
     return 0;

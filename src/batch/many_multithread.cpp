@@ -69,6 +69,7 @@ int64_t points(const plan *p) {
 int make_child(plan *child, const plan *p, int64_t chunk, int64_t count, int64_t threads) {
     plan_copy_problem(child, p);
     child->howmany_dims[0].n = count;
+    child->far_output = p->far_output;
     if (chunk == 1) plan_drop_batch_dimension(child);
     child->nthreads = threads;
     return plan_solve(child);

@@ -54,9 +54,10 @@ int solve_problem_dft_many_post_transpose(plan *p) {
     if (p->in == p->out) return idist != 1 && idist >= n && os >= h ? solve_in_place(p) : -1;
 
     slab_stages list;
-    if (!build_slab_stages(p, &list)) return -1;
-    const int64_t together = walked_together(n);
-    keep_slab_batch(p, {h < together ? h : together, list});
+    if (!build_pass_stages(p, &list)) return -1;
+    const int64_t together = pass_width(n, static_cast<int>(list.count), list.table->lanes);
+    keep_slab_batch(p,
+                    {h < together ? h : together, list, p->far_output && list.table->finish_far});
     p->execute_fn = execute_many_post_transpose;
     p->execute_name = "execute_many_post_transpose";
     return 0;

@@ -2,8 +2,8 @@
 // output multiplied by a root of the whole transform on its way to memory. Walked in slabs like
 // other interleaved batches; the last stage rotates.
 //
-// aux is the parent's rotation table. Child 0 transforms a slab of columns; its stage list is what
-// all slabs walk. Where columns are long, children run on one column at a time instead.
+// aux comes as the parent's rotation table, and is the stages that all slabs walk afterwards. Where
+// columns are long, a child runs on one column at a time instead.
 //
 // Slabs are dealt out to the threads, each with a part of the scratch memory.
 #include <cstring>
@@ -21,8 +21,9 @@ namespace {
 
 struct bookkeeping {  // in solver_words
     slab_stages list;
-    int64_t lanes;
-    int64_t scratch;  // complex numbers for each thread
+    const rotation_table *factors;
+    uint32_t scratch_lines;  // cache lines for each thread
+    bool copies, far;
 };
 static_assert(sizeof(bookkeeping) <= sizeof(plan::solver_words));
 
@@ -47,15 +48,19 @@ void rotate_slabs(const plan *p, const scalar *in, scalar *out, scalar *scratch,
                   int64_t end) {
     const bookkeeping b = read_bookkeeping(p);
     const auto [n, is, os] = p->dims[0];
-    const int64_t together = walked_together(n);
+    const int64_t together = b.factors->together;
     for (int64_t j = first; j < end; j += together) {
         const int64_t width = j + together <= end ? together : end - j;
-        // A butterfly's inputs are far apart; rows in their order come faster. The first stage
-        // works in place.
-        copy_columns(scratch, in + 2 * j, n, is, width);
-        walk_slab(b.list, {scratch, width, 1, out + 2 * j, os, width}, scratch,
-                  static_cast<scalar *>(p->aux) + 2 * n * j);
+        slab where = {in + 2 * j, is, 1, out + 2 * j, os, width, nullptr, b.far};
+        if (b.copies) {  // the first stage then works in place
+            copy_columns(scratch, in + 2 * j, n, is, width);
+            where.in = scratch;
+            where.in_row = width;
+        }
+        const rotation factors = rotation_of_slab(b.factors, n, j);
+        walk_slab(b.list, where, scratch, &factors);
     }
+    if (b.far) b.list.table->finish_far();
 }
 
 // Complex numbers.
@@ -73,9 +78,10 @@ void rotate_columns(const plan *p, const scalar *in, scalar *out, scalar *scratc
                     int64_t end) {
     const bookkeeping b = read_bookkeeping(p);
     const auto [n, is, os] = p->dims[0];
-    scalar *rows = scratch, *below = scratch + 2 * (b.scratch - child_scratch(p));
+    scalar *rows = scratch,
+           *below = scratch + 2 * line_complex * b.scratch_lines - 2 * child_scratch(p);
     const plan *child = p->children;
-    const int64_t together = walked_together(n);
+    const int64_t together = b.factors->together;
     for (int64_t j = first; j < end; j += together) {
         const int64_t width = j + together <= end ? together : end - j;
         gather_columns(rows, in + 2 * j, n, is, width);
@@ -84,22 +90,21 @@ void rotate_columns(const plan *p, const scalar *in, scalar *out, scalar *scratc
         for (int64_t e = 0; e < n; ++e)
             for (int64_t i = 0; i < width; ++i)
                 memcpy(out + 2 * (e * os + j + i), rows + 2 * (i * n + e), complex_bytes);
-        rotate_rows(out + 2 * j, os, width, n, last_radix(n), b.lanes,
-                    static_cast<scalar *>(p->aux) + 2 * n * j);
+        rotate_rows(out + 2 * j, os, width, n, last_radix(n), b.list.table->lanes,
+                    rotation_of_slab(b.factors, n, j));
     }
 }
 
 // Longer columns run one by one. Measured.
 int64_t longest_slab(int64_t lanes) {
-    return lanes == 2 ? 4096 : 16384;
+    return 2 * lanes == line_complex ? 4096 : 16384;
 }
 
 int64_t column_count(const plan *p) {
     return p->howmany_rank ? p->howmany_dims[0].n : 1;
 }
 
-int64_t slab_count(const plan *p) {
-    const int64_t together = walked_together(p->dims[0].n);
+int64_t slab_count(const plan *p, int64_t together) {
     return (column_count(p) + together - 1) / together;
 }
 
@@ -111,11 +116,11 @@ struct rotated_run {
 
 void run_chunk(const pool_task *task) {
     const auto [p, in, out, scratch] = *static_cast<const rotated_run *>(task->arg);
-    const int64_t columns = column_count(p);
-    const int64_t chunk = task->chunk * walked_together(p->dims[0].n), first = task->index * chunk;
-    const int64_t end = first + chunk < columns ? first + chunk : columns;
     const bookkeeping b = read_bookkeeping(p);
-    scalar *share = scratch + 2 * task->index * b.scratch;
+    const int64_t columns = column_count(p);
+    const int64_t chunk = task->chunk * b.factors->together, first = task->index * chunk;
+    const int64_t end = first + chunk < columns ? first + chunk : columns;
+    scalar *share = scratch + task->index * 2 * line_complex * b.scratch_lines;
     if (b.list.count)
         rotate_slabs(p, in, out, share, first, end);
     else
@@ -123,8 +128,30 @@ void run_chunk(const pool_task *task) {
 }
 
 void execute_many_transpose_rotate(const plan *p, scalar *in, scalar *out, scalar *scratch) {
+    const int64_t slabs = slab_count(p, read_bookkeeping(p).factors->together);
     rotated_run run = {p, in, out, scratch};
-    thread_pool_run(slab_count(p), p->nthreads, 1, run_chunk, &run);
+    thread_pool_run(slabs, p->nthreads, 1, run_chunk, &run);
+}
+
+// Vectors of half a line read short columns faster as rows, copied in their order: a butterfly's
+// inputs are far apart. Others read each line once either way. Measured.
+bool copies_columns(int64_t n, int64_t lanes) {
+    return 2 * lanes == line_complex && n < 512;
+}
+
+// One column at a time.
+int32_t solve_single_column(plan *p) {
+    p->nchildren = 1;
+    p->children = plan_alloc_children(1);
+    if (!p->children) return -1;
+    plan *child = p->children;
+    plan_copy_problem(child, p);
+    child->kind = kind_complex;
+    child->nthreads = 1;
+    child->dims[0] = {p->dims[0].n, 1, 1};
+    child->howmany_rank = 0;
+    child->in = child->out = scratch_array(p);
+    return plan_solve(child);
 }
 
 }  // namespace
@@ -133,43 +160,25 @@ int solve_problem_dft_many_transpose_rotate(plan *p) {
     if (p->kind != kind_rotated_batch || p->rank != 1 || p->howmany_rank > 1) return -1;
     if (p->howmany_dims[0].is != 1 || p->howmany_dims[0].os != 1) return -1;
 
-    const int64_t n = p->dims[0].n, together = walked_together(n);
+    bookkeeping b = {};
+    b.factors = static_cast<const rotation_table *>(p->aux);
+    b.list.table = active_table();
+    const int64_t n = p->dims[0].n, together = b.factors->together, lanes = b.list.table->lanes;
     p->nthreads = p->nthreads > 1 ? threads_for_plan(p->nthreads) : 1;
-    const int64_t threads = chunks_of(slab_count(p), p->nthreads, 1).count;
-    p->nchildren = 1;
-    p->children = plan_alloc_children(1);
-    if (!p->children) return -1;
-    plan *child = p->children;
-    plan_copy_problem(child, p);
-    child->kind = kind_complex;
-    child->nthreads = 1;
-    child->howmany_rank = 1;
-    slab_stages list = {};
-    if (n > max_radix && n < longest_slab(active_table()->lanes) && part_above_37(n) == 1) {
-        // The slabs' transforms without the rotation, for the sake of their stages.
-        child->dims[0] = {n, together, together};
-        child->howmany_dims[0] = {together, 1, 1};
-        child->in = child->out;
-        if (const int32_t status = plan_solve(child)) return status;
-        slab_batch batch;
-        if (!get_slab_batch(child, &batch)) return -1;
-        list = batch.list;
+    const int64_t threads = chunks_of(slab_count(p, together), p->nthreads, 1).count;
+    int64_t scratch;
+    if (n > max_radix && n < longest_slab(lanes) && part_above_37(n) == 1) {
+        if (!build_pass_stages(p, &b.list)) return -1;
+        scratch = slab_scratch(n, together, b.list.count);
+        b.far = p->far_output && b.list.table->finish_far;
+        b.copies = copies_columns(n, lanes);
+    } else {
+        if (const int32_t status = solve_single_column(p)) return status;
+        scratch = n * together + child_scratch(p);
     }
-    if (list.count == 0) {
-        plan_clear(child);
-        child->dims[0] = {n, 1, 1};
-        child->howmany_dims[0] = {1, 1, 1};
-        child->howmany_rank = 1;
-        child->in = p->in;
-        if (const int32_t status = plan_solve(child)) return status;
-    }
-
-    int64_t scratch = list.count ? slab_scratch(n, together, list.count) : n * together;
-    scratch = (scratch + 3) / 4 * 4;
-    if (list.count == 0) scratch += child_scratch(p);
-    const bookkeeping b = {list, active_table()->lanes, scratch};
+    b.scratch_lines = static_cast<uint32_t>((scratch + line_complex - 1) / line_complex);
     memcpy(p->solver_words, &b, sizeof b);
-    p->work_bytes = static_cast<uint64_t>(threads * scratch) * complex_bytes;
+    p->work_bytes = static_cast<uint64_t>(threads) * b.scratch_lines * 64;
     p->execute_fn = execute_many_transpose_rotate;
     p->execute_name = "execute_many_transpose_rotate";
     return 0;

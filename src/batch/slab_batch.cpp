@@ -18,14 +18,27 @@ int64_t slab_width(int64_t n, int64_t stride, int64_t howmany, int64_t stage_cou
     return width < howmany ? width : howmany;
 }
 
-bool build_slab_stages(plan *p, slab_stages *list) {
-    int64_t factors[max_factors];
-    const int count = factorize_size(p->dims[0].n, factors);
+namespace {
+
+bool build_list(plan *p, const int64_t *factors, int count, slab_stages *list) {
     if (count < 1 || !codelets_for(p, factors[0])) return false;
     if (!build_stages(p, factors, count, 0)) return false;
     const stage *stages = count == 2 ? two_stages_of(p->aux) : stages_of(p->aux).stages;
     *list = {count, stages, active_table()};
     return true;
+}
+
+}  // namespace
+
+bool build_slab_stages(plan *p, slab_stages *list) {
+    int64_t factors[max_factors];
+    return build_list(p, factors, factorize_size(p->dims[0].n, factors), list);
+}
+
+bool build_pass_stages(plan *p, slab_stages *list) {
+    int64_t factors[max_factors];
+    const int count = pass_radices(p->dims[0].n, active_table()->lanes, factors);
+    return build_list(p, factors, count, list);
 }
 
 void keep_slab_batch(plan *p, const slab_batch &batch) {
@@ -50,11 +63,12 @@ void walk_slab_batch(const plan *p, const scalar *in, int64_t in_row, int64_t in
     const int64_t h = p->howmany_dims[0].n;
     for (int64_t first = 0; first < h; first += b.width) {
         const int64_t width = first + b.width <= h ? b.width : h - first;
-        walk_slab(
-            b.list,
-            {in + 2 * first * in_lane, in_row, in_lane, out + 2 * first, p->dims[0].os, width},
-            scratch);
+        walk_slab(b.list,
+                  {in + 2 * first * in_lane, in_row, in_lane, out + 2 * first, p->dims[0].os, width,
+                   nullptr, b.far != 0},
+                  scratch);
     }
+    if (b.far) b.list.table->finish_far();
 }
 
 }  // namespace lyr

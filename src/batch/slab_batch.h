@@ -12,6 +12,7 @@ namespace lyr {
 struct slab_batch {
     int64_t width;
     slab_stages list;
+    int64_t far;  // 1: outputs go past the caches
 };
 
 // A slab stays near the core, unless its rows are so far apart that each is on other pages: rows
@@ -33,6 +34,9 @@ inline int64_t wider_stride(const plan *p) {
 // Builds the stages of a batch of one-dimensional transforms into aux. False when the length has no
 // stages or memory runs out.
 bool build_slab_stages(plan *p, slab_stages *list);
+
+// The same for the passes of long transforms.
+bool build_pass_stages(plan *p, slab_stages *list);
 
 // Keeps the batch in solver_words and reserves scratch for it.
 void keep_slab_batch(plan *p, const slab_batch &batch);

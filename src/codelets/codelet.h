@@ -54,11 +54,21 @@ using twiddle_slab_codelet = void (*)(const stage *, const column_walk &, const 
 using gathered_slab_codelet = void (*)(const stage *, const scalar *in, int64_t in_row,
                                        int64_t in_lane, scalar *out, int64_t out_row, int64_t h);
 
-// A last stage whose outputs are multiplied by a factor each. Factors come in the order in which
-// the stage makes its outputs: for each row k of the stage's matrix, for each vector of columns
-// (single ones when they fill no vector), for each output p, one plain complex number per column.
+// The factors that the outputs of a slab are multiplied by, plain complex numbers in the order in
+// which a last stage makes its outputs. One level: `columns` holds all of them, for each row k of
+// the stage's matrix, for each vector of the `row` columns (a multiple of max_lanes, more than the
+// slab has perhaps), for each output p, one number per column. Two levels: the factor is
+// (1 + columns[..])*turns[..], with columns in that order, the same for all slabs, and one number
+// of turns for each row k and output p.
+struct rotation {
+    const scalar *columns;
+    const scalar *turns;  // null: one level
+    int64_t row;
+};
+
+// A last stage whose outputs are multiplied by factors. `far` as in far_slab.
 using rotated_slab_codelet = void (*)(const stage *, const column_walk &, const scalar *in,
-                                      scalar *out, const scalar *factors);
+                                      scalar *out, const rotation &factors, bool far);
 
 // First and last stages of a transform between split arrays without gaps. A last stage takes the
 // rows of its twiddle table in an order of its own (alternate_rows).
@@ -82,6 +92,10 @@ struct codelet_set {
     rotated_slab_codelet rotated_slab;  // null above common_radix_limit
     split_first_codelet split_first;    // likewise
     split_last_codelet split_last;      // likewise
+    // A last stage whose outputs go past the caches where they are whole lines, which is cheaper
+    // than to fetch lines that are then overwritten: for results that no cache can keep. Null above
+    // common_radix_limit and where vectors have one lane.
+    twiddle_slab_codelet far_slab;
 };
 inline constexpr int common_radix_limit = 16;
 
@@ -174,6 +188,9 @@ struct codelet_table {
     const real_set *reals;
     const stage_costs *costs;  // null: the radices of stages are those of factorize_size
     const stage_pair_set *paired;
+    // Makes what went past the caches visible to other threads before later stores. Null: nothing
+    // goes past them.
+    void (*finish_far)();
 };
 
 }  // namespace lyr

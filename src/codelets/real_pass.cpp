@@ -26,22 +26,66 @@ LYR_INLINE void mirror_butterfly(V &a, V &b, typename V::tw w) {
     }
 }
 
-// Vectors from k upwards; returns the first k that is left. One operation reads all that it writes,
+// The factors of the vectors that begin `numbers` behind a place of their table.
+struct plain_factors {
+    const scalar *table;
+
+    template <direction D, class V>
+    LYR_INLINE void butterfly(V &a, V &b, int64_t numbers) const {
+        mirror_butterfly<D>(a, b, V::tw_plain(table + numbers));
+    }
+};
+struct turned_factors {
+    const scalar *table, *turn;
+
+    template <direction D, class V>
+    LYR_INLINE void butterfly(V &a, V &b, int64_t numbers) const {
+        const V e = add_conj(a, b), d = sub_conj(a, b);
+        const V turned = cmul(d, V::tw_one(turn, turn + 1));
+        const V wd = turned + cmul(turned, V::tw_plain(table + numbers));
+        if constexpr (D == direction::forward) {
+            a = scale(sub_i(e, wd), 0.5);
+            b = scale_conj(add_i(e, wd), 0.5);
+        } else {
+            a = add_i(e, wd);
+            b = scale_conj(sub_i(e, wd), 1.0);
+        }
+    }
+};
+
+// Vectors from k to last; returns the first k that is left. One operation reads all that it writes,
 // so that the last vector may meet its mirror image.
-template <direction D, class V>
-LYR_INLINE int64_t unit_run(const real_pass &w, const scalar *in, scalar *out, int64_t k) {
+template <direction D, class V, class Factors>
+LYR_INLINE int64_t unit_run(int64_t h, const scalar *in, scalar *out, int64_t k, int64_t last,
+                            const Factors &factors) {
     constexpr int64_t W = V::lanes;
-    const int64_t low = 2 * k, high = 2 * (w.h - k - W + 1), factor = 2 * (k - 1);
-    const int64_t vectors = k <= w.last ? (w.last - k + 1) / W : 0;
+    const int64_t low = 2 * k, high = 2 * (h - k - W + 1);
+    const int64_t vectors = k <= last ? (last - k + 1) / W : 0;
     int64_t down = 0;
 #pragma GCC unroll 2
     for (int64_t up = 0; up < 2 * W * vectors; up += 2 * W, down -= 2 * W) {
         V a = V::load(in + low + up), b = reversed(V::load(in + high + down));
-        mirror_butterfly<D>(a, b, V::tw_plain(w.twiddles + factor + up));
+        factors.template butterfly<D>(a, b, up);
         a.store(out + low + up);
         reversed(b).store(out + high + down);
     }
     return k + W * vectors;
+}
+
+// Two levels: block by block.
+template <direction D>
+LYR_INLINE void turned_run(const real_pass &w, const scalar *in, scalar *out) {
+    for (int64_t k = w.first; k <= w.last;) {
+        const int64_t block = (k - 1) / real_pass_block, end = (block + 1) * real_pass_block;
+        const int64_t last = end < w.last ? end : w.last, before = 1 + block * real_pass_block;
+        const scalar *turn = w.turns + 2 * block;
+        in_vectors<vec>(
+            0, LYR_LAMBDA(auto v, int64_t) {
+                return k = unit_run<D, vector_of<decltype(v)>>(
+                           w.h, in, out, k, last,
+                           turned_factors{w.twiddles + 2 * (k - before), turn});
+            });
+    }
 }
 
 template <direction D, class V>
@@ -61,10 +105,12 @@ template <direction D>
 void pass(const real_pass &walk, const scalar *in, scalar *out) {
     const real_pass w = walk;  // the stores could change the original, for all the compiler knows
     int64_t k = w.first;
+    if (w.turns) return turned_run<D>(w, in, out);
     if (w.in_step == 1 && w.out_step == 1) {
         in_vectors<vec>(
             0, LYR_LAMBDA(auto v, int64_t) {
-                return k = unit_run<D, vector_of<decltype(v)>>(w, in, out, k);
+                return k = unit_run<D, vector_of<decltype(v)>>(
+                           w.h, in, out, k, w.last, plain_factors{w.twiddles + 2 * (k - 1)});
             });
     } else {
         in_vectors<vec>(

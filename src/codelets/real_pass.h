@@ -22,7 +22,11 @@ struct real_pass {
     int64_t in_step, out_step;
     const scalar *twiddles;  // entry k-1: w(k)
     int64_t width = 1;       // transforms side by side, for the functions on rows
+    // Two levels, with steps of 1 only: w(k), of a backward pass conj(w(k)), is
+    // (1 + twiddles[(k-1) % real_pass_block])*turns[(k-1) / real_pass_block].
+    const scalar *turns = nullptr;
 };
+inline constexpr int64_t real_pass_block = 512;  // a quarter of a small first-level cache
 using real_pass_function = void (*)(const real_pass &, const scalar *in, scalar *out);
 
 // One transform each; `rows` for `width` transforms side by side, where a step leads from a row of

@@ -122,6 +122,14 @@ void part_rows(scalar *re, scalar *im, int64_t out_row, const scalar *in, int64_
         part(re + k * out_row, im + k * out_row, in + 2 * k * in_row, n);
 }
 
+template <class V>
+constexpr auto finish_far() -> void (*)() {
+    if constexpr (has_far_stores<V>)
+        return V::finish_far;
+    else
+        return nullptr;
+}
+
 constexpr const stage_costs *costs = vec::lanes == line_complex       ? &costs_of_4_lanes
                                      : 2 * vec::lanes == line_complex ? &costs_of_2_lanes
                                                                       : nullptr;
@@ -148,6 +156,7 @@ const codelet_table table = {LYR_TEXT(LYR_ISA),
                              &r2r_passes,
                              &reals,
                              costs,
-                             &stage_pairs};
+                             &stage_pairs,
+                             finish_far<vec>()};
 
 }  // namespace lyr::LYR_ISA

@@ -94,7 +94,7 @@ int64_t two_pass_split(int64_t n, int64_t first_radix) {
     if (n <= longest_modelled || 2 * active_table()->lanes != line_complex) return 0;
     const int64_t step = complex_bytes * (n / first_radix);
     if (first_radix * (step & -step) <= half_of_the_ways * way_bytes) return 0;
-    const int64_t n1 = split_large(n);
+    const int64_t n1 = split_large(n, active_table()->lanes);
     return n1 > max_radix ? n1 : 0;
 }
 

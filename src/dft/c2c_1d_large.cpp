@@ -1,33 +1,68 @@
-// Long powers of two, as two passes over memory (dft/four_step.h).
+// Long transforms as two passes over memory (dft/four_step.h).
 #include "dft/c2c_1d_large.h"
 
 #include <cmath>
 
+#include "codelets/codelet.h"
 #include "dft/four_step.h"
 #include "planner/registry.h"
 
 namespace lyr {
 
 bool use_large_method(int64_t n, int64_t nthreads, int64_t lanes) {
-    if (n < 1 || (n & (n - 1)) != 0) return false;
-    if (nthreads >= 2) return n > 1024;
-    return n > (lanes == 1 ? 8192 : 131072);
+    if (n < 1) return false;
+    if (nthreads >= 2 && n >= shortest_shared) return true;
+    const bool power_of_two = (n & (n - 1)) == 0;
+    // Vectors of whole lines lose by stages whose streams fall into few cache sets.
+    if (lanes == line_complex) return n >= (power_of_two ? 16384 : n % 2048 == 0 ? 6144 : 180000);
+    if (power_of_two) return n > (lanes == 1 ? 8192 : 131072);
+    return n >= 900000;
 }
 
-int64_t split_large(int64_t n) {
-    int64_t n1 = static_cast<int64_t>(sqrt(static_cast<double>(n)));
-    while (n % n1 != 0) --n1;
-    return n1;
+namespace {
+
+// The best of the divisors of n up to `root` found so far. Those near the root are preferred, but
+// those from its half on which suit vectors and lines best of all.
+struct split_search {
+    int64_t n, root, n1;
+
+    bool is_better(int64_t d) const {
+        const auto rank = [this](int64_t x) {
+            if (x < root / 2) return -1;
+            return 2 * (n / x % line_complex == 0) + (x % line_complex == 0);
+        };
+        const int a = rank(d), b = rank(n1);
+        return a != b ? a > b : d > n1;
+    }
+};
+
+// Tries d times all products of powers of primes from number `from` on that divide rest.
+void try_divisors(split_search &search, int64_t d, int64_t rest, int from) {
+    constexpr int64_t primes[] = {2, 3, 5, 7, 11, 13, 17, 19, 23, 29, 31, 37};
+    if (search.is_better(d)) search.n1 = d;
+    for (int q = from; q < 12; ++q)
+        if (rest % primes[q] == 0 && d <= search.root / primes[q])
+            try_divisors(search, d * primes[q], rest / primes[q], q);
+}
+
+}  // namespace
+
+int64_t split_large(int64_t n, int64_t lanes) {
+    // The slabs of 256 are the least efficient.
+    if (n == 65536 && lanes > 1) return 128;
+    split_search search = {n, static_cast<int64_t>(sqrt(static_cast<double>(n))), 1};
+    try_divisors(search, 1, n, 0);
+    return search.n1;
 }
 
 int solve_problem_c2c_1d_large(plan *p) {
     if (p->split == 1) return -1;
     if (p->howmany_rank != 0 || p->rank != 1 || p->kind != kind_complex) return -1;
     if (!unit_strides(p)) return -1;
-    const int64_t n = p->dims[0].n;
-    if (!use_large_method(n, p->nthreads, active_table()->lanes)) return -1;
-    const int64_t n1 = split_large(n);
-    if (n1 == 1) return -1;
+    const int64_t n = p->dims[0].n, lanes = active_table()->lanes;
+    if (!use_large_method(n, p->nthreads, lanes)) return -1;
+    const int64_t n1 = split_large(n, lanes);
+    if (n1 <= max_radix) return -1;
     return build_four_step(p, n1, n / n1);
 }
 

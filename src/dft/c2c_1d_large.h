@@ -1,15 +1,20 @@
-// Choices of the solver for long powers of two.
+// Choices of the solver for long transforms.
 #pragma once
 
 #include <cstdint>
 
 namespace lyr {
 
-// Threads share the work of two passes better than that of many stages: they pay much earlier.
-// Vectors of several numbers lose less by many stages than by two passes. Measured.
+// Whether n, a product of small primes, runs as two passes over memory rather than in stages, each
+// of which is one. Threads share the work of two passes, which pays earlier. Measured.
 bool use_large_method(int64_t n, int64_t nthreads, int64_t lanes);
 
-// n1 of n = n1*n2: the largest divisor of n, at least 1, that is not above its square root.
-int64_t split_large(int64_t n);
+// Shorter transforms are done before threads have begun.
+inline constexpr int64_t shortest_shared = 65536;
+
+// n1 of n = n1*n2 for two passes, at least 1, n a product of primes up to 37: a divisor of n up to
+// its square root and, if possible, not below half of that; both multiples of 4 if possible, else at
+// least n2. Columns then fill vectors, and rows of the output whole lines.
+int64_t split_large(int64_t n, int64_t lanes);
 
 }  // namespace lyr

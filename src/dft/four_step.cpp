@@ -1,11 +1,14 @@
 #include "dft/four_step.h"
 
 #include <cstdlib>
+#include <numeric>
 
 #include "api/memory.h"
+#include "dft/c2c_1d_large.h"
 #include "dft/factorize.h"
 #include "dft/stages.h"
 #include "dft/twiddle.h"
+#include "planner/cache_sizes.h"
 
 namespace lyr {
 
@@ -22,6 +25,7 @@ plan *make_child(plan *child, const plan *p) {
     plan_copy_problem(child, p);
     child->rank = 1;
     child->howmany_rank = 1;
+    if (p->dims[0].n < shortest_shared) child->nthreads = 1;
     return child;
 }
 
@@ -32,26 +36,83 @@ int64_t padded_row(int64_t n2) {
     return line_complex * (lines % 16 == 0 ? lines + 1 : lines);
 }
 
-void fill_rotation(scalar *table, int64_t n1, int64_t n2, int64_t sign, int64_t lanes) {
-    const int64_t r = last_radix(n1), L = n1 / r;
-    const int64_t together = walked_together(n1);
+namespace {
+
+// From here on the factors come in two levels: below, reading all of them costs vectors of half a
+// line, or of one number, less than multiplying twice. Measured.
+bool has_two_levels(int64_t n, int64_t lanes) {
+    return n >= (lanes == line_complex ? 1 << 14 : 1 << 18);
+}
+
+struct rotation_shape {
+    int64_t n1, n2, sign;
+    int64_t r;  // last radix of n1
+    int64_t lanes, together, slabs;
+};
+
+// One slab's factors, first being its first column.
+void fill_columns(scalar *table, const root_source *roots, const rotation_shape &shape,
+                  int64_t first) {
+    const auto &[n1, n2, sign, r, lanes, together, slabs] = shape;
+    const int64_t L = n1 / r;
+    for (int64_t k = 0; k < L; ++k)
+        for (int64_t j = first; j < first + together; j += lanes, table += 2 * r * lanes)
+            for (int64_t lane = 0; lane < lanes; ++lane)
+                fill_roots(table + 2 * lane, lanes, roots, (j + lane) * k, (j + lane) * L, r, sign);
+}
+
+// The numbers at the first columns of all slabs. What the lengths have in common shortens the table
+// of roots.
+void fill_turns(scalar *table, const rotation_shape &shape, scalar *room) {
+    const auto &[n1, n2, sign, r, lanes, together, slabs] = shape;
+    const int64_t L = n1 / r, n = n1 * n2, common = std::gcd(n, together);
+    const int64_t step = together / common;
     root_source roots;
-    scalar *room = static_cast<scalar *>(malloc(static_cast<size_t>(n1 * n2) * complex_bytes));
-    root_source_init(&roots, n1 * n2, n1 * n2, room);
-    for (int64_t first = 0; first < n2; first += together) {
-        const int64_t left = n2 - first;
-        const int64_t end = first + (left < together ? left : together);
-        for (int64_t k = 0; k < L; ++k)
-            for (int64_t j = first, width; j < end; j += width) {
-                width = end - j < lanes ? 1 : lanes;
-                for (int64_t lane = 0; lane < width; ++lane)
-                    fill_roots(table + 2 * lane, width, &roots, (j + lane) * k, (j + lane) * L, r,
-                               sign);
-                table += 2 * r * width;
-            }
-    }
+    root_source_init(&roots, n / common, slabs * n1, room);
+    for (int64_t s = 0; s < slabs; ++s)
+        for (int64_t k = 0; k < L; ++k, table += 2 * r)
+            fill_roots(table, 1, &roots, s * step * k, s * step * L, r, sign);
     root_source_release(&roots);
+}
+
+}  // namespace
+
+bool build_rotation(plan *p, int64_t n1, int64_t n2) {
+    int64_t radices[max_factors];
+    const int64_t lanes = active_table()->lanes;
+    const int count = pass_radices(n1, lanes, radices);
+    const int64_t together = pass_width(n1, count, lanes), n = n1 * n2;
+    const int64_t slabs = (n2 + together - 1) / together;
+    const rotation_shape shape = {
+        n1, n2, p->sign == -1 ? -1 : +1, radices[count - 1], lanes, together, slabs};
+    const bool two_levels = has_two_levels(n, lanes);
+    const int64_t tables = two_levels ? 1 : slabs, turns = two_levels ? slabs * n1 : 0;
+    constexpr int64_t header = 64;
+    p->aux_bytes = static_cast<uint64_t>(header + (tables * n1 * together + turns) * complex_bytes);
+    p->aux = aligned_alloc_zero(p->aux_bytes);
+    if (!p->aux) return false;
+    p->aux_owned = 1;
+    scalar *columns = advance(static_cast<scalar *>(p->aux), header);
+    scalar *at_slabs = columns + 2 * tables * n1 * together;
+    *static_cast<rotation_table *>(p->aux) = {together, columns, two_levels ? at_slabs : nullptr};
+
+    scalar *room = static_cast<scalar *>(malloc(static_cast<size_t>(n) * complex_bytes));
+    root_source roots;
+    root_source_init(&roots, n, tables * n1 * together, two_levels ? nullptr : room);
+    for (int64_t s = 0; s < tables; ++s)
+        fill_columns(columns + 2 * s * n1 * together, &roots, shape, s * together);
+    root_source_release(&roots);
+    if (two_levels) {
+        subtract_one(columns, n1 * together);
+        fill_turns(at_slabs, shape, room);
+    }
     free(room);
+    return true;
+}
+
+rotation rotation_of_slab(const rotation_table *table, int64_t n1, int64_t column) {
+    if (!table->turns) return {table->columns + 2 * n1 * column, nullptr, table->together};
+    return {table->columns, table->turns + 2 * n1 * (column / table->together), table->together};
 }
 
 int build_four_step(plan *p, int64_t n1, int64_t n2) {
@@ -62,12 +123,7 @@ int build_four_step(plan *p, int64_t n1, int64_t n2) {
     p->children = plan_alloc_children(2);
     if (!p->children) return -1;
     p->work_bytes = static_cast<uint64_t>(n1 * row) * complex_bytes;
-    p->aux_bytes = static_cast<uint64_t>(n1 * n2) * complex_bytes;
-    p->aux = aligned_alloc_zero(p->aux_bytes);
-    if (!p->aux) return -1;
-    p->aux_owned = 1;
-    fill_rotation(static_cast<scalar *>(p->aux), n1, n2, p->sign == -1 ? -1 : +1,
-                  active_table()->lanes);
+    if (!build_rotation(p, n1, n2)) return -1;
 
     plan *columns = make_child(&p->children[0], p);
     columns->kind = kind_rotated_batch;
@@ -77,11 +133,13 @@ int build_four_step(plan *p, int64_t n1, int64_t n2) {
     columns->aux_bytes = p->aux_bytes;
     columns->aux_owned = 0;
     columns->out = scratch_array(p);
+    columns->far_output = static_cast<int64_t>(p->work_bytes) >= 2 * far_output_bytes();
 
     plan *rows = make_child(&p->children[1], p);
     rows->dims[0] = {n2, 1, n1};
     rows->howmany_dims[0] = {n1, row, 1};
     rows->in = scratch_array(p);
+    rows->far_output = p->far_output;
 
     const int status = plan_solve(columns);
     return status != 0 ? status : plan_solve(rows);

@@ -19,9 +19,20 @@ int build_four_step(plan *p, int64_t n1, int64_t n2);
 // that do not all begin in the same cache sets.
 int64_t padded_row(int64_t n2);
 
-// Fills the n1*n2 factors of the first pass, W(sign*j*k, n1*n2) for column j and row k: one table
-// after another for every walked_together(n1) columns, in the order of rotated_slab_codelet for the
-// lanes of a codelet table.
-void fill_rotation(scalar *table, int64_t n1, int64_t n2, int64_t sign, int64_t lanes);
+// The factors of the first pass, W(sign*j*k, n1*n2) for column j and row k, of one level or two
+// (struct rotation), slab by slab. Two levels are n/together + n1*together numbers instead of n, of
+// which the second part stays in the cache.
+struct rotation_table {
+    int64_t together;       // columns of a slab, but for the last one
+    const scalar *columns;  // one level: a table for each slab
+    const scalar *turns;    // n1 numbers for each slab, or null
+};
+
+// Fills aux of p with a rotation_table for the passes of an n1 x n2 matrix, for the active codelet
+// table. False without memory.
+bool build_rotation(plan *p, int64_t n1, int64_t n2);
+
+// The factors of the slab that begins with this column.
+rotation rotation_of_slab(const rotation_table *table, int64_t n1, int64_t column);
 
 }  // namespace lyr

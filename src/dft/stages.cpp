@@ -180,17 +180,44 @@ int32_t plan_solve_in_stages(plan *p) {
 }
 
 void rotate_rows(scalar *rows, int64_t row, int64_t width, int64_t n, int64_t r, int64_t lanes,
-                 const scalar *rotation) {
-    const int64_t L = n / r, full = width / lanes * lanes;
+                 const rotation &factors) {
+    const int64_t L = n / r;
     for (int64_t k = 0; k < L; ++k)
-        for (int64_t j = 0; j < width; j += j < full ? lanes : 1)
-            for (int64_t p = 0; p < r; ++p)
-                for (int64_t lane = 0; lane < (j < full ? lanes : 1); ++lane, rotation += 2) {
-                    scalar *x = rows + 2 * ((k + p * L) * row + j + lane);
-                    const scalar re = x[0] * rotation[0] - x[1] * rotation[1];
-                    x[1] = x[0] * rotation[1] + x[1] * rotation[0];
-                    x[0] = re;
+        for (int64_t j = 0; j < width; ++j)
+            for (int64_t p = 0; p < r; ++p) {
+                const int64_t group = j / lanes * lanes, lane = j % lanes;
+                const scalar *w =
+                    factors.columns + 2 * ((k * factors.row + group) * r + p * lanes + lane);
+                scalar *x = rows + 2 * ((k + p * L) * row + j);
+                scalar re = x[0], im = x[1];
+                if (const scalar *turn = factors.turns) {
+                    turn += 2 * (k * r + p);
+                    const scalar before = re;
+                    re = before * turn[0] - im * turn[1];
+                    im = before * turn[1] + im * turn[0];
+                    x[0] = re + (re * w[0] - im * w[1]);
+                    x[1] = im + (re * w[1] + im * w[0]);
+                } else {
+                    x[0] = re * w[0] - im * w[1];
+                    x[1] = re * w[1] + im * w[0];
                 }
+            }
+}
+
+int pass_radices(int64_t n, int64_t lanes, int64_t *factors) {
+    if (n == 256 && lanes > 1) {  // the slabs of 16x16 are too large for the first-level cache
+        factors[0] = 4;
+        factors[1] = factors[2] = 8;
+        return 3;
+    }
+    return factorize_size(n, factors);
+}
+
+int64_t pass_width(int64_t n, int count, int64_t lanes) {
+    constexpr int64_t one_page_of_rows = 256;
+    if (lanes == line_complex) return n > 128 && n <= 512 && count > 2 ? 32 : 16;
+    if (2 * lanes == line_complex) return n < one_page_of_rows ? 8 : 16;
+    return n < 2 * one_page_of_rows ? 8 : 16;
 }
 
 namespace {
@@ -245,14 +272,16 @@ void walk_last_split(const slab_stages &list, const slab &where, int64_t rows, i
 
 // The last stage for such rows, whose outputs go to their places.
 void walk_last(const slab_stages &list, const slab &where, int64_t rows, int64_t first,
-               int64_t step, const scalar *from, const scalar *rotation) {
+               int64_t step, const scalar *from, const rotation *factors) {
     if (where.split) return walk_last_split(list, where, rows, first, step, from);
     const auto [d, codelets] = stage_at(list, list.count - 1);
     const int64_t h = where.width, out_row = where.out_row;
     const column_walk walk = {rows, d->r * h, step * out_row, h, d->L * out_row, h, first, step};
     scalar *to = where.out + 2 * first * out_row;
-    if (rotation && codelets->rotated_slab)
-        codelets->rotated_slab(d, walk, from, to, rotation);
+    if (factors && codelets->rotated_slab)
+        codelets->rotated_slab(d, walk, from, to, *factors, where.far);
+    else if (where.far && codelets->far_slab)
+        codelets->far_slab(d, walk, from, to);
     else
         codelets->twiddle_slab(d, walk, from, to);
 }
@@ -260,7 +289,7 @@ void walk_last(const slab_stages &list, const slab &where, int64_t rows, int64_t
 // The stages after the first for the rows that come from row k0 of the first one's result, which
 // is independent of the others: L2 to L1, then in L1.
 void walk_branch(const slab_stages &list, const slab &where, int64_t k0, const scalar *from,
-                 scalar *half_a, scalar *half_b, const scalar *rotation) {
+                 scalar *half_a, scalar *half_b, const rotation *factors) {
     const int64_t step = list.stages[0].r;
     int64_t rows = 1;
     for (int64_t s = 1; s < list.count - 1; ++s) {
@@ -269,7 +298,7 @@ void walk_branch(const slab_stages &list, const slab &where, int64_t k0, const s
         rows *= list.stages[s].r;
         from = to;
     }
-    walk_last(list, where, rows, k0, step, from, rotation);
+    walk_last(list, where, rows, k0, step, from, factors);
 }
 
 }  // namespace
@@ -283,7 +312,7 @@ int64_t slab_scratch(int64_t n, int64_t width, int64_t count) {
 }
 
 void walk_slab(const slab_stages &list, const slab &where, scalar *scratch,
-               const scalar *rotation) {
+               const rotation *factors) {
     const int64_t h = where.width;
     if (list.count == 1 && where.split) {
         const auto &[re, im, row, room] = *where.split;
@@ -297,7 +326,7 @@ void walk_slab(const slab_stages &list, const slab &where, scalar *scratch,
         scalar *half_b = scratch + 2 * n * h;
         walk_first(list, where, scratch, h);
         if (list.count == 2) {
-            walk_last(list, where, r, 0, 1, scratch, rotation);
+            walk_last(list, where, r, 0, 1, scratch, factors);
         } else if (n * h * complex_bytes <= depth_first_bytes) {
             const scalar *from = scratch;
             for (int64_t s = 1; s < list.count - 1; ++s) {
@@ -305,17 +334,17 @@ void walk_slab(const slab_stages &list, const slab &where, scalar *scratch,
                 walk_middle(list, s, h, list.stages[s].L, 0, 1, from, to);
                 from = to;
             }
-            walk_last(list, where, list.stages[list.count - 1].L, 0, 1, from, rotation);
+            walk_last(list, where, list.stages[list.count - 1].L, 0, 1, from, factors);
         } else {
             for (int64_t k0 = 0; k0 < r; ++k0)
                 walk_branch(list, where, k0, scratch + 2 * k0 * m * h, half_b, half_b + 2 * m * h,
-                            rotation);
+                            factors);
         }
     }
     const stage &last = list.stages[list.count - 1];
-    if (rotation && (list.count == 1 || last.r > common_radix_limit))
+    if (factors && (list.count == 1 || last.r > common_radix_limit))
         rotate_rows(where.out, where.out_row, h, last.L * last.r, last.r, list.table->lanes,
-                    rotation);
+                    *factors);
 }
 
 }  // namespace lyr

@@ -68,27 +68,31 @@ struct slab {
     int64_t out_row;
     int64_t width;
     const split_output *split = nullptr;
+    bool far = false;  // the outputs may go past the caches: finish_far of the table makes it known
 };
 int64_t split_room(const slab_stages &list, int64_t width);
 
-// Multiplies `width` columns of a matrix of n rows, `row` complex numbers apart, by the factors
-// that rotated_slab_codelet takes. r is the last radix of n, lanes that of the codelet table.
+// Multiplies `width` columns of a matrix of n rows, `row` complex numbers apart, by factors. r is
+// the last radix of n, lanes that of the codelet table.
 void rotate_rows(scalar *rows, int64_t row, int64_t width, int64_t n, int64_t r, int64_t lanes,
-                 const scalar *rotation);
+                 const rotation &factors);
 
-// How many neighbours the passes of a long transform walk together: two cache lines, which
-// processors fetch in pairs, or four where rows are so far apart that each is on a page of its own.
-inline int64_t walked_together(int64_t n) {
-    return n >= 512 ? 16 : 8;
-}
+// The radices of the passes of long transforms, whose slabs are walked pass_width wide. As
+// factorize_size.
+int pass_radices(int64_t n, int64_t lanes, int64_t *factors);
+
+// How many neighbours the passes of a long transform walk together, a multiple of 8; n has `count`
+// radices. Memory takes pieces of 512 bytes more than twice as fast as those of 256, but a slab of
+// two stages must stay in the first-level cache, and one of more in the second. Measured.
+int64_t pass_width(int64_t n, int count, int64_t lanes);
 
 // Complex numbers of scratch that walk_slab needs for transforms of length n.
 int64_t slab_scratch(int64_t n, int64_t width, int64_t count);
 
-// Runs the stages over a slab, through the scratch. The outputs are multiplied by the factors of
-// rotation (see rotated_slab_codelet) unless that is null.
+// Runs the stages over a slab, through the scratch. The outputs are multiplied by factors unless
+// they are null.
 // `out` may overlap `in` only when there are two stages or more, and then in any way.
 void walk_slab(const slab_stages &list, const slab &where, scalar *scratch,
-               const scalar *rotation = nullptr);
+               const rotation *factors = nullptr);
 
 }  // namespace lyr

@@ -140,6 +140,11 @@ void fill_twiddle_row(scalar *row, const root_source *source, int64_t r, int64_t
     fill_roots(row, 1, source, step, step, r - 1, sign);
 }
 
+void subtract_one(scalar *w, int64_t count) {
+    for (int64_t i = 0; i < count; ++i, w += 2)
+        w[0] = 2 * w[0] > 1 ? -(w[1] * w[1]) / (1 + w[0]) : w[0] - 1;
+}
+
 void fill_stage_twiddles(scalar *table, const root_source *source, int64_t r, int64_t L, int64_t m,
                          int64_t sign) {
     for (int64_t j = 0; j < L; ++j, table += 2 * (r - 1))

@@ -37,6 +37,12 @@ void fill_roots(scalar *out, int64_t out_step, const root_source *source, int64_
 void fill_twiddle_row(scalar *row, const root_source *source, int64_t r, int64_t step,
                       int64_t sign);
 
+// Makes each of `count` roots w into w - 1, without the loss of digits that subtracting would be
+// near
+// 1. Numbers so near to 1 multiply best like that: z + z*(w - 1) has hardly more rounding errors
+// than z.
+void subtract_one(scalar *w, int64_t count);
+
 // Writes L*(r-1) twiddles: row j = 0..L-1, column k = 1..r-1, entry [j*(r-1) + k-1] =
 // W(sign*m*j*k, source->N).
 void fill_stage_twiddles(scalar *table, const root_source *source, int64_t r, int64_t L, int64_t m,

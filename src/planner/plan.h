@@ -11,7 +11,6 @@
 
 #include <cstdint>
 
-
 #include "interface.h"
 #include "planner/executor.h"
 #include "precision.h"
@@ -50,6 +49,8 @@ struct lyr_fft_plan_s {
     int32_t nchildren;
     lyr_fft_plan_s *children;
 
+    int32_t far_output;       // 1: the output is more than caches keep, and nothing in the library
+                              // reads it; solvers hand it on to children that write such output
     int64_t nthreads;         // the thread count in force when the plan was made
     int32_t reserved;         // a root for which scratch_reserve was called
     const char *solver_name;  // registry name of the solver that accepted the problem

@@ -16,13 +16,31 @@ constexpr int64_t shortest_threaded = 16384;
 // Threads with fewer elements than this stay close to each other.
 constexpr int64_t spread_elements = 8192;
 
-bool allocate_twiddles(plan *p, int64_t h) {
-    const uint64_t bytes = static_cast<uint64_t>(h) * complex_bytes;
+// From here on the factors come in two levels: as fast, and done in no time. Measured.
+constexpr int64_t shortest_of_two_levels = 8192;
+
+// Aux of a pass in two levels: the words of real_pass, and what they point at.
+struct pass_tables {
+    const scalar *twiddles, *turns;
+};
+constexpr int64_t tables_header = 64;
+
+bool allocate_tables(plan *p, int64_t h) {
+    const bool two_levels = unit_strides(p) && h >= shortest_of_two_levels;
+    const int64_t count = (h + 1) / 2, blocks = (count + real_pass_block - 1) / real_pass_block;
+    const int64_t numbers = two_levels ? real_pass_block + blocks : h;
+    const uint64_t bytes = static_cast<uint64_t>(tables_header + numbers * complex_bytes);
     p->aux = aligned_alloc_zero(bytes);
     if (!p->aux) return false;
     p->aux_bytes = bytes;
     p->aux_owned = 1;
-    fill_pass_twiddles(static_cast<scalar *>(p->aux), h);
+    scalar *twiddles = advance(static_cast<scalar *>(p->aux), tables_header);
+    scalar *turns = two_levels ? twiddles + 2 * real_pass_block : nullptr;
+    *static_cast<pass_tables *>(p->aux) = {twiddles, turns};
+    if (two_levels)
+        fill_turned_twiddles(twiddles, turns, h, p->kind == kind_r2c ? -1 : +1);
+    else
+        fill_pass_twiddles(twiddles, h);
     return true;
 }
 
@@ -50,6 +68,16 @@ void fill_pass_twiddles(scalar *twiddles, int64_t h) {
     root_source_release(&roots);
 }
 
+void fill_turned_twiddles(scalar *twiddles, scalar *turns, int64_t h, int64_t sign) {
+    const int64_t blocks = ((h + 1) / 2 + real_pass_block - 1) / real_pass_block;
+    root_source roots;
+    root_source_init(&roots, 2 * h, real_pass_block + blocks);
+    fill_roots(twiddles, 1, &roots, 0, 1, real_pass_block, sign);
+    subtract_one(twiddles, real_pass_block);
+    fill_roots(turns, 1, &roots, 1, real_pass_block, blocks, sign);
+    root_source_release(&roots);
+}
+
 int build_half_size(plan *p, const real_executors &executors) {
     const int64_t n = p->dims[0].n;
     if (n % 2 != 0) {
@@ -66,7 +94,7 @@ int build_half_size(plan *p, const real_executors &executors) {
     p->execute_fn = unit_strides(p) ? executors.unit : executors.discrete;
     p->execute_name = unit_strides(p) ? executors.unit_name : executors.discrete_name;
     if (!unit_strides(p)) p->work_bytes = static_cast<uint64_t>(h) * complex_bytes;
-    if (!allocate_twiddles(p, h)) return -1;
+    if (!allocate_tables(p, h)) return -1;
     const bool threaded = unit_strides(p) && p->nthreads >= 2 && n >= shortest_threaded;
     if (threaded) {
         p->execute_fn = executors.threaded;
@@ -83,8 +111,8 @@ void run_real_pass(const plan *p, const scalar *in, int64_t in_step, scalar *out
                    int64_t first, int64_t last) {
     real_pass_function pass;
     memcpy(&pass, p->solver_words, sizeof pass);
-    pass({p->dims[0].n / 2, first, last, in_step, out_step, static_cast<const scalar *>(p->aux)},
-         in, out);
+    const auto [twiddles, turns] = *static_cast<const pass_tables *>(p->aux);
+    pass({p->dims[0].n / 2, first, last, in_step, out_step, twiddles, 1, turns}, in, out);
 }
 
 namespace {

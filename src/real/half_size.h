@@ -17,7 +17,7 @@ struct real_executors {
 
 // Fills aux, the child and the executor of a one-dimensional problem, and reserves scratch:
 //   odd n    scratch: n complex numbers; the child transforms them in place
-//   even n   aux: h complex numbers, entry k-1 = W(-k, n) for k = 1 .. ceil(h/2); the child
+//   even n   aux: the factors of real_pass, in two levels for long ones of stride 1; the child
 //            transforms h complex numbers: out of place only from a real input of stride 1;
 //            scratch: h complex numbers when a stride is not 1
 // Long transforms of stride 1 whose plan may use threads get the threaded executor, and the thread
@@ -26,6 +26,9 @@ int build_half_size(plan *p, const real_executors &executors);
 
 // Writes W(-k, n), k = 1 .. ceil(h/2), n = 2h, to entries k-1.
 void fill_pass_twiddles(scalar *twiddles, int64_t h);
+
+// Writes the tables of a pass in two levels: sign -1 for w(k), +1 for its conjugate.
+void fill_turned_twiddles(scalar *twiddles, scalar *turns, int64_t h, int64_t sign);
 
 // The pass for pairs first..last of an even plan, with the table that the plan was made with.
 // Callable from several threads at once for disjoint ranges.

@@ -6,16 +6,30 @@
 namespace lyr::LYR_ISA {
 namespace {
 
+// How a run stores: as usual, or past the caches (codelet_set::far_slab).
+struct store_near {
+    template <class V>
+    LYR_INLINE static void put(V x, scalar *p) {
+        x.store(p);
+    }
+};
+struct store_far {
+    template <class V>
+    LYR_INLINE static void put(V x, scalar *p) {
+        x.store_far(p);
+    }
+};
+
 // Runs as many butterflies of V's lanes as fit into `count` and advances the streams; returns the
 // rest of count.
-template <int R, int S, class V, class Twiddles>
+template <int R, int S, class V, class Store = store_near, class Twiddles>
 LYR_INLINE int64_t column_run(stream<R> &in, stream<R> &out, int64_t count, Twiddles t) {
     for (; count >= V::lanes; count -= V::lanes) {
         V x[R];
         t.begin_butterfly();
         unroll<R>(LYR_LAMBDA(auto q) { x[q] = t.multiply(V::load(in.at(q)), q); });
         butterfly<S>(x);
-        unroll<R>(LYR_LAMBDA(auto p) { x[p].store(out.at(p)); });
+        unroll<R>(LYR_LAMBDA(auto p) { Store::put(x[p], out.at(p)); });
         in.advance(V::lanes);
         out.advance(V::lanes);
     }
@@ -52,7 +66,7 @@ LYR_INLINE void column_runs(stream<R> &in, stream<R> &out, int64_t count) {
 // two). A cache line would be evicted between the two visits of a vector of half a line, so each
 // line is read whole and written whole: the second halves wait in `held` while the first are
 // transformed.
-template <int R, int S, class V, class Twiddles>
+template <int R, int S, class V, class Store = store_near, class Twiddles>
 LYR_INLINE int64_t column_run_by_lines(stream<R> &in, stream<R> &out, int64_t count, Twiddles t) {
     constexpr int64_t W = V::lanes;
     static_assert(2 * W == line_complex);
@@ -70,8 +84,8 @@ LYR_INLINE int64_t column_run_by_lines(stream<R> &in, stream<R> &out, int64_t co
         unroll<R>(LYR_LAMBDA(auto q) { x[q] = t.multiply(V::load(held + 2 * W * q), q); });
         butterfly<S>(x);
         unroll<R>(LYR_LAMBDA(auto p) {
-            V::load(done + 2 * W * p).store(out.at(p));
-            x[p].store(out.at(p) + 2 * W);
+            Store::put(V::load(done + 2 * W * p), out.at(p));
+            Store::put(x[p], out.at(p) + 2 * W);
         });
         in.advance(2 * W);
         out.advance(2 * W);
@@ -214,10 +228,45 @@ LYR_INLINE int64_t gathered_run(stream<R> &in, int64_t in_lane, stream<R> &out, 
     return count;
 }
 
+// Whether the outputs of a walk are whole cache lines.
+LYR_INLINE bool has_whole_lines(const column_walk &w, const scalar *out) {
+    return reinterpret_cast<uintptr_t>(out) % 64 == 0 &&
+           (w.count | w.out_step | w.out_p) % line_complex == 0;
+}
+
+// The factors of one row of a slab (struct rotation), vector by vector; single lanes are those of a
+// vector that is not full.
+template <int R>
+struct one_level {
+    const scalar *columns;
+
+    LYR_INLINE one_level(const rotation &f, int64_t k) : columns(f.columns + 2 * R * f.row * k) {}
+    template <class V, int P>
+    LYR_INLINE V multiply(V x, index<P>) const {
+        return cmul(x, V::tw_plain(columns + 2 * vec::lanes * P));
+    }
+    template <class V>
+    LYR_INLINE void advance() {
+        columns += V::lanes == vec::lanes ? 2 * R * vec::lanes : 2 * V::lanes;
+    }
+};
+template <int R>
+struct two_levels : one_level<R> {
+    const scalar *turns;
+
+    LYR_INLINE two_levels(const rotation &f, int64_t k)
+        : one_level<R>(f, k), turns(f.turns + 2 * R * k) {}
+    template <class V, int P>
+    LYR_INLINE V multiply(V x, index<P> p) const {
+        const V turned = cmul(x, V::tw_one(turns + 2 * P, turns + 2 * P + 1));
+        return turned + one_level<R>::multiply(turned, p);
+    }
+};
+
 // Butterflies of a last stage whose outputs are multiplied by factors.
-template <int R, int S, class V>
+template <int R, int S, class V, class Store, class Rotation>
 LYR_INLINE int64_t rotated_run(stream<R> &in, stream<R> &out, int64_t count, const row_place &at,
-                               const scalar *&factors) {
+                               Rotation &rotation) {
     if (count < V::lanes) return count;
     typename twiddle_choice<R, V>::type t(at);
     for (; count >= V::lanes; count -= V::lanes) {
@@ -225,12 +274,10 @@ LYR_INLINE int64_t rotated_run(stream<R> &in, stream<R> &out, int64_t count, con
         t.begin_butterfly();
         unroll<R>(LYR_LAMBDA(auto q) { x[q] = t.multiply(V::load(in.at(q)), q); });
         butterfly<S>(x);
-        unroll<R>(LYR_LAMBDA(auto p) {
-            cmul(x[p], V::tw_plain(factors + 2 * V::lanes * p)).store(out.at(p));
-        });
+        unroll<R>(LYR_LAMBDA(auto p) { Store::put(rotation.multiply(x[p], p), out.at(p)); });
         in.advance(V::lanes);
         out.advance(V::lanes);
-        factors += 2 * V::lanes * R;
+        rotation.template advance<V>();
     }
     return count;
 }

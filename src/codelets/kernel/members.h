@@ -104,17 +104,46 @@ void gathered_slab(const stage *d, const scalar *in, int64_t in_row, int64_t in_
     }
 }
 
-template <int R, int S>
-void rotated_slab(const stage *d, const column_walk &given, const scalar *in, scalar *out,
-                  const scalar *factors) {
+template <int R, int S, class Rotation, class Store>
+LYR_INLINE void rotated_rows(const stage *d, const column_walk &given, const scalar *in,
+                             scalar *out, const rotation &factors) {
     const column_walk w = given;
     stream<R> from(in, w.in_q), to(out, w.out_p);
     for (int64_t i = 0; i < w.rows; ++i) {
         const int64_t k = w.first + i * w.step;
         const row_place t = row_in_table<R>(table_order::grouped, d->twiddles, k, d->L);
-        const scalar *row = factors + 2 * R * w.count * k;
-        const int64_t rest = rotated_run<R, S, vec>(from, to, w.count, t, row);
-        if constexpr (vec::lanes > 1) rotated_run<R, S, vec1>(from, to, rest, t, row);
+        Rotation f(factors, k);
+        const int64_t rest = rotated_run<R, S, vec, Store>(from, to, w.count, t, f);
+        in_narrower_vectors<vec>(
+            rest, LYR_LAMBDA(auto v, int64_t left) {
+                return rotated_run<R, S, vector_of<decltype(v)>, store_near>(from, to, left, t, f);
+            });
+        from.advance(w.in_step - w.count);
+        to.advance(w.out_step - w.count);
+    }
+}
+
+template <int R, int S>
+void rotated_slab(const stage *d, const column_walk &w, const scalar *in, scalar *out,
+                  const rotation &factors, [[maybe_unused]] bool far) {
+    if (!factors.turns) return rotated_rows<R, S, one_level<R>, store_near>(d, w, in, out, factors);
+    if constexpr (vec::lanes == line_complex)
+        if (far && has_whole_lines(w, out))
+            return rotated_rows<R, S, two_levels<R>, store_far>(d, w, in, out, factors);
+    rotated_rows<R, S, two_levels<R>, store_near>(d, w, in, out, factors);
+}
+
+template <int R, int S>
+void far_slab(const stage *d, const column_walk &w, const scalar *in, scalar *out) {
+    if (!has_whole_lines(w, out)) return twiddle_slab<R, S>(d, w, in, out);
+    stream<R> from(in, w.in_q), to(out, w.out_p);
+    for (int64_t i = 0; i < w.rows; ++i) {
+        const row_place t =
+            row_in_table<R>(table_order::grouped, d->twiddles, w.first + i * w.step, d->L);
+        if constexpr (half_a_line)
+            column_run_by_lines<R, S, vec, store_far>(from, to, w.count, row_twiddles<R, vec>(t));
+        else
+            column_run<R, S, vec, store_far>(from, to, w.count, row_twiddles<R, vec>(t));
         from.advance(w.in_step - w.count);
         to.advance(w.out_step - w.count);
     }
@@ -150,11 +179,13 @@ constexpr codelet_set make_codelets() {
                        gathered_slab<R, S>,
                        nullptr,
                        nullptr,
+                       nullptr,
                        nullptr};
     if constexpr (R <= common_radix_limit) {
         set.rotated_slab = rotated_slab<R, S>;
         set.split_first = split_first<R, S>;
         set.split_last = split_last<R, S>;
+        if constexpr (has_far_stores<vec>) set.far_slab = far_slab<R, S>;
     }
     return set;
 }

@@ -37,6 +37,9 @@
 //   load_part(p, n) store_part(p, n)
 //                                 the same for 0 < n < lanes known late, where that is as quick as
 //                                 a whole vector; otherwise there are none (has_parts)
+//   store_far(p)                  past the caches, where the processor has such stores; p is
+//   aligned
+//                                 to the vector's size. V::finish_far() when all is stored
 //   zero()   repeat(p)            the complex number at p in all lanes
 //   spread(p)   first_lane(a)     the real number at p in all parts; lane 0
 //   transpose(x)                  an array of `lanes` vectors: number j of vector i becomes
@@ -96,6 +99,11 @@ concept complex_vec = requires(V a, typename V::tw w, const scalar *p, scalar *q
     a.store_split_alternating(p, q, q);
 };
 
+template <class V>
+concept has_far_stores = requires(V a, scalar *q) {
+    a.store_far(q);
+    V::finish_far();
+};
 template <class V>
 concept has_parts = requires(V a, const scalar *p, scalar *q, int64_t n) {
     {V::load_part(p, n)};

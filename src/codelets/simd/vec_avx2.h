@@ -116,6 +116,8 @@ struct vec2 {
         return {v};
     }
     LYR_INLINE void store(double *p) const { _mm256_storeu_pd(p, v); }
+    LYR_INLINE void store_far(double *p) const { _mm256_stream_pd(p, v); }
+    static void finish_far() { _mm_sfence(); }
     LYR_INLINE static vec2 zero() { return {_mm256_setzero_pd()}; }
     template <int N>
     LYR_INLINE static vec2 load_first(const double *p) {

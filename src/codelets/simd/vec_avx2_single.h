@@ -285,6 +285,8 @@ struct vec4 {
         return {v};
     }
     LYR_INLINE void store(float *p) const { _mm256_storeu_ps(p, v); }
+    LYR_INLINE void store_far(float *p) const { _mm256_stream_ps(p, v); }
+    static void finish_far() { _mm_sfence(); }
     LYR_INLINE static vec4 zero() { return {_mm256_setzero_ps()}; }
     template <int N>
     LYR_INLINE static vec4 load_first(const float *p) {

@@ -33,6 +33,8 @@ struct vec4 {
 
     LYR_INLINE static vec4 load(const double *p) { return {_mm512_loadu_pd(p)}; }
     LYR_INLINE void store(double *p) const { _mm512_storeu_pd(p, v); }
+    LYR_INLINE void store_far(double *p) const { _mm512_stream_pd(p, v); }
+    static void finish_far() { _mm_sfence(); }
     LYR_INLINE static vec4 zero() { return {_mm512_setzero_pd()}; }
     template <int N>
     LYR_INLINE static vec4 load_first(const double *p) {

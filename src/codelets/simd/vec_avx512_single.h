@@ -42,6 +42,8 @@ struct vec8 {
 
     LYR_INLINE static vec8 load(const float *p) { return {_mm512_loadu_ps(p)}; }
     LYR_INLINE void store(float *p) const { _mm512_storeu_ps(p, v); }
+    LYR_INLINE void store_far(float *p) const { _mm512_stream_ps(p, v); }
+    static void finish_far() { _mm_sfence(); }
     LYR_INLINE static vec8 zero() { return {_mm512_setzero_ps()}; }
     template <int N>
     LYR_INLINE static vec8 load_first(const float *p) {
