@@ -6,6 +6,7 @@
 #include <cmath>
 #include <complex>
 #include <cstdint>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -313,7 +314,8 @@ outcome try_layout(const small_layout &l, const std::vector<int64_t> &in_places,
     for (const int64_t place : in_places) input.push_back(before[static_cast<size_t>(place)]);
     const std::vector<lyr::scalar> expected = results_by_definition(l.p, input);
     for (size_t k = 0; k < out_places.size(); ++k)
-        if (!(std::fabs(block[static_cast<size_t>(out_places[k])] - expected[k]) < 1e-12))
+        if (!(std::fabs(block[static_cast<size_t>(out_places[k])] - expected[k]) <
+              0x1p13 * std::numeric_limits<lyr::scalar>::epsilon() / 2))
             return outcome::wrong;
     for (const auto *places : {&in_places, &out_places})
         for (const int64_t place : *places)
