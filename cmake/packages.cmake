@@ -1,5 +1,5 @@
-# Packages: cpack -G DEB writes liblyra-fft2 and liblyra-fftf2 (the shared libraries), liblyra-fft-dev
-# and lyra-fft-tools;
+# Packages: cpack -G DEB writes liblyra-fft2 and liblyra-fftf2 (the shared libraries), liblyra-fft-dev,
+# lyra-fft-tools and, with LYRA_BUILD_PYTHON, python3-lyra-fft;
 # cpack --config CPackSourceConfig.cmake writes the source archive. The presets packages and
 # packages-arm put libraries where Debian has them; ./dev packages makes everything.
 set(CPACK_PACKAGE_NAME lyra-fft)
@@ -43,6 +43,24 @@ set(CPACK_COMPONENT_TOOLS_DESCRIPTION "fast Fourier transforms in double precisi
 The program lyr-fft analyses sounds, prints how transforms are planned,
 and verifies and measures them.")
 
+# The module is for one minor version of Python, and for NumPy's interface since 1.24.
+if(TARGET lyra_python)
+    math(EXPR python_next "${LYRA_PYTHON_MINOR} + 1")
+    set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-lyra-fft)
+    set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
+    set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS
+        "python3 (>= 3.${LYRA_PYTHON_MINOR}~), python3 (<< 3.${python_next}), python3-numpy (>= 1:1.24), python3-numpy-abi9, liblyra-fft2 (= ${PROJECT_VERSION})")
+    set(CPACK_DEBIAN_PYTHON_PACKAGE_SUGGESTS python3-scipy)
+    set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA
+        ${PROJECT_SOURCE_DIR}/cmake/debian/python/postinst
+        ${PROJECT_SOURCE_DIR}/cmake/debian/python/prerm)
+    set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+    set(CPACK_COMPONENT_PYTHON_DESCRIPTION "fast Fourier transforms in double precision - Python
+The package lyra_fft: Fourier, cosine and sine transforms of NumPy's
+arrays with the names, arguments and meaning of scipy.fft, and a backend
+that lets scipy.fft itself use them.")
+endif()
+
 # Dependencies are found from the programs: by the packages that are installed, or, for another
 # architecture, unpacked. Without them what is known of the library is written down: it needs
 # functions of libc 2.34.
@@ -60,6 +78,9 @@ else()
     set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
     set(CPACK_DEBIAN_RUNTIME_SINGLE_PACKAGE_SHLIBDEPS ON)
     set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS ON)
+    set(CPACK_DEBIAN_PYTHON_PACKAGE_SHLIBDEPS ON)
+    set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS}
+        ${CMAKE_BINARY_DIR})
 endif()
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
@@ -85,6 +106,10 @@ if(TARGET lyr-fft)
     list(APPEND components tools)
     list(APPEND CPACK_COMPONENTS_ALL tools)
 endif()
+if(TARGET lyra_python)
+    list(APPEND components python)
+    list(APPEND CPACK_COMPONENTS_ALL python)
+endif()
 foreach(component IN LISTS components)
     string(TOUPPER ${component} upper)
     set(documents ${CMAKE_INSTALL_DATADIR}/doc/${CPACK_DEBIAN_${upper}_PACKAGE_NAME})
@@ -102,7 +127,7 @@ install(FILES README.md CONTRIBUTING.md CHANGELOG.md DESTINATION ${documents} CO
 install(DIRECTORY docs DESTINATION ${documents} COMPONENT development EXCLUDE_FROM_ALL
         FILES_MATCHING PATTERN "*.md" PATTERN "*.svg" PATTERN "*.png")
 install(DIRECTORY examples DESTINATION ${documents} COMPONENT development EXCLUDE_FROM_ALL
-        FILES_MATCHING PATTERN "*.c" PATTERN "*.cpp" PATTERN "*.f90")
+        FILES_MATCHING PATTERN "*.c" PATTERN "*.cpp" PATTERN "*.f90" PATTERN "*.py")
 
 set(CPACK_SOURCE_GENERATOR TGZ)
 set(CPACK_SOURCE_PACKAGE_FILE_NAME lyra-fft-${PROJECT_VERSION})

@@ -121,7 +121,7 @@ def check_names(root):
         for name in sorted(set(re.findall(r"\b(?:lyr_fftf?_\w+|LYR_FFT_\w+|LFFT\w+)", text)) - own):
             if name not in known and name.removesuffix("_") not in known and name != "lyr_fft_":
                 yield f"{page.name}: {name} is not in the header"
-        for name in sorted(set(re.findall(r"`((?:src|tests|tools|bench|cmake|include|docs|examples)"
+        for name in sorted(set(re.findall(r"`((?:src|tests|tools|bench|cmake|include|docs|examples|python)"
                                           r"/[\w./-]*)`", text))):
             if not (root / name).exists():
                 yield f"{page.name}: no {name}"

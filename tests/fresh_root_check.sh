@@ -117,6 +117,19 @@ check_packages() {
         done
     done
 
+    if [[ -n $(ls "$root"/packages/python3-lyra-fft_* 2>/dev/null) ]]; then
+        say "Python"
+        install "$(file_of python3-lyra-fft)" python3-matplotlib python3-scipy
+        expect 1.0 python3 -c 'import lyra_fft; print(lyra_fft.irfft(lyra_fft.rfft([1, 2, 3]), 3)[0])'
+        quietly sh -c 'cd /root && python3 examples/spectrogram.py picture.png'
+        [[ $(head -c 4 "$root/root/picture.png" | tail -c 3) == PNG ]]
+        quietly python3 -c 'import lyra_fft, scipy.fft
+scipy.fft.set_global_backend(lyra_fft.scipy_backend)
+scipy.fft.fft([1, 2, 3])
+assert lyra_fft.plan_cache_info()["misses"] == 1'
+        quietly apt-get -q -y purge python3-lyra-fft
+    fi
+
     say "removing"
     quietly apt-get -q -y purge liblyra-fft2 liblyra-fft-dev lyra-fft-tools
     if inside find /usr /etc /var/lib/dpkg -iname '*lyr[a_-]*' | grep .; then

@@ -51,14 +51,15 @@ def check_debian(folder, settings):
     single = one(packages, f"liblyra-fftf2_{VERSION}_{architecture}.deb")
     development = one(packages, f"liblyra-fft-dev_{VERSION}_{architecture}.deb")
     tools = sorted(packages.glob(f"lyra-fft-tools_{VERSION}_{architecture}.deb"))
+    python = sorted(packages.glob(f"python3-lyra-fft_{VERSION}_{architecture}.deb"))
 
     def field(package, name):
         return run("dpkg-deb", "-f", package, name).strip()
 
-    for package in (library, single, development, *tools):
+    for package in (library, single, development, *tools, *python):
         expect(field(package, "Architecture") == architecture, f"{package} is for another machine")
         # A foreign library's package is often called so where it comes from.
-        expect(":" not in field(package, "Depends"), f"{package}: {field(package, 'Depends')}")
+        expect(not re.search(":[a-z]", field(package, "Depends")), f"{package}: {field(package, 'Depends')}")
     libc = re.search(r"libc6 \(>= 2\.(\d+)\)", field(library, "Depends"))
     expect(libc, "the library needs libc6")
     expect("libstdc++" not in field(library, "Depends"), "the library needs libstdc++")
@@ -67,6 +68,9 @@ def check_debian(folder, settings):
     for package in tools:
         for needed in ("libc6 ", "libstdc++6 ", "libsndfile1 ", "libcairo2 "):
             expect(needed in field(package, "Depends"), f"the tool does not need {needed}")
+    for package in python:
+        for needed in (f"liblyra-fft2 (= {VERSION})", "python3-numpy-abi9", "libc6 ", "python3 (<< 3."):
+            expect(needed in field(package, "Depends"), f"the Python package does not need {needed}")
     for package, suffix in ((library, ""), (single, "f")):
         control = folder / ("control" + suffix)
         run("dpkg-deb", "-e", package, control)
@@ -76,7 +80,7 @@ def check_debian(folder, settings):
         expect("activate-noawait ldconfig" in (control / "triggers").read_text(), "no trigger")
 
     root = folder / "root"
-    for package in (library, single, development, *tools):
+    for package in (library, single, development, *tools, *python):
         alone = folder / package.stem
         run("dpkg-deb", "-x", package, alone)
         size = sum((path.lstat().st_size + 1023) // 1024 if path.is_file() and not path.is_symlink()
@@ -113,9 +117,14 @@ def check_debian(folder, settings):
         emulator = settings["emulator"].split()
         expect(VERSION in run(*emulator, root / "usr/bin/lyr-fft", "info"),
                "lyr-fft info: no version")
+    for module in python:
+        run("/usr/bin/python3", "-c", "import lyra_fft; assert lyra_fft.__file__.startswith("
+            f"'{root}'); assert abs(lyra_fft.fft([0, 1, 0, 0])[1] + 1j) < 1e-15",
+            PYTHONPATH=root / "usr/lib/python3/dist-packages", LD_LIBRARY_PATH=library_dir,
+            PYTHONDONTWRITEBYTECODE=1)
     if settings["lintian"]:
-        print(run(settings["lintian"], "--allow-root", "--fail-on", "error", library, single, development,
-                  *tools))
+        print(run(settings["lintian"], "--allow-root", "--fail-on", "error", library, single,
+                  development, *tools, *python))
 
 
 def check_source(folder, settings):

@@ -209,6 +209,7 @@ TEST(choice, solvers_and_executors) {
         const char *with_one_lane = names;
     };
     const bool one_lane = lyr::active_table()->lanes == 1;
+    const with_caches sizes(lyr::usual_caches);
 #define UNIT "solve_problem_dft_unit/execute_dft_unit"
 #define UNIT_GENERAL "solve_problem_dft_unit/execute_dft_unit_general"
 #define DIRECT "solve_problem_dft_direct/execute_dft_direct"
@@ -273,7 +274,15 @@ TEST(choice, solvers_and_executors) {
         {"ocf8000:2:1*3:20000:8000", "solve_indirect_problem/execute_gathered(" STAGES ")"},
         {"ocf8232:3:1*3:1:8232",
          "solve_indirect_problem/execute_indirect_before("
-         "solve_problem_dft_many/execute_many_far(" STAGES "))"},
+         "solve_problem_dft_many/execute_many(" STAGES "))"},
+        {"ocf16*4096", "solve_problem_dft_many/execute_many(" UNIT ")",
+         "solve_problem_dft_many/execute_many_direct(" DIRECT ")"},
+        {"ocf16*4097", "solve_problem_dft_many/execute_many_far_units(" UNIT ")",
+         "solve_problem_dft_many/execute_many_direct(" DIRECT ")"},
+        {"ocf1000*66", "solve_problem_dft_many/execute_many_far(" STAGES ")"},
+        {"icf4*200000", "solve_problem_dft_many/execute_many_dense(" UNIT ")",
+         "solve_problem_dft_many/execute_many_direct(" DIRECT ")"},
+
         {"ocf16*8i", SLAB},
         {"icf100*8i", SLAB},
         {"ocf16*8", "solve_problem_dft_many/execute_many(" UNIT ")",

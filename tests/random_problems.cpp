@@ -210,6 +210,57 @@ TEST(random_problems, strided_batches) {
     }
 }
 
+// Contiguous batches of which no cache can keep the results: these go past the caches, and are the
+// same as in arrays that begin somewhere in a line, where they do not.
+TEST(random_problems, results_past_the_caches) {
+    const with_caches sizes({64 << 10, 64 << 10});
+    for (const lyr::codelet_table *table : all_tables()) {
+        const with_table active(table);
+        for (int64_t n = 2; n <= 256; ++n) {
+            if (!lyr::far_batch_for(n)) continue;
+            problem p;
+            p.sign = n % 8 == 0 ? LYR_FFT_FORWARD : LYR_FFT_BACKWARD;
+            p.rank = p.batch_rank = 1;
+            p.dims[0] = {n, 1, 1};
+            p.batch[0] = {(64 << 10) / 16 / n + 1 + n / 2 % 4, n, n};
+            const buffers b = buffers_of(p);
+            const plan_holder holder(make_plan(p, b, constructor::guru64));
+            ASSERT_NE(holder.plan, nullptr);
+            EXPECT_STREQ(holder.plan->execute_name, "execute_many_past");
+            EXPECT_EQ(reinterpret_cast<uintptr_t>(holder.plan->out) % 64, 0u);
+            check_problem(p, constructor::guru64, static_cast<uint64_t>(n));
+            p.in_place = true;
+            const buffers same = buffers_of(p);
+            const plan_holder in_place(make_plan(p, same, constructor::guru64));
+            ASSERT_NE(in_place.plan, nullptr);
+            EXPECT_STRNE(in_place.plan->execute_name, "execute_many_past");
+        }
+    }
+}
+
+// The sizes of caches decide on the way through memory alone.
+TEST(random_problems, any_caches_same_bits) {
+    for (const lyr::codelet_table *table : all_tables()) {
+        const with_table active(table);
+        for (const char *text : {"ocf12*800", "ocf48*300", "ocf100*300", "ocf1000*20", "ocf2048*40",
+                                 "ocb4096*5", "ocf64:90:1*90:1:64"}) {
+            const problem p = problem_of(text);
+            buffers results[3];
+            const lyr::cache_sizes sizes[3] = {
+                {64 << 10, 64 << 10}, {64 << 10, 32 << 20}, {8 << 20, 32 << 20}};
+            for (int k = 0; k < 3; ++k) {
+                const with_caches here(sizes[k]);
+                results[k] = buffers_of(p);
+                const plan_holder holder(make_plan(p, results[k], constructor::guru64));
+                ASSERT_NE(holder.plan, nullptr) << text;
+                fill_buffers(p, 1, results[k]);
+                lyr_fft_execute(holder.plan);
+                EXPECT_TRUE(same_outputs(p, results[0], results[k])) << text << " " << k;
+            }
+        }
+    }
+}
+
 // Columns too long and too many for one pass over a plane, of a length without stages: slices go
 // through a buffer, the last one shorter than the others.
 TEST(random_problems, slices_of_columns) {

@@ -24,6 +24,7 @@ PLACES = [
     ("src/api/version.cpp", r'library_version, "([\d.]+)"'),
     ("tools/man/lyr-fft.1", r'"LYRA FFT ([\d.]+)"'),
     ("tools/man/lyr_fft.3", r'"LYRA FFT ([\d.]+)"'),
+    ("python/lyra_fft/__init__.py", r'__version__ = "([\d.]+)"'),
     ("README.md", r"\| version \| ([\d.]+)"),
     ("CHANGELOG.md", r"(?m)^## ([\d.]+)"),
 ]

@@ -63,6 +63,7 @@ constexpr const char *shared_problems[] = {"ocf1*5",
                                            "ocf1001*20i",
                                            "ocf64*30",
                                            "ocf6*100",
+                                           "ocf16*1100",
                                            "ocf1000*40",
                                            "ocf64*3*5i",
                                            "ocb30x64",
@@ -167,6 +168,7 @@ void check_shared(const char *text, int threads, int rounds, std::set<std::strin
 }
 
 TEST(sharing, every_executor) {
+    const with_caches sizes({256 << 10, 4 << 20});
     std::set<std::string> executors;
     const int rounds = test_scale > 1 ? 2 : 10;
     for (const char *text : shared_problems) check_shared(text, 8, rounds, executors);
@@ -213,6 +215,7 @@ TEST(sharing, every_executor) {
                              "execute_many",
                              "execute_many_direct",
                              "execute_many_far",
+                             "execute_many_far_units",
                              "execute_many_post_transpose",
                              "execute_many_post_transpose_inplace",
                              "execute_many_split",

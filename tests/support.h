@@ -12,6 +12,7 @@
 
 #include "buffers.h"
 #include "codelets/select.h"
+#include "planner/cache_sizes.h"
 #include "planner/plan.h"
 #include "problem.h"
 #include "verdict.h"
@@ -58,6 +59,18 @@ class with_table {
 
   private:
     const lyr::codelet_table *before;
+};
+
+// Other sizes of caches for plans made during the lifetime of the object.
+class with_caches {
+  public:
+    explicit with_caches(lyr::cache_sizes sizes) : before(lyr::caches()) { lyr::set_caches(sizes); }
+    ~with_caches() { lyr::set_caches(before); }
+    with_caches(const with_caches &) = delete;
+    with_caches &operator=(const with_caches &) = delete;
+
+  private:
+    lyr::cache_sizes before;
 };
 
 // Reproducible numbers (splitmix64).

@@ -125,6 +125,37 @@ std::string dealt_out(const char *text, int64_t threads) {
            std::to_string(chunk);
 }
 
+int64_t table_bytes(const lyr::plan *p) {
+    int64_t bytes = p->aux_owned ? static_cast<int64_t>(p->aux_bytes) : 0;
+    for (int k = 0; k < p->nchildren; ++k) bytes += table_bytes(&p->children[k]);
+    return bytes;
+}
+
+// All threads of a batch read the same tables, also where their chunks differ in length.
+TEST(choices, batches_share_tables) {
+    for (const char *text :
+         {"ocf1000*1001", "icf1024*1001", "ocf1000*1001i", "ocf500:1001:1*1001:1:500",
+          "ocf500:2:1*1001:1000:501", "ocf500:1:1001*1001:500:1", "ocf1009*101", "orf1000*1001",
+          "orb1000*1001", "ok1000e10*1001"}) {
+        int64_t bytes[9] = {};
+        for (const int threads : {1, 2, 8}) {
+            const problem p = problem_of(text);
+            const buffers b = buffers_of(p);
+            lyr_fft_plan_with_nthreads(threads);
+            const plan_holder holder(make_plan(p, b));
+            lyr_fft_plan_with_nthreads(1);
+            ASSERT_NE(holder.plan, nullptr) << text;
+            if (threads > 1) {
+                EXPECT_STREQ(holder.plan->execute_name, "execute_multithread") << text;
+            }
+            bytes[threads] = table_bytes(holder.plan);
+        }
+        EXPECT_GT(bytes[1], 0) << text;
+        EXPECT_EQ(bytes[2], bytes[1]) << text;
+        EXPECT_EQ(bytes[8], bytes[1]) << text;
+    }
+}
+
 TEST(choices, batches) {
     EXPECT_EQ(dealt_out("ocf64*4", 4), "execute_many");
     EXPECT_EQ(dealt_out("ocf512*4", 4), "4: 4 of 1");

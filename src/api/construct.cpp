@@ -60,10 +60,11 @@ bool results_collide(const plan *p) {
 }
 
 bool has_far_output(const plan *p) {
+    constexpr int64_t least_bytes = 64 << 10;  // no need to ask about less
     int64_t bytes = output_element_bytes(p);
     for (int k = 0; k < p->rank; ++k) bytes *= p->dims[k].n;
     for (int k = 0; k < p->howmany_rank; ++k) bytes *= p->howmany_dims[k].n;
-    return !is_in_place(p) && bytes >= far_output_bytes();
+    return !is_in_place(p) && bytes >= least_bytes && bytes >= far_output_bytes();
 }
 
 // Nothing is as far away as the second element of a dimension that has one, but solvers multiply.

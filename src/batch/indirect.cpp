@@ -109,6 +109,7 @@ int solve_gathered(plan *p) {
     p->work_bytes = static_cast<uint64_t>(words.group * words.row) * complex_bytes;
     p->execute_fn = execute_gathered;
     p->execute_name = "execute_gathered";
+    p->any_count = 1;
     p->nchildren = 1;
     p->children = plan_alloc_children(1);
     if (!p->children) return -1;

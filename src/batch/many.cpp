@@ -3,6 +3,7 @@
 
 #include "codelets/select.h"
 #include "dft/stages.h"
+#include "planner/cache_sizes.h"
 #include "planner/places.h"
 #include "planner/registry.h"
 #include "r2r/columns.h"
@@ -44,9 +45,14 @@ void execute_many_dense(const plan *p, scalar *in, scalar *out, scalar *) {
     words.batch->run[p->sign != -1](in, out, p->howmany_dims[0].n);
 }
 
-// From this size on a batch streams through the second-level cache.
-constexpr int64_t far_bytes = 256 << 10;
 constexpr int64_t line_bytes = 64;
+
+// Whether a batch without gaps streams through the second-level cache.
+bool is_far(const plan *p) {
+    constexpr int64_t smallest_cache = 64 << 10;
+    const int64_t h = p->howmany_dims[0].n, bytes = p->dims[0].n * complex_bytes;
+    return h > smallest_cache / bytes && h > caches().second / bytes;
+}
 
 enum class access { read, write };
 
@@ -80,7 +86,8 @@ void execute_many_far(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     }
 }
 
-// The same for short transforms: what is called for is further ahead than the next one.
+// The same for short transforms and pairs of stages: what is called for is further ahead than the
+// next one.
 constexpr int64_t ahead_bytes = 2 << 10;
 
 void execute_many_far_units(const plan *p, scalar *in, scalar *out, scalar *scratch) {
@@ -98,8 +105,38 @@ void execute_many_far_units(const plan *p, scalar *in, scalar *out, scalar *scra
     }
 }
 
+struct past_words {  // in solver_words
+    const dense_batch *past;
+    const dense_batch *near;  // null: the child one by one
+    void (*finish)();
+};
+
+// Those whose output goes past the caches.
+void execute_many_past(const plan *p, scalar *in, scalar *out, scalar *scratch) {
+    past_words words;
+    memcpy(&words, p->solver_words, sizeof words);
+    const int backward = p->sign != -1;
+    const int64_t h = p->howmany_dims[0].n;
+    if (reinterpret_cast<uintptr_t>(out) % line_bytes == 0) {
+        words.past->run[backward](in, out, h);
+        words.finish();
+    } else if (words.near) {
+        words.near->run[backward](in, out, h);
+    } else {
+        execute_many_far_units(p, in, out, scratch);
+    }
+}
+
 // Transforms shorter than a few vectors run with lanes along the batch.
 constexpr int64_t longest_across_batch = 12;
+
+// Whether the child takes two stages at a time, and the batch does not stream through the
+// last-level cache as well: there its executor beats stages with calls in between. Measured.
+bool keeps_pairs(const plan *p) {
+    const int64_t bytes = p->dims[0].n * complex_bytes;
+    return strcmp(p->children->execute_name, "execute_1d_paired") == 0 &&
+           p->howmany_dims[0].n <= far_output_bytes() / bytes;
+}
 
 // Batches of complex transforms that need not be called one by one. The child is solved.
 void choose_executor(plan *p) {
@@ -109,13 +146,19 @@ void choose_executor(plan *p) {
     const bool unit = strcmp(child->solver_name, "solve_problem_dft_unit") == 0;
     const codelet_set *codelets = codelets_for(p, n);
     const dense_batch *dense = dense_batch_for(n);
-    if (dense && unit && idist == n && odist == n) {
+    const dense_batch *past = p->far_output ? far_batch_for(n) : nullptr;
+    if (past && unit && idist == n && odist == n) {
+        const past_words words = {past, dense, active_table()->finish_far};
+        memcpy(p->solver_words, &words, sizeof words);
+        p->execute_fn = execute_many_past;
+        p->execute_name = "execute_many_past";
+    } else if (dense && unit && idist == n && odist == n) {
         const dense_words words = {dense};
         memcpy(p->solver_words, &words, sizeof words);
         p->execute_fn = execute_many_dense;
         p->execute_name = "execute_many_dense";
-    } else if (unit && (n > longest_across_batch || !codelets)) {
-        if (h > far_bytes / complex_bytes / n) {
+    } else if ((unit && (n > longest_across_batch || !codelets)) || keeps_pairs(p)) {
+        if (is_far(p)) {
             p->execute_fn = execute_many_far_units;
             p->execute_name = "execute_many_far_units";
         }
@@ -125,7 +168,7 @@ void choose_executor(plan *p) {
         memcpy(p->solver_words, &codelet, sizeof codelet);
         p->execute_fn = execute_many_direct;
         p->execute_name = "execute_many_direct";
-    } else if (unit_strides(p) && h > far_bytes / complex_bytes / n) {
+    } else if (unit_strides(p) && is_far(p)) {
         const auto [count, stages, table] = slab_stages_of(child);
         if (count == 0) return;
         const stage_list list = {count, const_cast<stage *>(stages)};

@@ -16,10 +16,12 @@ extern const codelet_table table;
 #if defined(__x86_64__)
 namespace avx2 {
 extern const codelet_table table;
-}
+extern const dense_batch *const far_batches;
+}  // namespace avx2
 namespace avx512 {
 extern const codelet_table table;
-}
+extern const dense_batch *const far_batches;
+}  // namespace avx512
 #elif defined(__aarch64__)
 namespace neon_fcma {
 extern const codelet_table table;
@@ -93,6 +95,17 @@ executor unit_transform_for(const plan *p, int64_t n) {
 const dense_batch *dense_batch_for(int64_t n) {
     for (const dense_batch *batch = *active->dense_batches; batch->n != 0; ++batch)
         if (batch->n == n) return batch;
+    return nullptr;
+}
+
+const dense_batch *far_batch_for([[maybe_unused]] int64_t n) {
+#if defined(__x86_64__)
+    const dense_batch *batch = active == &avx512::table ? avx512::far_batches
+                               : active == &avx2::table ? avx2::far_batches
+                                                        : nullptr;
+    for (; batch && batch->n != 0; ++batch)
+        if (batch->n == n) return batch;
+#endif
     return nullptr;
 }
 

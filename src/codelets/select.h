@@ -28,6 +28,10 @@ executor unit_transform_for(const plan *p, int64_t n);
 // Batches of n numbers without gaps, or null.
 const dense_batch *dense_batch_for(int64_t n);
 
+// The same batches with the same results, which go past the caches; or null. The output begins with
+// a cache line, and the table's finish_far is to follow.
+const dense_batch *far_batch_for(int64_t n);
+
 // Between n real numbers and n/2+1 complex ones, strides 1, in the direction of the plan's kind, or
 // null.
 executor real_unit_transform_for(const plan *p, int64_t n);

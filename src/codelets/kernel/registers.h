@@ -36,7 +36,15 @@ struct register_twiddles {
 template <int W, int A, int B, int S>
 constexpr register_twiddles<W, A, B, S> twiddles_of;
 
-template <class V, int A, int B, int S>
+// How outputs are stored: N numbers of a vector.
+struct store_as_usual {
+    template <int N, class V>
+    LYR_INLINE static void put(V x, scalar *p) {
+        x.template store_first<N>(p);
+    }
+};
+
+template <class V, int A, int B, int S, class Store = store_as_usual>
 LYR_INLINE void transform_in_registers(const scalar *in, scalar *out) {
     const scalar *twiddles = twiddles_of<V::lanes, A, B, S>.numbers;
     constexpr int W = V::lanes;
@@ -67,7 +75,7 @@ LYR_INLINE void transform_in_registers(const scalar *in, scalar *out) {
         unroll<B>(LYR_LAMBDA(auto p) { y[p] = rows[p]; });
         butterfly<S>(y);
         unroll<B>(
-            LYR_LAMBDA(auto p) { y[p].template store_first<count>(out + 2 * (first + p * A)); });
+            LYR_LAMBDA(auto p) { Store::template put<count>(y[p], out + 2 * (first + p * A)); });
     });
 }
 

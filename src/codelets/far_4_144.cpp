@@ -1,0 +1,108 @@
+// Contiguous batches of short transforms whose results no cache can keep: these go past the caches,
+// which saves fetching every line of the output before it is written. The factorisations are those
+// of dense_3_13.cpp and registers_*.cpp, so that the results are the same, where all vectors of
+// outputs are full ones.
+#include "codelets/kernel/registers.h"
+
+namespace lyr::LYR_ISA {
+namespace {
+
+struct store_past {
+    template <int N, class V>
+    LYR_INLINE static void put(V x, scalar *p) {
+        static_assert(N == V::lanes);
+        x.store_far(p);
+    }
+};
+
+// Transforms that are not enough for all lanes.
+template <int R, int S>
+LYR_INLINE void single(const scalar *in, scalar *out) {
+    vec1 x[R];
+    unroll<R>(LYR_LAMBDA(auto q) { x[q] = vec1::load(in + 2 * q); });
+    butterfly<S>(x);
+    unroll<R>(LYR_LAMBDA(auto p) { x[p].store(out + 2 * p); });
+}
+
+// Lanes along the transforms.
+template <class V, int R, int S>
+void across(const scalar *in, scalar *out, int64_t h) {
+    constexpr int W = V::lanes, blocks = R / W;
+    static_assert(R % W == 0);
+    for (; h >= W; h -= W) {
+        V x[R];
+        unroll<blocks>(LYR_LAMBDA(auto b) {
+            V block[W];
+            unroll<W>(LYR_LAMBDA(auto i) { block[i] = V::load(in + 2 * (i * R + b * W)); });
+            transpose(block);
+            unroll<W>(LYR_LAMBDA(auto i) { x[b * W + i] = block[i]; });
+        });
+        butterfly<S>(x);
+        unroll<blocks>(LYR_LAMBDA(auto b) {
+            V block[W];
+            unroll<W>(LYR_LAMBDA(auto i) { block[i] = x[b * W + i]; });
+            transpose(block);
+            unroll<W>(LYR_LAMBDA(auto i) { block[i].store_far(out + 2 * (i * R + b * W)); });
+        });
+        in += 2 * R * W;
+        out += 2 * R * W;
+    }
+    for (; h > 0; --h) {
+        single<R, S>(in, out);
+        in += 2 * R;
+        out += 2 * R;
+    }
+}
+
+// One transform after another. Their inputs are called for in advance, which the processor would
+// not do for more than a few lines.
+template <class V, int A, int B, int S>
+void one_by_one(const scalar *in, scalar *out, int64_t h) {
+    constexpr int64_t ahead = 2048 / scalar_bytes, line = 2 * line_complex;
+    for (; h > 0; --h) {
+        for (int64_t k = 0; k < 2 * A * B; k += line) __builtin_prefetch(in + ahead + k);
+        transform_in_registers<V, A, B, S, store_past>(in, out);
+        in += 2 * A * B;
+        out += 2 * A * B;
+    }
+}
+
+template <class V, int R>
+[[maybe_unused]] constexpr dense_batch a = {R, {across<V, R, -1>, across<V, R, +1>}};
+template <class V, int A, int B>
+[[maybe_unused]] constexpr dense_batch ab = {A *B,
+                                             {one_by_one<V, A, B, -1>, one_by_one<V, A, B, +1>}};
+
+template <class V>
+constexpr dense_batch list_for_four[] = {a<V, 4>,       a<V, 8>,      a<V, 12>,      ab<V, 4, 4>,
+                                         ab<V, 4, 5>,   ab<V, 4, 6>,  ab<V, 8, 4>,   ab<V, 4, 9>,
+                                         ab<V, 4, 10>,  ab<V, 12, 4>, ab<V, 8, 7>,   ab<V, 16, 4>,
+                                         ab<V, 12, 6>,  ab<V, 8, 10>, ab<V, 12, 8>,  ab<V, 16, 7>,
+                                         ab<V, 12, 10>, ab<V, 16, 8>, ab<V, 12, 12>, {}};
+
+template <class V>
+constexpr dense_batch list_for_two[] = {
+    a<V, 4>,     a<V, 6>,      a<V, 8>,      a<V, 10>,     a<V, 12>,    ab<V, 4, 4>,
+    ab<V, 2, 9>, ab<V, 2, 10>, ab<V, 2, 12>, ab<V, 4, 7>,  ab<V, 6, 5>, ab<V, 4, 8>,
+    ab<V, 6, 6>, ab<V, 4, 10>, ab<V, 6, 7>,  ab<V, 12, 4>, {}};
+
+constexpr dense_batch no_list[] = {{}};
+
+template <class V>
+constexpr const dense_batch *choose() {
+    // Lists for double precision: they follow its factorisations.
+    constexpr bool is_double = sizeof(scalar) == sizeof(double);
+    if constexpr (is_double && V::lanes == 4)
+        return list_for_four<V>;
+    else if constexpr (is_double && V::lanes == 2)
+        return list_for_two<V>;
+    else
+        return no_list;
+}
+
+}  // namespace
+
+extern const dense_batch *const far_batches;
+constinit const dense_batch *const far_batches = choose<vec>();
+
+}  // namespace lyr::LYR_ISA
