@@ -11,8 +11,17 @@ namespace {
 
 using lyr_tools::transform;
 
-fftw_complex *as_fftw_complex(double *x) {
-    return reinterpret_cast<fftw_complex *>(x);
+// FFTW's names in the precision of this build.
+#ifdef LYRA_SINGLE
+    #define FFTW(name) fftwf_##name
+    #define FFTW_PREFIX "fftwf_"
+#else
+    #define FFTW(name) fftw_##name
+    #define FFTW_PREFIX "fftw_"
+#endif
+
+FFTW(complex) * as_fftw_complex(lyr::scalar *x) {
+    return reinterpret_cast<FFTW(complex) *>(x);
 }
 
 void nothing() {}
@@ -55,19 +64,19 @@ engine lyra_engine(const std::string &name) {
 // linked, one would answer the other's calls.
 struct fftw_build {
     const char *version;
-    decltype(&fftw_init_threads) init_threads;
-    decltype(&fftw_plan_with_nthreads) plan_with_nthreads;
-    decltype(&fftw_plan_guru64_dft) plan_dft;
-    decltype(&fftw_plan_guru64_split_dft) plan_split_dft;
-    decltype(&fftw_plan_guru64_dft_r2c) plan_dft_r2c;
-    decltype(&fftw_plan_guru64_split_dft_r2c) plan_split_dft_r2c;
-    decltype(&fftw_plan_guru64_dft_c2r) plan_dft_c2r;
-    decltype(&fftw_plan_guru64_split_dft_c2r) plan_split_dft_c2r;
-    decltype(&fftw_plan_guru64_r2r) plan_r2r;
-    decltype(&fftw_execute) execute;
-    decltype(&fftw_destroy_plan) destroy_plan;
-    decltype(&fftw_forget_wisdom) forget_wisdom;
-    decltype(&fftw_set_timelimit) set_timelimit;
+    decltype(&FFTW(init_threads)) init_threads;
+    decltype(&FFTW(plan_with_nthreads)) plan_with_nthreads;
+    decltype(&FFTW(plan_guru64_dft)) plan_dft;
+    decltype(&FFTW(plan_guru64_split_dft)) plan_split_dft;
+    decltype(&FFTW(plan_guru64_dft_r2c)) plan_dft_r2c;
+    decltype(&FFTW(plan_guru64_split_dft_r2c)) plan_split_dft_r2c;
+    decltype(&FFTW(plan_guru64_dft_c2r)) plan_dft_c2r;
+    decltype(&FFTW(plan_guru64_split_dft_c2r)) plan_split_dft_c2r;
+    decltype(&FFTW(plan_guru64_r2r)) plan_r2r;
+    decltype(&FFTW(execute)) execute;
+    decltype(&FFTW(destroy_plan)) destroy_plan;
+    decltype(&FFTW(forget_wisdom)) forget_wisdom;
+    decltype(&FFTW(set_timelimit)) set_timelimit;
 };
 
 constexpr size_t usual = 0;
@@ -84,31 +93,31 @@ std::string load(const std::string &path, fftw_build &build) {
     void *library = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (!library) return dlerror();
     const bool complete =
-        find(library, "fftw_version", build.version) &&
-        find(library, "fftw_init_threads", build.init_threads) &&
-        find(library, "fftw_plan_with_nthreads", build.plan_with_nthreads) &&
-        find(library, "fftw_plan_guru64_dft", build.plan_dft) &&
-        find(library, "fftw_plan_guru64_split_dft", build.plan_split_dft) &&
-        find(library, "fftw_plan_guru64_dft_r2c", build.plan_dft_r2c) &&
-        find(library, "fftw_plan_guru64_split_dft_r2c", build.plan_split_dft_r2c) &&
-        find(library, "fftw_plan_guru64_dft_c2r", build.plan_dft_c2r) &&
-        find(library, "fftw_plan_guru64_split_dft_c2r", build.plan_split_dft_c2r) &&
-        find(library, "fftw_plan_guru64_r2r", build.plan_r2r) &&
-        find(library, "fftw_execute", build.execute) &&
-        find(library, "fftw_destroy_plan", build.destroy_plan) &&
-        find(library, "fftw_forget_wisdom", build.forget_wisdom) &&
-        find(library, "fftw_set_timelimit", build.set_timelimit);
+        find(library, FFTW_PREFIX "version", build.version) &&
+        find(library, FFTW_PREFIX "init_threads", build.init_threads) &&
+        find(library, FFTW_PREFIX "plan_with_nthreads", build.plan_with_nthreads) &&
+        find(library, FFTW_PREFIX "plan_guru64_dft", build.plan_dft) &&
+        find(library, FFTW_PREFIX "plan_guru64_split_dft", build.plan_split_dft) &&
+        find(library, FFTW_PREFIX "plan_guru64_dft_r2c", build.plan_dft_r2c) &&
+        find(library, FFTW_PREFIX "plan_guru64_split_dft_r2c", build.plan_split_dft_r2c) &&
+        find(library, FFTW_PREFIX "plan_guru64_dft_c2r", build.plan_dft_c2r) &&
+        find(library, FFTW_PREFIX "plan_guru64_split_dft_c2r", build.plan_split_dft_c2r) &&
+        find(library, FFTW_PREFIX "plan_guru64_r2r", build.plan_r2r) &&
+        find(library, FFTW_PREFIX "execute", build.execute) &&
+        find(library, FFTW_PREFIX "destroy_plan", build.destroy_plan) &&
+        find(library, FFTW_PREFIX "forget_wisdom", build.forget_wisdom) &&
+        find(library, FFTW_PREFIX "set_timelimit", build.set_timelimit);
     if (!complete) return path + " is not FFTW with threads: " + dlerror();
     if (build.init_threads() == 0) return path + ": FFTW's threads do not start";
     return "";
 }
 
 // In the order of lyr_fft_r2r_kind.
-constexpr fftw_r2r_kind fftw_kinds[] = {FFTW_R2HC,    FFTW_HC2R,    FFTW_DHT,     FFTW_REDFT00,
-                                        FFTW_REDFT01, FFTW_REDFT10, FFTW_REDFT11, FFTW_RODFT00,
-                                        FFTW_RODFT01, FFTW_RODFT10, FFTW_RODFT11};
+constexpr FFTW(r2r_kind) fftw_kinds[] = {FFTW_R2HC,    FFTW_HC2R,    FFTW_DHT,     FFTW_REDFT00,
+                                         FFTW_REDFT01, FFTW_REDFT10, FFTW_REDFT11, FFTW_RODFT00,
+                                         FFTW_RODFT01, FFTW_RODFT10, FFTW_RODFT11};
 
-fftw_iodim64 fftw_dimension(const lyr_fft_iodim64 &d) {
+FFTW(iodim64) fftw_dimension(const lyr_fft_iodim64 &d) {
     return {static_cast<ptrdiff_t>(d.n), static_cast<ptrdiff_t>(d.is),
             static_cast<ptrdiff_t>(d.os)};
 }
@@ -119,11 +128,11 @@ template <size_t which, unsigned flags>
 void *plan_fftw(const problem &p, const buffers &b, int threads) {
     const fftw_build &fftw = builds[which];
     fftw.plan_with_nthreads(threads);
-    double *in = b.in[0];
-    double *out = b.out[0];
-    fftw_iodim64 dims[lyr_tools::max_rank] = {};
-    fftw_iodim64 batch[lyr_tools::max_rank] = {};
-    fftw_r2r_kind kinds[lyr_tools::max_rank] = {};
+    lyr::scalar *in = b.in[0];
+    lyr::scalar *out = b.out[0];
+    FFTW(iodim64) dims[lyr_tools::max_rank] = {};
+    FFTW(iodim64) batch[lyr_tools::max_rank] = {};
+    FFTW(r2r_kind) kinds[lyr_tools::max_rank] = {};
     for (int d = 0; d < p.rank; ++d) dims[d] = fftw_dimension(p.dims[d]);
     for (int d = 0; d < p.rank; ++d) kinds[d] = fftw_kinds[p.kinds[d]];
     for (int d = 0; d < p.batch_rank; ++d) batch[d] = fftw_dimension(p.batch[d]);
@@ -158,12 +167,12 @@ void *plan_fftw(const problem &p, const buffers &b, int threads) {
 
 template <size_t which>
 void execute_fftw(void *plan) {
-    builds[which].execute(static_cast<fftw_plan>(plan));
+    builds[which].execute(static_cast<FFTW(plan)>(plan));
 }
 
 template <size_t which>
 void destroy_fftw(void *plan) {
-    builds[which].destroy_plan(static_cast<fftw_plan>(plan));
+    builds[which].destroy_plan(static_cast<FFTW(plan)>(plan));
 }
 
 template <size_t which>

@@ -5,7 +5,7 @@
 #include <fstream>
 #include <thread>
 
-#include "lyr_fft.h"
+#include "interface.h"
 #include "planner/describe.h"
 
 namespace lyr_bench {

@@ -1,8 +1,11 @@
 // lyra-bench: execution and planning times of this library and FFTW, side by side in one process.
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <chrono>
 #include <CLI/CLI.hpp>
+#include <climits>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -28,7 +31,11 @@ constexpr size_t estimate = 1;
 constexpr size_t fftw_measure = 2;
 
 // Where Debian's packages of FFTW put it.
+#ifdef LYRA_SINGLE
+constexpr const char *packaged_fftw = "libfftw3f_threads.so.3";
+#else
 constexpr const char *packaged_fftw = "libfftw3_threads.so.3";
+#endif
 
 struct options {
     std::vector<std::string> names;
@@ -338,8 +345,20 @@ int run(const options &o, int argc, char **argv) {
 
 }  // namespace
 
+// Both precisions have a program of their own, this one's name and "-float". Returns when it cannot
+// be run.
+static int run_single_precision(char **argv) {
+    char path[PATH_MAX];
+    const ssize_t length = readlink("/proc/self/exe", path, sizeof path);
+    if (length < 0) return bad_input("cannot find lyra-bench-float");
+    const std::string program = std::string(path, static_cast<size_t>(length)) + "-float";
+    execv(program.c_str(), argv);
+    return bad_input("cannot run " + program);
+}
+
 int main(int argc, char **argv) {
     options o;
+    bool single = false;
     CLI::App app{
         "Times of this library and FFTW (estimate, measure), side by side: execution, planning, "
         "and the ratio lyra / measure. One thread, or as many as a problem asks for; \"single\" is "
@@ -349,6 +368,7 @@ int main(int argc, char **argv) {
         "name", o.names,
         "classes (see --list) or problems such as ocf1024, icf60x48 or 'ocf512x512 t=2'; "
         "without a name, all usual classes");
+    app.add_flag("--float", single, "single precision: libLYRA_fftf and FFTW's library for it");
     app.add_flag("--list", o.list, "list the classes and their problems");
     app.add_option("--output", o.output, "also write all figures to this file, as a TSV table");
     app.add_option("--fftw", o.fftw, "shared library of FFTW to compare with, threads included");
@@ -377,6 +397,7 @@ int main(int argc, char **argv) {
     } catch (const CLI::ParseError &e) {
         return bad_input(e.what());
     }
+    if (single && sizeof(lyr::scalar) == sizeof(double)) return run_single_precision(argv);
     if (o.list) {
         list_classes();
         return 0;

@@ -16,6 +16,7 @@
 #include <chrono>
 #include <cmath>
 #include <cstring>
+#include <limits>
 
 namespace lyr_bench {
 
@@ -27,9 +28,11 @@ constexpr uint64_t seed = 20;
 
 // In-place loops start with values around 2^start_exponent and may grow by 2^growth_room. The
 // results of one transform spread over some fifty binary orders of magnitude around their norm, so
-// both ends keep a distance from the smallest and largest exponents, -1022 and 1023.
-constexpr int start_exponent = -900;
-constexpr double growth_room = 1800;
+// both ends keep a distance from the smallest and largest exponents, -1022 and 1023, in single
+// precision -126 and 127, where results spread over half as many.
+constexpr bool is_single = sizeof(lyr::scalar) == 4;
+constexpr int start_exponent = is_single ? -70 : -900;
+constexpr double growth_room = is_single ? 140 : 1800;
 
 // Executions longer than this find nothing in the caches that an untimed one would have put there.
 constexpr double long_execution = 5e-3;
@@ -45,7 +48,7 @@ struct bench_state {
     const problem *p = nullptr;
     int threads = 1;
     buffers arrays;
-    std::vector<double>
+    std::vector<lyr::scalar>
         source[2];  // what the input is put back from; empty when nothing changes it
     int64_t most_executions = 0;
     std::vector<void *> plans;
@@ -123,8 +126,8 @@ double distance(const std::vector<lyr_tools::complex_value> &a,
 std::string compare_results(const std::vector<engine> &list, bench_state &s) {
     // Good transforms differ by one or two of these units.
     constexpr double units_allowed = 16;
-    const double unit =
-        std::ldexp(1.0, -53) * std::sqrt(std::log2(2.0 + double(lyr_tools::point_count(*s.p))));
+    const double unit = std::numeric_limits<lyr::scalar>::epsilon() / 2 *
+                        std::sqrt(std::log2(2.0 + double(lyr_tools::point_count(*s.p))));
 
     std::vector<lyr_tools::complex_value> expected;
     std::string expected_from;
@@ -163,7 +166,7 @@ void prepare_input(bench_state &s) {
     for (int part = 0; part < 2 && s.arrays.in[part]; ++part) {
         const lyr_tools::guarded_array &in = s.arrays.arrays[static_cast<size_t>(part)];
         s.source[part].assign(in.data, in.data + in.count);
-        for (double &x : s.source[part]) x = std::ldexp(x, start_exponent);
+        for (lyr::scalar &x : s.source[part]) x = std::ldexp(x, start_exponent);
     }
     // The norm of a complex transform of N points grows by sqrt(N), that of a real one by up to
     // twice as much.
@@ -176,7 +179,7 @@ void refill(bench_state &s) {
     for (int part = 0; part < 2; ++part)
         if (!s.source[part].empty())
             std::memcpy(s.arrays.in[part], s.source[part].data(),
-                        s.source[part].size() * sizeof(double));
+                        s.source[part].size() * sizeof(lyr::scalar));
 }
 
 // Seconds of one execution in a loop of them.

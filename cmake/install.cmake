@@ -1,13 +1,19 @@
-# Installing: the shared library as component "runtime", what programs are built with as
-# "development", lyr-fft and its companions as "tools"; the library with FFTW's interface as "fftw3"
-# (compat/CMakeLists.txt). Nothing that is installed holds the prefix,
+# Installing: the shared libraries as components "runtime" and "runtime_single", what programs are
+# built with as "development", lyr-fft and its companions as "tools"; the libraries with FFTW's
+# interface as "fftw3" (compat/CMakeLists.txt). Nothing that is installed holds the prefix,
 # so the whole tree can be moved.
 include(CMakePackageConfigHelpers)
 
 install(TARGETS lyra_fft EXPORT lyra_fft
         LIBRARY COMPONENT runtime NAMELINK_COMPONENT development)
 install(TARGETS lyra_fft_static EXPORT lyra_fft ARCHIVE COMPONENT development)
-install(FILES include/lyr_fft.h include/lyr_fft.hpp include/lyra_fft.f90 TYPE INCLUDE COMPONENT development)
+install(FILES include/lyr_fft.h include/lyr_fft.hpp include/lyra_fft.f90 ${lyra_single_include}/lyr_fftf.h
+        TYPE INCLUDE COMPONENT development)
+if(LYRA_BUILD_FLOAT)
+    install(TARGETS lyra_fftf EXPORT lyra_fft
+            LIBRARY COMPONENT runtime_single NAMELINK_COMPONENT development)
+    install(TARGETS lyra_fftf_static EXPORT lyra_fft ARCHIVE COMPONENT development)
+endif()
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/lyra_fft)
 install(EXPORT lyra_fft NAMESPACE lyra_fft:: DESTINATION ${package_dir}
@@ -51,6 +57,11 @@ endforeach()
 configure_file(cmake/lyra_fft.pc.in lyra_fft.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/lyra_fft.pc DESTINATION ${pkgconfig_dir}
         COMPONENT development)
+if(LYRA_BUILD_FLOAT)
+    lyra_single_file(${CMAKE_CURRENT_BINARY_DIR}/lyra_fft.pc ${CMAKE_CURRENT_BINARY_DIR}/lyra_fftf.pc)
+    install(FILES ${CMAKE_CURRENT_BINARY_DIR}/lyra_fftf.pc DESTINATION ${pkgconfig_dir}
+            COMPONENT development)
+endif()
 
 # Manual pages and, for the packages, the changelog: compressed, as Debian has them.
 find_program(LYRA_GZIP gzip)

@@ -1,5 +1,5 @@
-# One codelet object library per vector target: the same sources, compiled in the target's own
-# namespace with the target's own flags.
+# One codelet object library per vector target and precision: the same sources, compiled in the
+# target's own namespace with the target's own flags.
 set(lyra_complex_families
     src/codelets/family_2_6.cpp src/codelets/family_7_9.cpp src/codelets/family_10_12.cpp
     src/codelets/family_13_16.cpp src/codelets/family_17_23.cpp src/codelets/family_29_37.cpp
@@ -10,10 +10,9 @@ set(lyra_codelet_sources
     src/codelets/real_32_64.cpp src/codelets/real_128.cpp src/codelets/real_table.cpp
     src/codelets/table.cpp)
 
-# lyra_add_isa(NAME HEADER FLAGS...): objects lyra_codelets_NAME from vector header
+# lyra_add_codelets(TARGET NAME HEADER FLAGS...): objects TARGET in namespace NAME from vector header
 # src/codelets/simd/HEADER.
-function(lyra_add_isa name header)
-    set(target lyra_codelets_${name})
+function(lyra_add_codelets target name header)
     add_library(${target} OBJECT)
     foreach(source IN LISTS lyra_codelet_sources)
         target_sources(${target} PRIVATE ${PROJECT_SOURCE_DIR}/${source})
@@ -36,15 +35,25 @@ function(lyra_add_isa name header)
                                 COMPILE_OPTIONS -ffp-contract=fast)
 endfunction()
 
+# lyra_add_isa(NAME VECTOR FLAGS...): objects lyra_codelets_NAME from vector header
+# src/codelets/simd/VECTOR.h and lyra_codelets_NAME_single from VECTOR_single.h.
+function(lyra_add_isa name vector)
+    lyra_add_codelets(lyra_codelets_${name} ${name} ${vector}.h ${ARGN})
+    if(LYRA_BUILD_FLOAT)
+        lyra_add_codelets(lyra_codelets_${name}_single ${name} ${vector}_single.h ${ARGN})
+        lyra_single_settings(lyra_codelets_${name}_single)
+    endif()
+endfunction()
+
 set(lyra_isas generic128)
-lyra_add_isa(generic128 vec_generic128.h -ffp-contract=fast)
+lyra_add_isa(generic128 vec_generic128 -ffp-contract=fast)
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
     list(APPEND lyra_isas avx2 avx512)
-    lyra_add_isa(avx2 vec_avx2.h -mavx2 -mfma -ffp-contract=off)
+    lyra_add_isa(avx2 vec_avx2 -mavx2 -mfma -ffp-contract=off)
     # GCC 12 takes the undefined operands of its own AVX-512 intrinsics for a mistake of ours.
-    lyra_add_isa(avx512 vec_avx512.h -mavx512f -mavx512dq -mavx512vl -mfma -ffp-contract=off
+    lyra_add_isa(avx512 vec_avx512 -mavx512f -mavx512dq -mavx512vl -mfma -ffp-contract=off
                  $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized$<SEMICOLON>-Wno-uninitialized>)
 elseif(CMAKE_SYSTEM_PROCESSOR MATCHES "aarch64|arm64")
     list(APPEND lyra_isas neon_fcma)
-    lyra_add_isa(neon_fcma vec_neon.h -march=armv8.3-a -ffp-contract=off)
+    lyra_add_isa(neon_fcma vec_neon -march=armv8.3-a -ffp-contract=off)
 endif()

@@ -1,5 +1,6 @@
-# Packages: cpack -G DEB writes liblyra-fft2 (the shared library), liblyra-fft-dev, lyra-fftw3 (the
-# library with FFTW's interface), lyra-fft-tools and, with LYRA_BUILD_PYTHON, python3-lyra-fft;
+# Packages: cpack -G DEB writes liblyra-fft2 and liblyra-fftf2 (the shared libraries), liblyra-fft-dev,
+# lyra-fftw3 (the libraries with FFTW's interface), lyra-fft-tools and, with LYRA_BUILD_PYTHON,
+# python3-lyra-fft;
 # cpack --config CPackSourceConfig.cmake writes the source archive. The presets packages and
 # packages-arm put libraries where Debian has them; ./dev packages makes everything.
 set(CPACK_PACKAGE_NAME lyra-fft)
@@ -9,15 +10,20 @@ set(CPACK_STRIP_FILES ON)
 set(CPACK_VERBATIM_VARIABLES ON)
 set(CPACK_GENERATOR DEB)
 set(CPACK_COMPONENTS_ALL runtime development)
+if(LYRA_BUILD_FLOAT)
+    list(APPEND CPACK_COMPONENTS_ALL runtime_single)
+endif()
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_POST_BUILD_SCRIPTS ${PROJECT_SOURCE_DIR}/cmake/debian/installed_size.cmake)
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME liblyra-fft2)
+set(CPACK_DEBIAN_RUNTIME_SINGLE_PACKAGE_NAME liblyra-fftf2)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME liblyra-fft-dev)
 set(CPACK_DEBIAN_FFTW3_PACKAGE_NAME lyra-fftw3)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME lyra-fft-tools)
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_RUNTIME_SINGLE_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_FFTW3_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION math)
@@ -27,8 +33,13 @@ Transforms of complex and real data and real-to-real transforms of every
 length in up to three dimensions, with any strides and batches, on one or
 several threads. Planning measures nothing and always gives the same
 plan.")
-set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "fast Fourier transforms in double precision - development
-Headers for C and C++, the Fortran module, the static library, the files
+set(CPACK_COMPONENT_RUNTIME_SINGLE_DESCRIPTION "fast Fourier transforms in single precision - library
+Transforms of complex and real data and real-to-real transforms of every
+length in up to three dimensions, with any strides and batches, on one or
+several threads. Planning measures nothing and always gives the same
+plan.")
+set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "fast Fourier transforms - development
+Headers for C and C++, the Fortran module, the static libraries, the files
 by which pkg-config and CMake find the LYRA FFT library, documentation
 and examples.")
 set(CPACK_COMPONENT_FFTW3_DESCRIPTION "fast Fourier transforms in double precision - for FFTW programs
@@ -72,9 +83,11 @@ if(CMAKE_CROSSCOMPILING AND A64_ROOT)
 endif()
 if(CMAKE_CROSSCOMPILING AND NOT A64_ROOT)
     set(CPACK_DEBIAN_RUNTIME_PACKAGE_DEPENDS "libc6 (>= 2.34)")
+    set(CPACK_DEBIAN_RUNTIME_SINGLE_PACKAGE_DEPENDS "libc6 (>= 2.34)")
     set(CPACK_DEBIAN_FFTW3_PACKAGE_DEPENDS "libc6 (>= 2.34)")
 else()
     set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
+    set(CPACK_DEBIAN_RUNTIME_SINGLE_PACKAGE_SHLIBDEPS ON)
     set(CPACK_DEBIAN_FFTW3_PACKAGE_SHLIBDEPS ON)
     set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS ON)
     set(CPACK_DEBIAN_PYTHON_PACKAGE_SHLIBDEPS ON)
@@ -84,9 +97,14 @@ endif()
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/cmake/debian/triggers)
+set(CPACK_DEBIAN_RUNTIME_SINGLE_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/cmake/debian/triggers)
 set(CPACK_DEBIAN_FFTW3_PACKAGE_SUGGESTS lyra-fft-tools)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SUGGESTS lyra-fftw3)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "liblyra-fft2 (= ${PROJECT_VERSION})")
+if(LYRA_BUILD_FLOAT)
+    string(APPEND CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS
+           ", liblyra-fftf2 (= ${PROJECT_VERSION})")
+endif()
 if(CMAKE_SYSTEM_PROCESSOR MATCHES "aarch64|arm64")
     set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE arm64)
 elseif(CMAKE_SYSTEM_PROCESSOR MATCHES "x86_64|AMD64")
@@ -95,6 +113,9 @@ endif()
 
 # What every package of Debian holds; left out of other installations.
 set(components runtime development)
+if(LYRA_BUILD_FLOAT)
+    list(APPEND components runtime_single)
+endif()
 if(TARGET lyra_fftw3)
     list(APPEND components fftw3)
     list(APPEND CPACK_COMPONENTS_ALL fftw3)

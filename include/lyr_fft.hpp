@@ -8,6 +8,9 @@
  * A thin layer of inline functions over lyr_fft.h, which defines the transforms, their layouts and
  * what is promised. Executing a plan costs nothing over the C function.
  *
+ * The types of the arrays say the precision: those of float need libLYRA_fftf, those of double
+ * libLYRA_fft.
+ *
  * Constructors return a result: a plan, or the reason why there is none. `if (plan)` asks, *plan
  * and plan-> reach it, value() gives it or throws refused_plan (ends the program where exceptions
  * are off). Arrays belong to the caller and must outlive the executions that use them. Inputs are
@@ -22,6 +25,7 @@
 #endif
 
 #include <lyr_fft.h>
+#include <lyr_fftf.h>
 
 #include <complex>
 #include <cstddef>
@@ -46,6 +50,8 @@ namespace lyr_fft {
 
 // A complex number.
 using complex = std::complex<double>;
+// A complex number of single precision.
+using complex_float = std::complex<float>;
 
 // The sign of the exponent.
 enum class direction : int { forward = LYR_FFT_FORWARD, backward = LYR_FFT_BACKWARD };
@@ -165,9 +171,9 @@ struct dimensions {
     per_dimension<dimension> batch = {};      // of the batch
 };
 
-// Real and imaginary parts in arrays of their own, of double or const double. A plan of split
-// complex arrays transforms forward; exchange the parts of input and output, at planning and at
-// execution, for the backward transform.
+// Real and imaginary parts in arrays of their own, of double, float, or constant ones. A plan of
+// split complex arrays transforms forward; exchange the parts of input and output, at planning and
+// at execution, for the backward transform.
 template <class Real>
 struct split {
     span<Real> re;  // real parts
@@ -258,105 +264,185 @@ class [[nodiscard]] result {
 
 namespace detail {
 
-inline lyr_fft_complex *raw(const complex *array) noexcept {
-    // std::complex<double> is an array of two doubles, real part first, by the standard. The C
-    // interface takes inputs without const, but writes them only in place.
-    return reinterpret_cast<lyr_fft_complex *>(const_cast<complex *>(array));
+// The C functions of each precision.
+template <class Real>
+struct c_functions;
+#define LYR_FFT_C_FUNCTIONS(Real, prefix)                                         \
+    template <>                                                                   \
+    struct c_functions<Real> {                                                    \
+        using plan = prefix##plan;                                                \
+        using complex = prefix##complex;                                          \
+        static constexpr auto destroy = prefix##destroy_plan;                     \
+        static constexpr auto execute = prefix##execute;                          \
+        static constexpr auto execute_dft = prefix##execute_dft;                  \
+        static constexpr auto execute_r2c = prefix##execute_dft_r2c;              \
+        static constexpr auto execute_c2r = prefix##execute_dft_c2r;              \
+        static constexpr auto execute_r2r = prefix##execute_r2r;                  \
+        static constexpr auto execute_split_dft = prefix##execute_split_dft;      \
+        static constexpr auto execute_split_r2c = prefix##execute_split_dft_r2c;  \
+        static constexpr auto execute_split_c2r = prefix##execute_split_dft_c2r;  \
+        static constexpr auto many_dft = prefix##plan_many_dft;                   \
+        static constexpr auto many_r2c = prefix##plan_many_dft_r2c;               \
+        static constexpr auto many_c2r = prefix##plan_many_dft_c2r;               \
+        static constexpr auto many_r2r = prefix##plan_many_r2r;                   \
+        static constexpr auto guru_dft = prefix##plan_guru64_dft;                 \
+        static constexpr auto guru_r2c = prefix##plan_guru64_dft_r2c;             \
+        static constexpr auto guru_c2r = prefix##plan_guru64_dft_c2r;             \
+        static constexpr auto guru_r2r = prefix##plan_guru64_r2r;                 \
+        static constexpr auto guru_split_dft = prefix##plan_guru64_split_dft;     \
+        static constexpr auto guru_split_r2c = prefix##plan_guru64_split_dft_r2c; \
+        static constexpr auto guru_split_c2r = prefix##plan_guru64_split_dft_c2r; \
+    }
+LYR_FFT_C_FUNCTIONS(double, lyr_fft_);
+LYR_FFT_C_FUNCTIONS(float, lyr_fftf_);
+#undef LYR_FFT_C_FUNCTIONS
+
+// The precision of real and complex numbers.
+template <class Number>
+struct precision {
+    using real = Number;
+};
+template <class Real>
+struct precision<std::complex<Real>> {
+    using real = Real;
+};
+template <class Number>
+using real_of = typename precision<Number>::real;
+
+// std::complex<T> is an array of two T, real part first, by the standard. The C interface takes
+// inputs without const, but writes them only in place.
+template <class Real>
+typename c_functions<Real>::complex *raw(const std::complex<Real> *array) noexcept {
+    return reinterpret_cast<typename c_functions<Real>::complex *>(
+        const_cast<std::complex<Real> *>(array));
 }
 inline double *raw(const double *array) noexcept {
     return const_cast<double *>(array);
 }
+inline float *raw(const float *array) noexcept {
+    return const_cast<float *>(array);
+}
 
 // The handle, released once.
+template <class Real>
 class owned {
+    using c = c_functions<Real>;
+
   public:
     owned() noexcept = default;
-    explicit owned(lyr_fft_plan plan) noexcept : handle(plan) {}
+    explicit owned(typename c::plan plan) noexcept : handle(plan) {}
     owned(owned &&other) noexcept : handle(std::exchange(other.handle, nullptr)) {}
     owned &operator=(owned &&other) noexcept {
         std::swap(handle, other.handle);
         return *this;
     }
-    ~owned() { lyr_fft_destroy_plan(handle); }
+    ~owned() { c::destroy(handle); }
 
     // False after being moved from.
     explicit operator bool() const noexcept { return handle != nullptr; }
     // Run on the arrays given at planning.
-    void execute() const noexcept { lyr_fft_execute(handle); }
+    void execute() const noexcept { c::execute(handle); }
     // The handle for the C functions; stays owned by the plan.
-    lyr_fft_plan get() const noexcept { return handle; }
+    typename c::plan get() const noexcept { return handle; }
     // Give the handle away: the caller destroys it.
-    lyr_fft_plan release() noexcept { return std::exchange(handle, nullptr); }
+    typename c::plan release() noexcept { return std::exchange(handle, nullptr); }
 
   private:
-    lyr_fft_plan handle = nullptr;
+    typename c::plan handle = nullptr;
 };
 
 }  // namespace detail
 
-// A plan from arrays of In to arrays of Out, either complex or double. Holds nothing but the C
-// handle. Any number of threads may execute it at once.
-template <class In, class Out>
-class plan : public detail::owned {
+// A plan from arrays of In to arrays of Out, numbers of one precision, complex or real. Holds
+// nothing but the C handle. Any number of threads may execute it at once.
+template <class In, class Out = In>
+class plan : public detail::owned<detail::real_of<In>> {
+    using real = detail::real_of<In>;
+    using c = detail::c_functions<real>;
+    static_assert(std::is_same_v<real, detail::real_of<Out>>, "two precisions");
+
   public:
-    using owned::execute;
-    using owned::owned;
+    using detail::owned<real>::execute;
+    using detail::owned<real>::owned;
 
     // Run on other arrays of the planned layout; in place if, and only if, so planned. Lengths are
     // not checked.
     void execute(span<const In> in, span<Out> out) const noexcept {
-        if constexpr (std::is_same_v<In, complex> && std::is_same_v<Out, complex>)
-            lyr_fft_execute_dft(get(), detail::raw(in.data()), detail::raw(out.data()));
-        else if constexpr (std::is_same_v<Out, complex>)
-            lyr_fft_execute_dft_r2c(get(), detail::raw(in.data()), detail::raw(out.data()));
-        else if constexpr (std::is_same_v<In, complex>)
-            lyr_fft_execute_dft_c2r(get(), detail::raw(in.data()), detail::raw(out.data()));
+        constexpr bool from_complex = !std::is_same_v<In, real>;
+        constexpr bool to_complex = !std::is_same_v<Out, real>;
+        if constexpr (from_complex && to_complex)
+            c::execute_dft(this->get(), detail::raw(in.data()), detail::raw(out.data()));
+        else if constexpr (to_complex)
+            c::execute_r2c(this->get(), detail::raw(in.data()), detail::raw(out.data()));
+        else if constexpr (from_complex)
+            c::execute_c2r(this->get(), detail::raw(in.data()), detail::raw(out.data()));
         else
-            lyr_fft_execute_r2r(get(), detail::raw(in.data()), detail::raw(out.data()));
+            c::execute_r2r(this->get(), detail::raw(in.data()), detail::raw(out.data()));
     }
 };
 
 // A plan from split complex arrays to split complex arrays.
-class split_dft_plan : public detail::owned {
+template <class Real>
+class basic_split_dft_plan : public detail::owned<Real> {
   public:
-    using owned::execute;
-    using owned::owned;
+    using detail::owned<Real>::execute;
+    using detail::owned<Real>::owned;
     // Run on other arrays of the planned layout.
-    void execute(split<const double> in, split<double> out) const noexcept {
-        lyr_fft_execute_split_dft(get(), detail::raw(in.re.data()), detail::raw(in.im.data()),
-                                  out.re.data(), out.im.data());
+    void execute(split<const Real> in, split<Real> out) const noexcept {
+        detail::c_functions<Real>::execute_split_dft(this->get(), detail::raw(in.re.data()),
+                                                     detail::raw(in.im.data()), out.re.data(),
+                                                     out.im.data());
     }
 };
 // A plan from real arrays to split complex arrays.
-class split_r2c_plan : public detail::owned {
+template <class Real>
+class basic_split_r2c_plan : public detail::owned<Real> {
   public:
-    using owned::execute;
-    using owned::owned;
+    using detail::owned<Real>::execute;
+    using detail::owned<Real>::owned;
     // Run on other arrays of the planned layout.
-    void execute(span<const double> in, split<double> out) const noexcept {
-        lyr_fft_execute_split_dft_r2c(get(), detail::raw(in.data()), out.re.data(), out.im.data());
+    void execute(span<const Real> in, split<Real> out) const noexcept {
+        detail::c_functions<Real>::execute_split_r2c(this->get(), detail::raw(in.data()),
+                                                     out.re.data(), out.im.data());
     }
 };
 // A plan from split complex arrays to real arrays.
-class split_c2r_plan : public detail::owned {
+template <class Real>
+class basic_split_c2r_plan : public detail::owned<Real> {
   public:
-    using owned::execute;
-    using owned::owned;
+    using detail::owned<Real>::execute;
+    using detail::owned<Real>::owned;
     // Run on other arrays of the planned layout.
-    void execute(split<const double> in, span<double> out) const noexcept {
-        lyr_fft_execute_split_dft_c2r(get(), detail::raw(in.re.data()), detail::raw(in.im.data()),
-                                      out.data());
+    void execute(split<const Real> in, span<Real> out) const noexcept {
+        detail::c_functions<Real>::execute_split_c2r(this->get(), detail::raw(in.re.data()),
+                                                     detail::raw(in.im.data()), out.data());
     }
 };
 
+// The kinds of plans in either precision, and the names of those in double precision.
+template <class Real>
+using basic_dft_plan = plan<std::complex<Real>, std::complex<Real>>;
+template <class Real>
+using basic_r2c_plan = plan<Real, std::complex<Real>>;
+template <class Real>
+using basic_c2r_plan = plan<std::complex<Real>, Real>;
+template <class Real>
+using basic_r2r_plan = plan<Real, Real>;
+
 // Complex to complex.
-using dft_plan = plan<complex, complex>;
+using dft_plan = basic_dft_plan<double>;
 // Real to complex.
-using r2c_plan = plan<double, complex>;
+using r2c_plan = basic_r2c_plan<double>;
 // Complex to real.
-using c2r_plan = plan<complex, double>;
+using c2r_plan = basic_c2r_plan<double>;
 // Real to real.
-using r2r_plan = plan<double, double>;
+using r2r_plan = basic_r2r_plan<double>;
+// Split complex to split complex.
+using split_dft_plan = basic_split_dft_plan<double>;
+// Real to split complex.
+using split_r2c_plan = basic_split_r2c_plan<double>;
+// Split complex to real.
+using split_c2r_plan = basic_split_c2r_plan<double>;
 
 // ---- Checking and describing problems -----------------------------------------------------------
 
@@ -429,8 +515,8 @@ constexpr bool complete(const shape &n, const batch &b) noexcept {
            (b.out.extent.rank == 0 || b.out.extent.rank == n.rank);
 }
 
-template <class Plan>
-result<Plan> finish(lyr_fft_plan handle) noexcept {
+template <class Plan, class Handle>
+result<Plan> finish(Handle handle) noexcept {
     if (handle == nullptr) return error::refused;
     return Plan(handle);
 }
@@ -489,6 +575,129 @@ struct kind_list {
     lyr_fft_r2r_kind items[3] = {};
 };
 
+// The constructors below in either precision.
+
+template <class Real>
+result<basic_dft_plan<Real>> make_dft(const shape &n, span<const std::complex<Real>> in,
+                                      span<std::complex<Real>> out, direction sign,
+                                      const batch &b) noexcept {
+    return plan_many<basic_dft_plan<Real>>(
+        n, in, out, b, complex_sides, [&](const described &i, const described &o) {
+            return c_functions<Real>::many_dft(n.rank, n.items, b.count, raw(in.data()), i.extent,
+                                               i.stride, i.distance, raw(out.data()), o.extent,
+                                               o.stride, o.distance, static_cast<int>(sign), 0);
+        });
+}
+
+template <class Real>
+result<basic_r2c_plan<Real>> make_r2c(const shape &n, span<const Real> in,
+                                      span<std::complex<Real>> out, const batch &b) noexcept {
+    sides contents = r2c_sides;
+    if (same(in.data(), out.data())) contents.in = content::padded;
+    return plan_many<basic_r2c_plan<Real>>(
+        n, in, out, b, contents, [&](const described &i, const described &o) {
+            return c_functions<Real>::many_r2c(n.rank, n.items, b.count, raw(in.data()), i.extent,
+                                               i.stride, i.distance, raw(out.data()), o.extent,
+                                               o.stride, o.distance, 0);
+        });
+}
+
+template <class Real>
+result<basic_c2r_plan<Real>> make_c2r(const shape &n, span<const std::complex<Real>> in,
+                                      span<Real> out, const batch &b) noexcept {
+    sides contents = c2r_sides;
+    if (same(in.data(), out.data())) contents.out = content::padded;
+    return plan_many<basic_c2r_plan<Real>>(
+        n, in, out, b, contents, [&](const described &i, const described &o) {
+            return c_functions<Real>::many_c2r(n.rank, n.items, b.count, raw(in.data()), i.extent,
+                                               i.stride, i.distance, raw(out.data()), o.extent,
+                                               o.stride, o.distance, 0);
+        });
+}
+
+template <class Real>
+result<basic_r2r_plan<Real>> make_r2r(const shape &n, span<const Real> in, span<Real> out,
+                                      const kinds &k, const batch &b) noexcept {
+    if (k.rank != n.rank) return error::refused;
+    const kind_list list(k);
+    return plan_many<basic_r2r_plan<Real>>(
+        n, in, out, b, complex_sides, [&](const described &i, const described &o) {
+            return c_functions<Real>::many_r2r(n.rank, n.items, b.count, raw(in.data()), i.extent,
+                                               i.stride, i.distance, raw(out.data()), o.extent,
+                                               o.stride, o.distance, list.items, 0);
+        });
+}
+
+template <class Real>
+result<basic_dft_plan<Real>> make_dft(const dimensions &d, span<const std::complex<Real>> in,
+                                      span<std::complex<Real>> out, direction sign) noexcept {
+    return plan_guru<basic_dft_plan<Real>>(d, in, out, complex_sides, [&] {
+        return c_functions<Real>::guru_dft(d.transform.rank, d.transform.items, d.batch.rank,
+                                           d.batch.items, raw(in.data()), raw(out.data()),
+                                           static_cast<int>(sign), 0);
+    });
+}
+
+template <class Real>
+result<basic_r2c_plan<Real>> make_r2c(const dimensions &d, span<const Real> in,
+                                      span<std::complex<Real>> out) noexcept {
+    return plan_guru<basic_r2c_plan<Real>>(d, in, out, r2c_sides, [&] {
+        return c_functions<Real>::guru_r2c(d.transform.rank, d.transform.items, d.batch.rank,
+                                           d.batch.items, raw(in.data()), raw(out.data()), 0);
+    });
+}
+
+template <class Real>
+result<basic_c2r_plan<Real>> make_c2r(const dimensions &d, span<const std::complex<Real>> in,
+                                      span<Real> out) noexcept {
+    return plan_guru<basic_c2r_plan<Real>>(d, in, out, c2r_sides, [&] {
+        return c_functions<Real>::guru_c2r(d.transform.rank, d.transform.items, d.batch.rank,
+                                           d.batch.items, raw(in.data()), raw(out.data()), 0);
+    });
+}
+
+template <class Real>
+result<basic_r2r_plan<Real>> make_r2r(const dimensions &d, span<const Real> in, span<Real> out,
+                                      const kinds &k) noexcept {
+    if (k.rank != d.transform.rank) return error::refused;
+    const kind_list list(k);
+    return plan_guru<basic_r2r_plan<Real>>(d, in, out, complex_sides, [&] {
+        return c_functions<Real>::guru_r2r(d.transform.rank, d.transform.items, d.batch.rank,
+                                           d.batch.items, raw(in.data()), raw(out.data()),
+                                           list.items, 0);
+    });
+}
+
+template <class Real>
+result<basic_split_dft_plan<Real>> make_split_dft(const dimensions &d, split<const Real> in,
+                                                  split<Real> out) noexcept {
+    return plan_guru<basic_split_dft_plan<Real>>(d, in, out, complex_sides, [&] {
+        return c_functions<Real>::guru_split_dft(
+            d.transform.rank, d.transform.items, d.batch.rank, d.batch.items, raw(in.re.data()),
+            raw(in.im.data()), out.re.data(), out.im.data(), 0);
+    });
+}
+
+template <class Real>
+result<basic_split_r2c_plan<Real>> make_split_r2c(const dimensions &d, span<const Real> in,
+                                                  split<Real> out) noexcept {
+    return plan_guru<basic_split_r2c_plan<Real>>(d, in, out, r2c_sides, [&] {
+        return c_functions<Real>::guru_split_r2c(d.transform.rank, d.transform.items, d.batch.rank,
+                                                 d.batch.items, raw(in.data()), out.re.data(),
+                                                 out.im.data(), 0);
+    });
+}
+
+template <class Real>
+result<basic_split_c2r_plan<Real>> make_split_c2r(const dimensions &d, split<const Real> in,
+                                                  span<Real> out) noexcept {
+    return plan_guru<basic_split_c2r_plan<Real>>(d, in, out, c2r_sides, [&] {
+        return c_functions<Real>::guru_split_c2r(d.transform.rank, d.transform.items, d.batch.rank,
+                                                 d.batch.items, raw(in.re.data()),
+                                                 raw(in.im.data()), out.data(), 0);
+    });
+}
+
 }  // namespace detail
 
 // ---- Constructors -------------------------------------------------------------------------------
@@ -496,126 +705,124 @@ struct kind_list {
 // Complex transforms of `n`, rank 1 to 3.
 inline result<dft_plan> dft(const shape &n, span<const complex> in, span<complex> out,
                             direction sign, const batch &b = {}) noexcept {
-    return detail::plan_many<dft_plan>(
-        n, in, out, b, detail::complex_sides,
-        [&](const detail::described &i, const detail::described &o) {
-            return lyr_fft_plan_many_dft(n.rank, n.items, b.count, detail::raw(in.data()), i.extent,
-                                         i.stride, i.distance, detail::raw(out.data()), o.extent,
-                                         o.stride, o.distance, static_cast<int>(sign), 0);
-        });
+    return detail::make_dft<double>(n, in, out, sign, b);
+}
+// The same in single precision.
+inline result<basic_dft_plan<float>> dft(const shape &n, span<const complex_float> in,
+                                         span<complex_float> out, direction sign,
+                                         const batch &b = {}) noexcept {
+    return detail::make_dft<float>(n, in, out, sign, b);
 }
 
 // Real to complex; rows of the output are n/2+1 long, and in place those of the input are padded to
-// 2(n/2+1) doubles.
+// 2(n/2+1) real numbers.
 inline result<r2c_plan> r2c(const shape &n, span<const double> in, span<complex> out,
                             const batch &b = {}) noexcept {
-    detail::sides contents = detail::r2c_sides;
-    if (detail::same(in.data(), out.data())) contents.in = detail::content::padded;
-    return detail::plan_many<r2c_plan>(
-        n, in, out, b, contents, [&](const detail::described &i, const detail::described &o) {
-            return lyr_fft_plan_many_dft_r2c(
-                n.rank, n.items, b.count, detail::raw(in.data()), i.extent, i.stride, i.distance,
-                detail::raw(out.data()), o.extent, o.stride, o.distance, 0);
-        });
+    return detail::make_r2c<double>(n, in, out, b);
+}
+// The same in single precision.
+inline result<basic_r2c_plan<float>> r2c(const shape &n, span<const float> in,
+                                         span<complex_float> out, const batch &b = {}) noexcept {
+    return detail::make_r2c<float>(n, in, out, b);
 }
 
 // Complex to real, the same layouts the other way round.
 inline result<c2r_plan> c2r(const shape &n, span<const complex> in, span<double> out,
                             const batch &b = {}) noexcept {
-    detail::sides contents = detail::c2r_sides;
-    if (detail::same(in.data(), out.data())) contents.out = detail::content::padded;
-    return detail::plan_many<c2r_plan>(
-        n, in, out, b, contents, [&](const detail::described &i, const detail::described &o) {
-            return lyr_fft_plan_many_dft_c2r(
-                n.rank, n.items, b.count, detail::raw(in.data()), i.extent, i.stride, i.distance,
-                detail::raw(out.data()), o.extent, o.stride, o.distance, 0);
-        });
+    return detail::make_c2r<double>(n, in, out, b);
+}
+// The same in single precision.
+inline result<basic_c2r_plan<float>> c2r(const shape &n, span<const complex_float> in,
+                                         span<float> out, const batch &b = {}) noexcept {
+    return detail::make_c2r<float>(n, in, out, b);
 }
 
 // Real to real, one kind per dimension.
 inline result<r2r_plan> r2r(const shape &n, span<const double> in, span<double> out, const kinds &k,
                             const batch &b = {}) noexcept {
-    if (k.rank != n.rank) return error::refused;
-    const detail::kind_list list(k);
-    return detail::plan_many<r2r_plan>(
-        n, in, out, b, detail::complex_sides,
-        [&](const detail::described &i, const detail::described &o) {
-            return lyr_fft_plan_many_r2r(n.rank, n.items, b.count, detail::raw(in.data()), i.extent,
-                                         i.stride, i.distance, detail::raw(out.data()), o.extent,
-                                         o.stride, o.distance, list.items, 0);
-        });
+    return detail::make_r2r<double>(n, in, out, k, b);
+}
+// The same in single precision.
+inline result<basic_r2r_plan<float>> r2r(const shape &n, span<const float> in, span<float> out,
+                                         const kinds &k, const batch &b = {}) noexcept {
+    return detail::make_r2r<float>(n, in, out, k, b);
 }
 
 // Complex transforms of any layout.
 inline result<dft_plan> dft(const dimensions &d, span<const complex> in, span<complex> out,
                             direction sign) noexcept {
-    return detail::plan_guru<dft_plan>(d, in, out, detail::complex_sides, [&] {
-        return lyr_fft_plan_guru64_dft(d.transform.rank, d.transform.items, d.batch.rank,
-                                       d.batch.items, detail::raw(in.data()),
-                                       detail::raw(out.data()), static_cast<int>(sign), 0);
-    });
+    return detail::make_dft<double>(d, in, out, sign);
+}
+// The same in single precision.
+inline result<basic_dft_plan<float>> dft(const dimensions &d, span<const complex_float> in,
+                                         span<complex_float> out, direction sign) noexcept {
+    return detail::make_dft<float>(d, in, out, sign);
 }
 
 // Real to complex, any layout.
 inline result<r2c_plan> r2c(const dimensions &d, span<const double> in,
                             span<complex> out) noexcept {
-    return detail::plan_guru<r2c_plan>(d, in, out, detail::r2c_sides, [&] {
-        return lyr_fft_plan_guru64_dft_r2c(d.transform.rank, d.transform.items, d.batch.rank,
-                                           d.batch.items, detail::raw(in.data()),
-                                           detail::raw(out.data()), 0);
-    });
+    return detail::make_r2c<double>(d, in, out);
+}
+// The same in single precision.
+inline result<basic_r2c_plan<float>> r2c(const dimensions &d, span<const float> in,
+                                         span<complex_float> out) noexcept {
+    return detail::make_r2c<float>(d, in, out);
 }
 
 // Complex to real, any layout.
 inline result<c2r_plan> c2r(const dimensions &d, span<const complex> in,
                             span<double> out) noexcept {
-    return detail::plan_guru<c2r_plan>(d, in, out, detail::c2r_sides, [&] {
-        return lyr_fft_plan_guru64_dft_c2r(d.transform.rank, d.transform.items, d.batch.rank,
-                                           d.batch.items, detail::raw(in.data()),
-                                           detail::raw(out.data()), 0);
-    });
+    return detail::make_c2r<double>(d, in, out);
+}
+// The same in single precision.
+inline result<basic_c2r_plan<float>> c2r(const dimensions &d, span<const complex_float> in,
+                                         span<float> out) noexcept {
+    return detail::make_c2r<float>(d, in, out);
 }
 
 // Real to real, any layout, one kind per dimension.
 inline result<r2r_plan> r2r(const dimensions &d, span<const double> in, span<double> out,
                             const kinds &k) noexcept {
-    if (k.rank != d.transform.rank) return error::refused;
-    const detail::kind_list list(k);
-    return detail::plan_guru<r2r_plan>(d, in, out, detail::complex_sides, [&] {
-        return lyr_fft_plan_guru64_r2r(d.transform.rank, d.transform.items, d.batch.rank,
-                                       d.batch.items, detail::raw(in.data()),
-                                       detail::raw(out.data()), list.items, 0);
-    });
+    return detail::make_r2r<double>(d, in, out, k);
+}
+// The same in single precision.
+inline result<basic_r2r_plan<float>> r2r(const dimensions &d, span<const float> in, span<float> out,
+                                         const kinds &k) noexcept {
+    return detail::make_r2r<float>(d, in, out, k);
 }
 
-// Split complex arrays, forward, with strides in doubles.
+// Split complex arrays, forward, with strides in real numbers.
 inline result<split_dft_plan> split_dft(const dimensions &d, split<const double> in,
                                         split<double> out) noexcept {
-    return detail::plan_guru<split_dft_plan>(d, in, out, detail::complex_sides, [&] {
-        return lyr_fft_plan_guru64_split_dft(
-            d.transform.rank, d.transform.items, d.batch.rank, d.batch.items,
-            detail::raw(in.re.data()), detail::raw(in.im.data()), out.re.data(), out.im.data(), 0);
-    });
+    return detail::make_split_dft<double>(d, in, out);
+}
+// The same in single precision.
+inline result<basic_split_dft_plan<float>> split_dft(const dimensions &d, split<const float> in,
+                                                     split<float> out) noexcept {
+    return detail::make_split_dft<float>(d, in, out);
 }
 
-// Real to split complex arrays, with strides in doubles.
+// Real to split complex arrays, with strides in real numbers.
 inline result<split_r2c_plan> split_r2c(const dimensions &d, span<const double> in,
                                         split<double> out) noexcept {
-    return detail::plan_guru<split_r2c_plan>(d, in, out, detail::r2c_sides, [&] {
-        return lyr_fft_plan_guru64_split_dft_r2c(d.transform.rank, d.transform.items, d.batch.rank,
-                                                 d.batch.items, detail::raw(in.data()),
-                                                 out.re.data(), out.im.data(), 0);
-    });
+    return detail::make_split_r2c<double>(d, in, out);
+}
+// The same in single precision.
+inline result<basic_split_r2c_plan<float>> split_r2c(const dimensions &d, span<const float> in,
+                                                     split<float> out) noexcept {
+    return detail::make_split_r2c<float>(d, in, out);
 }
 
-// Split complex to real arrays, with strides in doubles.
+// Split complex to real arrays, with strides in real numbers.
 inline result<split_c2r_plan> split_c2r(const dimensions &d, split<const double> in,
                                         span<double> out) noexcept {
-    return detail::plan_guru<split_c2r_plan>(d, in, out, detail::c2r_sides, [&] {
-        return lyr_fft_plan_guru64_split_dft_c2r(d.transform.rank, d.transform.items, d.batch.rank,
-                                                 d.batch.items, detail::raw(in.re.data()),
-                                                 detail::raw(in.im.data()), out.data(), 0);
-    });
+    return detail::make_split_c2r<double>(d, in, out);
+}
+// The same in single precision.
+inline result<basic_split_c2r_plan<float>> split_c2r(const dimensions &d, split<const float> in,
+                                                     span<float> out) noexcept {
+    return detail::make_split_c2r<float>(d, in, out);
 }
 
 // ---- Memory and threads -------------------------------------------------------------------------
@@ -665,6 +872,10 @@ using vector = std::vector<T, allocator<T>>;
 // The number of threads that plans made from now on may use, for the whole process.
 inline void set_threads(int count) noexcept {
     lyr_fft_plan_with_nthreads(count);
+}
+// The same for plans in single precision.
+inline void set_threads_float(int count) noexcept {
+    lyr_fftf_plan_with_nthreads(count);
 }
 
 }  // namespace lyr_fft

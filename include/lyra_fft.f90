@@ -1,4 +1,6 @@
-! LYRA FFT for Fortran: the functions and constants of the C interface, with typed arguments.
+! LYRA FFT for Fortran: the functions and constants of the C interfaces, with typed arguments. The
+! functions of single precision, lyr_fftf_.., follow those of double precision and take c_float and
+! c_float_complex; programs that use them link libLYRA_fftf.
 ! Written by tools/gen_fortran.py from lyr_fft.h, which describes every function.
 !
 !     use lyra_fft
@@ -16,7 +18,7 @@
 ! planning, must have the attribute target. In place, give the same array twice. Leave out inembed
 ! and onembed (then name the arguments that follow) for arrays without padding.
 !
-! The module holds interfaces and constants only: nothing has to be linked but the library.
+! The module holds interfaces and constants only: nothing has to be linked but the libraries used.
 module lyra_fft
     use, intrinsic :: iso_c_binding
     implicit none
@@ -631,5 +633,568 @@ module lyra_fft
             type(LFFTVersionRecord), intent(out) :: record
             integer(c_int) :: answer
         end function LFFTGetVersion
+
+        function lyr_fftf_plan_dft_1d(n, in, out, sign, flags) &
+            bind(c, name="lyr_fftf_plan_dft_1d") result(answer)
+            import
+            integer(c_int), value :: n
+            complex(c_float_complex), intent(inout) :: in(*)
+            complex(c_float_complex), intent(inout) :: out(*)
+            integer(c_int), value :: sign
+            integer(c_int), value :: flags
+            type(c_ptr) :: answer
+        end function lyr_fftf_plan_dft_1d
+
+        function lyr_fftf_plan_dft_2d(n0, n1, in, out, sign, flags) &
+            bind(c, name="lyr_fftf_plan_dft_2d") result(answer)
+            import
+            integer(c_int), value :: n0
+            integer(c_int), value :: n1
+            complex(c_float_complex), intent(inout) :: in(*)
+            complex(c_float_complex), intent(inout) :: out(*)
+            integer(c_int), value :: sign
+            integer(c_int), value :: flags
+            type(c_ptr) :: answer
+        end function lyr_fftf_plan_dft_2d
+
+        function lyr_fftf_plan_dft_3d(n0, n1, n2, in, out, sign, flags) &
+            bind(c, name="lyr_fftf_plan_dft_3d") result(answer)
+            import
+            integer(c_int), value :: n0
+            integer(c_int), value :: n1
+            integer(c_int), value :: n2
+            complex(c_float_complex), intent(inout) :: in(*)
+            complex(c_float_complex), intent(inout) :: out(*)
+            integer(c_int), value :: sign
+            integer(c_int), value :: flags
+            type(c_ptr) :: answer
+        end function lyr_fftf_plan_dft_3d
+
+        function lyr_fftf_plan_dft(rank, n, in, out, sign, flags) &
+            bind(c, name="lyr_fftf_plan_dft") result(answer)
+            import
+            integer(c_int), value :: rank
+            integer(c_int), intent(in) :: n(*)
+            complex(c_float_complex), intent(inout) :: in(*)
+            complex(c_float_complex), intent(inout) :: out(*)
+            integer(c_int), value :: sign
+            integer(c_int), value :: flags
+            type(c_ptr) :: answer
+        end function lyr_fftf_plan_dft
+
+        function lyr_fftf_plan_many_dft(rank, n, howmany, in, inembed, istride, idist, out, &
+            onembed, ostride, odist, sign, flags) &
+            bind(c, name="lyr_fftf_plan_many_dft") result(answer)
+            import
+            integer(c_int), value :: rank
+            integer(c_int), intent(in) :: n(*)
+            integer(c_int), value :: howmany
+            complex(c_float_complex), intent(inout) :: in(*)
+            integer(c_int), intent(in), optional :: inembed(*)
+            integer(c_int), value :: istride
+            integer(c_int), value :: idist
+            complex(c_float_complex), intent(inout) :: out(*)
+            integer(c_int), intent(in), optional :: onembed(*)
+            integer(c_int), value :: ostride
+            integer(c_int), value :: odist
+            integer(c_int), value :: sign
+            integer(c_int), value :: flags
+            type(c_ptr) :: answer
+        end function lyr_fftf_plan_many_dft
+
+        function lyr_fftf_plan_dft_r2c_1d(n, in, out, flags) &
+            bind(c, name="lyr_fftf_plan_dft_r2c_1d") result(answer)
+            import
+            integer(c_int), value :: n
+            real(c_float), intent(inout) :: in(*)
+            complex(c_float_complex), intent(inout) :: out(*)
+            integer(c_int), value :: flags
+            type(c_ptr) :: answer
+        end function lyr_fftf_plan_dft_r2c_1d
+
+        function lyr_fftf_plan_dft_r2c_2d(n0, n1, in, out, flags) &
+            bind(c, name="lyr_fftf_plan_dft_r2c_2d") result(answer)
+            import
+            integer(c_int), value :: n0
+            integer(c_int), value :: n1
+            real(c_float), intent(inout) :: in(*)
+            complex(c_float_complex), intent(inout) :: out(*)
+            integer(c_int), value :: flags
+            type(c_ptr) :: answer
+        end function lyr_fftf_plan_dft_r2c_2d
+
+        function lyr_fftf_plan_dft_r2c_3d(n0, n1, n2, in, out, flags) &
+            bind(c, name="lyr_fftf_plan_dft_r2c_3d") result(answer)
+            import
+            integer(c_int), value :: n0
+            integer(c_int), value :: n1
+            integer(c_int), value :: n2
+            real(c_float), intent(inout) :: in(*)
+            complex(c_float_complex), intent(inout) :: out(*)
+            integer(c_int), value :: flags
+            type(c_ptr) :: answer
+        end function lyr_fftf_plan_dft_r2c_3d
+
+        function lyr_fftf_plan_dft_r2c(rank, n, in, out, flags) &
+            bind(c, name="lyr_fftf_plan_dft_r2c") result(answer)
+            import
+            integer(c_int), value :: rank
+            integer(c_int), intent(in) :: n(*)
+            real(c_float), intent(inout) :: in(*)
+            complex(c_float_complex), intent(inout) :: out(*)
+            integer(c_int), value :: flags
+            type(c_ptr) :: answer
+        end function lyr_fftf_plan_dft_r2c
+
+        function lyr_fftf_plan_many_dft_r2c(rank, n, howmany, in, inembed, istride, idist, out, &
+            onembed, ostride, odist, flags) &
+            bind(c, name="lyr_fftf_plan_many_dft_r2c") result(answer)
+            import
+            integer(c_int), value :: rank
+            integer(c_int), intent(in) :: n(*)
+            integer(c_int), value :: howmany
+            real(c_float), intent(inout) :: in(*)
+            integer(c_int), intent(in), optional :: inembed(*)
+            integer(c_int), value :: istride
+            integer(c_int), value :: idist
+            complex(c_float_complex), intent(inout) :: out(*)
+            integer(c_int), intent(in), optional :: onembed(*)
+            integer(c_int), value :: ostride
+            integer(c_int), value :: odist
+            integer(c_int), value :: flags
+            type(c_ptr) :: answer
+        end function lyr_fftf_plan_many_dft_r2c
+
+        function lyr_fftf_plan_dft_c2r_1d(n, in, out, flags) &
+            bind(c, name="lyr_fftf_plan_dft_c2r_1d") result(answer)
+            import
+            integer(c_int), value :: n
+            complex(c_float_complex), intent(inout) :: in(*)
+            real(c_float), intent(inout) :: out(*)
+            integer(c_int), value :: flags
+            type(c_ptr) :: answer
+        end function lyr_fftf_plan_dft_c2r_1d
+
+        function lyr_fftf_plan_dft_c2r_2d(n0, n1, in, out, flags) &
+            bind(c, name="lyr_fftf_plan_dft_c2r_2d") result(answer)
+            import
+            integer(c_int), value :: n0
+            integer(c_int), value :: n1
+            complex(c_float_complex), intent(inout) :: in(*)
+            real(c_float), intent(inout) :: out(*)
+            integer(c_int), value :: flags
+            type(c_ptr) :: answer
+        end function lyr_fftf_plan_dft_c2r_2d
+
+        function lyr_fftf_plan_dft_c2r_3d(n0, n1, n2, in, out, flags) &
+            bind(c, name="lyr_fftf_plan_dft_c2r_3d") result(answer)
+            import
+            integer(c_int), value :: n0
+            integer(c_int), value :: n1
+            integer(c_int), value :: n2
+            complex(c_float_complex), intent(inout) :: in(*)
+            real(c_float), intent(inout) :: out(*)
+            integer(c_int), value :: flags
+            type(c_ptr) :: answer
+        end function lyr_fftf_plan_dft_c2r_3d
+
+        function lyr_fftf_plan_dft_c2r(rank, n, in, out, flags) &
+            bind(c, name="lyr_fftf_plan_dft_c2r") result(answer)
+            import
+            integer(c_int), value :: rank
+            integer(c_int), intent(in) :: n(*)
+            complex(c_float_complex), intent(inout) :: in(*)
+            real(c_float), intent(inout) :: out(*)
+            integer(c_int), value :: flags
+            type(c_ptr) :: answer
+        end function lyr_fftf_plan_dft_c2r
+
+        function lyr_fftf_plan_many_dft_c2r(rank, n, howmany, in, inembed, istride, idist, out, &
+            onembed, ostride, odist, flags) &
+            bind(c, name="lyr_fftf_plan_many_dft_c2r") result(answer)
+            import
+            integer(c_int), value :: rank
+            integer(c_int), intent(in) :: n(*)
+            integer(c_int), value :: howmany
+            complex(c_float_complex), intent(inout) :: in(*)
+            integer(c_int), intent(in), optional :: inembed(*)
+            integer(c_int), value :: istride
+            integer(c_int), value :: idist
+            real(c_float), intent(inout) :: out(*)
+            integer(c_int), intent(in), optional :: onembed(*)
+            integer(c_int), value :: ostride
+            integer(c_int), value :: odist
+            integer(c_int), value :: flags
+            type(c_ptr) :: answer
+        end function lyr_fftf_plan_many_dft_c2r
+
+        function lyr_fftf_plan_r2r_1d(n, in, out, kind, flags) &
+            bind(c, name="lyr_fftf_plan_r2r_1d") result(answer)
+            import
+            integer(c_int), value :: n
+            real(c_float), intent(inout) :: in(*)
+            real(c_float), intent(inout) :: out(*)
+            integer(c_int), value :: kind
+            integer(c_int), value :: flags
+            type(c_ptr) :: answer
+        end function lyr_fftf_plan_r2r_1d
+
+        function lyr_fftf_plan_r2r_2d(n0, n1, in, out, kind0, kind1, flags) &
+            bind(c, name="lyr_fftf_plan_r2r_2d") result(answer)
+            import
+            integer(c_int), value :: n0
+            integer(c_int), value :: n1
+            real(c_float), intent(inout) :: in(*)
+            real(c_float), intent(inout) :: out(*)
+            integer(c_int), value :: kind0
+            integer(c_int), value :: kind1
+            integer(c_int), value :: flags
+            type(c_ptr) :: answer
+        end function lyr_fftf_plan_r2r_2d
+
+        function lyr_fftf_plan_r2r_3d(n0, n1, n2, in, out, kind0, kind1, kind2, flags) &
+            bind(c, name="lyr_fftf_plan_r2r_3d") result(answer)
+            import
+            integer(c_int), value :: n0
+            integer(c_int), value :: n1
+            integer(c_int), value :: n2
+            real(c_float), intent(inout) :: in(*)
+            real(c_float), intent(inout) :: out(*)
+            integer(c_int), value :: kind0
+            integer(c_int), value :: kind1
+            integer(c_int), value :: kind2
+            integer(c_int), value :: flags
+            type(c_ptr) :: answer
+        end function lyr_fftf_plan_r2r_3d
+
+        function lyr_fftf_plan_r2r(rank, n, in, out, kind, flags) &
+            bind(c, name="lyr_fftf_plan_r2r") result(answer)
+            import
+            integer(c_int), value :: rank
+            integer(c_int), intent(in) :: n(*)
+            real(c_float), intent(inout) :: in(*)
+            real(c_float), intent(inout) :: out(*)
+            integer(c_int), intent(in) :: kind(*)
+            integer(c_int), value :: flags
+            type(c_ptr) :: answer
+        end function lyr_fftf_plan_r2r
+
+        function lyr_fftf_plan_many_r2r(rank, n, howmany, in, inembed, istride, idist, out, &
+            onembed, ostride, odist, kind, flags) &
+            bind(c, name="lyr_fftf_plan_many_r2r") result(answer)
+            import
+            integer(c_int), value :: rank
+            integer(c_int), intent(in) :: n(*)
+            integer(c_int), value :: howmany
+            real(c_float), intent(inout) :: in(*)
+            integer(c_int), intent(in), optional :: inembed(*)
+            integer(c_int), value :: istride
+            integer(c_int), value :: idist
+            real(c_float), intent(inout) :: out(*)
+            integer(c_int), intent(in), optional :: onembed(*)
+            integer(c_int), value :: ostride
+            integer(c_int), value :: odist
+            integer(c_int), intent(in) :: kind(*)
+            integer(c_int), value :: flags
+            type(c_ptr) :: answer
+        end function lyr_fftf_plan_many_r2r
+
+        function lyr_fftf_plan_guru_dft(rank, dims, howmany_rank, howmany_dims, in, out, sign, &
+            flags) bind(c, name="lyr_fftf_plan_guru_dft") result(answer)
+            import
+            integer(c_int), value :: rank
+            type(lyr_fft_iodim), intent(in) :: dims(*)
+            integer(c_int), value :: howmany_rank
+            type(lyr_fft_iodim), intent(in) :: howmany_dims(*)
+            complex(c_float_complex), intent(inout) :: in(*)
+            complex(c_float_complex), intent(inout) :: out(*)
+            integer(c_int), value :: sign
+            integer(c_int), value :: flags
+            type(c_ptr) :: answer
+        end function lyr_fftf_plan_guru_dft
+
+        function lyr_fftf_plan_guru_dft_r2c(rank, dims, howmany_rank, howmany_dims, in, out, flags) &
+            bind(c, name="lyr_fftf_plan_guru_dft_r2c") result(answer)
+            import
+            integer(c_int), value :: rank
+            type(lyr_fft_iodim), intent(in) :: dims(*)
+            integer(c_int), value :: howmany_rank
+            type(lyr_fft_iodim), intent(in) :: howmany_dims(*)
+            real(c_float), intent(inout) :: in(*)
+            complex(c_float_complex), intent(inout) :: out(*)
+            integer(c_int), value :: flags
+            type(c_ptr) :: answer
+        end function lyr_fftf_plan_guru_dft_r2c
+
+        function lyr_fftf_plan_guru_dft_c2r(rank, dims, howmany_rank, howmany_dims, in, out, flags) &
+            bind(c, name="lyr_fftf_plan_guru_dft_c2r") result(answer)
+            import
+            integer(c_int), value :: rank
+            type(lyr_fft_iodim), intent(in) :: dims(*)
+            integer(c_int), value :: howmany_rank
+            type(lyr_fft_iodim), intent(in) :: howmany_dims(*)
+            complex(c_float_complex), intent(inout) :: in(*)
+            real(c_float), intent(inout) :: out(*)
+            integer(c_int), value :: flags
+            type(c_ptr) :: answer
+        end function lyr_fftf_plan_guru_dft_c2r
+
+        function lyr_fftf_plan_guru_r2r(rank, dims, howmany_rank, howmany_dims, in, out, kind, &
+            flags) bind(c, name="lyr_fftf_plan_guru_r2r") result(answer)
+            import
+            integer(c_int), value :: rank
+            type(lyr_fft_iodim), intent(in) :: dims(*)
+            integer(c_int), value :: howmany_rank
+            type(lyr_fft_iodim), intent(in) :: howmany_dims(*)
+            real(c_float), intent(inout) :: in(*)
+            real(c_float), intent(inout) :: out(*)
+            integer(c_int), intent(in) :: kind(*)
+            integer(c_int), value :: flags
+            type(c_ptr) :: answer
+        end function lyr_fftf_plan_guru_r2r
+
+        function lyr_fftf_plan_guru_split_dft(rank, dims, howmany_rank, howmany_dims, ri, ii, ro, &
+            io, flags) bind(c, name="lyr_fftf_plan_guru_split_dft") result(answer)
+            import
+            integer(c_int), value :: rank
+            type(lyr_fft_iodim), intent(in) :: dims(*)
+            integer(c_int), value :: howmany_rank
+            type(lyr_fft_iodim), intent(in) :: howmany_dims(*)
+            real(c_float), intent(inout) :: ri(*)
+            real(c_float), intent(inout) :: ii(*)
+            real(c_float), intent(inout) :: ro(*)
+            real(c_float), intent(inout) :: io(*)
+            integer(c_int), value :: flags
+            type(c_ptr) :: answer
+        end function lyr_fftf_plan_guru_split_dft
+
+        function lyr_fftf_plan_guru_split_dft_r2c(rank, dims, howmany_rank, howmany_dims, in, ro, &
+            io, flags) bind(c, name="lyr_fftf_plan_guru_split_dft_r2c") result(answer)
+            import
+            integer(c_int), value :: rank
+            type(lyr_fft_iodim), intent(in) :: dims(*)
+            integer(c_int), value :: howmany_rank
+            type(lyr_fft_iodim), intent(in) :: howmany_dims(*)
+            real(c_float), intent(inout) :: in(*)
+            real(c_float), intent(inout) :: ro(*)
+            real(c_float), intent(inout) :: io(*)
+            integer(c_int), value :: flags
+            type(c_ptr) :: answer
+        end function lyr_fftf_plan_guru_split_dft_r2c
+
+        function lyr_fftf_plan_guru_split_dft_c2r(rank, dims, howmany_rank, howmany_dims, ri, ii, &
+            out, flags) bind(c, name="lyr_fftf_plan_guru_split_dft_c2r") result(answer)
+            import
+            integer(c_int), value :: rank
+            type(lyr_fft_iodim), intent(in) :: dims(*)
+            integer(c_int), value :: howmany_rank
+            type(lyr_fft_iodim), intent(in) :: howmany_dims(*)
+            real(c_float), intent(inout) :: ri(*)
+            real(c_float), intent(inout) :: ii(*)
+            real(c_float), intent(inout) :: out(*)
+            integer(c_int), value :: flags
+            type(c_ptr) :: answer
+        end function lyr_fftf_plan_guru_split_dft_c2r
+
+        function lyr_fftf_plan_guru64_dft(rank, dims, howmany_rank, howmany_dims, in, out, sign, &
+            flags) bind(c, name="lyr_fftf_plan_guru64_dft") result(answer)
+            import
+            integer(c_int), value :: rank
+            type(lyr_fft_iodim64), intent(in) :: dims(*)
+            integer(c_int), value :: howmany_rank
+            type(lyr_fft_iodim64), intent(in) :: howmany_dims(*)
+            complex(c_float_complex), intent(inout) :: in(*)
+            complex(c_float_complex), intent(inout) :: out(*)
+            integer(c_int), value :: sign
+            integer(c_int), value :: flags
+            type(c_ptr) :: answer
+        end function lyr_fftf_plan_guru64_dft
+
+        function lyr_fftf_plan_guru64_dft_r2c(rank, dims, howmany_rank, howmany_dims, in, out, &
+            flags) bind(c, name="lyr_fftf_plan_guru64_dft_r2c") result(answer)
+            import
+            integer(c_int), value :: rank
+            type(lyr_fft_iodim64), intent(in) :: dims(*)
+            integer(c_int), value :: howmany_rank
+            type(lyr_fft_iodim64), intent(in) :: howmany_dims(*)
+            real(c_float), intent(inout) :: in(*)
+            complex(c_float_complex), intent(inout) :: out(*)
+            integer(c_int), value :: flags
+            type(c_ptr) :: answer
+        end function lyr_fftf_plan_guru64_dft_r2c
+
+        function lyr_fftf_plan_guru64_dft_c2r(rank, dims, howmany_rank, howmany_dims, in, out, &
+            flags) bind(c, name="lyr_fftf_plan_guru64_dft_c2r") result(answer)
+            import
+            integer(c_int), value :: rank
+            type(lyr_fft_iodim64), intent(in) :: dims(*)
+            integer(c_int), value :: howmany_rank
+            type(lyr_fft_iodim64), intent(in) :: howmany_dims(*)
+            complex(c_float_complex), intent(inout) :: in(*)
+            real(c_float), intent(inout) :: out(*)
+            integer(c_int), value :: flags
+            type(c_ptr) :: answer
+        end function lyr_fftf_plan_guru64_dft_c2r
+
+        function lyr_fftf_plan_guru64_r2r(rank, dims, howmany_rank, howmany_dims, in, out, kind, &
+            flags) bind(c, name="lyr_fftf_plan_guru64_r2r") result(answer)
+            import
+            integer(c_int), value :: rank
+            type(lyr_fft_iodim64), intent(in) :: dims(*)
+            integer(c_int), value :: howmany_rank
+            type(lyr_fft_iodim64), intent(in) :: howmany_dims(*)
+            real(c_float), intent(inout) :: in(*)
+            real(c_float), intent(inout) :: out(*)
+            integer(c_int), intent(in) :: kind(*)
+            integer(c_int), value :: flags
+            type(c_ptr) :: answer
+        end function lyr_fftf_plan_guru64_r2r
+
+        function lyr_fftf_plan_guru64_split_dft(rank, dims, howmany_rank, howmany_dims, ri, ii, &
+            ro, io, flags) bind(c, name="lyr_fftf_plan_guru64_split_dft") result(answer)
+            import
+            integer(c_int), value :: rank
+            type(lyr_fft_iodim64), intent(in) :: dims(*)
+            integer(c_int), value :: howmany_rank
+            type(lyr_fft_iodim64), intent(in) :: howmany_dims(*)
+            real(c_float), intent(inout) :: ri(*)
+            real(c_float), intent(inout) :: ii(*)
+            real(c_float), intent(inout) :: ro(*)
+            real(c_float), intent(inout) :: io(*)
+            integer(c_int), value :: flags
+            type(c_ptr) :: answer
+        end function lyr_fftf_plan_guru64_split_dft
+
+        function lyr_fftf_plan_guru64_split_dft_r2c(rank, dims, howmany_rank, howmany_dims, in, &
+            ro, io, flags) bind(c, name="lyr_fftf_plan_guru64_split_dft_r2c") result(answer)
+            import
+            integer(c_int), value :: rank
+            type(lyr_fft_iodim64), intent(in) :: dims(*)
+            integer(c_int), value :: howmany_rank
+            type(lyr_fft_iodim64), intent(in) :: howmany_dims(*)
+            real(c_float), intent(inout) :: in(*)
+            real(c_float), intent(inout) :: ro(*)
+            real(c_float), intent(inout) :: io(*)
+            integer(c_int), value :: flags
+            type(c_ptr) :: answer
+        end function lyr_fftf_plan_guru64_split_dft_r2c
+
+        function lyr_fftf_plan_guru64_split_dft_c2r(rank, dims, howmany_rank, howmany_dims, ri, &
+            ii, out, flags) bind(c, name="lyr_fftf_plan_guru64_split_dft_c2r") result(answer)
+            import
+            integer(c_int), value :: rank
+            type(lyr_fft_iodim64), intent(in) :: dims(*)
+            integer(c_int), value :: howmany_rank
+            type(lyr_fft_iodim64), intent(in) :: howmany_dims(*)
+            real(c_float), intent(inout) :: ri(*)
+            real(c_float), intent(inout) :: ii(*)
+            real(c_float), intent(inout) :: out(*)
+            integer(c_int), value :: flags
+            type(c_ptr) :: answer
+        end function lyr_fftf_plan_guru64_split_dft_c2r
+
+        subroutine lyr_fftf_execute(plan) bind(c, name="lyr_fftf_execute")
+            import
+            type(c_ptr), value :: plan
+        end subroutine lyr_fftf_execute
+
+        subroutine lyr_fftf_execute_dft(plan, in, out) bind(c, name="lyr_fftf_execute_dft")
+            import
+            type(c_ptr), value :: plan
+            complex(c_float_complex), intent(inout) :: in(*)
+            complex(c_float_complex), intent(inout) :: out(*)
+        end subroutine lyr_fftf_execute_dft
+
+        subroutine lyr_fftf_execute_dft_r2c(plan, in, out) &
+            bind(c, name="lyr_fftf_execute_dft_r2c")
+            import
+            type(c_ptr), value :: plan
+            real(c_float), intent(inout) :: in(*)
+            complex(c_float_complex), intent(inout) :: out(*)
+        end subroutine lyr_fftf_execute_dft_r2c
+
+        subroutine lyr_fftf_execute_dft_c2r(plan, in, out) &
+            bind(c, name="lyr_fftf_execute_dft_c2r")
+            import
+            type(c_ptr), value :: plan
+            complex(c_float_complex), intent(inout) :: in(*)
+            real(c_float), intent(inout) :: out(*)
+        end subroutine lyr_fftf_execute_dft_c2r
+
+        subroutine lyr_fftf_execute_r2r(plan, in, out) bind(c, name="lyr_fftf_execute_r2r")
+            import
+            type(c_ptr), value :: plan
+            real(c_float), intent(inout) :: in(*)
+            real(c_float), intent(inout) :: out(*)
+        end subroutine lyr_fftf_execute_r2r
+
+        subroutine lyr_fftf_execute_split_dft(plan, ri, ii, ro, io) &
+            bind(c, name="lyr_fftf_execute_split_dft")
+            import
+            type(c_ptr), value :: plan
+            real(c_float), intent(inout) :: ri(*)
+            real(c_float), intent(inout) :: ii(*)
+            real(c_float), intent(inout) :: ro(*)
+            real(c_float), intent(inout) :: io(*)
+        end subroutine lyr_fftf_execute_split_dft
+
+        subroutine lyr_fftf_execute_split_dft_r2c(plan, in, ro, io) &
+            bind(c, name="lyr_fftf_execute_split_dft_r2c")
+            import
+            type(c_ptr), value :: plan
+            real(c_float), intent(inout) :: in(*)
+            real(c_float), intent(inout) :: ro(*)
+            real(c_float), intent(inout) :: io(*)
+        end subroutine lyr_fftf_execute_split_dft_r2c
+
+        subroutine lyr_fftf_execute_split_dft_c2r(plan, ri, ii, out) &
+            bind(c, name="lyr_fftf_execute_split_dft_c2r")
+            import
+            type(c_ptr), value :: plan
+            real(c_float), intent(inout) :: ri(*)
+            real(c_float), intent(inout) :: ii(*)
+            real(c_float), intent(inout) :: out(*)
+        end subroutine lyr_fftf_execute_split_dft_c2r
+
+        subroutine lyr_fftf_destroy_plan(plan) bind(c, name="lyr_fftf_destroy_plan")
+            import
+            type(c_ptr), value :: plan
+        end subroutine lyr_fftf_destroy_plan
+
+        subroutine lyr_fftf_cleanup() bind(c, name="lyr_fftf_cleanup")
+            import
+        end subroutine lyr_fftf_cleanup
+
+        function lyr_fftf_malloc(n) bind(c, name="lyr_fftf_malloc") result(answer)
+            import
+            integer(c_size_t), value :: n
+            type(c_ptr) :: answer
+        end function lyr_fftf_malloc
+
+        subroutine lyr_fftf_free(p) bind(c, name="lyr_fftf_free")
+            import
+            type(c_ptr), value :: p
+        end subroutine lyr_fftf_free
+
+        function lyr_fftf_init_threads() bind(c, name="lyr_fftf_init_threads") result(answer)
+            import
+            integer(c_int) :: answer
+        end function lyr_fftf_init_threads
+
+        subroutine lyr_fftf_plan_with_nthreads(nthreads) &
+            bind(c, name="lyr_fftf_plan_with_nthreads")
+            import
+            integer(c_int), value :: nthreads
+        end subroutine lyr_fftf_plan_with_nthreads
+
+        subroutine lyr_fftf_cleanup_threads() bind(c, name="lyr_fftf_cleanup_threads")
+            import
+        end subroutine lyr_fftf_cleanup_threads
+
+        function LFFTFGetVersion(record) bind(c, name="LFFTFGetVersion") result(answer)
+            import
+            type(LFFTVersionRecord), intent(out) :: record
+            integer(c_int) :: answer
+        end function LFFTFGetVersion
     end interface
 end module lyra_fft

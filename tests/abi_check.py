@@ -1,11 +1,12 @@
 """Compares the interface of the shared library with its description, cmake/lyra_fft.abi.
 
-usage: abi_check.py compare CXX READELF LIBRARY
+usage: abi_check.py compare CXX READELF LIBRARY [SINGLE]
        abi_check.py write CXX
        abi_check.py self-test CXX
 
 compare    the interface that the sources define, and the symbols of the built library, are those
-           of the description
+           of the description; with SINGLE, the folder of its generated files, the library of
+           single precision, whose interface is the same with other names and floats
 write      describes the interface anew
 self-test  changes copies of the sources, and sees whether each change is noticed
 
@@ -27,6 +28,7 @@ from install_check import Fault, run
 
 ROOT = Path(__file__).resolve().parent.parent
 DESCRIPTION = ROOT / "cmake/lyra_fft.abi"
+SINGLE_OPTIONS = ["-DLYRA_SINGLE", "-Dlyr=lyrf", "-Dlyr_fft_plan_s=lyr_fftf_plan_s"]
 HEAD = """\
 # The binary interface of libLYRA_fft, the same on all processors: what programs that are linked
 # with the library rely on. Sizes and offsets are in bytes. Written by ./dev abi.
@@ -130,19 +132,35 @@ class Interface:
         return name
 
 
-def describe(compiler, root=ROOT):
+def in_single_precision(lines):
+    """The description of double precision as that of single precision."""
+    changed = []
+    for line in lines:
+        line = re.sub(r"lyr_fft_(?!iodim|r2r_kind)", "lyr_fftf_", line)
+        line = line.replace("LFFTGet", "LFFTFGet").replace("LYRA_FFT_", "LYRA_FFTF_")
+        changed.append(re.sub(r"\bdouble\b", "float", line.replace("libLYRA_fft.", "libLYRA_fftf.")))
+    head = [line for line in changed if line.startswith(("library ", "constant "))]
+    return head + sorted(line for line in changed if line not in head)
+
+
+def describe(compiler, root=ROOT, single=None):
     """The interface that the sources under root define, as lines."""
     sources = sorted([*(root / "src/api").glob("*.cpp"), *(root / "src/threads").glob("*.cpp")])
+    version_map = f"{root}/cmake/lyra_fft.map"
     with tempfile.TemporaryDirectory() as folder:
         library = Path(folder) / "interface.so"
         run(compiler, "-std=gnu++20", "-w", "-g", "-O0", "-fPIC", "-shared", "-nostdlib",
             "-fno-exceptions", "-fno-rtti", "-fvisibility=hidden", f"-I{root}/include",
-            f"-I{root}/src", f"-Wl,--version-script={root}/cmake/lyra_fft.map", "-o", library,
-            *sources)
-        corpus = run("abidw", "--drop-private-types", "--headers-dir", root / "include", library)
+            f"-I{root}/src", *(SINGLE_OPTIONS + [f"-I{single}"] if single else []),
+            f"-Wl,--version-script={f'{single}/lyra_fftf.map' if single else version_map}",
+            "-o", library, *sources)
+        headers = [root / "include", *([single] if single else [])]
+        corpus = run("abidw", "--drop-private-types",
+                     *(word for folder in headers for word in ("--headers-dir", folder)), library)
     lines = Interface(ElementTree.fromstring(corpus)).lines
     version = re.search(r"SOVERSION (\d+)", (ROOT / "CMakeLists.txt").read_text())[1]
-    return [f"library libLYRA_fft.so.{version}", *constants(compiler, root), *sorted(lines)]
+    name = "libLYRA_fftf" if single else "libLYRA_fft"
+    return [f"library {name}.so.{version}", *constants(compiler, root), *sorted(lines)]
 
 
 def differences(described, found):
@@ -150,9 +168,11 @@ def differences(described, found):
             if not line.startswith(("---", "+++", "@@"))]
 
 
-def compare(compiler, readelf, library):
+def compare(compiler, readelf, library, single=None):
     described = [line for line in DESCRIPTION.read_text().splitlines() if not line.startswith("#")]
-    changes = differences(described, describe(compiler))
+    if single:
+        described = in_single_precision(described)
+    changes = differences(described, describe(compiler, single=single))
     if changes:
         print("\n".join(changes))
         raise Fault("The interface is not what cmake/lyra_fft.abi says. Programs that are linked "
@@ -230,8 +250,8 @@ def self_test(compiler):
 def main(arguments):
     try:
         match arguments:
-            case ["compare", compiler, readelf, library]:
-                compare(compiler, readelf, library)
+            case ["compare", compiler, readelf, library, *single] if len(single) < 2:
+                compare(compiler, readelf, library, *single)
             case ["write", compiler]:
                 DESCRIPTION.write_text(HEAD + "".join(f"{line}\n" for line in describe(compiler)))
             case ["self-test", compiler]:

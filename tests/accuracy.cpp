@@ -35,7 +35,7 @@ prime_class class_of(int64_t n) {
     return lyr::part_above_37(n) == 1 ? primes_to_37 : primes_above_37;
 }
 
-// Largest relative L2 error of one transform, in units of 2^-53 sqrt(log2 n).
+// Largest relative L2 error of one transform, in units of roundoff sqrt(log2 n).
 double bound_of(int64_t n) {
     switch (class_of(n)) {
         case powers_of_two:
@@ -90,7 +90,7 @@ double check_problem(const problem &p, bool misaligned, uint64_t seed) {
     }
     const lyr_tools::verdict v = verify(p, b, holder.plan, seed);
     const double levels = std::max(1.0, std::log2(static_cast<double>(point_count(p))));
-    const double unit = 0x1p-53 * std::sqrt(levels);
+    const double unit = roundoff * std::sqrt(levels);
     EXPECT_EQ(v.damage, "");
     EXPECT_LE(v.error.l2, bound_of(p.dims[0].n)) << "L2 error in units";
     EXPECT_LE(v.error.linf / unit, class_of(p.dims[0].n) == primes_above_37 ? 3.0 : 2.0)
@@ -121,7 +121,7 @@ TEST(accuracy, spectra_of_roots) {
         std::vector<int64_t> exponents(static_cast<size_t>(M));
         for (int64_t &e : exponents)
             e = std::max(int64_t{-1}, static_cast<int64_t>(random.uniform() * N));
-        std::vector<double> spectrum(static_cast<size_t>(2 * M));
+        std::vector<scalar> spectrum(static_cast<size_t>(2 * M));
         ASSERT_TRUE(lyr::wide_spectrum_of_roots(spectrum.data(), exponents.data(), N, M, 7.0));
         for (int64_t j = 0; j < M; ++j) {
             long double re = 0, im = 0;
@@ -134,10 +134,10 @@ TEST(accuracy, spectra_of_roots) {
                 re += std::cos(angle) / 7;
                 im += std::sin(angle) / 7;
             }
-            const long double rest = 0x1p-61L * static_cast<long double>(M);
-            const double *at = spectrum.data() + 2 * j;
-            EXPECT_LE(std::abs(at[0] - re), 0x1p-53L * std::abs(re) + rest) << M << " " << j;
-            EXPECT_LE(std::abs(at[1] - im), 0x1p-53L * std::abs(im) + rest) << M << " " << j;
+            const long double rest = 0x1p-8L * roundoff * static_cast<long double>(M);
+            const scalar *at = spectrum.data() + 2 * j;
+            EXPECT_LE(std::abs(at[0] - re), roundoff * std::abs(re) + rest) << M << " " << j;
+            EXPECT_LE(std::abs(at[1] - im), roundoff * std::abs(im) + rest) << M << " " << j;
         }
     }
 }
@@ -273,26 +273,27 @@ TEST(accuracy, long_transforms) {
 }
 
 // Outputs of a forward transform of length n whose input is scaled by `factor`.
-std::vector<double> outputs_scaled(int64_t n, double factor) {
+std::vector<scalar> outputs_scaled(int64_t n, double factor) {
     const problem p = line_problem(n, LYR_FFT_FORWARD, layouts[0]);
     buffers b = buffers_of(p);
-    for (int64_t k = 0; k < 2 * n; ++k) b.in[0][k] *= factor;
+    for (int64_t k = 0; k < 2 * n; ++k) b.in[0][k] *= static_cast<scalar>(factor);
     const plan_holder holder(make_plan(p, b));
     lyr_fft_execute(holder.plan);
     return {b.out[0], b.out[0] + 2 * n};
 }
 
-TEST(accuracy, the_range_of_double_is_used_whole) {
+TEST(accuracy, the_range_of_numbers_is_used_whole) {
     for (const lyr::codelet_table *table : all_tables()) {
         const with_table active(table);
         for (const int64_t n : {7, 16, 37, 60, 64, 1001, 1024}) {
             SCOPED_TRACE(std::to_string(n) + " with " + table->name);
-            const std::vector<double> plain = outputs_scaled(n, 1.0);
+            const std::vector<scalar> plain = outputs_scaled(n, 1.0);
             // Sums stay below n/sqrt(2): the largest scale leaves exactly that room.
-            const double large = std::ldexp(1.0, 1023 - static_cast<int>(std::log2(n)));
-            for (const double factor : {0x1p-900, large}) {
-                std::vector<double> scaled = outputs_scaled(n, factor);
-                for (double &x : scaled) x /= factor;
+            const double large = std::ldexp(1.0, std::numeric_limits<scalar>::max_exponent - 1 -
+                                                     static_cast<int>(std::log2(n)));
+            for (const double factor : {small_scale, large}) {
+                std::vector<scalar> scaled = outputs_scaled(n, factor);
+                for (scalar &x : scaled) x /= static_cast<scalar>(factor);
                 EXPECT_EQ(scaled, plain) << "scaled by " << factor;
             }
         }
@@ -307,11 +308,11 @@ TEST(accuracy, subnormal_numbers_and_non_numbers_reach_the_outputs) {
             const problem p = line_problem(n, LYR_FFT_BACKWARD, layouts[0]);
             buffers b = buffers_of(p);
             const plan_holder holder(make_plan(p, b));
-            const double tiny = 3 * std::numeric_limits<double>::denorm_min();
+            const scalar tiny = 3 * std::numeric_limits<scalar>::denorm_min();
             std::fill_n(b.in[0], 2 * n, 0.0);
             b.in[0][0] = tiny;
             lyr_fft_execute(holder.plan);
-            EXPECT_TRUE(std::all_of(b.out[0], b.out[0] + 2 * n, [&](const double &x) {
+            EXPECT_TRUE(std::all_of(b.out[0], b.out[0] + 2 * n, [&](const scalar &x) {
                 return x == ((&x - b.out[0]) % 2 ? 0.0 : tiny);
             })) << "impulse of a subnormal number";
 

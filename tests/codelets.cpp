@@ -49,18 +49,14 @@ const std::vector<wide> &roots(int64_t n, int64_t sign) {
 // be negative. Written places are those that differ from the pattern.
 struct window {
     int64_t reach;  // complex numbers on either side of the origin
-    std::vector<double> doubles;
+    std::vector<scalar> numbers;
 
-    static constexpr uint64_t pattern = 0x7ff8'5eed'0000'0001U;
-
-    int64_t shift;  // of the origin, in doubles
+    int64_t shift;  // of the origin, in real numbers
 
     explicit window(int64_t r, int64_t off = 0)
-        : reach(r),
-          doubles(static_cast<size_t>(4 * r + off), std::bit_cast<double>(pattern)),
-          shift(off) {}
-    double *origin() { return doubles.data() + 2 * reach + shift; }
-    double *at(int64_t element) { return origin() + 2 * element; }
+        : reach(r), numbers(static_cast<size_t>(4 * r + off), unwritten), shift(off) {}
+    scalar *origin() { return numbers.data() + 2 * reach + shift; }
+    scalar *at(int64_t element) { return origin() + 2 * element; }
 };
 
 // One pass over h transforms in general form: butterfly (k, j) of transform t, input q at
@@ -90,23 +86,23 @@ std::string text_of(const pass &s) {
     return text + "(r L m h, strides of input elements and transforms, of output)";
 }
 
-// In units of 2^-53 times the size of the largest butterfly output; a twiddle product adds one.
+// In units of roundoff times the size of the largest butterfly output; a twiddle product adds one.
 constexpr double tolerance(int64_t r) {
     return 4 + static_cast<double>(r) / 12;
 }
 
 // The twiddle table of a stage for vectors of `lanes` complex numbers (codelet_table::lanes).
-std::vector<double> twiddle_table(const pass &s, int64_t sign, int64_t lanes) {
+std::vector<scalar> twiddle_table(const pass &s, int64_t sign, int64_t lanes) {
     if (!s.twiddled) return {};
     const int64_t columns = s.r - 1;
-    std::vector<double> plain(static_cast<size_t>(2 * s.L * columns));
+    std::vector<scalar> plain(static_cast<size_t>(2 * s.L * columns));
     lyr::root_source roots;
     lyr::root_source_init(&roots, s.r * s.L * s.m, s.r * s.L);
     lyr::fill_stage_twiddles(plain.data(), &roots, s.r, s.L, s.m, sign);
     lyr::root_source_release(&roots);
-    std::vector<double> table;
+    std::vector<scalar> table;
     if (s.m != 1 && lyr::has_ready_rows(lanes, s.r, s.L)) {
-        for (const double x : plain) table.insert(table.end(), static_cast<size_t>(2 * lanes), x);
+        for (const scalar x : plain) table.insert(table.end(), static_cast<size_t>(2 * lanes), x);
         return table;
     }
     if (s.m != 1 || lanes == 1) return plain;
@@ -168,7 +164,7 @@ void check_pass(const pass &s, int64_t sign, int64_t lanes, bool in_place, funct
     window before = in;
     window &result = in_place ? in : out;
 
-    const std::vector<double> twiddles = twiddle_table(s, sign, lanes);
+    const std::vector<scalar> twiddles = twiddle_table(s, sign, lanes);
     const stage descriptor = {nullptr,         s.m, s.L, s.in_element, s.out_element,
                               twiddles.data(), s.r, sign};
     call(descriptor, in.origin(), result.origin());
@@ -179,32 +175,31 @@ void check_pass(const pass &s, int64_t sign, int64_t lanes, bool in_place, funct
         for (int64_t k = 0; k < s.L; ++k)
             for (int64_t j = 0; j < s.m; ++j) {
                 for (int64_t q = 0; q < s.r; ++q) {
-                    const double *from = before.at(s.in_at(k, j, q, t));
+                    const scalar *from = before.at(s.in_at(k, j, q, t));
                     x[static_cast<size_t>(q)] = {from[0], from[1]};
                 }
                 butterfly(s, sign, x, k, y);
                 double size = 0, error = 0;
                 for (int64_t p = 0; p < s.r; ++p) {
-                    double *to = result.at(s.out_at(k, j, p, t));
+                    scalar *to = result.at(s.out_at(k, j, p, t));
                     const wide v = y[static_cast<size_t>(p)];
                     const auto re = static_cast<double>(static_cast<long double>(to[0]) - v.re);
                     const auto im = static_cast<double>(static_cast<long double>(to[1]) - v.im);
                     size = std::max(size, static_cast<double>(std::hypot(v.re, v.im)));
                     const double e = std::hypot(re, im);
                     if (!(e <= error)) error = e;  // NaN stays
-                    to[0] = to[1] = std::bit_cast<double>(window::pattern);
+                    to[0] = to[1] = unwritten;
                 }
-                error /= size * 0x1p-53;
+                error /= size * roundoff;
                 if (!(error <= worst)) worst = error;
             }
-    EXPECT_LE(worst, tolerance(s.r)) << "largest error, in units of 2^-53";
+    EXPECT_LE(worst, tolerance(s.r)) << "largest error, in units of roundoff";
     // The outputs are the pattern again: all that differs from it was written by mistake.
-    EXPECT_TRUE(std::ranges::all_of(result.doubles, [](double v) {
-        return std::bit_cast<uint64_t>(v) == window::pattern;
-    })) << "wrote between or around the outputs";
+    EXPECT_TRUE(std::ranges::all_of(result.numbers, is_unwritten))
+        << "wrote between or around the outputs";
     if (!in_place) {
-        EXPECT_EQ(std::memcmp(in.doubles.data(), before.doubles.data(),
-                              in.doubles.size() * sizeof(double)),
+        EXPECT_EQ(std::memcmp(in.numbers.data(), before.numbers.data(),
+                              in.numbers.size() * sizeof(scalar)),
                   0)
             << "changed its input";
     }
@@ -280,17 +275,18 @@ TEST(codelets, direct) {
     };
     constexpr strides cases[] = {{1, 1}, {2, 3}, {5, 1}, {1, 4}, {-1, 1}, {3, -2}, {-2, -2}};
     for_each_codelet([&](const codelet_table *, const codelet_set *set, int64_t r, int64_t sign) {
-        std::vector<double> scratch(static_cast<size_t>(2 * r));
+        std::vector<scalar> scratch(static_cast<size_t>(2 * r));
         for (const strides &c : cases)
             for (const bool in_place : {false, true}) {
                 if (in_place && c.in != c.out) continue;
                 check_pass({r, 1, 1, 1, false, c.in, 0, c.out, 0}, sign, 1, in_place,
-                           [&](const stage &, const double *in, double *out) {
-                               set->direct_general(out, in, 16 * c.in, 16 * c.out, scratch.data());
+                           [&](const stage &, const scalar *in, scalar *out) {
+                               set->direct_general(out, in, lyr::complex_bytes * c.in,
+                                                   lyr::complex_bytes * c.out, scratch.data());
                            });
                 if (c.in != 1 || c.out != 1) continue;
                 check_pass({r, 1, 1, 1, false, 1, 0, 1, 0}, sign, 1, in_place,
-                           [&](const stage &, const double *in, double *out) {
+                           [&](const stage &, const scalar *in, scalar *out) {
                                set->direct_unit(out, in, 48, -32, scratch.data());
                            });
             }
@@ -311,8 +307,8 @@ TEST(codelets, unit_transforms) {
                         for (const int64_t shift : {0, 1, 3})  // doubles
                             check_pass(
                                 {n, 1, 1, 1, false, 1, 0, 1, 0}, sign, 1, in_place,
-                                [&](const stage &, const double *in, double *out) {
-                                    run(nullptr, const_cast<double *>(in), out, nullptr);
+                                [&](const stage &, const scalar *in, scalar *out) {
+                                    run(nullptr, const_cast<scalar *>(in), out, nullptr);
                                 },
                                 shift);
                     if (testing::Test::HasFailure()) return;
@@ -348,7 +344,7 @@ TEST(codelets, dense_batches) {
                         const int64_t n = batch->n;
                         check_pass(
                             {n, 1, 1, h, false, 1, n, 1, n}, sign, 1, in_place,
-                            [&](const stage &, const double *in, double *out) {
+                            [&](const stage &, const scalar *in, scalar *out) {
                                 batch->run[sign == +1](in, out, h);
                             },
                             h % 2);
@@ -357,24 +353,24 @@ TEST(codelets, dense_batches) {
     }
 }
 
-// Real and complex numbers in one array of doubles between patterns, by the definition.
+// Real and complex numbers in one array of real numbers between patterns, by the definition.
 void check_real_unit(const lyr::unit_transform &unit, bool backward, bool in_place, int64_t shift) {
     const int64_t n = unit.n, half = n / 2;
     constexpr size_t guard = 24;
     const size_t room = static_cast<size_t>(2 * half + 2),
                  origin = guard + static_cast<size_t>(shift);
-    const std::vector<double> blank(room + 2 * guard + 4, std::bit_cast<double>(window::pattern));
-    std::vector<double> in = blank, other = blank;
+    const std::vector<scalar> blank(room + 2 * guard + 4, unwritten);
+    std::vector<scalar> in = blank, other = blank;
     random_source random{static_cast<uint64_t>(n)};
     const size_t numbers = backward ? room : static_cast<size_t>(n);
     for (size_t i = 0; i < numbers; ++i) in[origin + i] = random.uniform();
-    const std::vector<double> before = in;
-    std::vector<double> &result = in_place ? in : other;
+    const std::vector<scalar> before = in;
+    std::vector<scalar> &result = in_place ? in : other;
     unit.run[backward](nullptr, in.data() + origin, result.data() + origin, nullptr);
 
     std::vector<long double> expected(backward ? static_cast<size_t>(n) : room);
     const std::vector<wide> &w = roots(n, -1);
-    const double *x = before.data() + origin;
+    const scalar *x = before.data() + origin;
     long double size = 0;
     for (int64_t k = 0; k < (backward ? n : half + 1); ++k) {
         wide sum = {0, 0};
@@ -398,20 +394,20 @@ void check_real_unit(const lyr::unit_transform &unit, bool backward, bool in_pla
     }
     long double worst = 0;
     for (size_t i = 0; i < expected.size(); ++i) {
-        double &at = result[origin + i];
+        scalar &at = result[origin + i];
         worst = std::max(worst, std::abs(at - expected[i]));
         if (expected[i] == 0) {
             EXPECT_EQ(at, 0) << n;
         }
-        at = std::bit_cast<double>(window::pattern);
+        at = unwritten;
     }
-    EXPECT_LE(static_cast<double>(worst / size) * 0x1p53, tolerance(n)) << n;
+    EXPECT_LE(static_cast<double>(worst / size) / roundoff, tolerance(n)) << n;
     for (size_t i = 0; i < result.size(); ++i)
-        EXPECT_TRUE(std::bit_cast<uint64_t>(result[i]) == window::pattern ||
+        EXPECT_TRUE(is_unwritten(result[i]) ||
                     (in_place && backward && i >= origin + expected.size() && i < origin + room))
             << n << " wrote around its outputs";
     if (!in_place) {
-        EXPECT_EQ(std::memcmp(in.data(), before.data(), in.size() * sizeof(double)), 0);
+        EXPECT_EQ(std::memcmp(in.data(), before.data(), in.size() * sizeof(scalar)), 0);
     }
 }
 
@@ -431,7 +427,7 @@ TEST(codelets, real_unit_transforms) {
 
 // Output p for an impulse at q is one root of unity: each coefficient of a butterfly by itself.
 void check_impulses(int64_t r, int64_t sign, double tolerance, auto transform) {
-    std::vector<double> in(static_cast<size_t>(2 * r)), out(in);
+    std::vector<scalar> in(static_cast<size_t>(2 * r)), out(in);
     for (int64_t q = 0; q < r; ++q)
         for (int64_t part = 0; part < 2; ++part) {
             std::ranges::fill(in, 0.0);
@@ -450,7 +446,7 @@ void check_impulses(int64_t r, int64_t sign, double tolerance, auto transform) {
 
 TEST(codelets, impulses) {
     for_each_codelet([&](const codelet_table *, const codelet_set *set, int64_t r, int64_t sign) {
-        check_impulses(r, sign, 0x1p-52, [&](const double *in, double *out) {
+        check_impulses(r, sign, 2 * roundoff, [&](const scalar *in, scalar *out) {
             set->direct_unit(out, in, 16, 16, nullptr);
         });
     });
@@ -460,7 +456,7 @@ TEST(codelets, impulses) {
                 for (const int64_t sign : {-1, +1}) {
                     SCOPED_TRACE(std::string(table->name) + " " + std::to_string(unit->n));
                     // Up to three roots are multiplied.
-                    check_impulses(unit->n, sign, 0x1p-51, [&](double *in, double *out) {
+                    check_impulses(unit->n, sign, 4 * roundoff, [&](scalar *in, scalar *out) {
                         unit->run[sign == +1](nullptr, in, out, nullptr);
                     });
                 }
@@ -480,12 +476,12 @@ TEST(codelets, first_stages) {
     for_each_codelet([&](const codelet_table *, const codelet_set *set, int64_t r, int64_t sign) {
         for (const int64_t m : widths(r)) {
             check_pass({r, 1, m, 1, false, 1, 0, 1, 0}, sign, 1, false,
-                       [&](const stage &d, const double *in, double *out) {
+                       [&](const stage &d, const scalar *in, scalar *out) {
                            set->first_unit(&d, in, out);
                        });
             for (const int64_t is : {2, 3})
                 check_pass({r, 1, m, 1, false, is, 0, 1, 0}, sign, 1, false,
-                           [&](const stage &d, const double *in, double *out) {
+                           [&](const stage &d, const scalar *in, scalar *out) {
                                set->first_general(&d, in, out);
                            });
         }
@@ -498,7 +494,7 @@ TEST(codelets, middle_stages) {
         const auto check = [&](int64_t L, int64_t m) {
             check_pass(
                 {r, L, m, 1, true, 1, 0, 1, 0}, sign, table->lanes, false,
-                [&](const stage &d, const double *in, double *out) { set->middle(&d, in, out); });
+                [&](const stage &d, const scalar *in, scalar *out) { set->middle(&d, in, out); });
         };
         for (const int64_t m : widths(r)) {
             if (m == 1) continue;  // a middle stage has others after it
@@ -512,20 +508,20 @@ TEST(codelets, middle_stages) {
 struct split_arrays {
     static constexpr int64_t guard = 8;
     int64_t n;
-    std::vector<double> parts[2];
+    std::vector<scalar> parts[2];
 
     explicit split_arrays(int64_t count) : n(count) {
         for (auto &array : parts) array.assign(static_cast<size_t>(n + 2 * guard), 3.5);
     }
-    double *re() { return parts[0].data() + guard; }
-    double *im() { return parts[1].data() + guard; }
-    void set(const double *in) {
+    scalar *re() { return parts[0].data() + guard; }
+    scalar *im() { return parts[1].data() + guard; }
+    void set(const scalar *in) {
         for (int64_t k = 0; k < n; ++k) {
             re()[k] = in[2 * k];
             im()[k] = in[2 * k + 1];
         }
     }
-    void get(double *out) {
+    void get(scalar *out) {
         for (int64_t k = 0; k < n; ++k) {
             out[2 * k] = re()[k];
             out[2 * k + 1] = im()[k];
@@ -547,17 +543,17 @@ TEST(codelets, split_stages) {
             for (const int64_t m : widths(r)) {
                 split_arrays split(r * m);
                 check_pass({r, 1, m, 1, false, 1, 0, 1, 0}, sign, 1, false,
-                           [&](const stage &d, const double *in, double *out) {
+                           [&](const stage &d, const scalar *in, scalar *out) {
                                split.set(in);
                                set->split_first(&d, split.re(), split.im(), out);
                            });
                 check_pass({r, m, 1, 1, true, 1, 0, 1, 0}, sign, table->lanes, false,
-                           [&](stage d, const double *in, double *out) {
+                           [&](stage d, const scalar *in, scalar *out) {
                                const int64_t W = table->lanes;
                                const bool ready = W > 1 && !lyr::has_plain_groups(W, r, m);
                                const int64_t doubled = ready ? m / W * W : 0;
                                const int64_t doubles = 2 * (m + doubled) * (r - 1);
-                               std::vector<double> order(d.twiddles, d.twiddles + doubles);
+                               std::vector<scalar> order(d.twiddles, d.twiddles + doubles);
                                lyr::alternate_rows(order.data(), r, m, W);
                                d.twiddles = order.data();
                                set->split_last(&d, in, split.re(), split.im());
@@ -572,12 +568,12 @@ TEST(codelets, last_stages) {
         [&](const codelet_table *table, const codelet_set *set, int64_t r, int64_t sign) {
             for (const int64_t L : widths(r)) {
                 check_pass({r, L, 1, 1, true, 1, 0, 1, 0}, sign, table->lanes, false,
-                           [&](const stage &d, const double *in, double *out) {
+                           [&](const stage &d, const scalar *in, scalar *out) {
                                set->last_unit(&d, in, out);
                            });
                 for (const int64_t os : {2, 3})
                     check_pass({r, L, 1, 1, true, 1, 0, os, 0}, sign, table->lanes, false,
-                               [&](const stage &d, const double *in, double *out) {
+                               [&](const stage &d, const scalar *in, scalar *out) {
                                    set->last_general(&d, in, out);
                                });
             }
@@ -596,25 +592,25 @@ TEST(codelets, slab_stages) {
                 for (const int64_t m : {1, 3})
                     for (const int64_t out_row : {h, row})
                         check_pass({r, 1, m, h, false, row, 1, out_row, 1}, sign, 1, false,
-                                   [&](const stage &, const double *in, double *out) {
+                                   [&](const stage &, const scalar *in, scalar *out) {
                                        set->first_slab({m, row, out_row, m * row, m * out_row, h},
                                                        in, out);
                                    });
                 for (const int64_t m : {1, 3})
                     check_pass({r, 1, m, h, false, 1, r * m + gap, row, 1}, sign, 1, false,
-                               [&](const stage &d, const double *in, double *out) {
+                               [&](const stage &d, const scalar *in, scalar *out) {
                                    set->gathered_slab(&d, in, 1, r * m + gap, out, row, h);
                                });
                 for (const int64_t L : {2, 6, 1803})
                     if (L < 10 || (r == 8 && h == 3 && gap == 0 && test_scale == 1))
                         check_pass(
                             {r, L, 1, h, true, h, 1, row, 1}, sign, table->lanes, false,
-                            [&](const stage &d, const double *in, double *out) {
+                            [&](const stage &d, const scalar *in, scalar *out) {
                                 set->twiddle_slab(&d, {L, r * h, row, h, L * row, h}, in, out);
                             });
                 if (gap == 0)
                     check_pass({r, 3, 4, h, true, h, 1, h, 1}, sign, table->lanes, false,
-                               [&](const stage &d, const double *in, double *out) {
+                               [&](const stage &d, const scalar *in, scalar *out) {
                                    set->twiddle_slab(
                                        &d, {3, 4 * r * h, 4 * h, 4 * h, 12 * h, 4 * h}, in, out);
                                });

@@ -57,7 +57,7 @@ def check_tutorial(docs, settings):
     with tempfile.TemporaryDirectory() as folder:
         bin_folder = Path(folder) / "bin"
         bin_folder.mkdir()
-        include = f"-I{settings['include']}"
+        include = " ".join(f"-I{folder}" for folder in settings["include"].split(":"))
         write_compiler(bin_folder / "cc", settings["cc"], settings, include)
         write_compiler(bin_folder / "c++", settings["cxx"], settings, include)
         write_compiler(bin_folder / "gfortran", settings["fc"], settings)
@@ -112,12 +112,13 @@ def check_names(root):
     header = (root / "include/lyr_fft.h").read_text()
     known = set(re.findall(r"\b(?:lyr_fft_\w+|LYR_FFT_\w+|LFFT\w+)", header))
     known |= {"LYR_FFT_AFFINITY"}
+    known |= {name.replace("lyr_fft_", "lyr_fftf_") for name in known}
     sources = "".join(path.read_text() for path in sorted((root / "src").rglob("*.[ch]*")))
     solvers = re.findall(r'"(solve_\w+)"', (root / "src/planner/registry.cpp").read_text())
     for page in pages(root):
         text = page.read_text()
         own = set(re.findall(r"#define (\w+)", text))
-        for name in sorted(set(re.findall(r"\b(?:lyr_fft_\w+|LYR_FFT_\w+|LFFT\w+)", text)) - own):
+        for name in sorted(set(re.findall(r"\b(?:lyr_fftf?_\w+|LYR_FFT_\w+|LFFT\w+)", text)) - own):
             if name not in known and name.removesuffix("_") not in known and name != "lyr_fft_":
                 yield f"{page.name}: {name} is not in the header"
         for name in sorted(set(re.findall(r"`((?:src|tests|tools|bench|cmake|include|docs|examples|python)"

@@ -37,7 +37,7 @@ TEST(in_place, small_layouts) {
 // ---- Which elements share a place ---------------------------------------------------------------
 
 lyr::plan record_of(const small_layout &l) {
-    static double block[block_doubles];
+    static scalar block[block_doubles];
     constexpr int32_t kinds[] = {kind_complex, kind_r2c, kind_c2r, kind_r2r};
     lyr::plan p = {};
     p.kind = kinds[static_cast<int>(l.p.kind)];

@@ -77,6 +77,8 @@ def check_files(settings, folder):
               "**/lyra-fftw3/liblyra_fftw3.so.3", "**/lyra-fftw3/libfftw3.so.3",
               "**/lyra-fftw3/libfftw3_threads.so.3", "**/lyra-fftw3/libfftw3_omp.so.3",
               "**/cmake/lyra_fft/lyra_fft-fortran.cmake", "share/man/man3/lyr_fft.3.gz"]
+    wanted += ["include/lyr_fftf.h", "**/libLYRA_fftf.so", "**/libLYRA_fftf.so.2",
+               f"**/libLYRA_fftf.so.{VERSION}", "**/libLYRA_fftf.a", "**/pkgconfig/lyra_fftf.pc"]
     if settings["fc"]:
         wanted.append("**/fortran/gfortran-mod-*/lyra_fft.mod")
     if settings["tools"] == "1":
@@ -120,6 +122,9 @@ def check_cmake(settings, folder):
         run(settings["cmake"], "--build", build)
         for library in ("lyra_fft", "lyra_fft_static"):
             check_program(settings, build / f"{languages[0].lower()}_{library}")
+        if languages == ["C"]:
+            for program in ("both", "both_static"):
+                check_program(settings, build / program)
     # C programs of a project that uses C++ too are linked as C.
     build = configure(settings, folder, "mixed", ["C", "CXX"], f"-Dlyra_fft_DIR={package}")
     run(settings["cmake"], "--build", build, "--target", "c_lyra_fft_static")
@@ -155,23 +160,28 @@ def check_pkg_config(settings, folder):
     config_dir = one(prefix, "**/pkgconfig")
     library_dir = config_dir.parent
 
-    def ask(*options):
+    def ask(*options, package="lyra_fft"):
         # Nothing but the moved tree; its folders are shown even if they are the system's.
-        return run(settings["pkgconf"], *options, "lyra_fft", PKG_CONFIG_LIBDIR=config_dir,
+        return run(settings["pkgconf"], *options, *package.split(), PKG_CONFIG_LIBDIR=config_dir,
                    PKG_CONFIG_PATH="").split()
 
-    if ask("--modversion") != [VERSION]:
-        raise Fault("wrong version")
+    for package in ("lyra_fft", "lyra_fftf"):
+        if ask("--modversion", package=package) != [VERSION]:
+            raise Fault("wrong version")
     examples = Path(settings["source"]) / "examples"
     consumers = [("first.c", settings["cc"], ["-std=c99"]),
                  ("first.cpp", settings["cxx"], ["-std=c++17"])]
     if settings["fc"]:
         consumers.append(("first.f90", settings["fc"], ["-I", *ask("--variable=fmoddir")]))
         consumers.append(("entry_points.f90", settings["fc"], []))
+    consumers.append(("both_precisions.c", settings["cc"], ["-std=c99"]))
     for source, compiler, options in consumers:
+        package = "lyra_fft" + (" lyra_fftf" if source.startswith("both") else "")
         for static in (False, True):
             program = folder / (source + (".static" if static else ""))
-            libraries = ask("--libs", *(["--static"] if static else []))
+            libraries = ask("--libs", *(["--static"] if static else []), package=package)
+            if source.startswith("both"):
+                libraries.append("-lm")
             if static and source.endswith(".f90"):
                 # GCC 12's Fortran library, linked statically into a program that also holds
                 # pthread_create, calls functions of libc that nobody linked.

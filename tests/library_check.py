@@ -1,6 +1,6 @@
 """What the built library shows to the outside.
 
-usage: library_check.py header COMPILER... -- INCLUDE_DIR
+usage: library_check.py header COMPILER... -- INCLUDE_DIR...
        library_check.py exports NM HEADER LIBRARY
        library_check.py fftw3 NM HEADER LIBRARY
        library_check.py needed READELF LIBRARY
@@ -24,8 +24,9 @@ def run(*command):
 def check_exports(nm, header, library):
     """The functions of the header, their Fortran twins, the version: nothing more, nothing less."""
     text = re.sub(r"/\*.*?\*/", "", Path(header).read_text(), flags=re.S)
-    functions = set(re.findall(r"\b(lyr_fft_\w+)\s*\(", text))
-    expected = functions | {f + "_" for f in functions} | {"LFFTGetVersion", "lyr_fft_version"}
+    functions = set(re.findall(r"\b(lyr_fftf?_\w+)\s*\(", text))
+    others = set(re.findall(r"\b(LFFTF?GetVersion|lyr_fftf?_version)\b", text))
+    expected = functions | {f + "_" for f in functions} | others
     found = set()
     for line in run(nm, "-D", "--defined-only", library).splitlines():
         kind, name = line.split()[-2:]
@@ -71,7 +72,8 @@ def check_needed(readelf, library):
 def check_inside(readelf, library):
     """Calls among its own functions do not leave the library, whatever a program defines."""
     relocations = run(readelf, "-rW", library)
-    for name in sorted(set(re.findall(r"\b(?:lyr_fft_|LFFT)\w+", relocations)) - {"lyr_fft_version"}):
+    called = set(re.findall(r"\b(?:lyr_fftf?_|LFFT)\w+", relocations))
+    for name in sorted(called - {"lyr_fft_version", "lyr_fftf_version"}):
         yield f"called from outside: {name}"
     if "calloc" not in relocations:
         yield "no calls of libc found"
@@ -79,8 +81,8 @@ def check_inside(readelf, library):
 
 def check_codelets(nm, isa, objects):
     """Nothing built for one kind of processor may be found by, or replace, code of another."""
-    own = re.compile(rf"_Z[A-Z]*N?K?3lyr{len(isa)}{isa}\d")
-    constants = re.compile(r"_ZN3lyr1[01](?:prime|real)_rootsILi\d+EE5tableE")  # data, the same for all
+    own = re.compile(rf"_Z[A-Z]*N?K?(?:3lyr|4lyrf){len(isa)}{isa}\d")
+    constants = re.compile(r"_ZN(?:3lyr|4lyrf)1[01](?:prime|real)_rootsILi\d+EE5tableE")  # data, the same for all
     from_outside = {"memcpy", "memset", "memmove", "__stack_chk_fail", "_GLOBAL_OFFSET_TABLE_"}
     defined = 0
     for item in objects:
@@ -97,19 +99,25 @@ def check_codelets(nm, isa, objects):
         yield f"only {defined} symbols found"
 
 
-def check_header(compilers, include):
-    """The header is C99, C11 and C++11, and follows <complex.h>."""
+def check_header(compilers, folders):
+    """The headers are C99, C11 and C++11, and follow <complex.h>."""
     plain = "#include <lyr_fft.h>\nlyr_fft_plan p;\n"
     pairs = plain + "lyr_fft_complex z = {1.0, 2.0};\n"
     native = (
         "#include <complex.h>\n" + plain + "lyr_fft_complex z = 1.0 + 2.0 * I;\n"
         "_Static_assert(_Generic(z, double _Complex: 1, default: 0), \"type\");\n"
     )
+    single = [text.replace("lyr_fft", "lyr_fftf").replace("double", "float").replace("1.0", "1.0f")
+              .replace("2.0", "2.0f") for text in (pairs, native)]
+    both = pairs + "#include <lyr_fftf.h>\nlyr_fftf_plan q;\nlyr_fftf_complex w = {1.0f, 2.0f};\n"
     languages = [
         (".c", "c99", pairs),
         (".c", "c11", pairs),
         (".c", "c11", native),
-        (".cpp", "c++11", pairs),
+        (".c", "c99", single[0]),
+        (".c", "c11", single[1]),
+        (".c", "c11", both),
+        (".cpp", "c++11", both),
         (".cpp", "c++20", "#include <complex>\n" + pairs),
     ]
     with tempfile.TemporaryDirectory() as folder:
@@ -121,7 +129,7 @@ def check_header(compilers, include):
                 source.write_text(text)
                 result = subprocess.run(
                     [compiler, f"-std={standard}", "-Wall", "-Wextra", "-pedantic", "-Werror",
-                     "-fsyntax-only", f"-I{include}", str(source)],
+                     "-fsyntax-only", *(f"-I{folder}" for folder in folders), str(source)],
                     capture_output=True, text=True)
                 if result.returncode:
                     yield f"{compiler} -std={standard}:\n{result.stderr}"
@@ -129,8 +137,8 @@ def check_header(compilers, include):
 
 def main(arguments):
     match arguments:
-        case ["header", *compilers, "--", include] if compilers:
-            faults = check_header(compilers, include)
+        case ["header", *rest] if "--" in rest[1:-1]:
+            faults = check_header(rest[:rest.index("--")], rest[rest.index("--") + 1:])
         case ["exports", nm, header, library]:
             faults = check_exports(nm, header, library)
         case ["fftw3", nm, header, library]:

@@ -48,6 +48,7 @@ def check_debian(folder, settings):
         Path(settings["build"]), f"libLYRA_fft.so.{VERSION}")))[1]
     architecture = {"AArch64": "arm64"}.get(machine, "amd64")
     library = one(packages, f"liblyra-fft2_{VERSION}_{architecture}.deb")
+    single = one(packages, f"liblyra-fftf2_{VERSION}_{architecture}.deb")
     development = one(packages, f"liblyra-fft-dev_{VERSION}_{architecture}.deb")
     fftw3 = one(packages, f"lyra-fftw3_{VERSION}_{architecture}.deb")
     tools = sorted(packages.glob(f"lyra-fft-tools_{VERSION}_{architecture}.deb"))
@@ -56,29 +57,32 @@ def check_debian(folder, settings):
     def field(package, name):
         return run("dpkg-deb", "-f", package, name).strip()
 
-    for package in (library, development, fftw3, *tools, *python):
+    for package in (library, single, development, fftw3, *tools, *python):
         expect(field(package, "Architecture") == architecture, f"{package} is for another machine")
         # A foreign library's package is often called so where it comes from.
         expect(not re.search(":[a-z]", field(package, "Depends")), f"{package}: {field(package, 'Depends')}")
     libc = re.search(r"libc6 \(>= 2\.(\d+)\)", field(library, "Depends"))
     expect(libc, "the library needs libc6")
-    for package in (library, fftw3):
+    for package in (library, single, fftw3):
         expect("libstdc++" not in field(package, "Depends"), f"{package} needs libstdc++")
-    expect(field(development, "Depends") == f"liblyra-fft2 (= {VERSION})", "wrong dependency")
+    expect(field(development, "Depends") ==
+           f"liblyra-fft2 (= {VERSION}), liblyra-fftf2 (= {VERSION})", "wrong dependency")
     for package in tools:
         for needed in ("libc6 ", "libstdc++6 ", "libsndfile1 ", "libcairo2 "):
             expect(needed in field(package, "Depends"), f"the tool does not need {needed}")
     for package in python:
         for needed in (f"liblyra-fft2 (= {VERSION})", "python3-numpy-abi9", "libc6 ", "python3 (<< 3."):
             expect(needed in field(package, "Depends"), f"the Python package does not need {needed}")
-    control = folder / "control"
-    run("dpkg-deb", "-e", library, control)
-    expect((control / "shlibs").read_text() == f"libLYRA_fft 2 liblyra-fft2 (>= {VERSION})\n",
-           (control / "shlibs").read_text())
-    expect("activate-noawait ldconfig" in (control / "triggers").read_text(), "no trigger")
+    for package, suffix in ((library, ""), (single, "f")):
+        control = folder / ("control" + suffix)
+        run("dpkg-deb", "-e", package, control)
+        expect((control / "shlibs").read_text() ==
+               f"libLYRA_fft{suffix} 2 liblyra-fft{suffix}2 (>= {VERSION})\n",
+               (control / "shlibs").read_text())
+        expect("activate-noawait ldconfig" in (control / "triggers").read_text(), "no trigger")
 
     root = folder / "root"
-    for package in (library, development, fftw3, *tools, *python):
+    for package in (library, single, development, fftw3, *tools, *python):
         alone = folder / package.stem
         run("dpkg-deb", "-x", package, alone)
         size = sum((path.lstat().st_size + 1023) // 1024 if path.is_file() and not path.is_symlink()
@@ -125,8 +129,8 @@ def check_debian(folder, settings):
             PYTHONPATH=root / "usr/lib/python3/dist-packages", LD_LIBRARY_PATH=library_dir,
             PYTHONDONTWRITEBYTECODE=1)
     if settings["lintian"]:
-        print(run(settings["lintian"], "--allow-root", "--fail-on", "error", library, development,
-                  fftw3, *tools, *python))
+        print(run(settings["lintian"], "--allow-root", "--fail-on", "error", library, single,
+                  development, fftw3, *tools, *python))
 
 
 def check_source(folder, settings):

@@ -102,7 +102,7 @@ void check_problem(const problem &p, constructor with, uint64_t seed) {
     // The worst of many short transforms is worse than one of them usually is.
     const int64_t points = p.rank > 0 ? point_count(p) : 64;
     EXPECT_LE(v.error.l2, points < 32 ? 2.0 : points < 64 ? 1.2 * v.bound : v.bound);
-    EXPECT_LE(v.error.linf, p.rank > 0 ? 1e-15 : 0);
+    EXPECT_LE(v.error.linf, p.rank > 0 ? 9 * roundoff : 0);
     check_repetition(p, b, holder.plan, seed);
 }
 
@@ -266,11 +266,11 @@ TEST(random_problems, any_caches_same_bits) {
 TEST(random_problems, slices_of_columns) {
     if (test_scale > 1) return;  // 130 MB
     constexpr int n = 4099, row = n / 2 + 1, count = 29;
-    std::vector<double> plane(size_t{2} * n * row, 0.25), column(2 * n);
+    std::vector<scalar> plane(size_t{2} * n * row, 0.25), column(2 * n);
     random_source random{5};
     for (size_t k = 0; k < n; ++k)
         for (size_t j = 0; j < 2 * count; ++j) plane[2 * k * row + j] = random.uniform();
-    const std::vector<double> before = plane;
+    const std::vector<scalar> before = plane;
     lyr_fft_complex *data = complexes(plane.data());
     const plan_holder all(lyr_fft_plan_many_dft(1, &n, count, data, nullptr, row, 1, data, nullptr,
                                                 row, 1, LYR_FFT_FORWARD, LYR_FFT_ESTIMATE));
@@ -305,10 +305,10 @@ TEST(random_problems, transposing_copies) {
     for (const auto &[rows, cols, src_stride, dst_stride] : shapes)
         for (const int64_t offset : {0, 1, 2, 3, 5, 6})
             for (const int64_t width : {1, 2}) {
-                std::vector<double> src(static_cast<size_t>(rows * src_stride * width));
+                std::vector<scalar> src(static_cast<size_t>(rows * src_stride * width));
                 std::iota(src.begin(), src.end(), 1.0);
-                std::vector<double> dst(static_cast<size_t>(cols * dst_stride * width + 8), 0.0);
-                std::vector<double> expected = dst;
+                std::vector<scalar> dst(static_cast<size_t>(cols * dst_stride * width + 8), 0.0);
+                std::vector<scalar> expected = dst;
                 for (int64_t i = 0; i < rows; ++i)
                     for (int64_t j = 0; j < cols; ++j)
                         for (int64_t w = 0; w < width; ++w)

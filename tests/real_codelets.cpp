@@ -51,7 +51,7 @@ long double cosine(int64_t m, int64_t n) {
 // Transforms of one length: t of real numbers x, their spectra in half-complex order y.
 struct sample {
     int64_t n;
-    std::vector<double> x, y;                 // inputs
+    std::vector<scalar> x, y;                 // inputs
     std::vector<long double> want_y, want_x;  // of x forward, of y backward
 
     size_t at(int64_t t, int64_t k) const { return static_cast<size_t>(t * n + k); }
@@ -94,15 +94,15 @@ const sample &sample_of(int64_t n) {
     return s;
 }
 
-// Relative L2 error in units of 2^-53 sqrt(log2 n); NaN stays NaN.
-double relative_error(int64_t n, const std::vector<double> &got, const long double *want) {
+// Relative L2 error in units of roundoff sqrt(log2 n); NaN stays NaN.
+double relative_error(int64_t n, const std::vector<scalar> &got, const long double *want) {
     long double error = 0, size = 0;
     for (size_t k = 0; k < got.size(); ++k) {
         error += (got[k] - want[k]) * (got[k] - want[k]);
         size += want[k] * want[k];
     }
     const double levels = std::max(1.0, std::log2(static_cast<double>(n)));
-    return static_cast<double>(std::sqrt(error / size)) / (0x1p-53 * std::sqrt(levels));
+    return static_cast<double>(std::sqrt(error / size)) / (roundoff * std::sqrt(levels));
 }
 
 double bound(int64_t n) {
@@ -111,8 +111,8 @@ double bound(int64_t n) {
 
 // ---- Where the numbers are ----------------------------------------------------------------------
 
-// Strides in doubles: `step` from an element to the next, `apart` from a transform to the next. The
-// imaginary parts of a spectrum start `imaginary` after the real ones and go by im_step.
+// Strides in real numbers: `step` from an element to the next, `apart` from a transform to the
+// next. The imaginary parts of a spectrum start `imaginary` after the real ones and go by im_step.
 struct place {
     const char *name;
     int64_t step, apart, imaginary, im_step;
@@ -120,16 +120,11 @@ struct place {
 
 // Numbers around an origin, so that strides may be negative; unused ones hold a NaN.
 struct memory {
-    static constexpr uint64_t pattern = 0x7ff8'5eed'0000'0001U;
-    std::vector<double> doubles;
+    std::vector<scalar> numbers;
 
-    explicit memory(int64_t reach)
-        : doubles(static_cast<size_t>(2 * reach), std::bit_cast<double>(pattern)) {}
-    double *origin() { return doubles.data() + doubles.size() / 2; }
-    bool untouched() const {
-        return std::ranges::all_of(doubles,
-                                   [](double v) { return std::bit_cast<uint64_t>(v) == pattern; });
-    }
+    explicit memory(int64_t reach) : numbers(static_cast<size_t>(2 * reach), unwritten) {}
+    scalar *origin() { return numbers.data() + numbers.size() / 2; }
+    bool untouched() const { return std::ranges::all_of(numbers, is_unwritten); }
 };
 
 std::vector<place> real_places(int64_t n, int64_t v) {
@@ -167,8 +162,8 @@ std::vector<int64_t> multiples(int64_t step, int64_t n) {
     return table;
 }
 
-void call(real_kernel kernel, int64_t n, const place &real, double *reals, const place &spectrum,
-          double *complexes, int64_t v, bool forward) {
+void call(real_kernel kernel, int64_t n, const place &real, scalar *reals, const place &spectrum,
+          scalar *complexes, int64_t v, bool forward) {
     const auto rs = multiples(2 * real.step, n), csr = multiples(spectrum.step, n),
                csi = multiples(spectrum.im_step, n);
     kernel(reals, reals + real.step, complexes, complexes + spectrum.imaginary, rs.data(),
@@ -186,10 +181,10 @@ double check_kernel(real_kernel kernel, int64_t n, const place &real, const plac
                  " transforms, " + real.name + ", " + spectrum.name);
     const sample &s = sample_of(n);
     memory reals(8 * (n + 4) * (v + 4)), complexes(8 * (n + 4) * (v + 4));
-    const auto real_at = [&](int64_t t, int64_t j) -> double & {
+    const auto real_at = [&](int64_t t, int64_t j) -> scalar & {
         return reals.origin()[t * real.apart + j * real.step];
     };
-    const auto complex_at = [&](int64_t t, int64_t i) -> double & {
+    const auto complex_at = [&](int64_t t, int64_t i) -> scalar & {
         return complexes.origin()[spectrum_at(spectrum, n, t, i)];
     };
     for (int64_t t = 0; t < v; ++t)
@@ -202,10 +197,10 @@ double check_kernel(real_kernel kernel, int64_t n, const place &real, const plac
     memory before = forward ? reals : complexes;
     call(kernel, n, real, reals.origin(), spectrum, complexes.origin(), v, forward);
 
-    const double nan = std::bit_cast<double>(memory::pattern);
+    const scalar nan = unwritten;
     double worst = 0;
     for (int64_t t = 0; t < v; ++t) {
-        std::vector<double> got;
+        std::vector<scalar> got;
         for (int64_t k = 0; k < n; ++k)
             got.push_back(std::exchange(forward ? complex_at(t, k) : real_at(t, k), nan));
         const auto &want = forward ? s.want_y : s.want_x;
@@ -213,16 +208,17 @@ double check_kernel(real_kernel kernel, int64_t n, const place &real, const plac
         EXPECT_LE(e, bound(n)) << "transform " << t;
         worst = std::max(worst, e);
         if (ends == zeros::untouched) continue;
-        double *c = complexes.origin() + t * spectrum.apart + spectrum.imaginary;
-        EXPECT_EQ(std::bit_cast<uint64_t>(std::exchange(*c, nan)), 0U) << "Im X[0]";
+        scalar *c = complexes.origin() + t * spectrum.apart + spectrum.imaginary;
+        EXPECT_EQ(std::bit_cast<scalar_bits>(std::exchange(*c, nan)), 0U) << "Im X[0]";
         if (n % 2 == 0) {
-            EXPECT_EQ(std::bit_cast<uint64_t>(std::exchange(c[n / 2 * spectrum.im_step], nan)), 0U)
+            EXPECT_EQ(std::bit_cast<scalar_bits>(std::exchange(c[n / 2 * spectrum.im_step], nan)),
+                      0U)
                 << "Im X[n/2]";
         }
     }
     EXPECT_TRUE((forward ? complexes : reals).untouched()) << "wrote what is no result";
-    EXPECT_EQ(std::memcmp(before.doubles.data(), (forward ? reals : complexes).doubles.data(),
-                          before.doubles.size() * sizeof(double)),
+    EXPECT_EQ(std::memcmp(before.numbers.data(), (forward ? reals : complexes).numbers.data(),
+                          before.numbers.size() * sizeof(scalar)),
               0)
         << "changed its input";
     return worst;
@@ -243,7 +239,7 @@ void check_places_in_batch(real_kernel kernel, int64_t n, const place &real, con
     for (int64_t t = 1; t < v; ++t)
         for (int64_t k = 0; k < n; ++k) {
             const auto bits = [&](int64_t of) {
-                return std::bit_cast<uint64_t>(
+                return std::bit_cast<scalar_bits>(
                     forward ? complexes.origin()[spectrum_at(spectrum, n, of, k)]
                             : reals.origin()[of * real.apart + k * real.step]);
             };
@@ -336,11 +332,11 @@ TEST(real_codelets, single_ones_read_no_batch) {
     for (const codelet_table *table : all_tables())
         for (const int64_t n : single_lengths) {
             const sample &s = sample_of(n);
-            std::vector<double> x(s.x.begin(), s.x.begin() + n), c(static_cast<size_t>(n + 2));
+            std::vector<scalar> x(s.x.begin(), s.x.begin() + n), c(static_cast<size_t>(n + 2));
             const auto rs = multiples(2, n);
             table->reals->r2c[n - 1](x.data(), x.data() + 1, c.data(), c.data() + 1, rs.data(),
                                      rs.data(), rs.data(), 0, INT64_MAX, INT64_MIN);
-            EXPECT_NEAR(c[0], static_cast<double>(s.want_y[0]), 1e-13) << n << table->name;
+            EXPECT_NEAR(c[0], static_cast<double>(s.want_y[0]), 0x1p10 * roundoff) << n << table->name;
         }
 }
 
@@ -351,7 +347,7 @@ TEST(real_codelets, impulses) {
             for (const int64_t v : {int64_t{1}, table->lanes * 2}) {
                 const int64_t n = real_lengths[i];
                 const place side = {"", v, 1, n * v, -v};
-                std::vector<double> x(static_cast<size_t>(n * v)), y(x);
+                std::vector<scalar> x(static_cast<size_t>(n * v)), y(x);
                 for (int64_t q = 0; q < n; ++q) {
                     std::ranges::fill(x, 0.0);
                     for (int64_t t = 0; t < v; ++t) x[static_cast<size_t>(q * v + t)] = 1;
@@ -365,7 +361,7 @@ TEST(real_codelets, impulses) {
                                                                cosine(turn, 4 * n));
                         worst = std::max(worst, std::abs(error));
                     }
-                    EXPECT_LE(worst, 1.5 * 0x1p-52) << n << ", impulse at " << q;
+                    EXPECT_LE(worst, 3 * roundoff) << n << ", impulse at " << q;
                 }
             }
 }
@@ -388,7 +384,7 @@ TEST(real_codelets, cosine) {
                         kernel(from.origin(), to.origin(), is.data(), os.data(),
                                static_cast<uint64_t>(v), in.apart, out.apart);
                         for (int64_t t = 0; t < v; ++t) {
-                            std::vector<double> got;
+                            std::vector<scalar> got;
                             std::vector<long double> want;
                             for (int64_t k = 0; k < n; ++k) {
                                 long double sum = 0;
@@ -397,9 +393,8 @@ TEST(real_codelets, cosine) {
                                            static_cast<long double>(s.x[s.at(t, j)]) *
                                            cosine(j * k, 2 * (n - 1));
                                 want.push_back(sum);
-                                got.push_back(
-                                    std::exchange(to.origin()[t * out.apart + k * out.step],
-                                                  std::bit_cast<double>(memory::pattern)));
+                                got.push_back(std::exchange(
+                                    to.origin()[t * out.apart + k * out.step], unwritten));
                             }
                             EXPECT_LE(relative_error(n, got, want.data()), n < 8 ? 1.5 : 1.0);
                         }

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <complex>
 #include <cstdint>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -174,7 +175,7 @@ void transform_along(std::vector<complex_number> &x, int64_t n, int64_t step, co
 }
 
 // The results of one transform, as places_of orders them, of its inputs in that order.
-inline std::vector<double> transform_by_definition(const problem &p, const double *in) {
+inline std::vector<lyr::scalar> transform_by_definition(const problem &p, const lyr::scalar *in) {
     int64_t rows = 1;
     for (int d = 0; d + 1 < p.rank; ++d) rows *= p.dims[d].n;
     const int64_t n = p.rank ? p.dims[p.rank - 1].n : 1;
@@ -183,7 +184,7 @@ inline std::vector<double> transform_by_definition(const problem &p, const doubl
     std::vector<complex_number> x(static_cast<size_t>(rows * stored));
     for (complex_number &number : x) {
         const double re = *in++;
-        number = {re, complex_in ? *in++ : 0};
+        number = {re, complex_in ? static_cast<double>(*in++) : 0.0};
     }
     const auto root = [&p](int64_t length) {
         return [length, &p](int64_t j, int64_t k) { return root_of_unity(length, p.sign * j * k); };
@@ -218,7 +219,7 @@ inline std::vector<double> transform_by_definition(const problem &p, const doubl
     } else if (p.rank > 0) {
         transform_along(x, n, 1, root(n));
     }
-    std::vector<double> results;
+    std::vector<lyr::scalar> results;
     for (int64_t i = 0; i < static_cast<int64_t>(x.size()); ++i) {
         if (p.kind == transform::r2c && i % n > n / 2) continue;
         results.push_back(x[static_cast<size_t>(i)].real());
@@ -229,11 +230,12 @@ inline std::vector<double> transform_by_definition(const problem &p, const doubl
 }
 
 // The results of the whole batch.
-inline std::vector<double> results_by_definition(const problem &p, const std::vector<double> &in) {
+inline std::vector<lyr::scalar> results_by_definition(const problem &p,
+                                                      const std::vector<lyr::scalar> &in) {
     const auto transforms = static_cast<size_t>(lyr_tools::batch_count(p));
-    std::vector<double> results;
+    std::vector<lyr::scalar> results;
     for (size_t i = 0; i < transforms; ++i) {
-        const std::vector<double> one =
+        const std::vector<lyr::scalar> one =
             transform_by_definition(p, in.data() + in.size() / transforms * i);
         results.insert(results.end(), one.begin(), one.end());
     }
@@ -260,11 +262,11 @@ inline std::string text_of(const small_layout &l) {
 }
 
 // Plans and runs a layout on the block; false when there is no plan.
-inline bool run_with_library(const small_layout &l, double *block) {
+inline bool run_with_library(const small_layout &l, lyr::scalar *block) {
     const problem &p = l.p;
-    double *in = block + l.in[0], *in_imag = block + l.in[1];
-    double *out = block + l.out[0], *out_imag = block + l.out[1];
-    const auto complexes = [](double *a) { return reinterpret_cast<lyr_fft_complex *>(a); };
+    lyr::scalar *in = block + l.in[0], *in_imag = block + l.in[1];
+    lyr::scalar *out = block + l.out[0], *out_imag = block + l.out[1];
+    const auto complexes = [](lyr::scalar *a) { return reinterpret_cast<lyr_fft_complex *>(a); };
     const int rank = p.rank, batch = p.batch_rank;
     lyr_fft_plan plan = nullptr;
     switch (p.kind) {
@@ -302,17 +304,18 @@ enum class outcome { right, refused, wrong };
 template <class random_function, class run_function>
 outcome try_layout(const small_layout &l, const std::vector<int64_t> &in_places,
                    const std::vector<int64_t> &out_places, random_function next, run_function run) {
-    static std::vector<double> block(block_doubles), before(block_doubles);
-    for (double &x : before) x = next();
+    static std::vector<lyr::scalar> block(block_doubles), before(block_doubles);
+    for (lyr::scalar &x : before) x = next();
     block = before;
     if (!run(l, block.data())) return outcome::refused;
 
-    std::vector<double> input;
+    std::vector<lyr::scalar> input;
     input.reserve(in_places.size());
     for (const int64_t place : in_places) input.push_back(before[static_cast<size_t>(place)]);
-    const std::vector<double> expected = results_by_definition(l.p, input);
+    const std::vector<lyr::scalar> expected = results_by_definition(l.p, input);
     for (size_t k = 0; k < out_places.size(); ++k)
-        if (!(std::fabs(block[static_cast<size_t>(out_places[k])] - expected[k]) < 1e-12))
+        if (!(std::fabs(block[static_cast<size_t>(out_places[k])] - expected[k]) <
+              0x1p13 * std::numeric_limits<lyr::scalar>::epsilon() / 2))
             return outcome::wrong;
     for (const auto *places : {&in_places, &out_places})
         for (const int64_t place : *places)

@@ -4,7 +4,10 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <cstring>
+#include <limits>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "buffers.h"
@@ -15,6 +18,29 @@
 #include "verdict.h"
 
 namespace lyr_test {
+
+using lyr::scalar;
+
+// Half of the distance from 1 to the next number: the relative error of a rounding.
+inline constexpr double roundoff = std::numeric_limits<scalar>::epsilon() / 2;
+
+// A NaN that no transform makes, as bits and as a number.
+using scalar_bits = std::conditional_t<sizeof(scalar) == 8, uint64_t, uint32_t>;
+inline constexpr auto unwritten_bits =
+    static_cast<scalar_bits>(sizeof(scalar) == 8 ? 0x7ff8'5eed'0000'0001U : 0x7fc5'eed1U);
+inline const scalar unwritten = [] {
+    scalar x;
+    std::memcpy(&x, &unwritten_bits, sizeof x);
+    return x;
+}();
+inline bool is_unwritten(scalar x) {
+    return std::memcmp(&x, &unwritten_bits, sizeof x) == 0;
+}
+
+// Powers of two that leave room for products and sums: small, large, and near the end of the range.
+inline constexpr double small_scale = sizeof(scalar) == 8 ? 0x1p-900 : 0x1p-60,
+                        large_scale = sizeof(scalar) == 8 ? 0x1p900 : 0x1p60,
+                        largest_scale = sizeof(scalar) == 8 ? 0x1p1014 : 0x1p118;
 
 // 1 natively; where everything is many times slower (emulators, sanitizers) tests do about one of
 // so many cases.
@@ -81,7 +107,7 @@ std::string plan_text(const lyr_fft_plan_s *plan);
 bool same_outputs(const lyr_tools::problem &p, const lyr_tools::buffers &a,
                   const lyr_tools::buffers &b);
 
-inline lyr_fft_complex *complexes(double *p) {
+inline lyr_fft_complex *complexes(scalar *p) {
     return reinterpret_cast<lyr_fft_complex *>(p);
 }
 

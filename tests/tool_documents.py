@@ -46,6 +46,14 @@ def check_plans(tool):
             yield f"{command} of too much: {answer}"
 
 
+def check_float(tool):
+    """The commands on problems know both precisions."""
+    if "memory: arrays 16" not in output(tool, "plan", "--float", "ocf1024"):
+        yield "plan --float: no arrays of half the size"
+    if " ok" not in output(tool, "verify", "ocf1024", "--float"):
+        yield "verify --float fails"
+
+
 def check_mistake(tool, *arguments, hint):
     result = subprocess.run([tool, *arguments], capture_output=True, text=True)
     wanted = rf"lyr-fft: .*'--nonsense'.*; see '{hint} --help'\n"
@@ -63,6 +71,7 @@ def faults(tool):
     yield from check_help(output(tool, "help", "problem"))
     yield from check_mistake(tool, "--nonsense", hint="lyr-fft")
     yield from check_plans(tool)
+    yield from check_float(tool)
     for command in commands:
         yield from check_help(output(tool, command, "--help"))
         yield from check_mistake(tool, command, "--nonsense", hint=f"lyr-fft {command}")

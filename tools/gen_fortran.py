@@ -14,7 +14,9 @@ from pathlib import Path
 TOP = Path(__file__).resolve().parent.parent
 
 OPENING = """\
-! LYRA FFT for Fortran: the functions and constants of the C interface, with typed arguments.
+! LYRA FFT for Fortran: the functions and constants of the C interfaces, with typed arguments. The
+! functions of single precision, lyr_fftf_.., follow those of double precision and take c_float and
+! c_float_complex; programs that use them link libLYRA_fftf.
 ! Written by tools/gen_fortran.py from lyr_fft.h, which describes every function.
 !
 !     use lyra_fft
@@ -32,7 +34,7 @@ OPENING = """\
 ! planning, must have the attribute target. In place, give the same array twice. Leave out inembed
 ! and onembed (then name the arguments that follow) for arrays without padding.
 !
-! The module holds interfaces and constants only: nothing has to be linked but the library.
+! The module holds interfaces and constants only: nothing has to be linked but the libraries used.
 module lyra_fft
     use, intrinsic :: iso_c_binding
     implicit none
@@ -48,6 +50,7 @@ SCALARS = {
     "size_t": "integer(c_size_t), value",
     "lyr_fft_r2r_kind": "integer(c_int), value",
     "lyr_fft_plan": "type(c_ptr), value",
+    "lyr_fftf_plan": "type(c_ptr), value",
     "void *": "type(c_ptr), value",
 }
 ARRAYS = {
@@ -57,6 +60,8 @@ ARRAYS = {
     "lyr_fft_iodim64": "type(lyr_fft_iodim64), intent(in)",
     "double": "real(c_double), intent(inout)",
     "lyr_fft_complex": "complex(c_double_complex), intent(inout)",
+    "float": "real(c_float), intent(inout)",
+    "lyr_fftf_complex": "complex(c_float_complex), intent(inout)",
 }
 FIELDS = {"int": "integer(c_int)", "int64_t": "integer(c_int64_t)", "char": "character(kind=c_char)"}
 
@@ -111,9 +116,9 @@ def wrapped(head, names, tail):
 
 def functions(text):
     """An interface for every function of the header."""
-    prototype = r"^(lyr_fft_plan|void \*|void |int )\s?((?:lyr_fft_|LFFT)\w+)\(([^()]*)\);"
+    prototype = r"^(lyr_fftf?_plan|void \*|void |int )\s?((?:lyr_fftf?_|LFFT)\w+)\(([^()]*)\);"
     found = re.findall(prototype, text, re.M)
-    if len(found) != len(set(re.findall(r"\b(?:lyr_fft_|LFFT)\w+(?=\()", text))):
+    if len(found) != len(set(re.findall(r"\b(?:lyr_fftf?_|LFFT)\w+(?=\()", text))):
         raise SystemExit("the header declares functions in a form that is not understood")
     for result, name, parameters in found:
         parameters = re.sub(r"\s+", " ", parameters)
@@ -133,13 +138,20 @@ def functions(text):
         yield ""
 
 
+def in_single_precision(text):
+    """The declarations of double precision as those of single precision."""
+    text = re.sub(r"lyr_fft_(?!iodim|r2r_kind)", "lyr_fftf_", text)
+    return re.sub(r"\bdouble\b", "float", text).replace("LFFTGetVersion", "LFFTFGetVersion")
+
+
 def module(header):
     version = re.search(r'lyr_fft_version\[\] = "(.*?)"',
                         (TOP / "src/api/version.cpp").read_text())[1]
     text = re.sub(r"/\*.*?\*/", "", header, flags=re.S)
     lines = [OPENING % version]
     lines += [f"    integer(c_int), parameter :: {n} = {v}" for n, v in constants(text)]
-    lines += ["", *types(text), "    interface", *functions(text)]
+    lines += ["", *types(text), "    interface", *functions(text),
+              *functions(in_single_precision(text))]
     lines[-1:] = ["    end interface", "end module lyra_fft", ""]
     return "\n".join(lines)
 

@@ -44,7 +44,7 @@ def literal(value):
 
 
 def table(name, values):
-    lines, line = [], f"    static constexpr double {name}[] = {{"
+    lines, line = [], f"    static constexpr scalar {name}[] = {{"
     for i, value in enumerate(values):
         text = literal(value) + (", " if i + 1 < len(values) else "};")
         if len(line) + len(text.rstrip()) > 100:
@@ -56,7 +56,7 @@ def table(name, values):
 
 def header(title, template):
     print(f"// {title} Written by tools/gen_roots.py; do not edit.")
-    print("#pragma once\n")
+    print("#pragma once\n\n#include \"precision.h\"\n")
     print("namespace lyr::LYR_ISA {\nnamespace {\n")
     print("// clang-format off")
     print(f"template <int N>\nstruct {template};\n")

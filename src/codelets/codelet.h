@@ -11,30 +11,30 @@ namespace lyr {
 // numbers; butterfly (k, j) reads columns j + q*m of row k, multiplies input q by the twiddle of
 // (k, q) and writes output p to out[(k + p*L)*m + j].
 struct stage {
-    void (*codelet)(const stage *, const double *in, double *out);
+    void (*codelet)(const stage *, const scalar *in, scalar *out);
     int64_t m;
     int64_t L;
     int64_t in_stride;   // 1 but for the first stage of a strided transform
     int64_t out_stride;  // 1 but for the last stage of a strided transform
-    const double *twiddles;
+    const scalar *twiddles;
     int64_t r;
     int64_t sign;
 };
 static_assert(sizeof(stage) == 64, "a stage is eight 64-bit words");
 
-// One whole transform, out[k] = DFT(in)[k]. Strides are in bytes and multiples of 16, their element
-// counts fit in 32 signed bits; unit-stride codelets ignore them. All inputs are loaded before any
-// output is stored, so `out` may be `in`. scratch holds n complex numbers.
-using direct_codelet = void (*)(double *out, const double *in, int64_t istride_bytes,
-                                int64_t ostride_bytes, double *scratch);
+// One whole transform, out[k] = DFT(in)[k]. Strides are in bytes and multiples of complex_bytes,
+// their element counts fit in 32 signed bits; unit-stride codelets ignore them. All inputs are
+// loaded before any output is stored, so `out` may be `in`. scratch holds n complex numbers.
+using direct_codelet = void (*)(scalar *out, const scalar *in, int64_t istride_bytes,
+                                int64_t ostride_bytes, scalar *scratch);
 
 // h whole transforms: element e of transform j is in[e*in_step + j*in_lane] (complex numbers), and
 // out likewise. Some neighbouring transforms are loaded before the first of them is stored.
-using many_codelet = void (*)(const double *in, int64_t in_step, int64_t in_lane, double *out,
+using many_codelet = void (*)(const scalar *in, int64_t in_step, int64_t in_lane, scalar *out,
                               int64_t out_step, int64_t out_lane, int64_t h);
 
 // One pass over one transform.
-using stage_codelet = void (*)(const stage *, const double *in, double *out);
+using stage_codelet = void (*)(const stage *, const scalar *in, scalar *out);
 
 // Butterflies of one stage over transforms that lie side by side. Butterflies form rows; within a
 // row, neighbouring butterflies are neighbours in memory. All distances in complex numbers.
@@ -45,14 +45,14 @@ struct column_walk {
     int64_t count;                // butterflies in a row
     int64_t first = 0, step = 1;  // rows of the stage's matrix: row i has the twiddles of this one
 };
-using slab_codelet = void (*)(const column_walk &, const double *in, double *out);
-using twiddle_slab_codelet = void (*)(const stage *, const column_walk &, const double *in,
-                                      double *out);
+using slab_codelet = void (*)(const column_walk &, const scalar *in, scalar *out);
+using twiddle_slab_codelet = void (*)(const stage *, const column_walk &, const scalar *in,
+                                      scalar *out);
 
 // A first stage over h transforms that lie in_lane complex numbers apart; the output is side by
 // side.
-using gathered_slab_codelet = void (*)(const stage *, const double *in, int64_t in_row,
-                                       int64_t in_lane, double *out, int64_t out_row, int64_t h);
+using gathered_slab_codelet = void (*)(const stage *, const scalar *in, int64_t in_row,
+                                       int64_t in_lane, scalar *out, int64_t out_row, int64_t h);
 
 // The factors that the outputs of a slab are multiplied by, plain complex numbers in the order in
 // which a last stage makes its outputs. One level: `columns` holds all of them, for each row k of
@@ -61,20 +61,20 @@ using gathered_slab_codelet = void (*)(const stage *, const double *in, int64_t 
 // (1 + columns[..])*turns[..], with columns in that order, the same for all slabs, and one number
 // of turns for each row k and output p.
 struct rotation {
-    const double *columns;
-    const double *turns;  // null: one level
+    const scalar *columns;
+    const scalar *turns;  // null: one level
     int64_t row;
 };
 
 // A last stage whose outputs are multiplied by factors. `far` as in far_slab.
-using rotated_slab_codelet = void (*)(const stage *, const column_walk &, const double *in,
-                                      double *out, const rotation &factors, bool far);
+using rotated_slab_codelet = void (*)(const stage *, const column_walk &, const scalar *in,
+                                      scalar *out, const rotation &factors, bool far);
 
 // First and last stages of a transform between split arrays without gaps. A last stage takes the
 // rows of its twiddle table in an order of its own (alternate_rows).
-using split_first_codelet = void (*)(const stage *, const double *re, const double *im,
-                                     double *out);
-using split_last_codelet = void (*)(const stage *, const double *in, double *re, double *im);
+using split_first_codelet = void (*)(const stage *, const scalar *re, const scalar *im,
+                                     scalar *out);
+using split_last_codelet = void (*)(const stage *, const scalar *in, scalar *re, scalar *im);
 
 // All codelets of one length and direction. Some are only there up to common_radix_limit.
 struct codelet_set {
@@ -103,19 +103,19 @@ inline constexpr int common_radix_limit = 16;
 // rows count complex numbers and may be negative.
 struct product_set {
     // out[k*out_step] = in[k*in_step] * factors[k], k < n. `out` may be `in` with the same step.
-    void (*elements)(double *out, int64_t out_step, const double *in, int64_t in_step,
-                     const double *factors, int64_t n);
+    void (*elements)(scalar *out, int64_t out_step, const scalar *in, int64_t in_step,
+                     const scalar *factors, int64_t n);
     // The same with every element a row of h neighbouring numbers.
-    void (*rows)(double *out, int64_t out_row, const double *in, int64_t in_row,
-                 const double *factors, int64_t n, int64_t h);
+    void (*rows)(scalar *out, int64_t out_row, const scalar *in, int64_t in_row,
+                 const scalar *factors, int64_t n, int64_t h);
 };
 
 // Between n interleaved complex numbers and their parts in two arrays. No two arrays overlap.
 struct split_set {
-    void (*join)(double *out, const double *re, const double *im, int64_t n);
-    void (*part)(double *re, double *im, const double *in, int64_t n);
+    void (*join)(scalar *out, const scalar *re, const scalar *im, int64_t n);
+    void (*part)(scalar *re, scalar *im, const scalar *in, int64_t n);
     // `rows` rows of n numbers, the given distances apart.
-    void (*part_rows)(double *re, double *im, int64_t out_row, const double *in, int64_t in_row,
+    void (*part_rows)(scalar *re, scalar *im, int64_t out_row, const scalar *in, int64_t in_row,
                       int64_t rows, int64_t n);
 };
 
@@ -125,18 +125,18 @@ struct split_set {
 // that stay in registers anyway, nor for tables that would crowd the first-level cache; with lanes
 // that fill a line there is an instruction that repeats a number as it loads it. Measured.
 inline bool has_ready_rows(int64_t lanes, int64_t r, int64_t L) {
-    return lanes == 2 && r > 4 && L * (r - 1) <= 512;
+    return 2 * lanes == line_complex && r > 4 && L * (r - 1) <= 512;
 }
 
 // Whether the groups of a last stage's twiddle table are plain (codelet_table::lanes): those of
 // tables that would, as ready vectors, take more than a third of a first-level cache of 48 KiB.
 // Narrower vectors gain only where the table leaves the second-level cache. Measured.
 constexpr bool may_have_plain_groups(int64_t lanes, int64_t r) {
-    return r <= (lanes == 1 ? 0 : lanes == 2 ? 8 : common_radix_limit);
+    return r <= (lanes == 1 ? 0 : lanes < line_complex ? 8 : common_radix_limit);
 }
 constexpr bool has_plain_groups(int64_t lanes, int64_t r, int64_t L) {
-    const int64_t longest_ready = lanes == 2 ? 384 << 10 : 16 << 10;
-    return may_have_plain_groups(lanes, r) && 32 * L * (r - 1) > longest_ready;
+    const int64_t longest_ready = lanes < line_complex ? 384 << 10 : 16 << 10;
+    return may_have_plain_groups(lanes, r) && 2 * complex_bytes * L * (r - 1) > longest_ready;
 }
 
 struct real_pass_set;   // codelets/real_pass.h
@@ -146,7 +146,7 @@ struct stage_costs;     // codelets/stage_costs.h
 struct stage_pair_set;  // codelets/stage_pairs.h
 
 inline constexpr int max_radix = 37;
-inline constexpr int64_t max_lanes = 4;
+inline constexpr int64_t max_lanes = 64 / complex_bytes;
 
 // One whole transform of n numbers, strides 1, as an executor that does not look at its plan:
 // forward, backward. All inputs are loaded before any output is stored.
@@ -159,7 +159,7 @@ struct unit_transform {
 // be in. Some neighbouring transforms are loaded before the first of them is stored.
 struct dense_batch {
     int64_t n;
-    void (*run[2])(const double *in, double *out, int64_t h);
+    void (*run[2])(const scalar *in, scalar *out, int64_t h);
 };
 
 // Lists of unit transforms, each ending with n = 0: two of transforms in registers, and primes.

@@ -9,26 +9,28 @@ namespace {
 // Runs as many transforms of length R as fit into h, a lane each, and returns the rest of h. Square
 // blocks of numbers are loaded and stored as they lie in memory and transposed in registers.
 template <int R, int S, class V>
-LYR_INLINE int64_t dense_run(const double *&in, double *&out, int64_t h) {
-    constexpr int W = V::lanes, blocks = R / W;
+LYR_INLINE int64_t dense_run(const scalar *&in, scalar *&out, int64_t h) {
+    constexpr int W = V::lanes, blocks = W > 1 ? R / W : 0;
     for (; h >= W; h -= W) {
         V x[R];
-        unroll<blocks>(LYR_LAMBDA(auto b) {
-            V block[W];
-            unroll<W>(LYR_LAMBDA(auto i) { block[i] = V::load(in + 2 * (i * R + b * W)); });
-            transpose(block);
-            unroll<W>(LYR_LAMBDA(auto i) { x[b * W + i] = block[i]; });
-        });
+        if constexpr (blocks > 0)
+            unroll<blocks>(LYR_LAMBDA(auto b) {
+                V block[W];
+                unroll<W>(LYR_LAMBDA(auto i) { block[i] = V::load(in + 2 * (i * R + b * W)); });
+                transpose(block);
+                unroll<W>(LYR_LAMBDA(auto i) { x[b * W + i] = block[i]; });
+            });
         unroll<R - blocks * W>(LYR_LAMBDA(auto i) {
             x[blocks * W + i] = V::gather(in + 2 * (blocks * W + i), 2 * R);
         });
         butterfly<S>(x);
-        unroll<blocks>(LYR_LAMBDA(auto b) {
-            V block[W];
-            unroll<W>(LYR_LAMBDA(auto i) { block[i] = x[b * W + i]; });
-            transpose(block);
-            unroll<W>(LYR_LAMBDA(auto i) { block[i].store(out + 2 * (i * R + b * W)); });
-        });
+        if constexpr (blocks > 0)
+            unroll<blocks>(LYR_LAMBDA(auto b) {
+                V block[W];
+                unroll<W>(LYR_LAMBDA(auto i) { block[i] = x[b * W + i]; });
+                transpose(block);
+                unroll<W>(LYR_LAMBDA(auto i) { block[i].store(out + 2 * (i * R + b * W)); });
+            });
         unroll<R - blocks * W>(
             LYR_LAMBDA(auto i) { x[blocks * W + i].scatter(out + 2 * (blocks * W + i), 2 * R); });
         in += 2 * R * W;
@@ -38,16 +40,11 @@ LYR_INLINE int64_t dense_run(const double *&in, double *&out, int64_t h) {
 }
 
 template <class V, int R, int S>
-void dense(const double *in, double *out, int64_t h) {
-    h = dense_run<R, S, V>(in, out, h);
-    for (; h > 0; --h) {
-        vec1 x[R];
-        unroll<R>(LYR_LAMBDA(auto q) { x[q] = vec1::load(in + 2 * q); });
-        butterfly<S>(x);
-        unroll<R>(LYR_LAMBDA(auto p) { x[p].store(out + 2 * p); });
-        in += 2 * R;
-        out += 2 * R;
-    }
+void dense(const scalar *in, scalar *out, int64_t h) {
+    in_vectors<V>(
+        h, LYR_LAMBDA(auto v, int64_t rest) {
+            return dense_run<R, S, vector_of<decltype(v)>>(in, out, rest);
+        });
 }
 
 template <class V, int R>
@@ -75,16 +72,21 @@ constexpr dense_batch list_for_two[] = {batch<V, 3>,  batch<V, 4>,  batch<V, 5>,
 
 constexpr dense_batch no_list[] = {{}};
 
-template <class V, class Half>
+template <class V>
 constexpr const dense_batch *choose() {
-    if constexpr (V::lanes == 4) return list_for_four<V, Half>;
-    if constexpr (V::lanes == 2) return list_for_two<V>;
-    return no_list;
+    if constexpr (V::lanes == 8)
+        return choose<typename V::half>();
+    else if constexpr (V::lanes == line_complex)
+        return list_for_four<V, typename V::half>;
+    else if constexpr (V::lanes > 1)
+        return list_for_two<V>;
+    else
+        return no_list;
 }
 
 }  // namespace
 
 extern const dense_batch *const dense_batches;
-constinit const dense_batch *const dense_batches = choose<vec, vec_half>();
+constinit const dense_batch *const dense_batches = choose<vec>();
 
 }  // namespace lyr::LYR_ISA

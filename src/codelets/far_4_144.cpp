@@ -9,7 +9,7 @@ namespace {
 
 struct store_past {
     template <int N, class V>
-    LYR_INLINE static void put(V x, double *p) {
+    LYR_INLINE static void put(V x, scalar *p) {
         static_assert(N == V::lanes);
         x.store_far(p);
     }
@@ -17,7 +17,7 @@ struct store_past {
 
 // Transforms that are not enough for all lanes.
 template <int R, int S>
-LYR_INLINE void single(const double *in, double *out) {
+LYR_INLINE void single(const scalar *in, scalar *out) {
     vec1 x[R];
     unroll<R>(LYR_LAMBDA(auto q) { x[q] = vec1::load(in + 2 * q); });
     butterfly<S>(x);
@@ -26,7 +26,7 @@ LYR_INLINE void single(const double *in, double *out) {
 
 // Lanes along the transforms.
 template <class V, int R, int S>
-void across(const double *in, double *out, int64_t h) {
+void across(const scalar *in, scalar *out, int64_t h) {
     constexpr int W = V::lanes, blocks = R / W;
     static_assert(R % W == 0);
     for (; h >= W; h -= W) {
@@ -57,8 +57,8 @@ void across(const double *in, double *out, int64_t h) {
 // One transform after another. Their inputs are called for in advance, which the processor would
 // not do for more than a few lines.
 template <class V, int A, int B, int S>
-void one_by_one(const double *in, double *out, int64_t h) {
-    constexpr int64_t ahead = 256, line = 8;  // doubles
+void one_by_one(const scalar *in, scalar *out, int64_t h) {
+    constexpr int64_t ahead = 2048 / scalar_bytes, line = 2 * line_complex;
     for (; h > 0; --h) {
         for (int64_t k = 0; k < 2 * A * B; k += line) __builtin_prefetch(in + ahead + k);
         transform_in_registers<V, A, B, S, store_past>(in, out);
@@ -90,9 +90,14 @@ constexpr dense_batch no_list[] = {{}};
 
 template <class V>
 constexpr const dense_batch *choose() {
-    if constexpr (V::lanes == 4) return list_for_four<V>;
-    if constexpr (V::lanes == 2) return list_for_two<V>;
-    return no_list;
+    // Lists for double precision: they follow its factorisations.
+    constexpr bool is_double = sizeof(scalar) == sizeof(double);
+    if constexpr (is_double && V::lanes == 4)
+        return list_for_four<V>;
+    else if constexpr (is_double && V::lanes == 2)
+        return list_for_two<V>;
+    else
+        return no_list;
 }
 
 }  // namespace

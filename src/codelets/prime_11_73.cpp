@@ -3,14 +3,15 @@
 namespace lyr::LYR_ISA {
 namespace {
 
-// With two lanes Rader's algorithm is as fast from 67 on.
+// With vectors of half a line Rader's algorithm is as fast from 67 on.
 template <class V>
 constexpr const unit_transform *choose() {
-    if constexpr (V::lanes == 4)
+    if constexpr (V::lanes == line_complex)
         return primes_of<V, 11, 13, 17, 19, 23, 29, 31, 37, 41, 43, 47, 53, 59, 61, 67, 71, 73>;
-    if constexpr (V::lanes == 2)
+    else if constexpr (V::lanes > 1)
         return primes_of<V, 11, 13, 17, 19, 23, 29, 31, 37, 41, 43, 47, 53, 59, 61>;
-    return primes_of<V>;
+    else
+        return primes_of<V>;
 }
 
 }  // namespace

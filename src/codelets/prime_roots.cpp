@@ -14,7 +14,7 @@ constexpr prime_roots<R> make_table() {
     for (int j = 1; j <= table.h; ++j)
         for (int k = 1; k <= table.h; ++k) {
             const exact_root w = roots[j * k % R];
-            double *cosine = table.rows[j - 1] + 2 * (k - 1), *sine = cosine + table.part;
+            scalar *cosine = table.rows[j - 1] + 2 * (k - 1), *sine = cosine + table.part;
             cosine[0] = cosine[1] = w.re;
             sine[0] = -w.im;
             sine[1] = w.im;

@@ -1,6 +1,8 @@
 // The coefficients of transforms of prime lengths, the same for every vector target.
 #pragma once
 
+#include "precision.h"
+
 // The lengths that there are.
 // clang-format off
 #define LYR_PRIME_LENGTHS(X) \
@@ -16,8 +18,8 @@ namespace lyr {
 template <int R>
 struct prime_roots {
     static constexpr int h = (R - 1) / 2;
-    static constexpr int part = (2 * h + 7) / 8 * 8;
-    alignas(64) double rows[h][2 * part];
+    static constexpr int part = (h + line_complex - 1) / line_complex * 2 * line_complex;
+    alignas(64) scalar rows[h][2 * part];
 
     static const prime_roots table;
 };

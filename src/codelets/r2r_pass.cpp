@@ -8,7 +8,7 @@ namespace lyr::LYR_ISA {
 
 namespace {
 
-constexpr double sqrt2 = 1.41421356237309504880;
+constexpr scalar sqrt2 = 1.41421356237309504880;
 
 template <int W>
 struct complexes {
@@ -18,7 +18,7 @@ struct complexes {
 // Factor number i of a table.
 template <int W>
 LYR_INLINE complexes<W> factor(const r2r_pass &p, int64_t table, int64_t i) {
-    const double *re = p.twiddles + 2 * table * p.count + i;
+    const scalar *re = p.twiddles + 2 * table * p.count + i;
     return {load<W>(re), load<W>(re + p.count)};
 }
 
@@ -36,69 +36,69 @@ LYR_INLINE complexes<W> back_product(complexes<W> a, complexes<W> b) {
 // put_up stores Y[k], Y[k+1], ..; put_down Y[k], Y[k-1], ..; t are the factors for these.
 
 struct r2hc {
-    static constexpr double scale = 0.5;  // of the sums
+    static constexpr scalar scale = 0.5;  // of the sums
     static constexpr bool rotates = false;
-    static constexpr double first = 1, last = 1;  // of Y[0] and Y[n/2]
+    static constexpr scalar first = 1, last = 1;  // of Y[0] and Y[n/2]
     static int64_t place(int64_t, int64_t k) { return k; }
 
     template <int W>
-    LYR_INLINE static void put_up(double *out, int64_t n, int64_t k, complexes<W> y) {
+    LYR_INLINE static void put_up(scalar *out, int64_t n, int64_t k, complexes<W> y) {
         store<W>(out + k, y.re);
         store_down<W>(out + n - k, y.im);
     }
     template <int W>
-    LYR_INLINE static void put_down(double *out, int64_t n, int64_t k, complexes<W> y) {
+    LYR_INLINE static void put_down(scalar *out, int64_t n, int64_t k, complexes<W> y) {
         store_down<W>(out + k, y.re);
         store<W>(out + n - k, y.im);
     }
     template <int W>
-    LYR_INLINE static complexes<W> get_up(const double *in, int64_t n, int64_t k) {
+    LYR_INLINE static complexes<W> get_up(const scalar *in, int64_t n, int64_t k) {
         return {load<W>(in + k), load_down<W>(in + n - k)};
     }
     template <int W>
-    LYR_INLINE static complexes<W> get_down(const double *in, int64_t n, int64_t k) {
+    LYR_INLINE static complexes<W> get_down(const scalar *in, int64_t n, int64_t k) {
         return {load_down<W>(in + k), load<W>(in + n - k)};
     }
 };
 using hc2r = r2hc;
 
 struct dht {
-    static constexpr double scale = 0.5;
+    static constexpr scalar scale = 0.5;
     static constexpr bool rotates = false;
-    static constexpr double first = 1, last = 1;
+    static constexpr scalar first = 1, last = 1;
     static int64_t place(int64_t, int64_t k) { return k; }
 
     template <int W>
-    LYR_INLINE static void put_up(double *out, int64_t n, int64_t k, complexes<W> y) {
+    LYR_INLINE static void put_up(scalar *out, int64_t n, int64_t k, complexes<W> y) {
         r2hc::put_up<W>(out, n, k, {y.re - y.im, y.re + y.im});
     }
     template <int W>
-    LYR_INLINE static void put_down(double *out, int64_t n, int64_t k, complexes<W> y) {
+    LYR_INLINE static void put_down(scalar *out, int64_t n, int64_t k, complexes<W> y) {
         r2hc::put_down<W>(out, n, k, {y.re - y.im, y.re + y.im});
     }
 };
 
 struct redft {
-    static constexpr double scale = 1;
+    static constexpr scalar scale = 1;
     static constexpr bool rotates = true;
-    static constexpr double first = 2, last = sqrt2;
+    static constexpr scalar first = 2, last = sqrt2;
     static int64_t place(int64_t, int64_t k) { return k; }
 
     template <int W>
-    LYR_INLINE static void put_up(double *out, int64_t n, int64_t k, complexes<W> y) {
+    LYR_INLINE static void put_up(scalar *out, int64_t n, int64_t k, complexes<W> y) {
         r2hc::put_up<W>(out, n, k, {y.re, -y.im});
     }
     template <int W>
-    LYR_INLINE static void put_down(double *out, int64_t n, int64_t k, complexes<W> y) {
+    LYR_INLINE static void put_down(scalar *out, int64_t n, int64_t k, complexes<W> y) {
         r2hc::put_down<W>(out, n, k, {y.re, -y.im});
     }
     template <int W>
-    LYR_INLINE static complexes<W> get_up(const double *in, int64_t n, int64_t k) {
+    LYR_INLINE static complexes<W> get_up(const scalar *in, int64_t n, int64_t k) {
         const complexes<W> y = r2hc::get_up<W>(in, n, k);
         return {y.re, -y.im};
     }
     template <int W>
-    LYR_INLINE static complexes<W> get_down(const double *in, int64_t n, int64_t k) {
+    LYR_INLINE static complexes<W> get_down(const scalar *in, int64_t n, int64_t k) {
         const complexes<W> y = r2hc::get_down<W>(in, n, k);
         return {y.re, -y.im};
     }
@@ -106,27 +106,27 @@ struct redft {
 
 // Element k of the cosine transform is element n-1-k of the sine transform.
 struct rodft {
-    static constexpr double scale = 1;
+    static constexpr scalar scale = 1;
     static constexpr bool rotates = true;
-    static constexpr double first = 2, last = sqrt2;
+    static constexpr scalar first = 2, last = sqrt2;
     static int64_t place(int64_t n, int64_t k) { return n - 1 - k; }
 
     template <int W>
-    LYR_INLINE static void put_up(double *out, int64_t n, int64_t k, complexes<W> y) {
+    LYR_INLINE static void put_up(scalar *out, int64_t n, int64_t k, complexes<W> y) {
         store_down<W>(out + n - 1 - k, y.re);
         store<W>(out + k - 1, -y.im);
     }
     template <int W>
-    LYR_INLINE static void put_down(double *out, int64_t n, int64_t k, complexes<W> y) {
+    LYR_INLINE static void put_down(scalar *out, int64_t n, int64_t k, complexes<W> y) {
         store<W>(out + n - 1 - k, y.re);
         store_down<W>(out + k - 1, -y.im);
     }
     template <int W>
-    LYR_INLINE static complexes<W> get_up(const double *in, int64_t n, int64_t k) {
+    LYR_INLINE static complexes<W> get_up(const scalar *in, int64_t n, int64_t k) {
         return {load_down<W>(in + n - 1 - k), -load<W>(in + k - 1)};
     }
     template <int W>
-    LYR_INLINE static complexes<W> get_down(const double *in, int64_t n, int64_t k) {
+    LYR_INLINE static complexes<W> get_down(const scalar *in, int64_t n, int64_t k) {
         return {load<W>(in + n - 1 - k), -load_down<W>(in + k - 1)};
     }
 };
@@ -135,7 +135,7 @@ struct rodft {
 
 // From the transform of the pairs to the output.
 template <class kind>
-void unfold(const r2r_pass &pass, const double *z, double *out) {
+void unfold(const r2r_pass &pass, const scalar *z, scalar *out) {
     const r2r_pass p = pass;  // which the stores below cannot change
     const int64_t n = p.n, h = n / 2;
     out[kind::place(n, 0)] = kind::first * (z[0] + z[1]);
@@ -159,11 +159,11 @@ void unfold(const r2r_pass &pass, const double *z, double *out) {
 
 // From the input to what the backward transform makes pairs from.
 template <class kind>
-void fold(const r2r_pass &pass, const double *in, double *z) {
+void fold(const r2r_pass &pass, const scalar *in, scalar *z) {
     const r2r_pass p = pass;  // which the stores below cannot change
     const int64_t n = p.n, h = n / 2;
-    const double first = in[kind::place(n, 0)];
-    const double last = (kind::rotates ? sqrt2 : 1.0) * in[kind::place(n, h)];
+    const scalar first = in[kind::place(n, 0)];
+    const scalar last = (kind::rotates ? sqrt2 : 1) * in[kind::place(n, h)];
     z[0] = first + last;
     z[1] = first - last;
     cover(p.count, [&]<int W>(int64_t i) {
@@ -185,7 +185,7 @@ void fold(const r2r_pass &pass, const double *in, double *z) {
 // ---- Odd lengths --------------------------------------------------------------------------------
 
 template <class kind>
-void spread(const r2r_pass &pass, const double *y, double *out) {
+void spread(const r2r_pass &pass, const scalar *y, scalar *out) {
     const r2r_pass p = pass;  // which the stores below cannot change
     const int64_t n = p.n;
     out[kind::place(n, 0)] = kind::first * y[0];
@@ -201,7 +201,7 @@ void spread(const r2r_pass &pass, const double *y, double *out) {
 }
 
 template <class kind>
-void collect(const r2r_pass &pass, const double *in, double *y) {
+void collect(const r2r_pass &pass, const scalar *in, scalar *y) {
     const r2r_pass p = pass;  // which the stores below cannot change
     const int64_t n = p.n;
     y[0] = in[kind::place(n, 0)];
@@ -222,7 +222,7 @@ LYR_INLINE auto turned(auto x) {
 
 // Even elements upwards from the start, odd ones downwards from the end.
 template <bool negate_odd>
-void part_mirrored(const r2r_pass &pass, const double *in, double *out) {
+void part_mirrored(const r2r_pass &pass, const scalar *in, scalar *out) {
     const r2r_pass p = pass;  // which the stores below cannot change
     const int64_t n = p.n;
     cover(n / 2, [&]<int W>(int64_t j) {
@@ -234,7 +234,7 @@ void part_mirrored(const r2r_pass &pass, const double *in, double *out) {
 }
 
 template <bool negate_odd>
-void join_mirrored(const r2r_pass &pass, const double *in, double *out) {
+void join_mirrored(const r2r_pass &pass, const scalar *in, scalar *out) {
     const r2r_pass p = pass;  // which the stores below cannot change
     const int64_t n = p.n;
     cover(n / 2, [&]<int W>(int64_t j) {
@@ -248,7 +248,7 @@ void join_mirrored(const r2r_pass &pass, const double *in, double *out) {
 // Complex numbers j and h-1-j at a time: their four real numbers lie in two pairs.
 
 template <bool sine>
-void type4_before(const r2r_pass &pass, const double *in, double *z) {
+void type4_before(const r2r_pass &pass, const scalar *in, scalar *z) {
     const r2r_pass p = pass;  // which the stores below cannot change
     const int64_t n = p.n, h = n / 2;
     cover(p.count, [&]<int W>(int64_t j) {
@@ -264,7 +264,7 @@ void type4_before(const r2r_pass &pass, const double *in, double *z) {
 }
 
 template <bool sine>
-void type4_after(const r2r_pass &pass, const double *z, double *out) {
+void type4_after(const r2r_pass &pass, const scalar *z, scalar *out) {
     const r2r_pass p = pass;  // which the stores below cannot change
     const int64_t n = p.n, h = n / 2;
     cover(p.count, [&]<int W>(int64_t k) {
@@ -272,7 +272,7 @@ void type4_after(const r2r_pass &pass, const double *z, double *out) {
         const real_pair<W> down = load_pairs_down<W>(z + 2 * (h - 1 - k));
         const complexes<W> a = product<W>({up.a, up.b}, factor<W>(p, 0, k));
         const complexes<W> b = product<W>({down.a, down.b}, factor<W>(p, 1, k));
-        constexpr double odd = sine ? 2 : -2;
+        constexpr scalar odd = sine ? 2 : -2;
         store_pairs<W>(out + 2 * k, a.re * 2, b.im * odd);
         store_pairs_down<W>(out + n - 2 - 2 * k, b.re * 2, a.im * odd);
     });
@@ -280,10 +280,10 @@ void type4_after(const r2r_pass &pass, const double *z, double *out) {
 
 // ---- Type I -------------------------------------------------------------------------------------
 
-void redft00_join(const r2r_pass &pass, const double *in, double *out) {
+void redft00_join(const r2r_pass &pass, const scalar *in, scalar *out) {
     const r2r_pass p = pass;  // which the stores below cannot change
     const int64_t N = p.n, H = N / 2;
-    const double *even = in, *odd = in + p.count;
+    const scalar *even = in, *odd = in + p.count;
     cover(H, [&]<int W>(int64_t k) {
         const reals<W> a = load<W>(even + k), b = load<W>(odd + k);
         store<W>(out + k, a + b);
@@ -292,10 +292,10 @@ void redft00_join(const r2r_pass &pass, const double *in, double *out) {
     out[H] = even[H];
 }
 
-void rodft00_join(const r2r_pass &pass, const double *in, double *out) {
+void rodft00_join(const r2r_pass &pass, const scalar *in, scalar *out) {
     const r2r_pass p = pass;  // which the stores below cannot change
     const int64_t N = p.n, H = N / 2;
-    const double *even = in, *odd = in + p.count;
+    const scalar *even = in, *odd = in + p.count;
     cover(H - 1, [&]<int W>(int64_t k) {
         const reals<W> a = load<W>(even + k), b = load<W>(odd + k);
         store<W>(out + k, b + a);
@@ -308,7 +308,7 @@ void rodft00_join(const r2r_pass &pass, const double *in, double *out) {
 
 // W outputs. Two sums, so that one addition need not wait for the one before.
 template <int n, int W>
-LYR_INLINE reals<W> row_sums(const double *x, const double *matrix) {
+LYR_INLINE reals<W> row_sums(const scalar *x, const scalar *matrix) {
     reals<W> even = load<W>(matrix) * x[0], odd = {};
 #pragma GCC unroll 32
     for (int64_t j = 1; j < n; ++j) (j % 2 != 0 ? odd : even) += load<W>(matrix + j * n) * x[j];
@@ -316,12 +316,12 @@ LYR_INLINE reals<W> row_sums(const double *x, const double *matrix) {
 }
 
 template <int n>
-void small(const r2r_small &pass, const double *in, double *out) {
+void small(const r2r_small &pass, const scalar *in, scalar *out) {
     const auto [is, os, matrix] = pass;
-    double x[n], y[n];
+    scalar x[n], y[n];
     for (int j = 0; j < n; ++j) x[j] = in[j * is];
     const bool strided = os != 1;
-    double *to = strided ? y : out;
+    scalar *to = strided ? y : out;
     cover(n, [&, m = matrix]<int W>(int64_t k) { store<W>(to + k, row_sums<n, W>(x, m + k)); });
     if (strided)
         for (int k = 0; k < n; ++k) out[k * os] = y[k];

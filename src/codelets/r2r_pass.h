@@ -8,14 +8,16 @@
 
 #include <cstdint>
 
+#include "precision.h"
+
 namespace lyr {
 
 struct r2r_pass {
     int64_t n;
     int64_t count;           // entries of each table
-    const double *twiddles;  // tables one after another, as said below
+    const scalar *twiddles;  // tables one after another, as said below
 };
-using r2r_pass_function = void (*)(const r2r_pass &, const double *in, double *out);
+using r2r_pass_function = void (*)(const r2r_pass &, const scalar *in, scalar *out);
 
 // The steps of one kind; null where there is none. `before` comes before the transform, `after`
 // after it. Even lengths go through a complex transform of length h, odd ones through a real one of
@@ -28,9 +30,9 @@ struct r2r_steps {
 // matrix[j*n + k]. All inputs are read before any output is written, so that `out` may be `in`.
 struct r2r_small {
     int64_t is, os;
-    const double *matrix;
+    const scalar *matrix;
 };
-using r2r_small_function = void (*)(const r2r_small &, const double *in, double *out);
+using r2r_small_function = void (*)(const r2r_small &, const scalar *in, scalar *out);
 inline constexpr int r2r_small_limit = 31;
 struct r2r_small_set {
     r2r_small_function by_length[r2r_small_limit];  // n - 1

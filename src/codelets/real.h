@@ -15,12 +15,12 @@ namespace lyr {
 // read and ovs on the side that is written. Forward: R to C, sign -1; backward: C to R, unscaled.
 // The sides may share memory when no output of a transform falls on an input of another. What is
 // read is not written otherwise.
-using real_kernel = void (*)(double *R0, double *R1, double *Cr, double *Ci, const int64_t *rs,
+using real_kernel = void (*)(scalar *R0, scalar *R1, scalar *Cr, scalar *Ci, const int64_t *rs,
                              const int64_t *csr, const int64_t *csi, uint64_t v, int64_t ivs,
                              int64_t ovs);
 
 // REDFT00 of n numbers, v times: element k at table[k] doubles from the pointers.
-using cosine_kernel = void (*)(const double *in, double *out, const int64_t *is, const int64_t *os,
+using cosine_kernel = void (*)(const scalar *in, scalar *out, const int64_t *is, const int64_t *os,
                                uint64_t v, int64_t ivs, int64_t ovs);
 
 struct real_entry {

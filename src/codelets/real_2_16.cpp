@@ -18,8 +18,8 @@ template void r2c_many_zeroed_kernel<16> LYR_REAL_TYPES;
 template void r2c_kernel<3> LYR_REAL_TYPES;
 template void r2c_kernel<5> LYR_REAL_TYPES;
 template void r2c_kernel<7> LYR_REAL_TYPES;
-template void r2c_unit<3>(const plan *, double *, double *, double *);
-template void r2c_unit<5>(const plan *, double *, double *, double *);
-template void r2c_unit<7>(const plan *, double *, double *, double *);
+template void r2c_unit<3>(const plan *, scalar *, scalar *, scalar *);
+template void r2c_unit<5>(const plan *, scalar *, scalar *, scalar *);
+template void r2c_unit<7>(const plan *, scalar *, scalar *, scalar *);
 
 }  // namespace lyr::LYR_ISA

@@ -4,6 +4,8 @@
 
 #include LYR_ISA_HEADER
 
+#include "codelets/kernel/butterfly.h"
+
 namespace lyr::LYR_ISA {
 
 namespace {
@@ -24,23 +26,23 @@ LYR_INLINE void mirror_butterfly(V &a, V &b, typename V::tw w) {
     }
 }
 
-// The factors of the vectors that begin `doubles` behind a place of their table.
+// The factors of the vectors that begin `numbers` behind a place of their table.
 struct plain_factors {
-    const double *table;
+    const scalar *table;
 
     template <direction D, class V>
-    LYR_INLINE void butterfly(V &a, V &b, int64_t doubles) const {
-        mirror_butterfly<D>(a, b, V::tw_plain(table + doubles));
+    LYR_INLINE void butterfly(V &a, V &b, int64_t numbers) const {
+        mirror_butterfly<D>(a, b, V::tw_plain(table + numbers));
     }
 };
 struct turned_factors {
-    const double *table, *turn;
+    const scalar *table, *turn;
 
     template <direction D, class V>
-    LYR_INLINE void butterfly(V &a, V &b, int64_t doubles) const {
+    LYR_INLINE void butterfly(V &a, V &b, int64_t numbers) const {
         const V e = add_conj(a, b), d = sub_conj(a, b);
         const V turned = cmul(d, V::tw_one(turn, turn + 1));
-        const V wd = turned + cmul(turned, V::tw_plain(table + doubles));
+        const V wd = turned + cmul(turned, V::tw_plain(table + numbers));
         if constexpr (D == direction::forward) {
             a = scale(sub_i(e, wd), 0.5);
             b = scale_conj(add_i(e, wd), 0.5);
@@ -54,7 +56,7 @@ struct turned_factors {
 // Vectors from k to last; returns the first k that is left. One operation reads all that it writes,
 // so that the last vector may meet its mirror image.
 template <direction D, class V, class Factors>
-LYR_INLINE int64_t unit_run(int64_t h, const double *in, double *out, int64_t k, int64_t last,
+LYR_INLINE int64_t unit_run(int64_t h, const scalar *in, scalar *out, int64_t k, int64_t last,
                             const Factors &factors) {
     constexpr int64_t W = V::lanes;
     const int64_t low = 2 * k, high = 2 * (h - k - W + 1);
@@ -72,21 +74,22 @@ LYR_INLINE int64_t unit_run(int64_t h, const double *in, double *out, int64_t k,
 
 // Two levels: block by block.
 template <direction D>
-LYR_INLINE void turned_run(const real_pass &w, const double *in, double *out) {
+LYR_INLINE void turned_run(const real_pass &w, const scalar *in, scalar *out) {
     for (int64_t k = w.first; k <= w.last;) {
         const int64_t block = (k - 1) / real_pass_block, end = (block + 1) * real_pass_block;
         const int64_t last = end < w.last ? end : w.last, before = 1 + block * real_pass_block;
-        const double *turn = w.turns + 2 * block;
-        k = unit_run<D, vec>(w.h, in, out, k, last,
-                             turned_factors{w.twiddles + 2 * (k - before), turn});
-        if constexpr (vec::lanes > 1)
-            k = unit_run<D, vec1>(w.h, in, out, k, last,
-                                  turned_factors{w.twiddles + 2 * (k - before), turn});
+        const scalar *turn = w.turns + 2 * block;
+        in_vectors<vec>(
+            0, LYR_LAMBDA(auto v, int64_t) {
+                return k = unit_run<D, vector_of<decltype(v)>>(
+                           w.h, in, out, k, last,
+                           turned_factors{w.twiddles + 2 * (k - before), turn});
+            });
     }
 }
 
 template <direction D, class V>
-LYR_INLINE int64_t strided_run(const real_pass &w, const double *in, double *out, int64_t k) {
+LYR_INLINE int64_t strided_run(const real_pass &w, const scalar *in, scalar *out, int64_t k) {
     constexpr int64_t W = V::lanes;
     const int64_t is = 2 * w.in_step, os = 2 * w.out_step;
     for (; k + W - 1 <= w.last; k += W) {
@@ -99,22 +102,26 @@ LYR_INLINE int64_t strided_run(const real_pass &w, const double *in, double *out
 }
 
 template <direction D>
-void pass(const real_pass &walk, const double *in, double *out) {
+void pass(const real_pass &walk, const scalar *in, scalar *out) {
     const real_pass w = walk;  // the stores could change the original, for all the compiler knows
     int64_t k = w.first;
     if (w.turns) return turned_run<D>(w, in, out);
     if (w.in_step == 1 && w.out_step == 1) {
-        k = unit_run<D, vec>(w.h, in, out, k, w.last, plain_factors{w.twiddles + 2 * (k - 1)});
-        if constexpr (vec::lanes > 1)
-            unit_run<D, vec1>(w.h, in, out, k, w.last, plain_factors{w.twiddles + 2 * (k - 1)});
+        in_vectors<vec>(
+            0, LYR_LAMBDA(auto v, int64_t) {
+                return k = unit_run<D, vector_of<decltype(v)>>(
+                           w.h, in, out, k, w.last, plain_factors{w.twiddles + 2 * (k - 1)});
+            });
     } else {
-        k = strided_run<D, vec>(w, in, out, k);
-        if constexpr (vec::lanes > 1) strided_run<D, vec1>(w, in, out, k);
+        in_vectors<vec>(
+            0, LYR_LAMBDA(auto v, int64_t) {
+                return k = strided_run<D, vector_of<decltype(v)>>(w, in, out, k);
+            });
     }
 }
 
 template <direction D, class V>
-LYR_INLINE int64_t row_run(const double *in_a, const double *in_b, double *out_a, double *out_b,
+LYR_INLINE int64_t row_run(const scalar *in_a, const scalar *in_b, scalar *out_a, scalar *out_b,
                            typename V::tw w, int64_t j, int64_t width) {
     for (; j + V::lanes <= width; j += V::lanes) {
         V a = V::load(in_a + 2 * j), b = V::load(in_b + 2 * j);
@@ -126,16 +133,18 @@ LYR_INLINE int64_t row_run(const double *in_a, const double *in_b, double *out_a
 }
 
 template <direction D>
-void pass_rows(const real_pass &walk, const double *in, double *out) {
+void pass_rows(const real_pass &walk, const scalar *in, scalar *out) {
     const real_pass w = walk;  // the stores could change the original, for all the compiler knows
     for (int64_t k = w.first; k <= w.last; ++k) {
-        const double *in_a = in + 2 * k * w.in_step, *in_b = in + 2 * (w.h - k) * w.in_step;
-        double *out_a = out + 2 * k * w.out_step, *out_b = out + 2 * (w.h - k) * w.out_step;
-        const double *re = w.twiddles + 2 * (k - 1), *im = re + 1;
-        const int64_t j =
-            row_run<D, vec>(in_a, in_b, out_a, out_b, vec::tw_one(re, im), 0, w.width);
-        if constexpr (vec::lanes > 1)
-            row_run<D, vec1>(in_a, in_b, out_a, out_b, vec1::tw_one(re, im), j, w.width);
+        const scalar *in_a = in + 2 * k * w.in_step, *in_b = in + 2 * (w.h - k) * w.in_step;
+        scalar *out_a = out + 2 * k * w.out_step, *out_b = out + 2 * (w.h - k) * w.out_step;
+        const scalar *re = w.twiddles + 2 * (k - 1), *im = re + 1;
+        int64_t j = 0;
+        in_vectors<vec>(
+            0, LYR_LAMBDA(auto v, int64_t) {
+                using V = vector_of<decltype(v)>;
+                return j = row_run<D, V>(in_a, in_b, out_a, out_b, V::tw_one(re, im), j, w.width);
+            });
     }
 }
 

@@ -11,6 +11,8 @@
 
 #include <cstdint>
 
+#include "precision.h"
+
 namespace lyr {
 
 // Pairs k and h-k for k = first..last; 1 <= first and last <= h/2. Steps count complex numbers.
@@ -18,14 +20,14 @@ namespace lyr {
 struct real_pass {
     int64_t h, first, last;
     int64_t in_step, out_step;
-    const double *twiddles;  // entry k-1: w(k)
+    const scalar *twiddles;  // entry k-1: w(k)
     int64_t width = 1;       // transforms side by side, for the functions on rows
     // Two levels, with steps of 1 only: w(k), of a backward pass conj(w(k)), is
     // (1 + twiddles[(k-1) % real_pass_block])*turns[(k-1) / real_pass_block].
-    const double *turns = nullptr;
+    const scalar *turns = nullptr;
 };
 inline constexpr int64_t real_pass_block = 512;  // a quarter of a small first-level cache
-using real_pass_function = void (*)(const real_pass &, const double *in, double *out);
+using real_pass_function = void (*)(const real_pass &, const scalar *in, scalar *out);
 
 // One transform each; `rows` for `width` transforms side by side, where a step leads from a row of
 // `width` neighbouring numbers to the next.

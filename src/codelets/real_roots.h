@@ -1,6 +1,8 @@
 // The coefficients of short real transforms, the same for every vector target.
 #pragma once
 
+#include "precision.h"
+
 // The lengths that there are.
 // clang-format off
 #define LYR_REAL_LENGTHS(X) \
@@ -18,8 +20,8 @@ namespace lyr {
 template <int N>
 struct real_roots {
     static constexpr int half = N / 2, pairs = (N - 1) / 2;
-    static constexpr int part = (2 * half + 7) / 8 * 8;
-    alignas(64) double rows[pairs][part];
+    static constexpr int part = (half + line_complex - 1) / line_complex * 2 * line_complex;
+    alignas(64) scalar rows[pairs][part];
 
     static const real_roots table;
 };

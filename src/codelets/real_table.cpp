@@ -8,10 +8,10 @@ namespace lyr::LYR_ISA {
 
 namespace {
 
-constexpr int wide_lanes = 2 * vec::lanes;
+constexpr int wide_lanes = 2 * vec::lanes < 8 ? 2 * vec::lanes : 8;
 
 template <int N, class V, bool SideBySide>
-LYR_INLINE uint64_t cosine_run(const double *&in, double *&out, const int64_t *is,
+LYR_INLINE uint64_t cosine_run(const scalar *&in, scalar *&out, const int64_t *is,
                                const int64_t *os, uint64_t v, int64_t ivs, int64_t ovs) {
     for (; v >= V::lanes; v -= V::lanes) {
         V x[N], y[N];
@@ -32,7 +32,7 @@ LYR_INLINE uint64_t cosine_run(const double *&in, double *&out, const int64_t *i
 }
 
 template <int N>
-void cosine(const double *in, double *out, const int64_t *is, const int64_t *os, uint64_t v,
+void cosine(const scalar *in, scalar *out, const int64_t *is, const int64_t *os, uint64_t v,
             int64_t ivs, int64_t ovs) {
     if (ivs == 1 && ovs == 1)
         v = cosine_run<N, real_vec<wide_lanes>, true>(in, out, is, os, v, 1, 1);

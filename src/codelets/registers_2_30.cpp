@@ -10,6 +10,7 @@ struct choice {
     using ab = rows_columns<V, A, B>;
 
     static constexpr const unit_transform *list() {
+        if constexpr (V::lanes == 8) return choice<typename V::half>::list();
         if constexpr (V::lanes == 4)
             return unit_list<ab<1, 2>, ab<1, 3>, ab<1, 4>, ab<1, 5>, ab<1, 6>, ab<1, 7>, ab<2, 4>,
                              ab<3, 3>, ab<1, 10>, ab<3, 4>, ab<2, 7>, ab<3, 5>, ab<4, 4>, ab<3, 6>,

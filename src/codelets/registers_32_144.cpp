@@ -11,6 +11,7 @@ struct choice {
     using ab = rows_columns<V, A, B>;
 
     static constexpr const unit_transform *list() {
+        if constexpr (V::lanes == 8) return list_of_eight();
         if constexpr (V::lanes == 4)
             return unit_list<ab<8, 4>, ab<7, 5>, ab<4, 9>, ab<4, 10>, ab<6, 7>, ab<5, 9>, ab<12, 4>,
                              ab<6, 9>, ab<8, 7>, ab<6, 10>, ab<16, 4>, ab<12, 6>, ab<8, 10>,
@@ -20,6 +21,14 @@ struct choice {
             return unit_list<ab<4, 8>, ab<7, 5>, ab<6, 6>, ab<4, 10>, ab<6, 7>, ab<9, 5>,
                              ab<12, 4>>;
         return unit_list<>;
+    }
+    static constexpr const unit_transform *list_of_eight() {
+        using half = typename V::half;
+        return unit_list<rows_columns<half, 8, 4>, rows_columns<half, 7, 5>,
+                         rows_columns<half, 4, 9>, rows_columns<half, 4, 10>,
+                         rows_columns<half, 6, 7>, rows_columns<half, 5, 9>, ab<6, 8>, ab<6, 9>,
+                         ab<7, 8>, ab<6, 10>, ab<8, 8>, ab<9, 8>, ab<10, 8>, ab<12, 8>, ab<10, 10>,
+                         ab<9, 12>, ab<16, 7>, ab<12, 10>, ab<16, 8>, ab<12, 12>>;
     }
 };
 

@@ -13,8 +13,8 @@ struct paired_stages {
     int64_t n;
     int64_t radices[4];
     // [0 forward, 1 backward]
-    void (*columns[2])(const stage *d, const double *in, double *matrix);
-    void (*rows[2])(const stage *d, const double *matrix, double *out);
+    void (*columns[2])(const stage *d, const scalar *in, scalar *matrix);
+    void (*rows[2])(const stage *d, const scalar *matrix, scalar *out);
 };
 inline constexpr int64_t pair_padding = 8;
 

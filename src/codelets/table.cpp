@@ -3,6 +3,7 @@
 #include LYR_ISA_HEADER
 
 #include "codelets/codelet.h"
+#include "codelets/kernel/butterfly.h"
 #include "codelets/stage_costs.h"
 #include "codelets/stage_pairs.h"
 
@@ -33,8 +34,8 @@ namespace {
 static_assert(complex_vec<vec>);
 
 template <class V, bool Contiguous>
-LYR_INLINE int64_t multiply_elements(double *&out, int64_t out_step, const double *&in,
-                                     int64_t in_step, const double *&factors, int64_t n) {
+LYR_INLINE int64_t multiply_elements(scalar *&out, int64_t out_step, const scalar *&in,
+                                     int64_t in_step, const scalar *&factors, int64_t n) {
     for (; n >= V::lanes; n -= V::lanes) {
         const typename V::tw w = V::tw_plain(factors);
         if constexpr (Contiguous)
@@ -48,17 +49,24 @@ LYR_INLINE int64_t multiply_elements(double *&out, int64_t out_step, const doubl
     return n;
 }
 
-void elements(double *out, int64_t out_step, const double *in, int64_t in_step,
-              const double *factors, int64_t n) {
+void elements(scalar *out, int64_t out_step, const scalar *in, int64_t in_step,
+              const scalar *factors, int64_t n) {
     if (in_step == 1 && out_step == 1)
-        n = multiply_elements<vec, true>(out, 1, in, 1, factors, n);
+        in_vectors<vec>(
+            n, LYR_LAMBDA(auto v, int64_t rest) {
+                return multiply_elements<vector_of<decltype(v)>, true>(out, 1, in, 1, factors,
+                                                                       rest);
+            });
     else
-        n = multiply_elements<vec, false>(out, out_step, in, in_step, factors, n);
-    multiply_elements<vec1, false>(out, out_step, in, in_step, factors, n);
+        in_vectors<vec>(
+            n, LYR_LAMBDA(auto v, int64_t rest) {
+                return multiply_elements<vector_of<decltype(v)>, false>(out, out_step, in, in_step,
+                                                                        factors, rest);
+            });
 }
 
 template <class V>
-LYR_INLINE int64_t multiply_row(double *&out, const double *&in, typename V::tw w, int64_t h) {
+LYR_INLINE int64_t multiply_row(scalar *&out, const scalar *&in, typename V::tw w, int64_t h) {
     for (; h >= V::lanes; h -= V::lanes) {
         cmul(V::load(in), w).store(out);
         in += 2 * V::lanes;
@@ -67,42 +75,48 @@ LYR_INLINE int64_t multiply_row(double *&out, const double *&in, typename V::tw 
     return h;
 }
 
-void rows(double *out, int64_t out_row, const double *in, int64_t in_row, const double *factors,
+void rows(scalar *out, int64_t out_row, const scalar *in, int64_t in_row, const scalar *factors,
           int64_t n, int64_t h) {
     for (int64_t k = 0; k < n; ++k) {
-        const double *w = factors + 2 * k, *from = in + 2 * k * in_row;
-        double *to = out + 2 * k * out_row;
-        const int64_t rest = multiply_row<vec>(to, from, vec::tw_one(w, w + 1), h);
-        if constexpr (vec::lanes > 1) multiply_row<vec1>(to, from, vec1::tw_one(w, w + 1), rest);
+        const scalar *w = factors + 2 * k, *from = in + 2 * k * in_row;
+        scalar *to = out + 2 * k * out_row;
+        in_vectors<vec>(
+            h, LYR_LAMBDA(auto v, int64_t rest) {
+                using V = vector_of<decltype(v)>;
+                return multiply_row<V>(to, from, V::tw_one(w, w + 1), rest);
+            });
     }
 }
 
-void join(double *out, const double *re, const double *im, int64_t n) {
-    constexpr int64_t together = 2 * vec::lanes;
+void join(scalar *out, const scalar *re, const scalar *im, int64_t n) {
     int64_t k = 0;
-    for (; k + together <= n; k += together) vec::join(out + 2 * k, re + k, im + k);
-    for (; k < n; ++k) {
+    in_vectors<vec>(
+        n, LYR_LAMBDA(auto v, int64_t) {
+            using V = vector_of<decltype(v)>;
+            for (; k + 2 * V::lanes <= n; k += 2 * V::lanes) V::join(out + 2 * k, re + k, im + k);
+            return n - k;
+        });
+    if (k < n) {
         out[2 * k] = re[k];
         out[2 * k + 1] = im[k];
     }
 }
 
-// Out of line, as compilers make much of this loop, which rows of whole vectors would pay for.
-__attribute__((noinline)) void part_singly(double *re, double *im, const double *in, int64_t n) {
-    for (int64_t k = 0; k < n; ++k) {
+LYR_INLINE void part(scalar *re, scalar *im, const scalar *in, int64_t n) {
+    int64_t k = 0;
+    in_vectors<vec>(
+        n, LYR_LAMBDA(auto v, int64_t) {
+            using V = vector_of<decltype(v)>;
+            for (; k + 2 * V::lanes <= n; k += 2 * V::lanes) V::part(re + k, im + k, in + 2 * k);
+            return n - k;
+        });
+    if (k < n) {
         re[k] = in[2 * k];
         im[k] = in[2 * k + 1];
     }
 }
 
-LYR_INLINE void part(double *re, double *im, const double *in, int64_t n) {
-    constexpr int64_t together = 2 * vec::lanes;
-    int64_t k = 0;
-    for (; k + together <= n; k += together) vec::part(re + k, im + k, in + 2 * k);
-    if (k < n) part_singly(re + k, im + k, in + 2 * k, n - k);
-}
-
-void part_rows(double *re, double *im, int64_t out_row, const double *in, int64_t in_row,
+void part_rows(scalar *re, scalar *im, int64_t out_row, const scalar *in, int64_t in_row,
                int64_t rows, int64_t n) {
     for (int64_t k = 0; k < rows; ++k)
         part(re + k * out_row, im + k * out_row, in + 2 * k * in_row, n);
@@ -110,15 +124,15 @@ void part_rows(double *re, double *im, int64_t out_row, const double *in, int64_
 
 template <class V>
 constexpr auto finish_far() -> void (*)() {
-    if constexpr (V::lanes > 1)
+    if constexpr (has_far_stores<V>)
         return V::finish_far;
     else
         return nullptr;
 }
 
-constexpr const stage_costs *costs = vec::lanes == 4   ? &costs_of_4_lanes
-                                     : vec::lanes == 2 ? &costs_of_2_lanes
-                                                       : nullptr;
+constexpr const stage_costs *costs = vec::lanes == line_complex       ? &costs_of_4_lanes
+                                     : 2 * vec::lanes == line_complex ? &costs_of_2_lanes
+                                                                      : nullptr;
 
 }  // namespace
 

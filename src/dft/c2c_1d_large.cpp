@@ -14,7 +14,7 @@ bool use_large_method(int64_t n, int64_t nthreads, int64_t lanes) {
     if (nthreads >= 2 && n >= shortest_shared) return true;
     const bool power_of_two = (n & (n - 1)) == 0;
     // Vectors of whole lines lose by stages whose streams fall into few cache sets.
-    if (lanes == 4) return n >= (power_of_two ? 16384 : n % 2048 == 0 ? 6144 : 180000);
+    if (lanes == line_complex) return n >= (power_of_two ? 16384 : n % 2048 == 0 ? 6144 : 180000);
     if (power_of_two) return n > (lanes == 1 ? 8192 : 131072);
     return n >= 900000;
 }
@@ -29,7 +29,7 @@ struct split_search {
     bool is_better(int64_t d) const {
         const auto rank = [this](int64_t x) {
             if (x < root / 2) return -1;
-            return 2 * (n / x % 4 == 0) + (x % 4 == 0);
+            return 2 * (n / x % line_complex == 0) + (x % line_complex == 0);
         };
         const int a = rank(d), b = rank(n1);
         return a != b ? a > b : d > n1;

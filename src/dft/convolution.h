@@ -48,7 +48,7 @@ convolution *convolution_begin(plan *p, const int64_t *factors, int count, int64
 // negative. Exact, so that its spectrum can be computed in more than double precision.
 struct filter_roots {
     int64_t N;
-    scalar divisor;
+    double divisor;
     int64_t (*exponent)(const convolution *, int64_t k);
 };
 

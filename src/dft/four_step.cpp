@@ -41,7 +41,7 @@ namespace {
 // From here on the factors come in two levels: below, reading all of them costs vectors of half a
 // line, or of one number, less than multiplying twice. Measured.
 bool has_two_levels(int64_t n, int64_t lanes) {
-    return n >= (lanes == 4 ? 1 << 14 : 1 << 18);
+    return n >= (lanes == line_complex ? 1 << 14 : 1 << 18);
 }
 
 struct rotation_shape {

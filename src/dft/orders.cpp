@@ -1,5 +1,6 @@
 #include "dft/orders.h"
 
+#include <bit>
 #include <cmath>
 
 #include "dft/factorize.h"
@@ -12,20 +13,20 @@ namespace {
 // Tables and arrays that stay in the first-level cache cost nothing extra; arrays that leave the
 // second-level cache cost more.
 constexpr int64_t near_table_bytes = 16 << 10;
-constexpr int64_t near_numbers[2] = {1024, 16384};
+constexpr int64_t near_numbers[2] = {(16 << 10) / complex_bytes, (256 << 10) / complex_bytes};
 
 // Vectors for `count` numbers: full ones and, for what is left, narrower ones.
 float vectors(int32_t count, int32_t lanes) {
-    const int32_t rest = count & (lanes - 1);
-    const int32_t shift = lanes >> 1;  // of 1, 2 and 4 lanes
-    return static_cast<float>((count >> shift) + (rest & 1) + (rest >> 1));
+    const auto rest = static_cast<uint32_t>(count & (lanes - 1));
+    const int shift = std::countr_zero(static_cast<uint32_t>(lanes));
+    return static_cast<float>((count >> shift) + std::popcount(rest));
 }
 
 // First-level caches repeat their sets every 4096 bytes. What each of r streams `step` complex
 // numbers apart costs when they take more than half of the ways of a cache of 32 KiB, and when they
 // take more than a cache of 48 KiB has. Of the step only its largest power of two matters.
 float collision_cost(const float (&cost)[2], int32_t r, int32_t power_of_two) {
-    constexpr int32_t period = 256, half_of_the_ways = 4, all_ways = 12;
+    constexpr int32_t period = 4096 / complex_bytes, half_of_the_ways = 4, all_ways = 12;
     const int32_t sharing = r * (power_of_two < period ? power_of_two : period);
     if (power_of_two < period && sharing <= half_of_the_ways * period) return 0;
     return cost[0] + (sharing > all_ways * period ? cost[1] : 0);
@@ -67,7 +68,7 @@ float pass_cost(const stage_costs &c, int64_t n) {
     float line = 0;
     for (int level = 0; level < 2; ++level)
         if (n > near_numbers[level]) line += c.pass_line[level];
-    const int64_t lines = n / 4;
+    const int64_t lines = n / line_complex;
     return line * static_cast<float>(lines);
 }
 

@@ -172,7 +172,9 @@ int solve_problem_c2c_1d_rader(plan *p) {
 
     const int64_t M = prime - 1;
     int32_t status;
-    convolution *c = convolution_begin(p, factors, count, M, M + (M + 3) / 4, &status);
+    constexpr int64_t powers_in_number = complex_bytes / int64_t{sizeof(uint32_t)};
+    convolution *c = convolution_begin(p, factors, count, M,
+                                       M + (M + powers_in_number - 1) / powers_in_number, &status);
     if (!c) return status;
     scalar *filter = const_cast<scalar *>(c->filter);
     uint32_t *powers = reinterpret_cast<uint32_t *>(filter + 2 * M);

@@ -75,7 +75,7 @@ uint64_t block_bytes(int64_t n, const int64_t *factors, int count, int64_t lanes
             wider += L * (r - 1) * (2 * lanes - 1);
         L *= r;
     }
-    return static_cast<uint64_t>(n + wider + int64_t{4} * count) * complex_bytes + 72;
+    return static_cast<uint64_t>((n + wider) * complex_bytes + count * int64_t{sizeof(stage)} + 72);
 }
 
 }  // namespace
@@ -216,8 +216,8 @@ int pass_radices(int64_t n, int64_t lanes, int64_t *factors) {
 
 int64_t pass_width(int64_t n, int count, int64_t lanes) {
     constexpr int64_t one_page_of_rows = 256;
-    if (lanes == 4) return n > 128 && n <= 512 && count > 2 ? 32 : 16;
-    if (lanes == 2) return n < one_page_of_rows ? 8 : 16;
+    if (lanes == line_complex) return n > 128 && n <= 512 && count > 2 ? 32 : 16;
+    if (2 * lanes == line_complex) return n < one_page_of_rows ? 8 : 16;
     return n < 2 * one_page_of_rows ? 8 : 16;
 }
 

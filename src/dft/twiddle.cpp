@@ -140,7 +140,7 @@ void fill_twiddle_row(scalar *row, const root_source *source, int64_t r, int64_t
     fill_roots(row, 1, source, step, step, r - 1, sign);
 }
 
-void fill_stage_twiddles(double *table, const root_source *source, int64_t r, int64_t L, int64_t m,
+void fill_stage_twiddles(scalar *table, const root_source *source, int64_t r, int64_t L, int64_t m,
                          int64_t sign) {
     for (int64_t j = 0; j < L; ++j, table += 2 * (r - 1))
         fill_twiddle_row(table, source, r, m * j, sign);

@@ -145,7 +145,7 @@ bool is_disturbed(const plan *p, const scalar *in) {
     const auto [n, is, os] = p->dims[p->rank - 1];
     const int64_t other = n % 2 ? 0 : n * is;  // where number n/2 is
     const auto harmless = [](const scalar *x) {
-        return fabs(x[1]) <= harmless_ratio * fabs(x[0]) || x[1] == 0;
+        return std::abs(x[1]) <= harmless_ratio * std::abs(x[0]) || x[1] == 0;
     };
     bool all = true;
     for_each_real_row(o, [&](int64_t i, int64_t j) {

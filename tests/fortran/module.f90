@@ -16,6 +16,7 @@ program module_test
     call batch()
     call descriptors()
     call split()
+    call single_precision()
     call memory()
     call refusals_and_versions()
     print "(a)", "ok"
@@ -175,6 +176,26 @@ contains
         call check(all(abs(re_out - real(y)) + abs(im_out - aimag(y)) < bound), "split")
         call lyr_fft_destroy_plan(plan)
     end subroutine split
+
+    ! The other library, whose numbers are shorter.
+    subroutine single_precision()
+        type(c_ptr) :: plan
+        complex(c_float_complex), target :: x(n), y(n)
+        real(c_float), target :: half(n)
+        integer :: j
+        x = [(cmplx(some(j), kind=c_float_complex), j = 0, n - 1)]
+        plan = lyr_fftf_plan_dft_1d(n, x, y, LYR_FFT_FORWARD, LYR_FFT_ESTIMATE)
+        call check(c_associated(plan), "plan in single precision")
+        call lyr_fftf_execute(plan)
+        call lyr_fftf_destroy_plan(plan)
+        call check(maxval(abs(y - sum_of(cmplx(x, kind=c_double_complex), LYR_FFT_FORWARD))) < &
+            1e-5 * n, "single precision")
+        plan = lyr_fftf_plan_r2r_1d(n, half, half, LYR_FFT_R2HC, LYR_FFT_ESTIMATE)
+        half = 1
+        call lyr_fftf_execute_r2r(plan, half, half)
+        call lyr_fftf_destroy_plan(plan)
+        call check(abs(half(1) - n) < 1e-4 .and. maxval(abs(half(2:))) < 1e-4, "constant numbers")
+    end subroutine single_precision
 
     subroutine memory()
         type(c_ptr) :: block

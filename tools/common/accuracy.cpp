@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
+#include "precision.h"
 #include "r2r_formula.h"
 #include "wide_arithmetic.h"
 
@@ -41,7 +43,7 @@ void deviation::add(double d_re, double d_im, double re, double im) {
 
 void merge(const problem &p, const deviation &d, accuracy &a) {
     const double levels = std::max(1.0, std::log2(static_cast<double>(point_count(p))));
-    const double unit = 0x1p-53 * std::sqrt(levels);
+    const double unit = std::numeric_limits<lyr::scalar>::epsilon() / 2 * std::sqrt(levels);
     a.l2 = std::max(a.l2, relative(std::sqrt(d.error_square), std::sqrt(d.square)) / unit);
     a.linf = std::max(a.linf, relative(d.error_max, d.max));
 }

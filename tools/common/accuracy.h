@@ -9,8 +9,8 @@ namespace lyr_tools {
 
 // Errors of the worst transform of a batch.
 struct accuracy {
-    double l2 = 0;         // |output - reference| / |reference| in units of 2^-53 sqrt(log2 points)
-    double linf = 0;       // largest |output - reference| relative to the largest |reference|
+    double l2 = 0;    // |output - reference| / |reference| in units of epsilon/2 sqrt(log2 points)
+    double linf = 0;  // largest |output - reference| relative to the largest |reference|
     int64_t checked = 0;   // transforms of the batch that were compared
     const char *how = "";  // one word for the method
 };

@@ -5,7 +5,9 @@
 #include <climits>
 #include <cmath>
 #include <cstdlib>
+#include <limits>
 #include <new>
+#include <type_traits>
 
 namespace lyr_tools {
 
@@ -13,8 +15,13 @@ namespace {
 
 // Guards and gaps hold quiet NaNs that carry their own position, so that a write of a neighbour's
 // value is noticed too.
-uint64_t pattern(int64_t index) {
-    return 0x7ff8'5eed'0000'0000U | static_cast<uint32_t>(static_cast<uint64_t>(index));
+using bits = std::conditional_t<sizeof(scalar) == 8, uint64_t, uint32_t>;
+bits pattern(int64_t index) {
+    const auto position = static_cast<uint64_t>(index);
+    if constexpr (sizeof(scalar) == 8)
+        return 0x7ff8'5eed'0000'0000U | static_cast<uint32_t>(position);
+    else
+        return 0x7fc0'0000U | (position & 0x3f'ffffU);
 }
 
 // splitmix64: the same numbers everywhere, unlike the standard distributions.
@@ -25,25 +32,29 @@ uint64_t next_random(uint64_t &state) {
     return z ^ (z >> 31);
 }
 
-double uniform(uint64_t &state) {
-    return static_cast<double>(next_random(state) >> 11) * 0x1p-53 - 0.5;
+// A multiple of epsilon/2.
+scalar uniform(uint64_t &state) {
+    constexpr int digits = std::numeric_limits<scalar>::digits;
+    return static_cast<scalar>(next_random(state) >> (64 - digits)) *
+               (std::numeric_limits<scalar>::epsilon() / 2) -
+           scalar{0.5};
 }
 
 bool allocate(int64_t count, const buffer_options &options, guarded_array &a) {
-    const size_t bytes = static_cast<size_t>(count + 2 * options.guard) * sizeof(double) + 128;
+    const size_t bytes = static_cast<size_t>(count + 2 * options.guard) * sizeof(scalar) + 128;
     auto *block = static_cast<unsigned char *>(std::calloc(bytes, 1));
     if (block == nullptr) return false;
     a.block = {block, std::free};
     const auto start =
-        reinterpret_cast<uintptr_t>(reinterpret_cast<double *>(block) + options.guard);
-    const uintptr_t aligned = (start + 63) / 64 * 64 + (options.misaligned ? 8 : 0);
-    a.data = reinterpret_cast<double *>(aligned);
+        reinterpret_cast<uintptr_t>(reinterpret_cast<scalar *>(block) + options.guard);
+    const uintptr_t aligned = (start + 63) / 64 * 64 + (options.misaligned ? sizeof(scalar) : 0);
+    a.data = reinterpret_cast<scalar *>(aligned);
     a.count = count;
     a.guard = options.guard;
     return true;
 }
 
-// Doubles from one element to the next of unit stride.
+// Real numbers from one element to the next of unit stride.
 int64_t element_width(const problem &p, side s) {
     return is_complex(p, s) && !p.split ? 2 : 1;
 }
@@ -58,7 +69,7 @@ size_t array_index(const problem &p, side s, int part) {
     return (is_complex(p, side::in) && p.split ? 2U : 1U) + static_cast<size_t>(part);
 }
 
-// Mark the doubles that one side uses. False when one is used twice.
+// Mark the numbers that one side uses. False when one is used twice.
 bool mark(const problem &p, side s, buffers &b) {
     const uint8_t bit = s == side::in ? role_input : role_output;
     bool twice = false;
@@ -83,7 +94,7 @@ void fill_pattern(buffers &b) {
     for (guarded_array &a : b.arrays)
         for (int64_t i = -a.guard; i < a.count + a.guard; ++i)
             if (i < 0 || i >= a.count || !(a.role[static_cast<size_t>(i)] & role_input))
-                a.data[i] = std::bit_cast<double>(pattern(i));
+                a.data[i] = std::bit_cast<scalar>(pattern(i));
 }
 
 // Give the planes of a half-complex array that are their own mirror image the symmetry of a real
@@ -144,7 +155,7 @@ bool is_usual(const problem &p) {
 }
 
 struct arrays {
-    double *in, *out;
+    scalar *in, *out;
     lyr_fft_complex *cin, *cout;
 };
 
@@ -227,7 +238,7 @@ lyr_fft_plan plan_many(const problem &p, const arrays &a, unsigned flags, bool &
 
 // Split complex plans transform forward; the exchange of real and imaginary parts on both sides
 // turns that into backward.
-void split_parts(const problem &p, const buffers &b, double *(&in)[2], double *(&out)[2]) {
+void split_parts(const problem &p, const buffers &b, scalar *(&in)[2], scalar *(&out)[2]) {
     const int first = p.kind == transform::c2c && p.sign == LYR_FFT_BACKWARD ? 1 : 0;
     for (int part = 0; part < 2; ++part) {
         in[part] = b.in[part ^ first];
@@ -236,8 +247,8 @@ void split_parts(const problem &p, const buffers &b, double *(&in)[2], double *(
 }
 
 lyr_fft_plan plan_guru64(const problem &p, const buffers &b, const arrays &a, unsigned flags) {
-    double *in[2];
-    double *out[2];
+    scalar *in[2];
+    scalar *out[2];
     split_parts(p, b, in, out);
     switch (p.kind) {
         case transform::c2c:
@@ -276,8 +287,8 @@ lyr_fft_plan plan_guru(const problem &p, const buffers &b, const arrays &a, unsi
         if (!narrow(p.dims[d], dims[d])) return nullptr;
     for (int d = 0; d < p.batch_rank; ++d)
         if (!narrow(p.batch[d], batch[d])) return nullptr;
-    double *in[2];
-    double *out[2];
+    scalar *in[2];
+    scalar *out[2];
     split_parts(p, b, in, out);
     switch (p.kind) {
         case transform::c2c:
@@ -383,8 +394,8 @@ void fill_for_timing(const problem &p, uint64_t seed, buffers &b) {
         const bool random = !p.in_place && (a.data == b.in[0] || a.data == b.in[1]);
         // Stores that the compiler cannot drop: memory that was never written is one shared page
         // of zeros, which is faster to read than real data.
-        volatile double *data = a.data;
-        for (int64_t i = 0; i < a.count; ++i) data[i] = random ? uniform(state) : 0.0;
+        volatile scalar *data = a.data;
+        for (int64_t i = 0; i < a.count; ++i) data[i] = random ? uniform(state) : scalar{0};
     }
 }
 
@@ -397,22 +408,22 @@ std::string check_buffers(const problem &p, const buffers &b) {
         const guarded_array &a = b.arrays[i];
         const bool is_input = p.in_place || a.data == b.in[0] || a.data == b.in[1];
         const std::string name = p.in_place ? "the array" : is_input ? "the input" : "the output";
-        const auto same = [](double x, uint64_t bits) {
-            return std::bit_cast<uint64_t>(x) == bits;
+        const auto same = [](scalar x, bits expected) {
+            return std::bit_cast<bits>(x) == expected;
         };
         for (int64_t k = 1; k <= a.guard; ++k) {
             if (!same(a.data[-k], pattern(-k)))
-                return "wrote " + std::to_string(k) + " doubles before " + name;
+                return "wrote " + std::to_string(k) + " numbers before " + name;
             if (!same(a.data[a.count + k - 1], pattern(a.count + k - 1)))
-                return "wrote " + std::to_string(k) + " doubles past the end of " + name;
+                return "wrote " + std::to_string(k) + " numbers past the end of " + name;
         }
         for (int64_t k = 0; k < a.count; ++k) {
             const auto at = static_cast<size_t>(k);
             if (a.role[at] & role_output) continue;
             // In place, input elements that are no outputs may be overwritten.
             if (p.in_place && a.role[at] != 0) continue;
-            if (!same(a.data[k], std::bit_cast<uint64_t>(a.before[at])))
-                return "changed " + name + " at double " + std::to_string(k) +
+            if (!same(a.data[k], std::bit_cast<bits>(a.before[at])))
+                return "changed " + name + " at number " + std::to_string(k) +
                        (a.role[at] != 0 ? "" : ", in a gap");
         }
     }
@@ -420,29 +431,29 @@ std::string check_buffers(const problem &p, const buffers &b) {
 }
 
 complex_value load_element(const problem &p, const buffers &b, side s, int64_t offset) {
-    double *const *array = s == side::in ? b.in : b.out;
+    scalar *const *array = s == side::in ? b.in : b.out;
     if (!is_complex(p, s)) return {array[0][offset], 0};
     if (p.split) return {array[0][offset], array[1][offset]};
     return {array[0][2 * offset], array[0][2 * offset + 1]};
 }
 
 complex_value load_saved_input(const problem &p, const buffers &b, int64_t offset) {
-    const double *re = b.arrays[array_index(p, side::in, 0)].before.data();
+    const scalar *re = b.arrays[array_index(p, side::in, 0)].before.data();
     if (!is_complex(p, side::in)) return {re[offset], 0};
     if (!p.split) return {re[2 * offset], re[2 * offset + 1]};
     return {re[offset], b.arrays[array_index(p, side::in, 1)].before[static_cast<size_t>(offset)]};
 }
 
 void store_element(const problem &p, buffers &b, side s, int64_t offset, complex_value value) {
-    double *const *array = s == side::in ? b.in : b.out;
+    scalar *const *array = s == side::in ? b.in : b.out;
     if (!is_complex(p, s)) {
-        array[0][offset] = value.re;
+        array[0][offset] = static_cast<scalar>(value.re);
     } else if (p.split) {
-        array[0][offset] = value.re;
-        array[1][offset] = value.im;
+        array[0][offset] = static_cast<scalar>(value.re);
+        array[1][offset] = static_cast<scalar>(value.im);
     } else {
-        array[0][2 * offset] = value.re;
-        array[0][2 * offset + 1] = value.im;
+        array[0][2 * offset] = static_cast<scalar>(value.re);
+        array[0][2 * offset + 1] = static_cast<scalar>(value.im);
     }
 }
 
@@ -470,8 +481,8 @@ lyr_fft_plan make_plan(const problem &p, const buffers &b, constructor with, uns
 
 void execute_on(const problem &p, const buffers &b, lyr_fft_plan plan) {
     const arrays a = arrays_of(b);
-    double *in[2];
-    double *out[2];
+    scalar *in[2];
+    scalar *out[2];
     split_parts(p, b, in, out);
     switch (p.kind) {
         case transform::c2c:

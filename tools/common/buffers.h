@@ -6,27 +6,30 @@
 #include <string>
 #include <vector>
 
-#include "lyr_fft.h"
+#include "interface.h"
+#include "precision.h"
 #include "problem.h"
 
 namespace lyr_tools {
 
+using lyr::scalar;
+
 struct buffer_options {
     uint64_t seed = 1;
-    int64_t guard = 64;       // doubles before and after each array
-    bool misaligned = false;  // 8 bytes off the 64-byte boundary
+    int64_t guard = 64;       // numbers before and after each array
+    bool misaligned = false;  // one number off the 64-byte boundary
     bool tracked = true;      // fill the arrays and remember what they held, for checking
 };
 
-// One array of doubles between two guard zones.
+// One array of real numbers between two guard zones.
 struct guarded_array {
     std::unique_ptr<unsigned char[], void (*)(void *)> block{nullptr, nullptr};
-    double *data = nullptr;  // first double after the guard
-    int64_t count = 0;       // doubles between the guards
+    scalar *data = nullptr;  // first number after the guard
+    int64_t count = 0;       // numbers between the guards
     int64_t guard = 0;
-    // When tracked: what each double is for (bits of array_role), and the values before execution.
+    // When tracked: what each number is for (bits of array_role), and the values before execution.
     std::vector<uint8_t> role;
-    std::vector<double> before;
+    std::vector<scalar> before;
 };
 
 enum array_role : uint8_t { role_input = 1, role_output = 2 };
@@ -36,8 +39,8 @@ enum array_role : uint8_t { role_input = 1, role_output = 2 };
 // place the pointers are equal.
 struct buffers {
     std::vector<guarded_array> arrays;
-    double *in[2] = {};
-    double *out[2] = {};
+    scalar *in[2] = {};
+    scalar *out[2] = {};
 };
 
 // Allocate the arrays of a problem. When tracked, inputs are filled (see fill_buffers) and
@@ -53,7 +56,7 @@ void fill_buffers(const problem &p, uint64_t seed, buffers &b);
 // The same with the inputs all zero.
 void clear_buffers(const problem &p, buffers &b);
 
-// Write every double of arrays that need not be tracked, for timing: out of place random inputs and
+// Write every number of arrays that need not be tracked, for timing: out of place random inputs and
 // zeros, in place only zeros, because transforms repeated in place overflow on anything else.
 void fill_for_timing(const problem &p, uint64_t seed, buffers &b);
 

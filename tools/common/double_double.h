@@ -74,6 +74,11 @@ void sine_cosine(wide angle, wide &sine, wide &cosine) {
     }
 }
 
+inline void sine_cosine(double angle, double &sine, double &cosine) {
+    sine = std::sin(angle);
+    cosine = std::cos(angle);
+}
+
 inline void sine_cosine(long double angle, long double &sine, long double &cosine) {
     sine = std::sin(angle);
     cosine = std::cos(angle);
@@ -82,6 +87,10 @@ inline void sine_cosine(long double angle, long double &sine, long double &cosin
 // pi in each precision.
 template <class real>
 real wide_pi();
+template <>
+inline double wide_pi<double>() {
+    return 3.141592653589793238462643383279502884;
+}
 template <>
 inline double_double wide_pi<double_double>() {
     return {3.141592653589793116e+00, 1.224646799147353207e-16};

@@ -4,6 +4,8 @@
 #include <charconv>
 #include <cmath>
 
+#include "precision.h"
+
 namespace lyr_tools {
 
 namespace {
@@ -200,8 +202,10 @@ int128 wide_extent(const problem &p, side s) {
 
 // Bytes of the arrays of a problem together.
 int128 array_bytes(const problem &p) {
-    const int128 in = wide_extent(p, side::in) * (is_complex(p, side::in) ? 16 : 8);
-    const int128 out = wide_extent(p, side::out) * (is_complex(p, side::out) ? 16 : 8);
+    const int128 in = wide_extent(p, side::in) *
+                      (is_complex(p, side::in) ? lyr::complex_bytes : lyr::scalar_bytes);
+    const int128 out = wide_extent(p, side::out) *
+                       (is_complex(p, side::out) ? lyr::complex_bytes : lyr::scalar_bytes);
     return p.in_place ? std::max(in, out) : in + out;
 }
 
@@ -239,7 +243,7 @@ bool parse(std::string_view text, int64_t max_bytes, const char *limit, problem 
         elements = std::min<int128>(elements * p.dims[d].n, max_number);
     for (int d = 0; d < p.batch_rank; ++d)
         elements = std::min<int128>(elements * p.batch[d].n, max_number);
-    if (array_bytes(p) > max_bytes || elements > max_bytes / 8) {
+    if (array_bytes(p) > max_bytes || elements > max_bytes / lyr::scalar_bytes) {
         error = "it is too large: its arrays would need more than " +
                 std::to_string(max_bytes >> 20) + " MiB" + limit;
         return false;

@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "lyr_fft.h"
+#include "interface.h"
 
 namespace lyr_tools {
 

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "lyr_fft.h"
+#include "interface.h"
 
 namespace lyr_tools {
 

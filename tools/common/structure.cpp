@@ -260,7 +260,7 @@ accuracy check_structure(const problem &p, buffers &b, lyr_fft_plan plan, uint64
             outputs[i++].im += v.im;
         });
     });
-    // The sum of two inputs is exact: both are multiples of 2^-53 and at most 1/2.
+    // The sum of two inputs is exact: both are multiples of epsilon/2 and at most 1/2.
     fill_buffers(p, seed + 2, b);
     i = 0;
     for_each_transform(p, side::in, [&](int64_t start) {

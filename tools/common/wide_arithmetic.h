@@ -8,9 +8,11 @@
 
 namespace lyr_tools {
 
-// long double where the processor computes it, double-double elsewhere; with LYRA_QUAD, 113 bits in
-// software on all processors.
-#if defined(LYRA_QUAD) && defined(__x86_64__)
+// For single precision double. Otherwise long double where the processor computes it, double-double
+// elsewhere; with LYRA_QUAD, 113 bits in software on all processors.
+#if defined(LYRA_SINGLE)
+using real = double;
+#elif defined(LYRA_QUAD) && defined(__x86_64__)
 using real = __float128;
 #elif defined(LYRA_QUAD) || defined(__x86_64__) || defined(__i386__)
 using real = long double;

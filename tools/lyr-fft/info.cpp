@@ -5,7 +5,7 @@
 #include <memory>
 
 #include "commands.h"
-#include "lyr_fft.h"
+#include "interface.h"
 #include "planner/describe.h"
 #include "problem_arguments.h"
 #include "threads/pool.h"

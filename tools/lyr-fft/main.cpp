@@ -13,7 +13,7 @@
 #include <sstream>
 
 #include "commands.h"
-#include "lyr_fft.h"
+#include "interface.h"
 #include "problem.h"
 
 namespace lyr_tools {
@@ -151,8 +151,12 @@ int run(int argc, char **argv) {
     app.footer(
         "'lyr-fft COMMAND --help' explains a command,\n"
         "'lyr-fft help problem' how problems are written.");
-    const command commands[] = {add_info(app),  add_plan(app),     add_verify(app),
-                                add_bench(app), add_spectrum(app), add_run(app), add_help(app)};
+    const command commands[] = {
+        add_info(app),     add_plan(app), add_verify(app), add_bench(app), add_help(app),
+#ifndef LYRA_SINGLE
+        add_spectrum(app), add_run(app),
+#endif
+    };
     try {
         app.parse(argc, argv);
     } catch (const CLI::Success &request) {
@@ -174,7 +178,32 @@ int run(int argc, char **argv) {
 
 }  // namespace lyr_tools
 
+#if !defined(LYRA_SINGLE) && defined(LYRA_TOOL_WITH_FLOAT)
+// The same program in single precision, without spectrum.
+int lyr_fft_single_main(int argc, char **argv);
+
+namespace {
+
+// Takes --float out of the arguments of a command that has it.
+bool take_float(int &argc, char **argv) {
+    const auto has = [&](const char *command) { return std::strcmp(argv[1], command) == 0; };
+    if (argc < 2 || !(has("plan") || has("verify") || has("bench"))) return false;
+    char **const end = argv + argc;
+    const auto is_float = [](const char *text) { return std::strcmp(text, "--float") == 0; };
+    char **const kept = std::remove_if(argv + 2, end, is_float);
+    if (kept == end) return false;
+    argc = static_cast<int>(kept - argv);
+    argv[argc] = nullptr;
+    return true;
+}
+
+}  // namespace
+#endif
+
 int main(int argc, char **argv) {
+#if !defined(LYRA_SINGLE) && defined(LYRA_TOOL_WITH_FLOAT)
+    if (take_float(argc, argv)) return lyr_fft_single_main(argc, argv);
+#endif
     try {
         return lyr_tools::run(argc, argv);
     } catch (const std::bad_alloc &) {

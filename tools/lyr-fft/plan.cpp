@@ -34,12 +34,13 @@ class address_space {
             }
             const bool two = p.split && is_complex(p, s);
             for (int part = 0; part < (two ? 2 : 1); ++part) {
-                const int64_t width = is_complex(p, s) && !two ? 16 : 8;
+                const int64_t width =
+                    is_complex(p, s) && !two ? lyr::complex_bytes : lyr::scalar_bytes;
                 // In place the larger side counts.
                 const int64_t in = extent(p, side::in), out = extent(p, side::out);
                 const int64_t elements = p.in_place ? std::max(in, out) : extent(p, s);
-                (s == side::in ? b.in : b.out)[part] =
-                    reserve(static_cast<size_t>(elements * (p.in_place ? 16 : width)));
+                (s == side::in ? b.in : b.out)[part] = reserve(
+                    static_cast<size_t>(elements * (p.in_place ? lyr::complex_bytes : width)));
             }
         }
     }
@@ -54,7 +55,7 @@ class address_space {
     buffers b;
 
   private:
-    double *reserve(size_t bytes) {
+    scalar *reserve(size_t bytes) {
         void *start =
             mmap(nullptr, bytes, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
         if (start == MAP_FAILED) {
@@ -62,7 +63,7 @@ class address_space {
             return nullptr;
         }
         pieces.emplace_back(start, bytes);
-        return static_cast<double *>(start);
+        return static_cast<scalar *>(start);
     }
 
     std::vector<std::pair<void *, size_t>> pieces;

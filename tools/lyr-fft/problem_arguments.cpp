@@ -16,6 +16,9 @@ void add_problems(CLI::App &app, problem_arguments &arguments) {
     app.add_option("PROBLEM", arguments.texts, "See 'lyr-fft help problem'")
         ->type_name("")
         ->required();
+#ifdef LYRA_TOOL_WITH_FLOAT
+    app.add_flag("--float")->description("Single precision");  // taken before (main.cpp)
+#endif
     add_threads(app, arguments.threads);
 }
 

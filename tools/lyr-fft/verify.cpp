@@ -74,9 +74,10 @@ command add_verify(CLI::App &app) {
     arguments->add_option("-s,--seed", values->seed, "Seed of the random inputs [1]")
         ->check(between(0, 1e15))
         ->type_name("N");
-    arguments->add_flag("-m,--misaligned", values->misaligned, "Arrays 8 bytes off alignment");
+    arguments->add_flag("-m,--misaligned", values->misaligned, "Arrays one number off alignment");
     arguments->footer(
-        "L2 is the error relative to the result in units of 2^-53 sqrt(log2 points),\n"
+        "L2 is the error relative to the result in units of 2^-53 sqrt(log2 points)\n"
+        "(2^-24 in single precision),\n"
         "Linf the largest error relative to the largest output. Very large problems\n"
         "are checked by structure: impulses, linearity and shifts.\n"
         "Exit status: 0, 1 when a check failed, 2 after an error.");

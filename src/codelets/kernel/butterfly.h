@@ -42,7 +42,7 @@ LYR_INLINE V rotate(V x) {
     return fma_i(scale(x, roots<N>::cosine[K]), x, S * roots<N>::sine[K]);
 }
 
-constexpr double sqrt_half = 0.70710678118654752440;
+constexpr scalar sqrt_half = 0.70710678118654752440;
 
 template <int S, class V>
 LYR_INLINE void butterfly(V (&x)[2]) {  // 2
@@ -76,8 +76,8 @@ LYR_INLINE void butterfly(V (&x)[4]) {  // 8
 // but no multiply-add that overwrites a sum needed twice.
 template <int S, class V>
 LYR_INLINE void butterfly(V (&x)[5]) {
-    constexpr double sine1 = S * roots<5>::sine[1], sine2 = S * roots<5>::sine[2];
-    constexpr double quarter_sqrt5 = 0.55901699437494742410;
+    constexpr scalar sine1 = S * roots<5>::sine[1], sine2 = S * roots<5>::sine[2];
+    constexpr scalar quarter_sqrt5 = 0.55901699437494742410;
     const V s1 = x[1] + x[4], d1 = x[1] - x[4];
     const V s2 = x[2] + x[3], d2 = x[2] - x[3];
     const V sum = s1 + s2;
@@ -214,7 +214,7 @@ LYR_INLINE void butterfly(V (&x)[12]) {  // 48
 template <int S, int K, class V>
 LYR_INLINE void butterfly_sixteenths(V (&x)[4]) {
     const V u = K == 1 ? add_si<S>(x[2], x[2]) : add_si<-S>(x[2], x[2]);
-    constexpr double r = K == 1 ? sqrt_half : -sqrt_half;
+    constexpr scalar r = K == 1 ? sqrt_half : -sqrt_half;
     const V a = fma(x[0], u, r), c = fma(x[0], u, -r);
     const V p = rotate<S, 16, K>(x[1]), q = rotate<S, 16, 3 * K>(x[3]);
     const V b = p + q, d = p - q;

@@ -10,14 +10,14 @@ namespace {
 struct store_near {
     static constexpr bool far = false;
     template <class V>
-    LYR_INLINE static void put(V x, double *p) {
+    LYR_INLINE static void put(V x, scalar *p) {
         x.store(p);
     }
 };
 struct store_far {
     static constexpr bool far = true;
     template <class V>
-    LYR_INLINE static void put(V x, double *p) {
+    LYR_INLINE static void put(V x, scalar *p) {
         x.store_far(p);
     }
 };
@@ -38,32 +38,59 @@ LYR_INLINE int64_t column_run(stream<R> &in, stream<R> &out, int64_t count, Twid
     return count;
 }
 
+// What is left of a row, less than a vector: a vector with lanes left out where the target has
+// such, else narrower vectors.
+template <int R, int S, class V, class Twiddles>
+LYR_INLINE void column_rest(stream<R> &in, stream<R> &out, int64_t count, Twiddles t) {
+    if (count == 0) return;
+    V x[R];
+    t.begin_butterfly();
+    unroll<R>(LYR_LAMBDA(auto q) { x[q] = t.multiply(V::load_part(in.at(q), count), q); });
+    butterfly<S>(x);
+    unroll<R>(LYR_LAMBDA(auto p) { x[p].store_part(out.at(p), count); });
+    in.advance(count);
+    out.advance(count);
+}
+
+template <int R, int S, class V>
+LYR_INLINE void column_runs(stream<R> &in, stream<R> &out, int64_t count) {
+    count = column_run<R, S, V>(in, out, count, no_twiddles{});
+    if constexpr (has_parts<V>)
+        column_rest<R, S, V>(in, out, count, no_twiddles{});
+    else
+        in_narrower_vectors<V>(
+            count, LYR_LAMBDA(auto v, int64_t rest) {
+                return column_run<R, S, vector_of<decltype(v)>>(in, out, rest, no_twiddles{});
+            });
+}
+
 // The same for streams that fall into few cache sets (steps that are multiples of a large power of
 // two). A cache line would be evicted between the two visits of a vector of half a line, so each
 // line is read whole and written whole: the second halves wait in `held` while the first are
 // transformed.
 template <int R, int S, class V, class Store = store_near, class Twiddles>
 LYR_INLINE int64_t column_run_by_lines(stream<R> &in, stream<R> &out, int64_t count, Twiddles t) {
-    static_assert(V::lanes == 2);
-    alignas(64) double held[4 * R], done[4 * R];
-    for (; count >= 4; count -= 4) {
+    constexpr int64_t W = V::lanes;
+    static_assert(2 * W == line_complex);
+    alignas(64) scalar held[2 * W * R], done[2 * W * R];
+    for (; count >= 2 * W; count -= 2 * W) {
         V x[R];
         unroll<R>(LYR_LAMBDA(auto q) {
             x[q] = t.multiply(V::load(in.at(q)), q);
-            V::load(in.at(q) + 4).store(held + 4 * q);
+            V::load(in.at(q) + 2 * W).store(held + 2 * W * q);
         });
         __asm__ volatile("" ::"r"(held) : "memory");
         butterfly<S>(x);
-        unroll<R>(LYR_LAMBDA(auto p) { x[p].store(done + 4 * p); });
+        unroll<R>(LYR_LAMBDA(auto p) { x[p].store(done + 2 * W * p); });
         __asm__ volatile("" ::"r"(done) : "memory");
-        unroll<R>(LYR_LAMBDA(auto q) { x[q] = t.multiply(V::load(held + 4 * q), q); });
+        unroll<R>(LYR_LAMBDA(auto q) { x[q] = t.multiply(V::load(held + 2 * W * q), q); });
         butterfly<S>(x);
         unroll<R>(LYR_LAMBDA(auto p) {
-            Store::put(V::load(done + 4 * p), out.at(p));
-            Store::put(x[p], out.at(p) + 4);
+            Store::put(V::load(done + 2 * W * p), out.at(p));
+            Store::put(x[p], out.at(p) + 2 * W);
         });
-        in.advance(4);
-        out.advance(4);
+        in.advance(2 * W);
+        out.advance(2 * W);
     }
     return count;
 }
@@ -75,40 +102,50 @@ LYR_INLINE int64_t twiddled_run(stream<R> &in, stream<R> &out, int64_t count,
     return column_run<R, S, V>(in, out, count, typename twiddle_choice<R, V>::type(twiddles));
 }
 
+template <int R, int S, class V>
+LYR_INLINE void twiddled_rest(stream<R> &in, stream<R> &out, int64_t count,
+                              const row_place &twiddles) {
+    if constexpr (has_parts<V>) {
+        if (count > 0)
+            column_rest<R, S, V>(in, out, count, typename twiddle_choice<R, V>::type(twiddles));
+    } else {
+        in_narrower_vectors<V>(
+            count, LYR_LAMBDA(auto v, int64_t rest) {
+                return twiddled_run<R, S, vector_of<decltype(v)>>(in, out, rest, twiddles);
+            });
+    }
+}
+
 // How a walk visits memory: lines is column_run_by_lines where vectors are half a line.
 enum class visit { vectors, lines };
 
 // First stages.
 template <int R, int S, visit Visit>
-__attribute__((noinline)) void walk_columns(const column_walk w, const double *in, double *out) {
+__attribute__((noinline)) void walk_columns(const column_walk w, const scalar *in, scalar *out) {
     stream<R> from(in, w.in_q), to(out, w.out_p);
     for (int64_t k = 0; k < w.rows; ++k) {
         int64_t count = w.count;
         if constexpr (Visit == visit::lines)
             count = column_run_by_lines<R, S, vec>(from, to, count, no_twiddles{});
-        count = column_run<R, S, vec>(from, to, count, no_twiddles{});
-        if constexpr (vec::lanes > 2)
-            count = column_run<R, S, vec_half>(from, to, count, no_twiddles{});
-        if constexpr (vec::lanes > 1) column_run<R, S, vec1>(from, to, count, no_twiddles{});
+        column_runs<R, S, vec>(from, to, count);
         from.advance(w.in_step - w.count);
         to.advance(w.out_step - w.count);
     }
 }
 
 // Middle stages and interleaved batches.
-template <int R, int S, visit Visit, table_order Order>
-__attribute__((noinline)) void walk_columns_twiddled(const column_walk w, const double *in,
-                                                     double *out, const double *twiddles,
-                                                     int64_t L) {
+template <int R, int S, visit Visit>
+__attribute__((noinline)) void walk_columns_twiddled(const column_walk w, const scalar *in,
+                                                     scalar *out, const scalar *twiddles, int64_t L,
+                                                     table_order order) {
     stream<R> from(in, w.in_q), to(out, w.out_p);
     for (int64_t k = 0; k < w.rows; ++k) {
-        const row_place t = row_in_table<R, Order>(twiddles, w.first + k * w.step, L);
+        const row_place t = row_in_table<R>(order, twiddles, w.first + k * w.step, L);
         int64_t count = w.count;
         if constexpr (Visit == visit::lines)
             count = column_run_by_lines<R, S, vec>(from, to, count, row_twiddles<R, vec>(t));
         count = twiddled_run<R, S, vec>(from, to, count, t);
-        if constexpr (vec::lanes > 2) count = twiddled_run<R, S, vec_half>(from, to, count, t);
-        if constexpr (vec::lanes > 1) twiddled_run<R, S, vec1>(from, to, count, t);
+        twiddled_rest<R, S, vec>(from, to, count, t);
         from.advance(w.in_step - w.count);
         to.advance(w.out_step - w.count);
     }
@@ -116,36 +153,36 @@ __attribute__((noinline)) void walk_columns_twiddled(const column_walk w, const 
 
 // Middle stages whose table holds ready vectors.
 template <int R, int S>
-__attribute__((noinline)) void walk_ready_rows(const stage *d, const double *in, double *out) {
+__attribute__((noinline)) void walk_ready_rows(const stage *d, const scalar *in, scalar *out) {
     const int64_t L = d->L, m = d->m;
     stream<R> from(in, m), to(out, L * m);
     for (int64_t k = 0; k < L; ++k) {
         const row_place t = ready_row<R>(d->twiddles, k);
         const int64_t rest = column_run<R, S, vec>(from, to, m, ready_twiddles<R>{t.re});
-        twiddled_run<R, S, vec1>(from, to, rest, t);
+        twiddled_rest<R, S, vec>(from, to, rest, t);
         from.advance((R - 1) * m);
     }
 }
 
 template <int R>
 LYR_INLINE bool collides(const column_walk &w) {
-    return w.count >= 4 && (streams_collide<R>(w.in_q) || streams_collide<R>(w.out_p));
+    return w.count >= line_complex && (streams_collide<R>(w.in_q) || streams_collide<R>(w.out_p));
 }
 
 template <int R, int S>
-LYR_INLINE void walk(const column_walk &w, const double *in, double *out) {
-    if constexpr (vec::lanes == 2)
+LYR_INLINE void walk(const column_walk &w, const scalar *in, scalar *out) {
+    if constexpr (half_a_line)
         if (collides<R>(w)) return walk_columns<R, S, visit::lines>(w, in, out);
     walk_columns<R, S, visit::vectors>(w, in, out);
 }
 
 template <int R, int S, table_order Order>
-LYR_INLINE void walk_twiddled(const column_walk &w, const double *in, double *out,
-                              const double *twiddles, int64_t L) {
-    if constexpr (vec::lanes == 2)
+LYR_INLINE void walk_twiddled(const column_walk &w, const scalar *in, scalar *out,
+                              const scalar *twiddles, int64_t L) {
+    if constexpr (half_a_line)
         if (collides<R>(w))
-            return walk_columns_twiddled<R, S, visit::lines, Order>(w, in, out, twiddles, L);
-    walk_columns_twiddled<R, S, visit::vectors, Order>(w, in, out, twiddles, L);
+            return walk_columns_twiddled<R, S, visit::lines>(w, in, out, twiddles, L, Order);
+    walk_columns_twiddled<R, S, visit::vectors>(w, in, out, twiddles, L, Order);
 }
 
 // First stages.
@@ -153,7 +190,7 @@ template <int R, int S, class V>
 LYR_INLINE int64_t split_first_run(split_stream<R> &in, stream<R> &out, int64_t count) {
     for (; count >= V::lanes; count -= V::lanes) {
         V x[R];
-        in.for_each(LYR_LAMBDA(auto q, const double *re, const double *im) {
+        in.for_each(LYR_LAMBDA(auto q, const scalar *re, const scalar *im) {
             x[q] = V::load_split(re, im);
         });
         butterfly<S>(x);
@@ -194,15 +231,16 @@ LYR_INLINE int64_t gathered_run(stream<R> &in, int64_t in_lane, stream<R> &out, 
 }
 
 // Whether the outputs of a walk are whole cache lines.
-LYR_INLINE bool has_whole_lines(const column_walk &w, const double *out) {
-    return reinterpret_cast<uintptr_t>(out) % 64 == 0 && (w.count | w.out_step | w.out_p) % 4 == 0;
+LYR_INLINE bool has_whole_lines(const column_walk &w, const scalar *out) {
+    return reinterpret_cast<uintptr_t>(out) % 64 == 0 &&
+           (w.count | w.out_step | w.out_p) % line_complex == 0;
 }
 
 // The factors of one row of a slab (struct rotation), vector by vector; single lanes are those of a
 // vector that is not full.
 template <int R>
 struct one_level {
-    const double *columns;
+    const scalar *columns;
 
     LYR_INLINE one_level(const rotation &f, int64_t k) : columns(f.columns + 2 * R * f.row * k) {}
     template <class V, int P>
@@ -216,7 +254,7 @@ struct one_level {
 };
 template <int R>
 struct two_levels : one_level<R> {
-    const double *turns;
+    const scalar *turns;
 
     LYR_INLINE two_levels(const rotation &f, int64_t k)
         : one_level<R>(f, k), turns(f.turns + 2 * R * k) {}
@@ -250,25 +288,26 @@ LYR_INLINE int64_t rotated_run(stream<R> &in, stream<R> &out, int64_t count, con
 template <int R, int S, class V, class Rotation>
 LYR_INLINE int64_t rotated_run_by_lines(stream<R> &in, stream<R> &out, int64_t count,
                                         const row_place &at, Rotation &rotation) {
-    static_assert(V::lanes == 2);
-    alignas(64) double done[4 * R];
+    constexpr int64_t W = V::lanes;
+    static_assert(2 * W == line_complex);
+    alignas(64) scalar done[2 * W * R];
     typename twiddle_choice<R, V>::type t(at);
-    for (; count >= 4; count -= 4) {
+    for (; count >= 2 * W; count -= 2 * W) {
         V x[R];
         unroll<R>(LYR_LAMBDA(auto q) { x[q] = t.multiply(V::load(in.at(q)), q); });
         butterfly<S>(x);
-        unroll<R>(LYR_LAMBDA(auto p) { rotation.multiply(x[p], p).store(done + 4 * p); });
+        unroll<R>(LYR_LAMBDA(auto p) { rotation.multiply(x[p], p).store(done + 2 * W * p); });
         rotation.template advance<V>();
         __asm__ volatile("" ::"r"(done) : "memory");
-        unroll<R>(LYR_LAMBDA(auto q) { x[q] = t.multiply(V::load(in.at(q) + 4), q); });
+        unroll<R>(LYR_LAMBDA(auto q) { x[q] = t.multiply(V::load(in.at(q) + 2 * W), q); });
         butterfly<S>(x);
         unroll<R>(LYR_LAMBDA(auto p) {
-            V::load(done + 4 * p).store_far(out.at(p));
-            rotation.multiply(x[p], p).store_far(out.at(p) + 4);
+            V::load(done + 2 * W * p).store_far(out.at(p));
+            rotation.multiply(x[p], p).store_far(out.at(p) + 2 * W);
         });
         rotation.template advance<V>();
-        in.advance(4);
-        out.advance(4);
+        in.advance(2 * W);
+        out.advance(2 * W);
     }
     return count;
 }

@@ -15,7 +15,7 @@ enum class lane_order { ready, plain, rows };
 
 // The twiddles of input q (at least 1) for rows that begin at p.
 template <int R, class V, lane_order Order>
-LYR_INLINE typename V::tw lane_twiddles(const double *p, int q) {
+LYR_INLINE typename V::tw lane_twiddles(const scalar *p, int q) {
     if constexpr (V::lanes == 1)
         return V::tw_lanes(p + 2 * (q - 1));
     else if constexpr (Order == lane_order::ready)
@@ -26,15 +26,21 @@ LYR_INLINE typename V::tw lane_twiddles(const double *p, int q) {
         return V::tw_gather(p + 2 * (q - 1), 2 * (R - 1));
 }
 
-// Doubles of the twiddles of one vector of rows.
+// Real numbers of the twiddles of one vector of rows.
 template <int R, class V, lane_order Order>
-constexpr int64_t lane_twiddle_doubles =
+constexpr int64_t lane_twiddle_numbers =
     (V::lanes > 1 && Order == lane_order::ready ? 4 : 2) * V::lanes *(R - 1);
 
-// Column Q of V::lanes rows, `row` doubles apart; vectors of four load two columns at once.
+// Column Q of V::lanes rows, `row` real numbers apart; two columns at once where that is quicker.
 template <int Q, class V, int R>
-LYR_INLINE void load_column(V (&x)[R], const double *in, int64_t row) {
-    if constexpr (V::lanes <= 2 || (Q == R - 1 && R % 2 == 1))
+LYR_INLINE void load_column(V (&x)[R], const scalar *in, int64_t row) {
+    constexpr bool pairs = [] {
+        if constexpr (V::lanes > 1)
+            return V::gathers_pairs;
+        else
+            return false;
+    }();
+    if constexpr (!pairs || (Q == R - 1 && R % 2 == 1))
         x[Q] = V::gather(in + 2 * Q, row);
     else if constexpr (Q % 2 == 0)
         V::gather_pair(in + 2 * Q, row, x[Q], x[Q + 1]);
@@ -42,8 +48,8 @@ LYR_INLINE void load_column(V (&x)[R], const double *in, int64_t row) {
 
 // V::lanes rows: loads, twiddles, butterfly.
 template <int R, int S, lane_order Order, class V>
-LYR_INLINE void butterfly_of_rows(V (&x)[R], const double *in, int64_t row,
-                                  const double *twiddles) {
+LYR_INLINE void butterfly_of_rows(V (&x)[R], const scalar *in, int64_t row,
+                                  const scalar *twiddles) {
     unroll<R>(LYR_LAMBDA(auto q) {
         load_column<q.value>(x, in, row);
         if constexpr (q > 0) x[q] = cmul(x[q], lane_twiddles<R, V, Order>(twiddles, q));
@@ -53,15 +59,15 @@ LYR_INLINE void butterfly_of_rows(V (&x)[R], const double *in, int64_t row,
 
 // The next rows.
 template <int R, int S, lane_order Order, class V>
-LYR_INLINE void last_butterfly(V (&x)[R], const double *&in, const double *&twiddles) {
+LYR_INLINE void last_butterfly(V (&x)[R], const scalar *&in, const scalar *&twiddles) {
     butterfly_of_rows<R, S, Order>(x, in, 2 * R, twiddles);
     in += 2 * R * V::lanes;
-    twiddles += lane_twiddle_doubles<R, V, Order>;
+    twiddles += lane_twiddle_numbers<R, V, Order>;
 }
 
 template <int R, int S, class V, lane_order Order, output Out>
-LYR_INLINE int64_t last_run(const double *&in, stream<R> &out, int64_t os, int64_t count,
-                            const double *&twiddles) {
+LYR_INLINE int64_t last_run(const scalar *&in, stream<R> &out, int64_t os, int64_t count,
+                            const scalar *&twiddles) {
     for (; count >= V::lanes; count -= V::lanes) {
         V x[R];
         last_butterfly<R, S, Order>(x, in, twiddles);
@@ -78,21 +84,22 @@ LYR_INLINE int64_t last_run(const double *&in, stream<R> &out, int64_t os, int64
 
 // See column_run_by_lines; only the output collides.
 template <int R, int S, class V, lane_order Order>
-LYR_INLINE int64_t last_run_by_lines(const double *&in, stream<R> &out, int64_t count,
-                                     const double *&twiddles) {
-    static_assert(V::lanes == 2);
-    alignas(64) double done[4 * R];
-    for (; count >= 4; count -= 4) {
+LYR_INLINE int64_t last_run_by_lines(const scalar *&in, stream<R> &out, int64_t count,
+                                     const scalar *&twiddles) {
+    constexpr int64_t W = V::lanes;
+    static_assert(2 * W == line_complex);
+    alignas(64) scalar done[2 * W * R];
+    for (; count >= 2 * W; count -= 2 * W) {
         V x[R];
         last_butterfly<R, S, Order>(x, in, twiddles);
-        unroll<R>(LYR_LAMBDA(auto p) { x[p].store(done + 4 * p); });
+        unroll<R>(LYR_LAMBDA(auto p) { x[p].store(done + 2 * W * p); });
         __asm__ volatile("" ::"r"(done) : "memory");
         last_butterfly<R, S, Order>(x, in, twiddles);
         unroll<R>(LYR_LAMBDA(auto p) {
-            V::load(done + 4 * p).store(out.at(p));
-            x[p].store(out.at(p) + 4);
+            V::load(done + 2 * W * p).store(out.at(p));
+            x[p].store(out.at(p) + 2 * W);
         });
-        out.advance(4);
+        out.advance(2 * W);
     }
     return count;
 }
@@ -100,19 +107,19 @@ LYR_INLINE int64_t last_run_by_lines(const double *&in, stream<R> &out, int64_t 
 // Two vectors fill one of either part. The first of them waits in `done`; it has the even rows, the
 // second one the odd rows, so that parting them puts all in order.
 template <int R, int S, class V, lane_order Order>
-LYR_INLINE int64_t split_last_pairs(const double *&in, split_stream<R> &out, int64_t count,
-                                    const double *&twiddles) {
-    alignas(64) double done[2 * V::lanes * R];
+LYR_INLINE int64_t split_last_pairs(const scalar *&in, split_stream<R> &out, int64_t count,
+                                    const scalar *&twiddles) {
+    alignas(64) scalar done[2 * V::lanes * R];
     for (; count >= 2 * V::lanes; count -= 2 * V::lanes) {
         V x[R];
         butterfly_of_rows<R, S, Order>(x, in, 4 * R, twiddles);
         unroll<R>(LYR_LAMBDA(auto p) { x[p].store(done + 2 * V::lanes * p); });
         __asm__ volatile("" ::"r"(done) : "memory");
-        twiddles += lane_twiddle_doubles<R, V, Order>;
+        twiddles += lane_twiddle_numbers<R, V, Order>;
         butterfly_of_rows<R, S, Order>(x, in + 2 * R, 4 * R, twiddles);
-        twiddles += lane_twiddle_doubles<R, V, Order>;
+        twiddles += lane_twiddle_numbers<R, V, Order>;
         in += 4 * R * V::lanes;
-        out.for_each(LYR_LAMBDA(auto p, double *re, double *im) {
+        out.for_each(LYR_LAMBDA(auto p, scalar *re, scalar *im) {
             x[p].store_split_alternating(done + 2 * V::lanes * p, re, im);
         });
         out.advance(2 * V::lanes);
@@ -121,12 +128,12 @@ LYR_INLINE int64_t split_last_pairs(const double *&in, split_stream<R> &out, int
 }
 
 template <int R, int S, class V, lane_order Order>
-LYR_INLINE int64_t split_last_run(const double *&in, split_stream<R> &out, int64_t count,
-                                  const double *&twiddles) {
+LYR_INLINE int64_t split_last_run(const scalar *&in, split_stream<R> &out, int64_t count,
+                                  const scalar *&twiddles) {
     for (; count >= V::lanes; count -= V::lanes) {
         V x[R];
         last_butterfly<R, S, Order>(x, in, twiddles);
-        out.for_each(LYR_LAMBDA(auto p, double *re, double *im) { x[p].store_split(re, im); });
+        out.for_each(LYR_LAMBDA(auto p, scalar *re, scalar *im) { x[p].store_split(re, im); });
         out.advance(V::lanes);
     }
     return count;
@@ -143,27 +150,28 @@ LYR_INLINE void with_lane_order(int64_t L, F &&run) {
 }
 
 template <int R, int S, output Out>
-LYR_INLINE void walk_last(const stage *d, const double *in, double *out, int64_t os) {
-    const double *twiddles = d->twiddles;
+LYR_INLINE void walk_last(const stage *d, const scalar *in, scalar *out, int64_t os) {
+    const scalar *twiddles = d->twiddles;
     stream<R> to(out, d->L * os);
     int64_t rest = d->L;
     with_lane_order<R>(
         d->L, LYR_LAMBDA(auto order) {
             constexpr auto groups = static_cast<lane_order>(order.value);
-            if constexpr (vec::lanes == 2 && Out == output::contiguous)
+            if constexpr (half_a_line && Out == output::contiguous)
                 if (streams_collide<R>(d->L))
                     rest = last_run_by_lines<R, S, vec, groups>(in, to, rest, twiddles);
             rest = last_run<R, S, vec, groups, Out>(in, to, os, rest, twiddles);
         });
-    if constexpr (vec::lanes > 2)
-        rest = last_run<R, S, vec_half, lane_order::rows, Out>(in, to, os, rest, twiddles);
-    if constexpr (vec::lanes > 1)
-        last_run<R, S, vec1, lane_order::rows, Out>(in, to, os, rest, twiddles);
+    in_narrower_vectors<vec>(
+        rest, LYR_LAMBDA(auto v, int64_t left) {
+            return last_run<R, S, vector_of<decltype(v)>, lane_order::rows, Out>(in, to, os, left,
+                                                                                 twiddles);
+        });
 }
 
 template <int R, int S>
-LYR_INLINE void walk_split_last(const stage *d, const double *in, double *re, double *im) {
-    const double *twiddles = d->twiddles;
+LYR_INLINE void walk_split_last(const stage *d, const scalar *in, scalar *re, scalar *im) {
+    const scalar *twiddles = d->twiddles;
     split_stream<R> to(re, im, d->L);
     int64_t rest = d->L;
     with_lane_order<R>(
@@ -172,10 +180,11 @@ LYR_INLINE void walk_split_last(const stage *d, const double *in, double *re, do
             rest = split_last_pairs<R, S, vec, groups>(in, to, rest, twiddles);
             rest = split_last_run<R, S, vec, groups>(in, to, rest, twiddles);
         });
-    if constexpr (vec::lanes > 2)
-        rest = split_last_run<R, S, vec_half, lane_order::rows>(in, to, rest, twiddles);
-    if constexpr (vec::lanes > 1)
-        split_last_run<R, S, vec1, lane_order::rows>(in, to, rest, twiddles);
+    in_narrower_vectors<vec>(
+        rest, LYR_LAMBDA(auto v, int64_t left) {
+            return split_last_run<R, S, vector_of<decltype(v)>, lane_order::rows>(in, to, left,
+                                                                                  twiddles);
+        });
 }
 
 }  // namespace

@@ -11,7 +11,7 @@ namespace {
 static_assert(complex_vec<vec> && complex_vec<vec1>);
 
 template <int R, int S>
-LYR_INLINE void direct(double *out, int64_t os, const double *in, int64_t is) {
+LYR_INLINE void direct(scalar *out, int64_t os, const scalar *in, int64_t is) {
     vec1 x[R];
     unroll<R>(LYR_LAMBDA(auto q) { x[q] = vec1::load(in + 2 * q * is); });
     butterfly<S>(x);
@@ -19,71 +19,69 @@ LYR_INLINE void direct(double *out, int64_t os, const double *in, int64_t is) {
 }
 
 template <int R, int S>
-void direct_unit(double *out, const double *in, int64_t, int64_t, double *) {
+void direct_unit(scalar *out, const scalar *in, int64_t, int64_t, scalar *) {
     direct<R, S>(out, 1, in, 1);
 }
 
 template <int R, int S>
-void direct_general(double *out, const double *in, int64_t istride_bytes, int64_t ostride_bytes,
-                    double *) {
-    direct<R, S>(out, static_cast<int32_t>(ostride_bytes >> 4), in,
-                 static_cast<int32_t>(istride_bytes >> 4));
+void direct_general(scalar *out, const scalar *in, int64_t istride_bytes, int64_t ostride_bytes,
+                    scalar *) {
+    direct<R, S>(out, static_cast<int32_t>(ostride_bytes / complex_bytes), in,
+                 static_cast<int32_t>(istride_bytes / complex_bytes));
 }
 
 template <int R, int S>
-void first_unit(const stage *d, const double *in, double *out) {
+void first_unit(const stage *d, const scalar *in, scalar *out) {
     const column_walk w = {1, 0, 0, d->m, d->m, d->m};
-    if constexpr (vec::lanes == 2)
+    if constexpr (half_a_line)
         if (collides<R>(w)) return walk_columns<R, S, visit::lines>(w, in, out);
     stream<R> from(in, d->m), to(out, from);
-    int64_t count = column_run<R, S, vec>(from, to, d->m, no_twiddles{});
-    if constexpr (vec::lanes > 2)
-        count = column_run<R, S, vec_half>(from, to, count, no_twiddles{});
-    if constexpr (vec::lanes > 1) column_run<R, S, vec1>(from, to, count, no_twiddles{});
+    column_runs<R, S, vec>(from, to, d->m);
 }
 
 template <int R, int S>
-void direct_many(const double *in, int64_t in_step, int64_t in_lane, double *out, int64_t out_step,
+void direct_many(const scalar *in, int64_t in_step, int64_t in_lane, scalar *out, int64_t out_step,
                  int64_t out_lane, int64_t h) {
     stream<R> from(in, in_step), to(out, out_step);
-    int64_t rest = strided_run<R, S, vec>(from, in_lane, to, out_lane, h);
-    if constexpr (vec::lanes > 2)
-        rest = strided_run<R, S, vec_half>(from, in_lane, to, out_lane, rest);
-    if constexpr (vec::lanes > 1) strided_run<R, S, vec1>(from, in_lane, to, out_lane, rest);
+    in_vectors<vec>(
+        h, LYR_LAMBDA(auto v, int64_t rest) {
+            return strided_run<R, S, vector_of<decltype(v)>>(from, in_lane, to, out_lane, rest);
+        });
 }
 
 template <int R, int S>
-void first_general(const stage *d, const double *in, double *out) {
+void first_general(const stage *d, const scalar *in, scalar *out) {
     const int64_t is = d->in_stride, os = d->out_stride, m = d->m;
     direct_many<R, S>(in, m * is, is, out, m * os, os, m);
 }
 
 template <int R, int S>
-void middle(const stage *d, const double *in, double *out) {
+void middle(const stage *d, const scalar *in, scalar *out) {
     const int64_t L = d->L, m = d->m;
     const column_walk w = {L, R * m, m, m, L * m, m};
-    if constexpr (vec::lanes == 2)
-        if (has_ready_rows(2, R, L) && !collides<R>(w)) return walk_ready_rows<R, S>(d, in, out);
+    if constexpr (half_a_line)
+        if (has_ready_rows(vec::lanes, R, L) && !collides<R>(w))
+            return walk_ready_rows<R, S>(d, in, out);
     walk_twiddled<R, S, table_order::rows>(w, in, out, d->twiddles, L);
 }
 
 template <int R, int S>
-void last_unit(const stage *d, const double *in, double *out) {
+void last_unit(const stage *d, const scalar *in, scalar *out) {
     walk_last<R, S, output::contiguous>(d, in, out, 1);
 }
 
 template <int R, int S>
-void last_general(const stage *d, const double *in, double *out) {
+void last_general(const stage *d, const scalar *in, scalar *out) {
     walk_last<R, S, output::scattered>(d, in, out, d->out_stride);
 }
 
 template <int R, int S>
-void first_slab(const column_walk &w, const double *in, double *out) {
+void first_slab(const column_walk &w, const scalar *in, scalar *out) {
     walk<R, S>(w, in, out);
 }
 
 template <int R, int S>
-void twiddle_slab(const stage *d, const column_walk &w, const double *in, double *out) {
+void twiddle_slab(const stage *d, const column_walk &w, const scalar *in, scalar *out) {
     if (d->m == 1)
         walk_twiddled<R, S, table_order::grouped>(w, in, out, d->twiddles, d->L);
     else
@@ -93,56 +91,60 @@ void twiddle_slab(const stage *d, const column_walk &w, const double *in, double
 // Lanes run along the transforms, which are far apart: lines are shared by neighbouring
 // butterflies.
 template <int R, int S>
-void gathered_slab(const stage *d, const double *in, int64_t in_row, int64_t in_lane, double *out,
+void gathered_slab(const stage *d, const scalar *in, int64_t in_row, int64_t in_lane, scalar *out,
                    int64_t out_row, int64_t h) {
     stream<R> from(in, d->m * in_row), to(out, d->m * out_row);
     for (int64_t j = 0; j < d->m; ++j) {
-        int64_t rest = gathered_run<R, S, vec>(from, in_lane, to, h);
-        if constexpr (vec::lanes > 2) rest = gathered_run<R, S, vec_half>(from, in_lane, to, rest);
-        if constexpr (vec::lanes > 1) gathered_run<R, S, vec1>(from, in_lane, to, rest);
+        in_vectors<vec>(
+            h, LYR_LAMBDA(auto v, int64_t rest) {
+                return gathered_run<R, S, vector_of<decltype(v)>>(from, in_lane, to, rest);
+            });
         from.advance(in_row - h * in_lane);
         to.advance(out_row - h);
     }
 }
 
 template <int R, int S, class Rotation, class Store>
-LYR_INLINE void rotated_rows(const stage *d, const column_walk &given, const double *in,
-                             double *out, const rotation &factors) {
+LYR_INLINE void rotated_rows(const stage *d, const column_walk &given, const scalar *in,
+                             scalar *out, const rotation &factors) {
     const column_walk w = given;
     stream<R> from(in, w.in_q), to(out, w.out_p);
     for (int64_t i = 0; i < w.rows; ++i) {
         const int64_t k = w.first + i * w.step;
-        const row_place t = row_in_table<R, table_order::grouped>(d->twiddles, k, d->L);
+        const row_place t = row_in_table<R>(table_order::grouped, d->twiddles, k, d->L);
         Rotation f(factors, k);
         int64_t rest = w.count;
-        if constexpr (Store::far && vec::lanes == 2)
+        if constexpr (Store::far && half_a_line)
             rest = rotated_run_by_lines<R, S, vec>(from, to, rest, t, f);
         else
             rest = rotated_run<R, S, vec, Store>(from, to, rest, t, f);
-        if constexpr (vec::lanes > 1) rotated_run<R, S, vec1, store_near>(from, to, rest, t, f);
+        in_narrower_vectors<vec>(
+            rest, LYR_LAMBDA(auto v, int64_t left) {
+                return rotated_run<R, S, vector_of<decltype(v)>, store_near>(from, to, left, t, f);
+            });
         from.advance(w.in_step - w.count);
         to.advance(w.out_step - w.count);
     }
 }
 
 template <int R, int S>
-void rotated_slab(const stage *d, const column_walk &w, const double *in, double *out,
+void rotated_slab(const stage *d, const column_walk &w, const scalar *in, scalar *out,
                   const rotation &factors, [[maybe_unused]] bool far) {
     if (!factors.turns) return rotated_rows<R, S, one_level<R>, store_near>(d, w, in, out, factors);
-    if constexpr (vec::lanes > 1)
+    if constexpr (has_far_stores<vec>)
         if (far && has_whole_lines(w, out))
             return rotated_rows<R, S, two_levels<R>, store_far>(d, w, in, out, factors);
     rotated_rows<R, S, two_levels<R>, store_near>(d, w, in, out, factors);
 }
 
 template <int R, int S>
-void far_slab(const stage *d, const column_walk &w, const double *in, double *out) {
+void far_slab(const stage *d, const column_walk &w, const scalar *in, scalar *out) {
     if (!has_whole_lines(w, out)) return twiddle_slab<R, S>(d, w, in, out);
     stream<R> from(in, w.in_q), to(out, w.out_p);
     for (int64_t i = 0; i < w.rows; ++i) {
         const row_place t =
-            row_in_table<R, table_order::grouped>(d->twiddles, w.first + i * w.step, d->L);
-        if constexpr (vec::lanes == 2)
+            row_in_table<R>(table_order::grouped, d->twiddles, w.first + i * w.step, d->L);
+        if constexpr (half_a_line)
             column_run_by_lines<R, S, vec, store_far>(from, to, w.count, row_twiddles<R, vec>(t));
         else
             column_run<R, S, vec, store_far>(from, to, w.count, row_twiddles<R, vec>(t));
@@ -152,16 +154,17 @@ void far_slab(const stage *d, const column_walk &w, const double *in, double *ou
 }
 
 template <int R, int S>
-void split_first(const stage *d, const double *re, const double *im, double *out) {
+void split_first(const stage *d, const scalar *re, const scalar *im, scalar *out) {
     split_stream<R> from(re, im, d->m);
     stream<R> to(out, d->m);
-    int64_t rest = split_first_run<R, S, vec>(from, to, d->m);
-    if constexpr (vec::lanes > 2) rest = split_first_run<R, S, vec_half>(from, to, rest);
-    if constexpr (vec::lanes > 1) split_first_run<R, S, vec1>(from, to, rest);
+    in_vectors<vec>(
+        d->m, LYR_LAMBDA(auto v, int64_t rest) {
+            return split_first_run<R, S, vector_of<decltype(v)>>(from, to, rest);
+        });
 }
 
 template <int R, int S>
-void split_last(const stage *d, const double *in, double *re, double *im) {
+void split_last(const stage *d, const scalar *in, scalar *re, scalar *im) {
     walk_split_last<R, S>(d, in, re, im);
 }
 
@@ -186,7 +189,7 @@ constexpr codelet_set make_codelets() {
         set.rotated_slab = rotated_slab<R, S>;
         set.split_first = split_first<R, S>;
         set.split_last = split_last<R, S>;
-        if constexpr (vec::lanes > 1) set.far_slab = far_slab<R, S>;
+        if constexpr (has_far_stores<vec>) set.far_slab = far_slab<R, S>;
     }
     return set;
 }

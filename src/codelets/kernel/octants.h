@@ -1,6 +1,8 @@
 // Cosines, sines, tangents of 2 pi k / N, k <= N/8. Written by tools/gen_roots.py; do not edit.
 #pragma once
 
+#include "precision.h"
+
 namespace lyr::LYR_ISA {
 namespace {
 
@@ -10,61 +12,61 @@ struct octant;
 
 template <>
 struct octant<4> {
-    static constexpr double cosine[] = {1.0};
-    static constexpr double sine[] = {0.0};
-    static constexpr double tangent[] = {0.0};
+    static constexpr scalar cosine[] = {1.0};
+    static constexpr scalar sine[] = {0.0};
+    static constexpr scalar tangent[] = {0.0};
 };
 
 template <>
 struct octant<8> {
-    static constexpr double cosine[] = {1.0, 0.7071067811865476};
-    static constexpr double sine[] = {0.0, 0.7071067811865476};
-    static constexpr double tangent[] = {0.0, 1.0};
+    static constexpr scalar cosine[] = {1.0, 0.7071067811865476};
+    static constexpr scalar sine[] = {0.0, 0.7071067811865476};
+    static constexpr scalar tangent[] = {0.0, 1.0};
 };
 
 template <>
 struct octant<16> {
-    static constexpr double cosine[] = {1.0, 0.9238795325112867, 0.7071067811865476};
-    static constexpr double sine[] = {0.0, 0.3826834323650898, 0.7071067811865476};
-    static constexpr double tangent[] = {0.0, 0.41421356237309503, 1.0};
+    static constexpr scalar cosine[] = {1.0, 0.9238795325112867, 0.7071067811865476};
+    static constexpr scalar sine[] = {0.0, 0.3826834323650898, 0.7071067811865476};
+    static constexpr scalar tangent[] = {0.0, 0.41421356237309503, 1.0};
 };
 
 template <>
 struct octant<32> {
-    static constexpr double cosine[] = {1.0, 0.9807852804032304, 0.9238795325112867,
+    static constexpr scalar cosine[] = {1.0, 0.9807852804032304, 0.9238795325112867,
         0.8314696123025452, 0.7071067811865476};
-    static constexpr double sine[] = {0.0, 0.19509032201612828, 0.3826834323650898,
+    static constexpr scalar sine[] = {0.0, 0.19509032201612828, 0.3826834323650898,
         0.5555702330196022, 0.7071067811865476};
-    static constexpr double tangent[] = {0.0, 0.198912367379658, 0.41421356237309503,
+    static constexpr scalar tangent[] = {0.0, 0.198912367379658, 0.41421356237309503,
         0.6681786379192989, 1.0};
 };
 
 template <>
 struct octant<64> {
-    static constexpr double cosine[] = {1.0, 0.9951847266721969, 0.9807852804032304,
+    static constexpr scalar cosine[] = {1.0, 0.9951847266721969, 0.9807852804032304,
         0.9569403357322088, 0.9238795325112867, 0.881921264348355, 0.8314696123025452,
         0.773010453362737, 0.7071067811865476};
-    static constexpr double sine[] = {0.0, 0.0980171403295606, 0.19509032201612828,
+    static constexpr scalar sine[] = {0.0, 0.0980171403295606, 0.19509032201612828,
         0.2902846772544624, 0.3826834323650898, 0.47139673682599764, 0.5555702330196022,
         0.6343932841636455, 0.7071067811865476};
-    static constexpr double tangent[] = {0.0, 0.09849140335716425, 0.198912367379658,
+    static constexpr scalar tangent[] = {0.0, 0.09849140335716425, 0.198912367379658,
         0.3033466836073424, 0.41421356237309503, 0.5345111359507917, 0.6681786379192989,
         0.8206787908286604, 1.0};
 };
 
 template <>
 struct octant<128> {
-    static constexpr double cosine[] = {1.0, 0.9987954562051724, 0.9951847266721969,
+    static constexpr scalar cosine[] = {1.0, 0.9987954562051724, 0.9951847266721969,
         0.989176509964781, 0.9807852804032304, 0.970031253194544, 0.9569403357322088,
         0.9415440651830208, 0.9238795325112867, 0.9039892931234433, 0.881921264348355,
         0.8577286100002721, 0.8314696123025452, 0.8032075314806449, 0.773010453362737,
         0.7409511253549591, 0.7071067811865476};
-    static constexpr double sine[] = {0.0, 0.049067674327418015, 0.0980171403295606,
+    static constexpr scalar sine[] = {0.0, 0.049067674327418015, 0.0980171403295606,
         0.14673047445536175, 0.19509032201612828, 0.2429801799032639, 0.2902846772544624,
         0.33688985339222005, 0.3826834323650898, 0.4275550934302821, 0.47139673682599764,
         0.5141027441932218, 0.5555702330196022, 0.5956993044924334, 0.6343932841636455,
         0.6715589548470184, 0.7071067811865476};
-    static constexpr double tangent[] = {0.0, 0.049126849769467254, 0.09849140335716425,
+    static constexpr scalar tangent[] = {0.0, 0.049126849769467254, 0.09849140335716425,
         0.14833598753834742, 0.198912367379658, 0.25048696019130545, 0.3033466836073424,
         0.3578057213145241, 0.41421356237309503, 0.4729647758913199, 0.5345111359507917,
         0.5993769336819238, 0.6681786379192989, 0.7416505462720354, 0.8206787908286604,

@@ -11,9 +11,9 @@ namespace {
 // The first two stages, for a few columns of the matrix at a time: all butterflies of both that
 // these columns take part in.
 template <int R1, int R2, int S>
-void paired_columns(const stage *d, const double *in, double *matrix) {
+void paired_columns(const stage *d, const scalar *in, scalar *matrix) {
     constexpr int64_t columns = 8;
-    alignas(64) double block[2 * R1 * R2 * columns];
+    alignas(64) scalar block[2 * R1 * R2 * columns];
     const int64_t m = d[1].m, row = m + pair_padding;
     for (int64_t c = 0; c < m; c += columns) {
         for (int64_t j = 0; j < R2; ++j) {
@@ -25,7 +25,7 @@ void paired_columns(const stage *d, const double *in, double *matrix) {
             stream<R2> from(block + 2 * k * R2 * columns, columns);
             stream<R2> to(matrix + 2 * (c + k * row), R1 * row);
             twiddled_run<R2, S, vec>(from, to, columns,
-                                     row_in_table<R2, table_order::rows>(d[1].twiddles, k, R1));
+                                     row_in_table<R2>(table_order::rows, d[1].twiddles, k, R1));
         }
     }
 }
@@ -33,24 +33,24 @@ void paired_columns(const stage *d, const double *in, double *matrix) {
 // The last two stages, for a few rows of the matrix at a time. Lanes of the last one run along
 // these rows.
 template <int R3, int R4, int S>
-void paired_rows(const stage *d, const double *matrix, double *out) {
-    constexpr int64_t rows = 4, m = R3 * R4, row = m + pair_padding;
-    alignas(64) double block[2 * rows * m];
+void paired_rows(const stage *d, const scalar *matrix, scalar *out) {
+    constexpr int64_t rows = vec::lanes > 4 ? vec::lanes : 4, m = R3 * R4, row = m + pair_padding;
+    alignas(64) scalar block[2 * rows * m];
     const int64_t L = d[2].L;
     for (int64_t k = 0; k < L; k += rows) {
         for (int64_t i = 0; i < rows; ++i) {
             stream<R3> from(matrix + 2 * (k + i) * row, R4), to(block + 2 * i * m, R4);
             twiddled_run<R3, S, vec>(from, to, R4,
-                                     row_in_table<R3, table_order::rows>(d[2].twiddles, k + i, L));
+                                     row_in_table<R3>(table_order::rows, d[2].twiddles, k + i, L));
         }
         with_lane_order<R4>(
             L * R3, LYR_LAMBDA(auto order) {
                 constexpr auto groups = static_cast<lane_order>(order.value);
-                constexpr int64_t group = lane_twiddle_doubles<R4, vec, groups>;
+                constexpr int64_t group = lane_twiddle_numbers<R4, vec, groups>;
                 for (int64_t p = 0; p < R3; ++p) {
                     const int64_t first = k + p * L;
-                    const double *in = block + 2 * p * R4;
-                    const double *twiddles = d[3].twiddles + first / vec::lanes * group;
+                    const scalar *in = block + 2 * p * R4;
+                    const scalar *twiddles = d[3].twiddles + first / vec::lanes * group;
                     stream<R4> to(out + 2 * first, L * R3);
                     for (int64_t i = 0; i < rows; i += vec::lanes) {
                         vec x[R4];

@@ -16,26 +16,26 @@ namespace {
 
 // Vectors of outputs whose two sums are formed at a time: as many as registers hold.
 template <class V>
-constexpr int prime_vectors_at_once = V::lanes == 2 ? 7 : 10;
+constexpr int prime_vectors_at_once = V::lanes < line_complex ? 7 : 10;
 
 template <class V, int R, int S>
 struct prime_transform {
     static constexpr int W = V::lanes, h = (R - 1) / 2, vectors = (h + W - 1) / W;
     static constexpr int part = prime_roots<R>::part;
-    alignas(64) double sums[2 * W * vectors];
-    alignas(64) double differences[2 * W * vectors];  // parts exchanged
+    alignas(64) scalar sums[2 * W * vectors];
+    alignas(64) scalar differences[2 * W * vectors];  // parts exchanged
 
     static constexpr int count_of(int vector) { return h - vector * W < W ? h - vector * W : W; }
 
     // Vectors First .. First+Count-1 of the outputs.
     template <int First, int Count>
-    LYR_INLINE void outputs(V x0, double *out) const {
+    LYR_INLINE void outputs(V x0, scalar *out) const {
         V a[Count], b[Count];
         unroll<Count>(LYR_LAMBDA(auto v) {
             a[v] = x0;
             b[v] = V::zero();
         });
-        const double *row = prime_roots<R>::table.rows[0] + 2 * W * First;
+        const scalar *row = prime_roots<R>::table.rows[0] + 2 * W * First;
         for (int j = 0; j < h; ++j, row += 2 * part) {
             const V s = V::repeat(sums + 2 * j), d = V::repeat(differences + 2 * j);
             unroll<Count>(LYR_LAMBDA(auto v) {
@@ -57,7 +57,7 @@ struct prime_transform {
         }
     }
 
-    LYR_INLINE void run(const double *in, double *out) {
+    LYR_INLINE void run(const scalar *in, scalar *out) {
         V total = V::zero();
         const V x0 = V::repeat(in);
         const vec1 first_input = vec1::load(in);
@@ -78,7 +78,7 @@ struct prime_transform {
 };
 
 template <class V, int R, int S>
-void transform_prime(const plan *, double *in, double *out, double *) {
+void transform_prime(const plan *, scalar *in, scalar *out, scalar *) {
     prime_transform<V, R, S> t;
     t.run(in, out);
 }

@@ -18,7 +18,7 @@ namespace {
 
 // exp(2 pi i m/N), 0 <= m < N, from the first octant.
 struct root {
-    double cosine, sine;
+    scalar cosine, sine;
 };
 template <int N>
 constexpr root root_of(int m) {
@@ -70,7 +70,7 @@ LYR_INLINE void real_forward(In in, Re re, Im im) {
         if constexpr (N >= 8) {
             unroll<N / 8 - 1>(LYR_LAMBDA(auto k0) {
                 constexpr int k = k0 + 1;
-                constexpr double c = octant<N>::cosine[k], t = octant<N>::tangent[k];
+                constexpr scalar c = octant<N>::cosine[k], t = octant<N>::tangent[k];
                 // s = (p(1 - it) + q(1 + it)), d = (q(1 + it) - p(1 - it)):
                 // X[k] = e[k] + cs, X[k + N/4] = e[k + N/4] + icd, and their mirror images.
                 const V pr = fma(p.re[k], p.im[k], t), pi = fma(p.im[k], p.re[k], -t);
@@ -122,7 +122,7 @@ LYR_INLINE void complex_backward(InRe in_re, InIm in_im, V (&re)[N], V (&im)[N])
             LYR_LAMBDA(auto j) { return in_im(index<(4 * j + N - 1) % N>{}); }, wr, wi);
         unroll<m>(LYR_LAMBDA(auto k) {
             V pr = ur[k], pi = ui[k], qr = wr[k], qi = wi[k];
-            double c = 1;
+            scalar c = 1;
             if constexpr (2 * k == m) {
                 pr = ur[k] - ui[k];
                 pi = ui[k] + ur[k];
@@ -130,14 +130,14 @@ LYR_INLINE void complex_backward(InRe in_re, InIm in_im, V (&re)[N], V (&im)[N])
                 qi = wi[k] - wr[k];
                 c = sqrt_half;
             } else if constexpr (k > 0 && 2 * k < m) {
-                constexpr double t = octant<N>::tangent[k];
+                constexpr scalar t = octant<N>::tangent[k];
                 pr = fma(ur[k], ui[k], -t);
                 pi = fma(ui[k], ur[k], t);
                 qr = fma(wr[k], wi[k], t);
                 qi = fma(wi[k], wr[k], -t);
                 c = octant<N>::cosine[k];
             } else if constexpr (k > 0) {
-                constexpr double t = octant<N>::tangent[m - k];
+                constexpr scalar t = octant<N>::tangent[m - k];
                 pr = fms(ui[k], ur[k], t);
                 pi = fma(ur[k], ui[k], t);
                 qr = fma(wi[k], wr[k], t);
@@ -201,18 +201,18 @@ LYR_INLINE void real_backward(InRe in_re, InIm in_im, Out out) {
             zr, zi);
         unroll<m>(LYR_LAMBDA(auto j) {
             V re = zr[j], im = zi[j];
-            double c = 1;
+            scalar c = 1;
             if constexpr (2 * j == m) {
                 re = zr[j] - zi[j];
                 im = zr[j] + zi[j];
                 c = sqrt_half;
             } else if constexpr (j > 0 && 2 * j < m) {
-                constexpr double t = octant<N>::tangent[j];
+                constexpr scalar t = octant<N>::tangent[j];
                 re = fma(zr[j], zi[j], -t);
                 im = fma(zi[j], zr[j], t);
                 c = octant<N>::cosine[j];
             } else if constexpr (j > 0) {
-                constexpr double t = octant<N>::tangent[m - j];
+                constexpr scalar t = octant<N>::tangent[m - j];
                 re = fms(zi[j], zr[j], t);
                 im = fma(zr[j], zi[j], t);
                 c = octant<N>::cosine[m - j];

@@ -11,16 +11,16 @@ using wide = real_vec<real_lanes>;
 
 // Real numbers next to each other, transform by transform.
 template <int N>
-LYR_INLINE bool are_lines(const double *R0, const double *R1, const int64_t *rs) {
+LYR_INLINE bool are_lines(const scalar *R0, const scalar *R1, const int64_t *rs) {
     return R1 - R0 == 1 && (N == 2 || rs[1] == 2);
 }
 // Spectra in half-complex order; spectra of neighbouring complex numbers.
 template <int N>
-LYR_INLINE bool are_half_complex(const double *Cr, const double *Ci, const int64_t *csr,
+LYR_INLINE bool are_half_complex(const scalar *Cr, const scalar *Ci, const int64_t *csr,
                                  const int64_t *csi) {
     return Ci - Cr == N && csr[1] == 1 && csi[1] == -1;
 }
-LYR_INLINE bool are_complex(const double *Cr, const double *Ci, const int64_t *csr,
+LYR_INLINE bool are_complex(const scalar *Cr, const scalar *Ci, const int64_t *csr,
                             const int64_t *csi) {
     return Ci - Cr == 1 && csr[1] == 2 && csi[1] == 2;
 }
@@ -36,16 +36,16 @@ enum class layout {
 };
 
 // A block of numbers that lie next to each other in each transform.
-LYR_INLINE void load_lines(wide (&block)[real_lanes], const double *p, int64_t step) {
+LYR_INLINE void load_lines(wide (&block)[real_lanes], const scalar *p, int64_t step) {
     unroll<real_lanes>(LYR_LAMBDA(auto l) { block[l] = wide::load(p + l * step); });
     transpose(block);
 }
-LYR_INLINE void store_lines(wide (&block)[real_lanes], double *p, int64_t step) {
+LYR_INLINE void store_lines(wide (&block)[real_lanes], scalar *p, int64_t step) {
     transpose(block);
     unroll<real_lanes>(LYR_LAMBDA(auto l) { block[l].store(p + l * step); });
 }
 template <int N>
-LYR_INLINE void load_all_lines(wide (&x)[N], const double *p, int64_t step) {
+LYR_INLINE void load_all_lines(wide (&x)[N], const scalar *p, int64_t step) {
     unroll<N / real_lanes>(LYR_LAMBDA(auto b) {
         wide block[real_lanes];
         load_lines(block, p + b * real_lanes, step);
@@ -53,7 +53,7 @@ LYR_INLINE void load_all_lines(wide (&x)[N], const double *p, int64_t step) {
     });
 }
 template <int N>
-LYR_INLINE void store_all_lines(const wide (&x)[N], double *p, int64_t step) {
+LYR_INLINE void store_all_lines(const wide (&x)[N], scalar *p, int64_t step) {
     unroll<N / real_lanes>(LYR_LAMBDA(auto b) {
         wide block[real_lanes];
         unroll<real_lanes>(LYR_LAMBDA(auto l) { block[l] = x[b * real_lanes + l]; });
@@ -65,19 +65,19 @@ LYR_INLINE void store_all_lines(const wide (&x)[N], double *p, int64_t step) {
 template <int N>
 struct batch_of_reals {
     static constexpr bool fills_vectors = N % real_lanes == 0;
-    double *R0, *R1;
+    scalar *R0, *R1;
     const int64_t *rs;
     int64_t step;
     layout how;
 
-    LYR_INLINE batch_of_reals(double *r0, double *r1, const int64_t *table, int64_t distance)
+    LYR_INLINE batch_of_reals(scalar *r0, scalar *r1, const int64_t *table, int64_t distance)
         : R0(r0), R1(r1), rs(table), step(distance), how(layout::scattered) {
         if (step == 1)
             how = layout::side_by_side;
         else if (fills_vectors && are_lines<N>(R0, R1, rs))
             how = layout::lines;
     }
-    LYR_INLINE double *at(int j) const { return (j % 2 ? R1 : R0) + rs[j / 2]; }
+    LYR_INLINE scalar *at(int j) const { return (j % 2 ? R1 : R0) + rs[j / 2]; }
 
     LYR_INLINE void load(wide (&x)[N]) const {
         if (how == layout::side_by_side) {
@@ -108,12 +108,12 @@ struct batch_of_reals {
 template <int N, bool Zeroed = false>
 struct batch_of_spectra {
     static constexpr bool fills_vectors = N % real_lanes == 0;
-    double *Cr, *Ci;
+    scalar *Cr, *Ci;
     const int64_t *csr, *csi;
     int64_t step;
     layout how;
 
-    LYR_INLINE batch_of_spectra(double *cr, double *ci, const int64_t *table_r,
+    LYR_INLINE batch_of_spectra(scalar *cr, scalar *ci, const int64_t *table_r,
                                 const int64_t *table_i, int64_t distance)
         : Cr(cr), Ci(ci), csr(table_r), csi(table_i), step(distance), how(layout::scattered) {
         if (step == 1)
@@ -126,7 +126,7 @@ struct batch_of_spectra {
             how = layout::lines;
     }
     // Where y[i] is.
-    LYR_INLINE double *at(int i) const { return i <= N / 2 ? Cr + csr[i] : Ci + csi[N - i]; }
+    LYR_INLINE scalar *at(int i) const { return i <= N / 2 ? Cr + csr[i] : Ci + csi[N - i]; }
 
     LYR_INLINE void load(wide (&y)[N]) const {
         if (how == layout::side_by_side) {
@@ -186,7 +186,7 @@ struct batch_of_spectra {
             unroll<N>(LYR_LAMBDA(auto i) { y[i].scatter(at(i), step); });
         if constexpr (Zeroed) zero_ends(real_lanes);
     }
-    LYR_INLINE static void store_end(double *c, wide re) {
+    LYR_INLINE static void store_end(scalar *c, wide re) {
         if constexpr (Zeroed)
             store_pairs(c, re, wide::zero());
         else
@@ -298,8 +298,8 @@ LYR_INLINE void backward_short(LYR_REAL_PARAMETERS) {
 
 // One vector of transforms that are 1 apart on both sides.
 template <int N>
-__attribute__((noinline)) void forward_across(const double *R0, const double *R1, double *Cr,
-                                              double *Ci, const int64_t *rs, const int64_t *csr,
+__attribute__((noinline)) void forward_across(const scalar *R0, const scalar *R1, scalar *Cr,
+                                              scalar *Ci, const int64_t *rs, const int64_t *csr,
                                               const int64_t *csi) {
     real_forward<N, wide>(
         LYR_LAMBDA(auto j) { return wide::load((j % 2 ? R1 : R0) + rs[j / 2]); },
@@ -307,8 +307,8 @@ __attribute__((noinline)) void forward_across(const double *R0, const double *R1
         LYR_LAMBDA(auto k, wide i) { i.store(Ci + csi[k]); });
 }
 template <int N>
-__attribute__((noinline)) void backward_across(double *R0, double *R1, const double *Cr,
-                                               const double *Ci, const int64_t *rs,
+__attribute__((noinline)) void backward_across(scalar *R0, scalar *R1, const scalar *Cr,
+                                               const scalar *Ci, const int64_t *rs,
                                                const int64_t *csr, const int64_t *csi) {
     real_backward<N, wide>(
         LYR_LAMBDA(auto k) { return wide::load(Cr + csr[k]); },
@@ -333,15 +333,15 @@ struct across_buffer {
         return t;
     }
     static constexpr tables of = make();
-    alignas(64) double x[N][real_lanes];
+    alignas(64) scalar x[N][real_lanes];
 
-    LYR_INLINE double *odd() { return x[1]; }
-    LYR_INLINE double *imaginary() { return x[0] + N * real_lanes; }
+    LYR_INLINE scalar *odd() { return x[1]; }
+    LYR_INLINE scalar *imaginary() { return x[0] + N * real_lanes; }
 };
 
 // `count` transforms, fewer than lanes, 1 apart: with the arithmetic of the others.
 template <int N>
-void forward_rest(double *R0, double *R1, double *Cr, double *Ci, const int64_t *rs,
+void forward_rest(scalar *R0, scalar *R1, scalar *Cr, scalar *Ci, const int64_t *rs,
                   const int64_t *csr, const int64_t *csi, uint64_t count) {
     across_buffer<N> in = {}, out;
     for (int j = 0; j < N; ++j)
@@ -353,7 +353,7 @@ void forward_rest(double *R0, double *R1, double *Cr, double *Ci, const int64_t 
             (k <= N / 2 ? Cr + csr[k] : Ci + csi[N - k])[l] = out.x[k][l];
 }
 template <int N>
-void backward_rest(double *R0, double *R1, const double *Cr, const double *Ci, const int64_t *rs,
+void backward_rest(scalar *R0, scalar *R1, const scalar *Cr, const scalar *Ci, const int64_t *rs,
                    const int64_t *csr, const int64_t *csi, uint64_t count, int64_t ivs) {
     across_buffer<N> in = {}, out;
     for (int k = 0; k < N; ++k)
@@ -368,7 +368,7 @@ void backward_rest(double *R0, double *R1, const double *Cr, const double *Ci, c
 
 // From neighbouring complex numbers of neighbouring transforms.
 template <int N>
-LYR_INLINE void backward_pairs(double *R0, double *R1, const double *Cr, const int64_t *rs,
+LYR_INLINE void backward_pairs(scalar *R0, scalar *R1, const scalar *Cr, const int64_t *rs,
                                const int64_t *csr) {
     across_buffer<N> in;
     wide::gather(Cr, 2).store(in.x[0]);
@@ -452,16 +452,16 @@ void r2c_many_zeroed_kernel(LYR_REAL_PARAMETERS) {
 
 // Instantiates the kernels of one power of two for the table.
 #define LYR_REAL_TYPES                                                                          \
-    (double *, double *, double *, double *, const int64_t *, const int64_t *, const int64_t *, \
+    (scalar *, scalar *, scalar *, scalar *, const int64_t *, const int64_t *, const int64_t *, \
      uint64_t, int64_t, int64_t)
 #define LYR_DEFINE_REAL(N)                                                  \
     namespace lyr::LYR_ISA {                                                \
     template void r2c_kernel<N> LYR_REAL_TYPES;                             \
     template void forward_kernel<N> LYR_REAL_TYPES;                         \
     template void backward_kernel<N> LYR_REAL_TYPES;                        \
-    template void r2c_unit<N>(const plan *, double *, double *, double *);  \
-    template void r2hc_unit<N>(const plan *, double *, double *, double *); \
-    template void dht_unit<N>(const plan *, double *, double *, double *);  \
-    template void c2r_unit<N>(const plan *, double *, double *, double *);  \
-    template void hc2r_unit<N>(const plan *, double *, double *, double *); \
+    template void r2c_unit<N>(const plan *, scalar *, scalar *, scalar *);  \
+    template void r2hc_unit<N>(const plan *, scalar *, scalar *, scalar *); \
+    template void dht_unit<N>(const plan *, scalar *, scalar *, scalar *);  \
+    template void c2r_unit<N>(const plan *, scalar *, scalar *, scalar *);  \
+    template void hc2r_unit<N>(const plan *, scalar *, scalar *, scalar *); \
     }

@@ -5,7 +5,7 @@
 
 // The parameters of a real_kernel.
 #define LYR_REAL_PARAMETERS                                                                \
-    double *R0, double *R1, double *Cr, double *Ci, const int64_t *rs, const int64_t *csr, \
+    scalar *R0, scalar *R1, scalar *Cr, scalar *Ci, const int64_t *rs, const int64_t *csr, \
         const int64_t *csi, [[maybe_unused]] uint64_t v, [[maybe_unused]] int64_t ivs,     \
         [[maybe_unused]] int64_t ovs
 
@@ -21,14 +21,14 @@ template <int N>
 void r2c_many_zeroed_kernel(LYR_REAL_PARAMETERS);
 
 template <int N>
-void r2c_unit(const plan *, double *in, double *out, double *);
+void r2c_unit(const plan *, scalar *in, scalar *out, scalar *);
 template <int N>
-void c2r_unit(const plan *, double *in, double *out, double *);
+void c2r_unit(const plan *, scalar *in, scalar *out, scalar *);
 template <int N>
-void r2hc_unit(const plan *, double *in, double *out, double *);
+void r2hc_unit(const plan *, scalar *in, scalar *out, scalar *);
 template <int N>
-void hc2r_unit(const plan *, double *in, double *out, double *);
+void hc2r_unit(const plan *, scalar *in, scalar *out, scalar *);
 template <int N>
-void dht_unit(const plan *, double *in, double *out, double *);
+void dht_unit(const plan *, scalar *in, scalar *out, scalar *);
 
 }  // namespace lyr::LYR_ISA

@@ -28,10 +28,15 @@ struct real_matrix {
         return half - vector * W < W ? half - vector * W : W;
     }
 
-    alignas(64) static constexpr double ones[] = {1, 0, 1, 0, 1, 0, 1, 0};
-    alignas(64) static constexpr double halves[] = {.5, 0, .5, 0, .5, 0, .5, 0};
-    alignas(64) static constexpr double alternating[] = {-1, 0, 1, 0, -1, 0, 1, 0};
-    alignas(64) static constexpr double half_alternating[] = {-.5, 0, .5, 0, -.5, 0, .5, 0};
+    // What the real number without a partner brings to the outputs: x and y in turns.
+    struct real_parts {
+        alignas(64) scalar of[2 * line_complex];
+        constexpr real_parts(scalar x, scalar y) : of() {
+            for (int64_t k = 0; k < line_complex; ++k) of[2 * k] = k % 2 == 0 ? x : y;
+        }
+    };
+    static constexpr real_parts ones{1, 1}, halves{.5, .5};
+    static constexpr real_parts alternating{-1, 1}, half_alternating{-.5, .5};
 
     // acc[v] becomes acc[v] plus the sum over j of term(j) times the coefficients of row j.
     template <class Term>
@@ -40,7 +45,7 @@ struct real_matrix {
         unroll<chains>(LYR_LAMBDA(auto c) {
             unroll<vectors>(LYR_LAMBDA(auto v) { more[c][v] = c == 0 ? acc[v] : V::zero(); });
         });
-        const double *row = real_roots<N>::table.rows[0];
+        const scalar *row = real_roots<N>::table.rows[0];
         const auto add = LYR_LAMBDA(auto c, int j) {
             const V t = term(j);
             unroll<vectors>(
@@ -56,10 +61,10 @@ struct real_matrix {
         });
     }
 
-    static void forward(const plan *, double *in, double *out, double *) {
+    static void forward(const plan *, scalar *in, scalar *out, scalar *) {
         // The inputs without a partner: x_0 + (-1)^k x_{N/2}.
-        V start = fma_parts(V::zero(), V::spread(in), ones);
-        if constexpr (even) start = fma_parts(start, V::spread(in + half), alternating);
+        V start = fma_parts(V::zero(), V::spread(in), ones.of);
+        if constexpr (even) start = fma_parts(start, V::spread(in + half), alternating.of);
         V acc[vectors], total = V::zero();
         unroll<vectors>(LYR_LAMBDA(auto v) { acc[v] = start; });
         multiply(
@@ -68,7 +73,7 @@ struct real_matrix {
                 total = total + t;
                 return t;
             });
-        double sum[2];
+        scalar sum[2];
         vec1 all = total.first_lane();
         all.store(sum);
         out[0] = (even ? in[0] + in[half] : in[0]) + sum[0];
@@ -79,10 +84,10 @@ struct real_matrix {
         if constexpr (even) out[2 * half + 1] = 0;
     }
 
-    static void backward(const plan *, double *in, double *out, double *) {
+    static void backward(const plan *, scalar *in, scalar *out, scalar *) {
         // Half of the result, which is doubled exactly.
-        V start = fma_parts(V::zero(), V::spread(in), halves);
-        if constexpr (even) start = fma_parts(start, V::spread(in + 2 * half), half_alternating);
+        V start = fma_parts(V::zero(), V::spread(in), halves.of);
+        if constexpr (even) start = fma_parts(start, V::spread(in + 2 * half), half_alternating.of);
         V acc[vectors], total = V::zero();
         unroll<vectors>(LYR_LAMBDA(auto v) { acc[v] = start; });
         multiply(
@@ -91,7 +96,7 @@ struct real_matrix {
                 total = total + t;
                 return t;
             });
-        double sum[2];
+        scalar sum[2];
         vec1 all = total.first_lane();
         all.store(sum);
         out[0] = (even ? in[0] + in[2 * half] : in[0]) + 2 * sum[0];

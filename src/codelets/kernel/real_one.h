@@ -7,7 +7,8 @@
 namespace lyr::LYR_ISA {
 namespace {
 
-constexpr int real_lanes = 2 * vec::lanes;
+// More would need transpositions of longer blocks than short transforms have numbers.
+constexpr int real_lanes = 2 * vec::lanes < 8 ? 2 * vec::lanes : 8;
 using inner = real_vec<(real_lanes < 4 ? real_lanes : 4)>;
 using one = real_vec<1>;
 
@@ -19,10 +20,10 @@ constexpr int shortest_inside = 32;
 
 // Arrays as in real_kernel.
 struct tabled_reals {
-    double *R0, *R1;
+    scalar *R0, *R1;
     const int64_t *rs;
 
-    LYR_INLINE double *at(int j) const { return (j % 2 ? R1 : R0) + rs[j / 2]; }
+    LYR_INLINE scalar *at(int j) const { return (j % 2 ? R1 : R0) + rs[j / 2]; }
     template <class V>
     LYR_INLINE V load(int j) const {
         return V::of_lanes(LYR_LAMBDA(int l) { return *at(j + l); });
@@ -35,7 +36,7 @@ struct tabled_reals {
 };
 
 struct unit_reals {
-    double *x;
+    scalar *x;
 
     template <class V>
     LYR_INLINE V load(int j) const {
@@ -51,7 +52,7 @@ struct unit_reals {
 // are zero are taken as such when loaded.
 template <int N>
 struct tabled_spectrum {
-    double *Cr, *Ci;
+    scalar *Cr, *Ci;
     const int64_t *csr, *csi;
 
     template <int Step, class V>
@@ -68,17 +69,17 @@ struct tabled_spectrum {
         re = V::of_lanes(LYR_LAMBDA(int l) { return Cr[csr[k + Step * l]]; });
         im = V::of_lanes(LYR_LAMBDA(int l) {
             const int f = k + Step * l;
-            return f != 0 && 2 * f != N ? Ci[csi[f]] : 0.0;
+            return f != 0 && 2 * f != N ? Ci[csi[f]] : scalar{0};
         });
     }
-    LYR_INLINE void store_one(int k, double re, double im) const {
+    LYR_INLINE void store_one(int k, scalar re, scalar im) const {
         Cr[csr[k]] = re;
         if (k != 0 && 2 * k != N) Ci[csi[k]] = im;
     }
-    LYR_INLINE double load_re(int k) const {
+    LYR_INLINE scalar load_re(int k) const {
         return Cr[csr[k]];
     }
-    LYR_INLINE double load_im(int k) const {
+    LYR_INLINE scalar load_im(int k) const {
         return Ci[csi[k]];
     }
 };
@@ -86,7 +87,7 @@ struct tabled_spectrum {
 // Interleaved complex numbers; zero imaginary parts are stored.
 template <int N>
 struct unit_complex {
-    double *c;
+    scalar *c;
 
     template <int Step, class V>
     LYR_INLINE void store(int k, V re, V im) const {
@@ -104,18 +105,18 @@ struct unit_complex {
             load_pairs_reversed(c + 2 * (k - V::lanes + 1), re, im);
         if (k == 0 || 2 * k == N) im.v[0] = 0;
     }
-    LYR_INLINE void store_one(int k, double re, double im) const {
+    LYR_INLINE void store_one(int k, scalar re, scalar im) const {
         c[2 * k] = re;
-        c[2 * k + 1] = k == 0 || 2 * k == N ? 0.0 : im;
+        c[2 * k + 1] = k == 0 || 2 * k == N ? scalar{0} : im;
     }
-    LYR_INLINE double load_re(int k) const { return c[2 * k]; }
-    LYR_INLINE double load_im(int k) const { return c[2 * k + 1]; }
+    LYR_INLINE scalar load_re(int k) const { return c[2 * k]; }
+    LYR_INLINE scalar load_im(int k) const { return c[2 * k + 1]; }
 };
 
 // Real part of X[k] at k, imaginary part at N - k.
 template <int N>
 struct half_complex {
-    double *h;
+    scalar *h;
 
     template <int Step, class V>
     LYR_INLINE void store(int k, V re, V im) const {
@@ -137,7 +138,7 @@ struct half_complex {
         if constexpr (Step > 0) {
             re = V::load(h + k);
             if (k == 0) {
-                im = V::of_lanes(LYR_LAMBDA(int l) { return l ? h[N - l] : 0.0; });
+                im = V::of_lanes(LYR_LAMBDA(int l) { return l ? h[N - l] : scalar{0}; });
             } else {
                 im = reversed(V::load(h + N - k - V::lanes + 1));
             }
@@ -147,14 +148,14 @@ struct half_complex {
             re = reversed(V::load(h + k - V::lanes + 1));
         }
     }
-    LYR_INLINE void store_one(int k, double re, double im) const {
+    LYR_INLINE void store_one(int k, scalar re, scalar im) const {
         h[k] = re;
         if (k != 0 && 2 * k != N) h[N - k] = im;
     }
-    LYR_INLINE double load_re(int k) const {
+    LYR_INLINE scalar load_re(int k) const {
         return h[k];
     }
-    LYR_INLINE double load_im(int k) const {
+    LYR_INLINE scalar load_im(int k) const {
         return h[N - k];
     }
 };
@@ -162,13 +163,13 @@ struct half_complex {
 // Hartley transforms: output k is Re X[k] - Im X[k], output N - k their sum.
 template <int N>
 struct hartley {
-    double *h;
+    scalar *h;
 
     template <int Step, class V>
     LYR_INLINE void store(int k, V re, V im) const {
         half_complex<N>{h}.template store<Step>(k, re - im, re + im);
     }
-    LYR_INLINE void store_one(int k, double re, double im) const {
+    LYR_INLINE void store_one(int k, scalar re, scalar im) const {
         h[k] = re;
         if (k == 0 || 2 * k == N) return;
         h[k] = re - im;
@@ -184,7 +185,7 @@ template <int N, int W>
 struct inside_twiddles {
     static constexpr int groups = N / W / 2 / W;
     struct pair {
-        double cosine[W], sine[W];
+        scalar cosine[W], sine[W];
     };
     pair of[groups][W - 1];
 };
@@ -248,7 +249,7 @@ LYR_INLINE void forward_inside(const Reals &in, const Spectrum &out) {
     if constexpr (W == 2) {
         out.store_one(M / 2, x.v[0], -x.v[1]);
     } else {
-        const double sum = x.v[1] + x.v[3], dif = x.v[1] - x.v[3];
+        const scalar sum = x.v[1] + x.v[3], dif = x.v[1] - x.v[3];
         const one a = {x.v[0]}, b = {x.v[2]};
         out.store_one(M / 2, fma(a, one{dif}, sqrt_half).v, -fma(b, one{sum}, sqrt_half).v);
         out.store_one(M / 2 + M, fma(a, one{dif}, -sqrt_half).v, fma(b, one{sum}, -sqrt_half).v);
@@ -305,9 +306,9 @@ LYR_INLINE void backward_inside(const Spectrum &in, const Reals &out) {
     if constexpr (W == 2) {
         re[M / 2].v = decltype(V::v){2 * in.load_re(M / 2), -2 * in.load_im(M / 2)};
     } else {
-        const double ar = in.load_re(M / 2), ai = in.load_im(M / 2);
-        const double br = in.load_re(M / 2 + M), bi = in.load_im(M / 2 + M);
-        constexpr double sqrt2 = 2 * sqrt_half;
+        const scalar ar = in.load_re(M / 2), ai = in.load_im(M / 2);
+        const scalar br = in.load_re(M / 2 + M), bi = in.load_im(M / 2 + M);
+        constexpr scalar sqrt2 = 2 * sqrt_half;
         re[M / 2].v = decltype(V::v){2 * (ar + br), sqrt2 * ((ar - br) - (ai + bi)), 2 * (bi - ai),
                                      -sqrt2 * ((ar - br) + (ai + bi))};
     }
@@ -358,23 +359,23 @@ void r2c_kernel(LYR_REAL_PARAMETERS) {
 }
 
 template <int N>
-void r2c_unit(const plan *, double *in, double *out, double *) {
+void r2c_unit(const plan *, scalar *in, scalar *out, scalar *) {
     forward_one<N>(unit_reals{in}, unit_complex<N>{out});
 }
 template <int N>
-void r2hc_unit(const plan *, double *in, double *out, double *) {
+void r2hc_unit(const plan *, scalar *in, scalar *out, scalar *) {
     forward_one<N>(unit_reals{in}, half_complex<N>{out});
 }
 template <int N>
-void dht_unit(const plan *, double *in, double *out, double *) {
+void dht_unit(const plan *, scalar *in, scalar *out, scalar *) {
     forward_one<N>(unit_reals{in}, hartley<N>{out});
 }
 template <int N>
-void c2r_unit(const plan *, double *in, double *out, double *) {
+void c2r_unit(const plan *, scalar *in, scalar *out, scalar *) {
     backward_one<N>(unit_complex<N>{in}, unit_reals{out});
 }
 template <int N>
-void hc2r_unit(const plan *, double *in, double *out, double *) {
+void hc2r_unit(const plan *, scalar *in, scalar *out, scalar *) {
     backward_one<N>(half_complex<N>{in}, unit_reals{out});
 }
 

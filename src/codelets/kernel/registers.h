@@ -19,14 +19,14 @@ namespace {
 template <int W, int A, int B, int S>
 struct register_twiddles {
     static constexpr int vectors = (B + W - 1) / W;
-    alignas(64) double numbers[vectors * (A - 1) * 4 * W] = {};
+    alignas(64) scalar numbers[vectors * (A - 1) * 4 * W] = {};
 
     constexpr register_twiddles() {
         for (int j = 0; j < B; ++j)
             for (int k = 1; k < A; ++k) {
                 const exact_root w = root_of_unity(S * j * k, A * B);
-                double *re = numbers + (j / W * (A - 1) + k - 1) * 4 * W + j % W * 2;
-                double *im = re + 2 * W;
+                scalar *re = numbers + (j / W * (A - 1) + k - 1) * 4 * W + j % W * 2;
+                scalar *im = re + 2 * W;
                 re[0] = re[1] = w.re;
                 im[0] = im[1] = w.im;
             }
@@ -39,14 +39,14 @@ constexpr register_twiddles<W, A, B, S> twiddles_of;
 // How outputs are stored: N numbers of a vector.
 struct store_as_usual {
     template <int N, class V>
-    LYR_INLINE static void put(V x, double *p) {
+    LYR_INLINE static void put(V x, scalar *p) {
         x.template store_first<N>(p);
     }
 };
 
 template <class V, int A, int B, int S, class Store = store_as_usual>
-LYR_INLINE void transform_in_registers(const double *in, double *out) {
-    const double *twiddles = twiddles_of<V::lanes, A, B, S>.numbers;
+LYR_INLINE void transform_in_registers(const scalar *in, scalar *out) {
+    const scalar *twiddles = twiddles_of<V::lanes, A, B, S>.numbers;
     constexpr int W = V::lanes;
     constexpr int column_vectors = (B + W - 1) / W, row_vectors = (A + W - 1) / W;
     V columns[column_vectors][row_vectors * W];
@@ -87,7 +87,7 @@ struct rows_columns {
     static constexpr int length = A * B;
 
     template <int S>
-    static void run(const plan *, double *in, double *out, double *) {
+    static void run(const plan *, scalar *in, scalar *out, scalar *) {
         if constexpr (A > 1) {
             transform_in_registers<V, A, B, S>(in, out);
         } else {

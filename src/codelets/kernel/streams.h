@@ -9,6 +9,8 @@
 namespace lyr::LYR_ISA {
 namespace {
 
+constexpr bool half_a_line = 2 * vec::lanes == line_complex;
+
 // The R inputs (or outputs) of a butterfly in memory, `step` complex numbers apart: a
 // pointer for every `accesses_per_pointer` of them and offsets of one, two, three.. steps. Few
 // pointers to advance, few registers, one instruction per access.
@@ -16,10 +18,10 @@ template <int R>
 struct stream {
     static constexpr int span = accesses_per_pointer;
     static constexpr int pointers = (R + span - 1) / span;
-    double *base[pointers];
-    int64_t offset[span];  // in doubles
+    scalar *base[pointers];
+    int64_t offset[span];  // in real numbers
 
-    LYR_INLINE stream(const double *p, int64_t step) {
+    LYR_INLINE stream(const scalar *p, int64_t step) {
         unroll<span>(LYR_LAMBDA(auto i) {
             offset[i] = 2 * i * step;
             // Opaque to the compiler, which would else keep a pointer per access and advance them
@@ -27,15 +29,15 @@ struct stream {
             if constexpr (i != 0 && (i != 2 || span > 4)) __asm__("" : "+r"(offset[i]));
         });
         unroll<pointers>(
-            LYR_LAMBDA(auto g) { base[g] = const_cast<double *>(p) + 2 * span * g * step; });
+            LYR_LAMBDA(auto g) { base[g] = const_cast<scalar *>(p) + 2 * span * g * step; });
     }
     // Elsewhere, with the steps of another stream.
-    LYR_INLINE stream(double *p, const stream &other) {
+    LYR_INLINE stream(scalar *p, const stream &other) {
         unroll<span>(LYR_LAMBDA(auto i) { offset[i] = other.offset[i]; });
         unroll<pointers>(LYR_LAMBDA(auto g) { base[g] = p + (other.base[g] - other.base[0]); });
     }
     template <int Q>
-    LYR_INLINE double *at(index<Q>) const {
+    LYR_INLINE scalar *at(index<Q>) const {
         constexpr int i = Q % span;
         return base[Q / span] + (i == 2 && span == 4 ? 2 * offset[1] : offset[i]);
     }
@@ -49,13 +51,13 @@ struct stream {
 template <int R>
 struct split_stream {
     static constexpr int span = accesses_per_pointer;
-    double *re;
+    scalar *re;
     int64_t im;    // bytes from a real part to its imaginary part
     int64_t jump;  // over `span` numbers
     int64_t offset[span];
 
-    LYR_INLINE split_stream(const double *real, const double *imag, int64_t step)
-        : re(const_cast<double *>(real)),
+    LYR_INLINE split_stream(const scalar *real, const scalar *imag, int64_t step)
+        : re(const_cast<scalar *>(real)),
           im(reinterpret_cast<intptr_t>(imag) - reinterpret_cast<intptr_t>(real)),
           jump(span * step) {
         unroll<span>(LYR_LAMBDA(auto i) {
@@ -66,9 +68,9 @@ struct split_stream {
     // Calls f(index<Q>, address of the real part, address of the imaginary part) for all Q.
     template <class F>
     LYR_INLINE void for_each(F &&f) const {
-        double *real = re;
+        scalar *real = re;
         unroll<(R + span - 1) / span>(LYR_LAMBDA(auto group) {
-            double *imag = reinterpret_cast<double *>(reinterpret_cast<intptr_t>(real) + im);
+            scalar *imag = reinterpret_cast<scalar *>(reinterpret_cast<intptr_t>(real) + im);
             __asm__("" : "+r"(imag));
             unroll<(R - group * span < span ? R - group * span : span)>(LYR_LAMBDA(auto i) {
                 const int64_t at = i == 2 && span == 4 ? 2 * offset[1] : offset[i];
@@ -85,7 +87,7 @@ struct split_stream {
 // complex numbers apart take more than half of the ways of the sets they fall into.
 template <int R>
 LYR_INLINE bool streams_collide(int64_t step) {
-    const int64_t bytes = 16 * step;
+    const int64_t bytes = complex_bytes * step;
     const int64_t power_of_two = bytes & -bytes;
     return power_of_two >= 4096 || R * power_of_two > 4 * 4096;
 }

@@ -11,39 +11,40 @@ namespace {
 // plain order.
 enum class table_order { rows, grouped };
 
-// Where the twiddles of one row are: the parts of that of input 1, and the distance (in doubles) to
+// Where the twiddles of one row are: the parts of that of input 1, and the distance to
 // the next input's.
 struct row_place {
-    const double *re, *im;
+    const scalar *re, *im;
     int64_t q_step;
 };
 
 template <int R>
-LYR_INLINE row_place plain_row(const double *table, int64_t row) {
-    const double *p = table + 2 * row * (R - 1);
+LYR_INLINE row_place plain_row(const scalar *table, int64_t row) {
+    const scalar *p = table + 2 * row * (R - 1);
     return {p, p + 1, 2};
 }
 
 template <int R>
-constexpr int64_t ready_row_doubles = 4 * vec::lanes *(R - 1);
+constexpr int64_t ready_row_numbers = 4 * vec::lanes *(R - 1);
 
 template <int R>
-LYR_INLINE row_place ready_row(const double *table, int64_t row) {
-    const double *p = table + row * ready_row_doubles<R>;
+LYR_INLINE row_place ready_row(const scalar *table, int64_t row) {
+    const scalar *p = table + row * ready_row_numbers<R>;
     return {p, p + 2 * vec::lanes, 4 * vec::lanes};
 }
 
-template <int R, table_order Order>
-LYR_INLINE row_place row_in_table(const double *table, int64_t row, int64_t rows) {
+template <int R>
+LYR_INLINE row_place row_in_table(table_order order, const scalar *table, int64_t row,
+                                  int64_t rows) {
     constexpr int64_t W = vec::lanes;
     if constexpr (W == 1) return plain_row<R>(table, row);
-    if constexpr (Order == table_order::rows)
+    if (order == table_order::rows)
         return has_ready_rows(W, R, rows) ? ready_row<R>(table, row) : plain_row<R>(table, row);
     const bool plain = has_plain_groups(W, R, rows);
-    const int64_t group_doubles = (plain ? 2 : 4) * W * (R - 1);
+    const int64_t group_numbers = (plain ? 2 : 4) * W * (R - 1);
     const int64_t grouped = rows & -W;
-    if (row >= grouped) return plain_row<R>(table + grouped / W * group_doubles, row - grouped);
-    const double *p = table + row / W * group_doubles + 2 * (row % W);
+    if (row >= grouped) return plain_row<R>(table + grouped / W * group_numbers, row - grouped);
+    const scalar *p = table + row / W * group_numbers + 2 * (row % W);
     if (plain) return {p, p + 1, 2 * W};
     return {p, p + 2 * W, 4 * W};
 }
@@ -72,7 +73,7 @@ struct row_twiddles {
 // number is one load.
 template <int R, class V>
 struct row_twiddles_in_memory {
-    const double *p;
+    const scalar *p;
 
     LYR_INLINE row_twiddles_in_memory(const row_place &at) : p(at.re) {}
     LYR_INLINE void begin_butterfly() { __asm__("" : "+r"(p)); }  // no hoisting to the stack
@@ -88,7 +89,7 @@ struct row_twiddles_in_memory {
 // Ready vectors, used where they lie.
 template <int R>
 struct ready_twiddles {
-    const double *p;
+    const scalar *p;
 
     LYR_INLINE void begin_butterfly() { __asm__("" : "+r"(p)); }
     template <int Q>

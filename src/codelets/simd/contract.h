@@ -1,8 +1,7 @@
 // What a vector target provides. A vector holds `lanes` whole complex numbers (real, imaginary).
 //
-//   load(p) store(p)              contiguous complex numbers, any alignment of doubles
-//   gather(p, s) scatter(p, s)    lanes s doubles apart
-//   gather_pair(p, s, a, b)       a = gather(p, s), b = gather(p + 2, s) (vectors of four)
+//   load(p) store(p)              contiguous complex numbers, any alignment of real ones
+//   gather(p, s) scatter(p, s)    lanes s real numbers apart
 //   a + b   a - b
 //   add_i(a, b)   sub_i(a, b)     a + ib, a - ib: the primitive rotations; a bare "times i" would
 //                                 cost an instruction more on every target
@@ -13,7 +12,6 @@
 //   tw_lanes(p)                   a twiddle factor per lane: for one lane a complex number, else
 //                                 every real part twice, then every imaginary part twice
 //   tw_plain(p)                   a twiddle factor per lane, plain complex numbers
-//   tw_gather(p, s)               the same, s doubles apart (vectors of two)
 //   cmul(a, w)                    a*w
 //   reversed(a)                   the lanes in opposite order
 //   add_conj(a, b) sub_conj(a, b) a + conj(b), a - conj(b)
@@ -29,27 +27,34 @@
 //
 // Vectors of several lanes also have
 //
+//   V::half                       the vector of half as many lanes, in the end vec1
+//   V::gathers_pairs              whether there is
+//     gather_pair(p, s, a, b)     a = gather(p, s), b = gather(p + 2, s), which is quicker
+//   tw_gather(p, s)               a twiddle factor per lane, plain ones s real numbers apart
+//                                 (not all that are native)
 //   load_first<N>(p) store_first<N>(p)
 //                                 N of the lanes; loaded ones are followed by zeros
-//   store_far(p)                  past the caches; p is aligned to the vector's size.
-//                                 V::finish_far() when all is stored
+//   load_part(p, n) store_part(p, n)
+//                                 the same for 0 < n < lanes known late, where that is as quick as
+//                                 a whole vector; otherwise there are none (has_parts)
+//   store_far(p)                  past the caches, where the processor has such stores; p is
+//   aligned
+//                                 to the vector's size. V::finish_far() when all is stored
 //   zero()   repeat(p)            the complex number at p in all lanes
 //   spread(p)   first_lane(a)     the real number at p in all parts; lane 0
-//   transpose(x)                  an array of `lanes` vectors: number j of vector i becomes number
-//   i
-//                                 of vector j
+//   transpose(x)                  an array of `lanes` vectors: number j of vector i becomes
+//                                 number i of vector j
 //   reversed_first<N>(a)          the first N lanes in opposite order; the others are undefined
 //   exchanged(a)                  real and imaginary parts in each other's places
 //   fma_parts(a, b, p)            a + b with each part multiplied by the number at its place from p
 //   lane_sum(a)                   the sum of the lanes, one complex number
 //   V::sum_and_difference(p, q)   the numbers *p + *q (real part) and *p - *q in all lanes
 //   store_mirrored<N>(p, q)       of the first N lanes real plus imaginary part to p, and real
-//   minus
-//                                 imaginary part to q in opposite order
+//                                 minus imaginary part to q in opposite order
 //
-// Targets define `vec` (native width), `vec1` (one complex number) and `vec_half` (half of vec, at
-// least vec1), and `accesses_per_pointer`: how many steps from a pointer addressing reaches with
-// registers to spare (see stream).
+// Targets define `vec` (native width), `vec1` (one complex number), and `accesses_per_pointer`: how
+// many steps from a pointer addressing reaches with registers to spare (see stream). Each precision
+// has a header for each target.
 // Everything is inlined, and nothing but intrinsics and compiler vectors is used: a
 // function that the linker could share with another translation unit must not be compiled for a
 // special processor.
@@ -57,12 +62,14 @@
 
 #include <cstdint>
 
+#include "precision.h"
+
 #define LYR_INLINE __attribute__((always_inline)) inline
 
 namespace lyr {
 
 template <class V>
-concept complex_vec = requires(V a, typename V::tw w, const double *p, double *q, int64_t s) {
+concept complex_vec = requires(V a, typename V::tw w, const scalar *p, scalar *q, int64_t s) {
     {V::lanes};
     {V::load(p)};
     {V::gather(p, s)};
@@ -75,14 +82,14 @@ concept complex_vec = requires(V a, typename V::tw w, const double *p, double *q
     {a - a};
     {add_i(a, a)};
     {sub_i(a, a)};
-    {scale(a, 1.0)};
-    {fma(a, a, 1.0)};
-    {fma_i(a, a, 1.0)};
+    {scale(a, scalar{1})};
+    {fma(a, a, scalar{1})};
+    {fma_i(a, a, scalar{1})};
     {cmul(a, w)};
     {reversed(a)};
     {add_conj(a, a)};
     {sub_conj(a, a)};
-    {scale_conj(a, 1.0)};
+    {scale_conj(a, scalar{1})};
     twist(a, a, w, a, a);
     twist_back(a, a, w, a, a);
     {V::join(q, p, p)};
@@ -91,5 +98,35 @@ concept complex_vec = requires(V a, typename V::tw w, const double *p, double *q
     a.store_split(q, q);
     a.store_split_alternating(p, q, q);
 };
+
+template <class V>
+concept has_far_stores = requires(V a, scalar *q) {
+    a.store_far(q);
+    V::finish_far();
+};
+template <class V>
+concept has_parts = requires(V a, const scalar *p, scalar *q, int64_t n) {
+    {V::load_part(p, n)};
+    a.store_part(q, n);
+};
+
+// Calls run(vector type, count) for the vectors V and, as long as something is left over, for those
+// of half as many lanes; run returns what is left.
+template <class V>
+struct vector_type {
+    using type = V;
+};
+template <class T>
+using vector_of = typename T::type;
+template <class V, class F>
+LYR_INLINE void in_vectors(int64_t count, F &&run) {
+    count = run(vector_type<V>{}, count);
+    if constexpr (V::lanes > 1) in_vectors<typename V::half>(count, static_cast<F &&>(run));
+}
+// The same without V itself.
+template <class V, class F>
+LYR_INLINE void in_narrower_vectors(int64_t count, F &&run) {
+    if constexpr (V::lanes > 1) in_vectors<typename V::half>(count, static_cast<F &&>(run));
+}
 
 }  // namespace lyr

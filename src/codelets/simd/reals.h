@@ -12,11 +12,11 @@ inline constexpr int widest = 2 * vec::lanes;
 
 template <int W>
 struct real_vector {
-    typedef double type __attribute__((vector_size(8 * W)));
+    typedef scalar type __attribute__((vector_size(scalar_bytes * W)));
 };
 template <>
 struct real_vector<1> {
-    typedef double type;
+    typedef scalar type;
 };
 template <int W>
 using reals = typename real_vector<W>::type;
@@ -37,13 +37,13 @@ struct count_to<0, I...> {
 };
 
 template <int W>
-LYR_INLINE reals<W> load(const double *p) {
+LYR_INLINE reals<W> load(const scalar *p) {
     reals<W> v;
     __builtin_memcpy(&v, p, sizeof v);
     return v;
 }
 template <int W>
-LYR_INLINE void store(double *p, reals<W> v) {
+LYR_INLINE void store(scalar *p, reals<W> v) {
     __builtin_memcpy(p, &v, sizeof v);
 }
 
@@ -73,29 +73,45 @@ LYR_INLINE reals<W> reversed(reals<W> v) {
 
 // The W numbers that end at p, last one first.
 template <int W>
-LYR_INLINE reals<W> load_down(const double *p) {
+LYR_INLINE reals<W> load_down(const scalar *p) {
     return reversed<W>(load<W>(p - (W - 1)));
 }
 template <int W>
-LYR_INLINE void store_down(double *p, reals<W> v) {
+LYR_INLINE void store_down(scalar *p, reals<W> v) {
     store<W>(p - (W - 1), reversed<W>(v));
 }
 
-// Four numbers, two from p and two from q: a load and an insertion from memory, no shuffle.
-template <int W>
-LYR_INLINE reals<W> load_halves(const double *p, const double *q) {
-    return __builtin_shufflevector(load<W / 2>(p), load<W / 2>(q), 0, 1, 2, 3);
+template <class Whole, class V, int... I>
+LYR_INLINE Whole shuffle_joined(V lower, V upper, indices<I...>) {
+    return __builtin_shufflevector(lower, upper, I...);
 }
+
+// W numbers, half of them from p and half from q: a load and an insertion from memory, no shuffle.
+template <int W>
+LYR_INLINE reals<W> load_halves(const scalar *p, const scalar *q) {
+    return shuffle_joined<reals<W>>(load<W / 2>(p), load<W / 2>(q), typename count_to<W>::type{});
+}
+// Two vectors of pairs in two halves, parted: first or second members, pairs in the order of the
+// halves of x, then those of y, within each 128 bits. Such shuffles stay within 128 bits.
+template <int first, class V, int... I>
+LYR_INLINE V shuffle_members(V x, V y, indices<I...>) {
+    constexpr int W = sizeof...(I), part = 16 / scalar_bytes;  // numbers of 128 bits
+    return __builtin_shufflevector(
+        x, y, (I / part * part + I % (part / 2) * 2 + I % part / (part / 2) * W + first)...);
+}
+// Vectors of 256 bits.
+template <int W>
+constexpr bool has_halves = W *scalar_bytes == 32;
 
 // W pairs from p on: first and second members.
 template <int W>
-LYR_INLINE real_pair<W> load_pairs(const double *p) {
+LYR_INLINE real_pair<W> load_pairs(const scalar *p) {
     if constexpr (W == 1) {
         return {p[0], p[1]};
-    } else if constexpr (W == 4) {
-        const reals<4> x = load_halves<W>(p, p + 4), y = load_halves<W>(p + 2, p + 6);
-        return {__builtin_shufflevector(x, y, 0, 4, 2, 6),
-                __builtin_shufflevector(x, y, 1, 5, 3, 7)};
+    } else if constexpr (has_halves<W>) {
+        const reals<W> x = load_halves<W>(p, p + W), y = load_halves<W>(p + W / 2, p + W + W / 2);
+        const typename count_to<W>::type all;
+        return {shuffle_members<0>(x, y, all), shuffle_members<1>(x, y, all)};
     } else {
         const reals<W> lower = load<W>(p), upper = load<W>(p + W);
         const typename count_to<W>::type all;
@@ -104,10 +120,10 @@ LYR_INLINE real_pair<W> load_pairs(const double *p) {
 }
 // The W pairs that end with the one at p, last one first.
 template <int W>
-LYR_INLINE real_pair<W> load_pairs_down(const double *p) {
+LYR_INLINE real_pair<W> load_pairs_down(const scalar *p) {
     if constexpr (W == 1) {
         return {p[0], p[1]};
-    } else if constexpr (W == 4) {
+    } else if constexpr (has_halves<W> && W == 4) {
         const reals<4> x = load_halves<W>(p, p - 4), y = load_halves<W>(p - 2, p - 6);
         return {__builtin_shufflevector(x, y, 0, 4, 2, 6),
                 __builtin_shufflevector(x, y, 1, 5, 3, 7)};
@@ -119,7 +135,7 @@ LYR_INLINE real_pair<W> load_pairs_down(const double *p) {
     }
 }
 template <int W>
-LYR_INLINE void store_pairs(double *p, reals<W> a, reals<W> b) {
+LYR_INLINE void store_pairs(scalar *p, reals<W> a, reals<W> b) {
     if constexpr (W == 1) {
         p[0] = a;
         p[1] = b;
@@ -132,7 +148,7 @@ LYR_INLINE void store_pairs(double *p, reals<W> a, reals<W> b) {
 
 // To the W pairs that end with the one at p, last one first.
 template <int W>
-LYR_INLINE void store_pairs_down(double *p, reals<W> a, reals<W> b) {
+LYR_INLINE void store_pairs_down(scalar *p, reals<W> a, reals<W> b) {
     store_pairs<W>(p - 2 * (W - 1), reversed<W>(a), reversed<W>(b));
 }
 

@@ -102,6 +102,8 @@ LYR_INLINE void twist_back(vec1 e, vec1 d, vec1::tw w, vec1 &a, vec1 &b) {
 
 struct vec2 {
     static constexpr int lanes = 2;
+    static constexpr bool gathers_pairs = false;
+    using half = vec1;
     __m256d v;
     struct tw {
         __m256d re, im;
@@ -275,7 +277,6 @@ constexpr int accesses_per_pointer = 4;
 
 #ifndef LYR_WIDER_THAN_AVX2
 using vec = vec2;
-using vec_half = vec1;
 #endif
 
 }  // namespace

@@ -24,6 +24,8 @@ LYR_INLINE void store_reals(double *p, __m256d a) {
 
 struct vec4 {
     static constexpr int lanes = 4;
+    static constexpr bool gathers_pairs = true;
+    using half = vec2;
     __m512d v;
     struct tw {
         __m512d re, im;
@@ -126,7 +128,6 @@ struct vec4 {
     }
 };
 using vec = vec4;
-using vec_half = vec2;
 
 LYR_INLINE __m512d swapped(vec4 a) {
     return _mm512_permute_pd(a.v, 0x55);

@@ -48,7 +48,6 @@ struct vec1 {
     }
 };
 using vec = vec1;
-using vec_half = vec1;
 constexpr int accesses_per_pointer = 8;
 
 LYR_INLINE double2 swapped(vec1 a) {

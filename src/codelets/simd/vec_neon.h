@@ -44,7 +44,6 @@ struct vec1 {
     }
 };
 using vec = vec1;
-using vec_half = vec1;
 constexpr int accesses_per_pointer = 8;
 
 LYR_INLINE vec1 operator+(vec1 a, vec1 b) {
