@@ -336,7 +336,8 @@ TEST(real_codelets, single_ones_read_no_batch) {
             const auto rs = multiples(2, n);
             table->reals->r2c[n - 1](x.data(), x.data() + 1, c.data(), c.data() + 1, rs.data(),
                                      rs.data(), rs.data(), 0, INT64_MAX, INT64_MIN);
-            EXPECT_NEAR(c[0], static_cast<double>(s.want_y[0]), 0x1p10 * roundoff) << n << table->name;
+            EXPECT_NEAR(c[0], static_cast<double>(s.want_y[0]), 0x1p10 * roundoff)
+                << n << table->name;
         }
 }
 
