@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "precision.h"
 #include "problem.h"
 #include "r2r_formula.h"
 
