@@ -74,7 +74,7 @@ PARAMETERS = {
 
 def sentence(name):
     """What a constructor or an execution function does; empty for others."""
-    name = name.lower().removeprefix("lyr_fft_")
+    name = name.lower().removeprefix("lyr_fft_").removeprefix("lyr_fftf_")
     found = re.fullmatch(r"(plan|execute)_(many_|guru64_|guru_|)(split_|)"
                          r"(dft|dft_r2c|dft_c2r|r2r)(_[123]d|)", name)
     if not found:
@@ -219,7 +219,9 @@ def fortran_module(text):
         found = re.match(r"( *)(?:subroutine|function) (\w+)\(", line)
         if found:
             said = sentence(found[2]) or "As in C."
-            yield f"{found[1]}!> {said} See ::{found[2]} in lyr_fft.h."
+            twin = found[2].replace("lyr_fftf_", "lyr_fft_").replace("LFFTFGet", "LFFTGet")
+            single = " In single precision." if twin != found[2] else ""
+            yield f"{found[1]}!> {said}{single} See ::{twin} in lyr_fft.h."
         elif re.match(r" *(type, bind|integer\(c_int\), parameter|character\(len)", line):
             yield "    !> As in lyr_fft.h."
         elif re.match(r"        \w+(\(.*\))? :: \w+(\(\d+\))?$", line):

@@ -419,13 +419,16 @@ class basic_split_c2r_plan : public detail::owned<Real> {
     }
 };
 
-// The kinds of plans in either precision, and the names of those in double precision.
+// Complex to complex, in the precision of Real.
 template <class Real>
 using basic_dft_plan = plan<std::complex<Real>, std::complex<Real>>;
+// Real to complex, in the precision of Real.
 template <class Real>
 using basic_r2c_plan = plan<Real, std::complex<Real>>;
+// Complex to real, in the precision of Real.
 template <class Real>
 using basic_c2r_plan = plan<std::complex<Real>, Real>;
+// Real to real, in the precision of Real.
 template <class Real>
 using basic_r2r_plan = plan<Real, Real>;
 

@@ -57,9 +57,9 @@ def check_tutorial(docs, settings):
     with tempfile.TemporaryDirectory() as folder:
         bin_folder = Path(folder) / "bin"
         bin_folder.mkdir()
-        include = " ".join(f"-I{folder}" for folder in settings["include"].split(":"))
-        write_compiler(bin_folder / "cc", settings["cc"], settings, include)
-        write_compiler(bin_folder / "c++", settings["cxx"], settings, include)
+        include = [f"-I{path}" for path in settings["include"].split(":")]
+        write_compiler(bin_folder / "cc", settings["cc"], settings, *include)
+        write_compiler(bin_folder / "c++", settings["cxx"], settings, *include)
         write_compiler(bin_folder / "gfortran", settings["fc"], settings)
         environment = dict(os.environ, PATH=f"{bin_folder}:{os.environ['PATH']}",
                            LD_LIBRARY_PATH=settings["library"], LYRA_MODULES=settings["modules"])

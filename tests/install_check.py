@@ -77,6 +77,8 @@ def check_files(settings, folder):
               "**/lyra-fftw3/liblyra_fftw3.so.3", "**/lyra-fftw3/libfftw3.so.3",
               "**/lyra-fftw3/libfftw3_threads.so.3", "**/lyra-fftw3/libfftw3_omp.so.3",
               "**/cmake/lyra_fft/lyra_fft-fortran.cmake", "share/man/man3/lyr_fft.3.gz"]
+    wanted += [f"**/lyra-fftw3/{name}.so.3" for name in (
+        "liblyra_fftw3f", "libfftw3f", "libfftw3f_threads", "libfftw3f_omp")]
     wanted += ["include/lyr_fftf.h", "**/libLYRA_fftf.so", "**/libLYRA_fftf.so.2",
                f"**/libLYRA_fftf.so.{VERSION}", "**/libLYRA_fftf.a", "**/pkgconfig/lyra_fftf.pc"]
     if settings["fc"]:

@@ -26,8 +26,12 @@ std::atomic<bool> no_memory = false;
 
 // The linker puts these in the library's way.
 extern "C" {
+void *__real_malloc(size_t bytes);
 void *__real_calloc(size_t count, size_t bytes);
 
+void *__wrap_malloc(size_t bytes) {
+    return no_memory ? nullptr : __real_malloc(bytes);
+}
 void *__wrap_calloc(size_t count, size_t bytes) {
     return no_memory ? nullptr : __real_calloc(count, bytes);
 }
@@ -130,8 +134,8 @@ constexpr const char *shared_problems[] = {"ocf1*5",
                                            "ok60e10:2:2",
                                            "ok61e10:2:2"};
 constexpr const char *shared_on_threads[] = {"ocf64*100",  "ocf16384",    "icb60*50i",
-                                             "orf1000*17", "orb40x50",    "irf65536",
-                                             "oscf48x48",  "ocf1001*20i", "irb65536"};
+                                             "orf1000*17", "orb40x50",    "irf131072",
+                                             "oscf48x48",  "ocf1001*20i", "irb131072"};
 
 void collect_executors(const lyr::plan *p, std::set<std::string> &names) {
     names.insert(p->execute_name);

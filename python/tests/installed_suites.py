@@ -31,7 +31,9 @@ EXCEPTIONS = [
     ("functions", r"TestIfftn::test_definition", "may fail",
      "compares two ways to compute the same number by number, to 2000 units in the last place, also "
      "numbers that are nearly zero"),
-    ("numpy", r"test_fft_with_order", "may fail",
+    ("functions", r"(test_definition|test_dst4_definition_ortho)\[.*float32\]", "may fail",
+     "compares single precision to as many decimals as it has"),
+    ("(numpy|functions|backend)", r"test_fft_with_order", "may fail",
      "compares results of two memory layouts to 25 units in the last place; ours are transformed by "
      "different plans"),
 ]
@@ -67,7 +69,7 @@ def pytest_collection_modifyitems(items):
     for item in items:
         name = f"{item.path}::{item.nodeid.partition('::')[2]}"
         does = [(what, reason) for suite, expression, what, reason in EXCEPTIONS
-                if suite == SUITE and re.search(expression, name)]
+                if re.fullmatch(suite, SUITE) and re.search(expression, name)]
         for what, reason in does[:1]:
             if what != "left out":
                 item.add_marker(pytest.mark.xfail(reason=reason, strict=False))

@@ -13,7 +13,6 @@ namespace {
 // Side by side, blocks and the scratch of their walk stay in a part of the second-level cache.
 constexpr int64_t side_by_side_bytes = 256 << 10;
 constexpr int64_t line = line_complex;
-constexpr int64_t most_width = 32;  // more neighbours gain nothing
 
 struct bookkeeping {       // in solver_words
     convolution *of_plan;  // in aux
@@ -70,7 +69,7 @@ int64_t choose_width(int64_t M, int64_t m, bool side_by_side) {
     if (side_by_side) {
         width = side_by_side_bytes / 8 / (complex_bytes * M) / line * line;
         if (width < line) width = line;
-        if (width > most_width) width = most_width;
+        if (width > most_blocks) width = most_blocks;
     }
     return width < m ? width : m;
 }

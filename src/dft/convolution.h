@@ -15,6 +15,9 @@ namespace lyr {
 
 // `width` transforms of length p: element q of block j is in[q*in_step + j*in_lane], output k goes
 // to out[k*out_step + j*out_lane] (complex numbers). out may be in when the steps are the same.
+// Blocks that run at a time: side by side at most so many, more gain nothing; else those of a line.
+inline constexpr int64_t most_blocks = 32, blocks_one_by_one = line_complex;
+
 struct convolution_blocks {
     const scalar *in;
     int64_t in_step, in_lane;

@@ -27,7 +27,7 @@ void copy_number(scalar *to, const scalar *from) {
 void run_side_by_side(const plan *p, const convolution *c, const convolution_blocks &at,
                       scalar *vectors) {
     const int64_t w = at.width, M = c->M;
-    scalar first[2 * 32] = {};
+    scalar first[2 * most_blocks] = {};
     for (int64_t j = 0; j < w; ++j) copy_number(first + 2 * j, at.in + 2 * j * at.in_lane);
     for (int64_t k = 0; k < M; ++k) {
         const scalar *from = at.in + 2 * at.in_step * c->powers[k];
@@ -50,7 +50,7 @@ void run_side_by_side(const plan *p, const convolution *c, const convolution_blo
 void run_one_by_one(const plan *p, const convolution *c, const convolution_blocks &at,
                     scalar *vectors) {
     const int64_t M = c->M;
-    scalar first[2 * 4] = {};
+    scalar first[2 * blocks_one_by_one] = {};
     for (int64_t j = 0; j < at.width; ++j) copy_number(first + 2 * j, at.in + 2 * j * at.in_lane);
     if (at.width == 1 && at.in_step == 1) {
         for (int64_t k = 0; k < M; ++k)
