@@ -49,6 +49,7 @@ int run_program(const std::vector<std::string> &words, bool report, bool preload
         put_first("LD_LIBRARY_PATH", folder);
     if (report) setenv("LYRA_FFTW3_REPORT", "1", 1);
     std::vector<char *> arguments;
+    arguments.reserve(words.size() + 1);
     for (const std::string &word : words) arguments.push_back(const_cast<char *>(word.c_str()));
     arguments.push_back(nullptr);
     execvp(arguments[0], arguments.data());
