@@ -188,7 +188,8 @@ TEST(real, passes_in_ranges) {
     for (const lyr::codelet_table *table : all_tables())
         for (const int64_t h : {2, 3, 4, 7, 8, 15, 16, 17, 33, 64, 2100}) {
             const bool two_levels = h > lyr::real_pass_block;
-            std::vector<scalar> twiddles(2 * std::max(h, lyr::real_pass_block)), turns(2 * h);
+            const auto room = static_cast<size_t>(2 * std::max(h, lyr::real_pass_block));
+            std::vector<scalar> twiddles(room), turns(room);
             if (two_levels)
                 lyr::fill_turned_twiddles(twiddles.data(), turns.data(), h, -1);
             else
