@@ -15,6 +15,7 @@
 #include <thread>
 #include <vector>
 
+#include "codelets/select.h"
 #include "planner/scratch.h"
 #include "support.h"
 
@@ -247,8 +248,13 @@ TEST(sharing, every_executor) {
                              "execute_split_rows",
                              "execute_split_stages",
                              "execute_type1_halves",
-                             "execute_type4_odd"})
-        EXPECT_EQ(executors.count(name), 1u) << name;
+                             "execute_type4_odd"}) {
+        // Vectors of one number transform nothing in registers.
+        const bool has_units = lyr::active_table()->lanes > 1;
+        if (has_units || std::string(name) != "execute_many_far_units") {
+            EXPECT_EQ(executors.count(name), 1u) << name;
+        }
+    }
 }
 
 // Columns of prime length, rows of half a spectrum apart: execute_bufferization. The rows lie on
