@@ -31,6 +31,7 @@
 namespace {
 
 using list = std::vector<int64_t>;
+using lyr::scalar;
 
 // ---- Timing -------------------------------------------------------------------------------------
 
@@ -118,12 +119,12 @@ struct run {
     ~run() { lyr::plan_clear(&p); }
     run(const run &) = delete;
 
-    double time(const double *in, double *work, double *out) const {
+    double time(const scalar *in, scalar *work, scalar *out) const {
         const auto start = std::chrono::steady_clock::now();
         for (long i = 0; i < repeats; ++i) {
-            const double *from = in;
+            const scalar *from = in;
             for (int64_t s = 0; s < list.count; ++s) {
-                double *to = (list.count - 1 - s) % 2 == 0 ? out : work;
+                scalar *to = (list.count - 1 - s) % 2 == 0 ? out : work;
                 list.stages[s].codelet(list.stages + s, from, to);
                 from = to;
             }
@@ -141,15 +142,15 @@ std::string text_of(const list &factors) {
 
 // Arrays at offsets from a page that do not slow each other down.
 struct arrays {
-    double *block, *in, *work, *out;
+    scalar *block, *in, *work, *out;
     explicit arrays(int64_t n) {
-        const size_t bytes = (static_cast<size_t>(n) * 16 + 8191) / 4096 * 4096;
-        block = static_cast<double *>(std::aligned_alloc(4096, 3 * bytes));
+        const size_t bytes = (static_cast<size_t>(n * lyr::complex_bytes) + 8191) / 4096 * 4096;
+        block = static_cast<scalar *>(std::aligned_alloc(4096, 3 * bytes));
         if (!block) std::exit(1);
-        std::fill_n(block, 3 * bytes / 8, 1e-3);
+        std::fill_n(block, 3 * bytes / sizeof(scalar), static_cast<scalar>(1e-3));
         in = block;
-        work = block + bytes / 8 + 1536 / 8;
-        out = block + 2 * bytes / 8 + 2112 / 8;
+        work = block + (bytes + 1536) / sizeof(scalar);
+        out = block + (2 * bytes + 2112) / sizeof(scalar);
     }
     ~arrays() { std::free(block); }
     arrays(const arrays &) = delete;
@@ -221,7 +222,7 @@ std::map<std::string, std::vector<timing>> read_times() {
 int64_t lanes_of(const std::string &target) {
     for (const lyr::codelet_table *const *t = lyr::supported_tables(); *t; ++t)
         if (target == (*t)->name) return (*t)->lanes;
-    return target == "avx512" ? 4 : 2;
+    return (target == "avx512" ? 64 : 32) / lyr::complex_bytes;
 }
 
 constexpr size_t cost_count = sizeof(lyr::stage_costs) / sizeof(float);

@@ -54,4 +54,34 @@ constexpr stage_costs costs_of_4_lanes = {
     .table_line = 0.342F,
 };
 
+// AVX2, single precision, Zen 5, November 2026.
+constexpr stage_costs single_costs_of_4_lanes = {
+    .first = {0.38F, 0.70F, 0.77F, 1.46F, 1.53F, 2.55F, 2.08F, 3.65F, 3.70F, 8.28F, 3.86F, 12.56F,
+              6.69F, 33.99F, 40.03F, 55.74F, 93.11F, 101.81F, 165.03F},
+    .middle = {0.72F, 1.27F, 1.59F, 2.91F, 3.05F, 4.98F, 4.30F, 6.94F, 7.39F, 11.97F, 8.04F, 17.66F,
+               13.38F, 35.58F, 43.52F, 62.70F, 100.04F, 110.07F, 165.49F},
+    .last = {2.05F, 3.21F, 3.55F, 5.66F, 6.11F, 8.80F, 7.62F, 11.50F, 11.46F, 17.13F, 11.95F,
+             22.26F, 18.09F, 42.67F, 52.07F, 70.37F, 109.09F, 123.47F, 177.21F},
+    .row = 0.473F,
+    .collision_in = {0.05F, 0.04F},
+    .collision_out = {0.12F, 0.51F},
+    .pass_line = {0.06F, 0.24F},
+    .table_line = 0.000F,
+};
+
+// AVX-512, single precision, Zen 5, November 2026.
+constexpr stage_costs single_costs_of_8_lanes = {
+    .first = {1.70F, 2.49F, 3.23F, 4.43F, 4.96F, 6.38F, 5.80F, 8.33F, 9.52F, 11.76F, 9.96F, 15.59F,
+              11.63F, 36.42F, 38.12F, 59.85F, 88.58F, 101.72F, 161.76F},
+    .middle = {1.05F, 1.48F, 1.74F, 3.51F, 3.32F, 5.65F, 4.57F, 7.75F, 8.32F, 12.57F, 8.73F, 17.33F,
+               14.18F, 44.66F, 52.36F, 72.40F, 102.14F, 122.61F, 178.08F},
+    .last = {3.36F, 5.82F, 5.13F, 8.46F, 8.12F, 11.74F, 9.63F, 16.64F, 15.68F, 21.96F, 15.50F,
+             26.98F, 19.08F, 50.76F, 51.96F, 71.52F, 108.15F, 119.84F, 182.58F},
+    .row = 0.951F,
+    .collision_in = {0.06F, 0.31F},
+    .collision_out = {0.13F, 1.17F},
+    .pass_line = {0.04F, 0.22F},
+    .table_line = 0.409F,
+};
+
 }  // namespace lyr

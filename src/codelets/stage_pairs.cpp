@@ -4,10 +4,13 @@ namespace lyr::LYR_ISA {
 
 namespace {
 
-// Not for single lanes, which lose less by memory.
+// Not for single lanes, which lose less by memory, nor for 2048 numbers of single precision, which
+// fit into a first-level cache.
 template <int Lanes>
 constexpr stage_pair_set make_set() {
-    if constexpr (Lanes > 1)
+    if constexpr (Lanes > 1 && sizeof(scalar) == sizeof(float))
+        return {{make_pairs<8, 8, 8, 8>()}};
+    else if constexpr (Lanes > 1)
         return {{make_pairs<4, 8, 8, 8>(), make_pairs<8, 8, 8, 8>()}};
     else
         return {};

@@ -130,9 +130,11 @@ constexpr auto finish_far() -> void (*)() {
         return nullptr;
 }
 
-constexpr const stage_costs *costs = vec::lanes == line_complex       ? &costs_of_4_lanes
-                                     : 2 * vec::lanes == line_complex ? &costs_of_2_lanes
-                                                                      : nullptr;
+constexpr bool single = sizeof(scalar) == sizeof(float);
+constexpr const stage_costs *costs =
+    vec::lanes == line_complex       ? (single ? &single_costs_of_8_lanes : &costs_of_4_lanes)
+    : 2 * vec::lanes == line_complex ? (single ? &single_costs_of_4_lanes : &costs_of_2_lanes)
+                                     : nullptr;
 
 }  // namespace
 

@@ -36,13 +36,21 @@ float table_cost(const stage_costs &c, int64_t bytes) {
     return bytes > near_table_bytes ? c.table_line * static_cast<float>(bytes >> 6) : 0;
 }
 
+// Vectors of eight lanes take what is left of a row of butterflies at once (load_part), but not
+// what is left of the rows of a last stage.
+float column_vectors(int32_t count, int32_t lanes) {
+    constexpr int32_t with_parts = 8;
+    return lanes == with_parts ? static_cast<float>((count + lanes - 1) / lanes)
+                               : vectors(count, lanes);
+}
+
 // A divisor of the length, and what the model asks about it.
 struct extent {
     int32_t count, power_of_two;
-    float vectors;
+    float vectors, column_vectors;
 };
 extent extent_of(int32_t count, int32_t lanes) {
-    return {count, count & -count, vectors(count, lanes)};
+    return {count, count & -count, vectors(count, lanes), column_vectors(count, lanes)};
 }
 
 float stage_cost(const stage_costs &c, int32_t lanes, int r, const extent &L, const extent &m) {
@@ -50,7 +58,7 @@ float stage_cost(const stage_costs &c, int32_t lanes, int r, const extent &L, co
     const float streams = static_cast<float>(radix);
     const float in = collision_cost(c.collision_in, radix, m.power_of_two);
     const float out = collision_cost(c.collision_out, radix, L.power_of_two * m.power_of_two);
-    if (L.count == 1) return m.vectors * (c.first[r] + streams * (in + out));
+    if (L.count == 1) return m.column_vectors * (c.first[r] + streams * (in + out));
     const int64_t entries = int64_t{L.count} * (radix - 1);
     if (m.count == 1)
         return L.vectors * (c.last[r] + streams * out) +
@@ -58,7 +66,7 @@ float stage_cost(const stage_costs &c, int32_t lanes, int r, const extent &L, co
                           entries * (has_plain_groups(lanes, radix, L.count) ? complex_bytes
                                                                              : 2 * complex_bytes));
     return static_cast<float>(L.count) *
-               (c.row + m.vectors * (c.middle[r] + streams * (in + out))) +
+               (c.row + m.column_vectors * (c.middle[r] + streams * (in + out))) +
            table_cost(c,
                       entries * (has_ready_rows(lanes, radix, L.count) ? 2 * complex_bytes * lanes
                                                                        : complex_bytes));
