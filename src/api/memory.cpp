@@ -3,6 +3,7 @@
 #include <sys/mman.h>
 
 #include <cstdlib>
+#include <cstring>
 
 #include "interface.h"
 
@@ -48,7 +49,8 @@ void *aligned_alloc_any(uint64_t bytes) {
 
 void aligned_free(void *p) {
     if (!p) return;
-    void *raw = static_cast<void **>(p)[-1];
+    void *raw;
+    memcpy(&raw, static_cast<char *>(p) - sizeof raw, sizeof raw);
     // A pointer from elsewhere has some other word below it: leave it alone rather than corrupt the
     // heap.
     const uintptr_t block = reinterpret_cast<uintptr_t>(p);
