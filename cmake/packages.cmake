@@ -42,11 +42,12 @@ set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "fast Fourier transforms - developme
 Headers for C and C++, the Fortran module, the static libraries, the files
 by which pkg-config and CMake find the LYRA FFT library, documentation
 and examples.")
-set(CPACK_COMPONENT_FFTW3_DESCRIPTION "fast Fourier transforms in double precision - for FFTW programs
-The interface of FFTW 3 on top of the LYRA FFT library, in a directory of
-its own: it replaces nothing. Programs that are linked with FFTW run on it
-when the library path names that directory, as 'lyr-fft run' does.")
-set(CPACK_COMPONENT_TOOLS_DESCRIPTION "fast Fourier transforms in double precision - tools
+set(CPACK_COMPONENT_FFTW3_DESCRIPTION "fast Fourier transforms - for FFTW programs
+The interface of FFTW 3, in double and single precision, on top of the
+LYRA FFT library, in a directory of its own: it replaces nothing. Programs
+that are linked with FFTW run on it when the library path names that
+directory, as 'lyr-fft run' does.")
+set(CPACK_COMPONENT_TOOLS_DESCRIPTION "fast Fourier transforms - tools
 The program lyr-fft analyses sounds, prints how transforms are planned,
 and verifies and measures them.")
 
@@ -65,7 +66,7 @@ if(TARGET lyra_python)
         ${PROJECT_SOURCE_DIR}/cmake/debian/python/postinst
         ${PROJECT_SOURCE_DIR}/cmake/debian/python/prerm)
     set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_STRICT_PERMISSION ON)
-    set(CPACK_COMPONENT_PYTHON_DESCRIPTION "fast Fourier transforms in double precision - Python
+    set(CPACK_COMPONENT_PYTHON_DESCRIPTION "fast Fourier transforms - Python
 The package lyra_fft: Fourier, cosine and sine transforms of NumPy's
 arrays with the names, arguments and meaning of scipy.fft, and a backend
 that lets scipy.fft itself use them.")

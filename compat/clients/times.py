@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Times calls of real programs on the original FFTW and on this library, in turns.
 
-usage: times.py LYR_FFT BUILD_FOLDER [ROUNDS [octave|r|pyfftw|mpi4py-fft|spfft...]]
+usage: times.py LYR_FFT BUILD_FOLDER [ROUNDS [octave|r|pyfftw|mpi4py-fft|spfft|gromacs...]]
 
 Prints a table in Markdown: milliseconds of both, the least of all rounds, and their ratio. SpFFT and
 mpi4py-fft run on two ranks; the Octave, R and Python calls on one thread. Planning is not counted.
@@ -79,6 +79,7 @@ def clients(folder, wanted):
         "pyfftw": ([PYTHON, "-c", PYFFTW], []),
         "mpi4py-fft": ([*two, PYTHON, "-c", MPI4PY], []),
         "spfft": ([*two, "SPFFT", "time"], []),
+        "gromacs": ([str(HERE / "gromacs.sh"), "--times"], []),
     }
     for name in wanted or everything:
         command, options = everything[name]

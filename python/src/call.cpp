@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "library.h"
+#include "memory.h"
 
 namespace lyra_python {
 
@@ -748,7 +749,7 @@ PyObject *perform(const request &r, plan_cache &cache, PyArrayObject *x, PyArray
         Py_INCREF(x);
         out = x;
     } else {
-        out = reinterpret_cast<PyArrayObject *>(PyArray_SimpleNew(ndim, out_shape, out_type));
+        out = new_array(ndim, out_shape, out_type);
         if (!out) return nullptr;
     }
     if (elements(ndim, out_shape) == 0) return reinterpret_cast<PyObject *>(out);
@@ -764,7 +765,7 @@ PyObject *perform(const request &r, plan_cache &cache, PyArrayObject *x, PyArray
         Py_INCREF(source);
         if (!plan_only) status = copy_padded(source, x);
     } else {
-        source = reinterpret_cast<PyArrayObject *>(PyArray_SimpleNew(ndim, in_shape, source_type));
+        source = new_array(ndim, in_shape, source_type);
         if (source && !plan_only) status = copy_padded(source, x);
     }
     if (!source || status != 0) {
@@ -823,7 +824,7 @@ int plan_ahead(const request &r, plan_cache &cache, int ndim, const npy_intp *sh
     const bool complex = r.complex_input || r.t.what == operation::c2r;
     const int type =
         complex ? (r.t.single ? NPY_CFLOAT : NPY_CDOUBLE) : (r.t.single ? NPY_FLOAT : NPY_DOUBLE);
-    auto *const x = reinterpret_cast<PyArrayObject *>(PyArray_SimpleNew(ndim, shape, type));
+    PyArrayObject *const x = new_array(ndim, shape, type);
     if (!x) return -1;
     PyObject *const out = perform(r, cache, x, nullptr, false, true);
     Py_DECREF(x);

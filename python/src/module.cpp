@@ -5,6 +5,7 @@
 
 #include "call.h"
 #include "library.h"
+#include "memory.h"
 
 namespace lyra_python {
 
@@ -540,7 +541,7 @@ PyMODINIT_FUNC PyInit__core() {
     using namespace lyra_python;
     import_array();
     shared_cache.limit = default_cache_bytes;
-    if (prepare_calls() != 0) return nullptr;
+    if (prepare_calls() != 0 || prepare_memory() != 0) return nullptr;
     PyObject *const module = PyModule_Create(&definition);
     if (!module) return nullptr;
     plan_type = reinterpret_cast<PyTypeObject *>(PyType_FromSpec(&plan_spec));

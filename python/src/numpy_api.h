@@ -6,6 +6,7 @@
 #include <Python.h>
 
 #define NPY_NO_DEPRECATED_API NPY_1_7_API_VERSION
+#define NPY_TARGET_VERSION NPY_1_22_API_VERSION  // handlers of memory
 #define PY_ARRAY_UNIQUE_SYMBOL lyra_python_array_api
 #ifndef LYRA_PYTHON_IMPORTS_NUMPY
     #define NO_IMPORT_ARRAY

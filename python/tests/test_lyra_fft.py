@@ -224,6 +224,24 @@ def test_nothing_leaks():
         lyra_fft.set_plan_cache_limit(info["limit"])
 
 
+def test_memory_of_results():
+    """Long results begin at a cache line, own their data and can be resized."""
+    x = np.arange(20000.0)
+    for count in (8191, 8192, 20000, 300000):
+        result = lyra_fft.fft(np.resize(x, count).astype(complex))
+        assert result.flags.owndata
+        assert count < 8192 or result.ctypes.data % 64 == 0
+        kept = result[:100].copy()
+        result.resize(2 * count, refcheck=False)
+        assert np.array_equal(result[:100], kept) and not result[count:].any()
+        result.resize(100, refcheck=False)
+        assert np.array_equal(result, kept)
+    with pytest.raises((MemoryError, ValueError)):
+        lyra_fft.fft(x, 2**58)
+    get_handler_name = (np._core if hasattr(np, "_core") else np.core).multiarray.get_handler_name
+    assert get_handler_name(np.empty(10)) == "default_allocator"  # is NumPy's own again
+
+
 def test_plan_cache():
     """Plans are found again, the oldest go first, and no more bytes are kept than allowed."""
     limit = lyra_fft.plan_cache_info()["limit"]

@@ -43,10 +43,13 @@ int run_program(const std::vector<std::string> &words, bool report, bool preload
     if (folder.empty())
         return fail(
             "there is no libfftw3.so.3 of this library beside lyr-fft (package lyra-fftw3)");
-    if (preload)
+    if (preload) {
+        const std::string single = folder + "/libfftw3f.so.3";
+        if (access(single.c_str(), R_OK) == 0) put_first("LD_PRELOAD", single);
         put_first("LD_PRELOAD", folder + "/libfftw3.so.3");
-    else
+    } else {
         put_first("LD_LIBRARY_PATH", folder);
+    }
     if (report) setenv("LYRA_FFTW3_REPORT", "1", 1);
     std::vector<char *> arguments;
     arguments.reserve(words.size() + 1);
