@@ -62,6 +62,10 @@ const std::vector<problem_class> &problem_classes() {
          "16:2:1*4096:32:16 64:2:1*1024:128:64 256:2:1*256:512:256 "
          "1024:5:5 4096:7:7 "
          "64:1032:1032*1024:1:1 256:512:512*256:2:2"},
+        {"batch-2d3d", "two and three dimensions, batches side by side", true, "o",
+         "cf8x8*512i cf16x16*64i cf16x16*1024i cf32x32*100i cf64x64*16i cf100x100*8i cf4x4x4*1000i "
+         "cf8x8x8*64i cf16x16x16*32i rf8x8*512i rf32x32*64i rf8x8x8*64i rb8x8*512i rb32x32*64i "
+         "rb8x8x8*64i"},
         {"split-c2c", "real and imaginary parts in separate arrays", true, "oscf",
          "64 256 1024 4096 16384 64*256 64x64 256x256 1024x1024"},
         {"pow2-r2c", "real to complex, powers of two", true, "orf",

@@ -94,6 +94,8 @@ TEST(allocation, every_allocation_of_a_plan_may_fail) {
                              "ocf16384",
                              "ocf16*9i",
                              "icf60*50i",
+                             "ocf6x8*50i",
+                             "orb6x8*50i",
                              "ocf1001*20i",
                              "ocf64*3",
                              "ocf64*3*5i",
