@@ -265,7 +265,7 @@ TEST(allocation, refusals_are_quick) {
     constexpr int64_t lengths[] = {10000000019,       100000000003,      1000000000039,
                                    1000000000000037,  72057594037927931, int64_t{1} << 40,
                                    int64_t{41} << 40, int64_t{3} << 50,  2305843009213693951};
-    double room[2] = {};
+    scalar room[2] = {};
     largest_block = size_t{256} << 20;
     for (const int64_t n : lengths)
         for (const int64_t stride : {1, 2}) {
