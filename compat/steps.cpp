@@ -447,15 +447,7 @@ problem *clone(const problem &p) {
     return q;
 }
 
-step *build_inner_first(const problem &p, int outer);
-
-// Complex to complex or real to real: one dimension after the other, the innermost first. Faster
-// than ranks 2 and 3 where the batch lies inside.
-step *build_each(problem &p) {
-    return p.rank > 1 ? build_inner_first(p, p.rank - 1) : build(p);
-}
-
-// Inner dimensions first, then the outer ones on the results, one after the other.
+// Inner dimensions first, then the outer ones on the results.
 step *build_inner_first(const problem &p, int outer) {
     problem *inner = clone(p), *rest = clone(p);
     step *first = nullptr, *second = nullptr;
@@ -468,7 +460,7 @@ step *build_inner_first(const problem &p, int outer) {
         rest->at.ri = p.at.ro;
         rest->at.ii = p.at.io;
         rest->in_place = true;
-        if (first) second = build_each(*rest);
+        if (first) second = build(*rest);
     }
     free(inner);
     free(rest);
@@ -486,7 +478,7 @@ step *build_outer_first(const problem &p, int outer) {
         rest->at.ro = p.at.ri;
         rest->at.io = p.at.ii;
         rest->in_place = true;
-        first = build_each(*rest);
+        first = build(*rest);
         keep_inner(*inner, outer);
         if (first) second = build(*inner);
     }
@@ -510,23 +502,13 @@ step *build_outer_through_buffer(const problem &p, int outer) {
         rest->at.io = inner->at.ii = im;
         rest->in_place = inner->in_place = false;
         keep_outer(*rest, outer, input_length);
-        first = build_each(*rest);
+        first = build(*rest);
         keep_inner(*inner, outer);
         if (first) second = build(*inner);
     }
     free(inner);
     free(rest);
     return through_buffer(first, second, volume, p.split ? 1 : 2, p.split);
-}
-
-// Whether a batch dimension has smaller strides than all dimensions of the transform: then passes
-// over one of these at a time run along the batch.
-bool batch_lies_inside(const problem &p) {
-    if (p.batch_rank == 0) return false;
-    const iodim64 &b = p.batch[p.batch_rank - 1];
-    for (int k = 0; k < p.rank; ++k)
-        if (b.is >= p.dims[k].is || b.os >= p.dims[k].os) return false;
-    return true;
 }
 
 step *build_in_passes(problem &p, int outer) {
@@ -542,7 +524,6 @@ step *build_in_passes(problem &p, int outer) {
 // What has strides from 1 on within transforms.
 step *build_positive(problem &p) {
     if (p.rank > 3) return build_in_passes(p, p.rank - 3);
-    if (p.rank > 1 && batch_lies_inside(p)) return build_in_passes(p, p.rank - 1);
     return build_low_rank(p);
 }
 

@@ -134,6 +134,7 @@ TEST(choice, registry_order) {
         "solve_problem_c2r_multidimension_many",
         "solve_problem_r2c_multidimension_many",
         "solve_problem_dft_many_multithread",
+        "solve_problem_many_inside",
         "solve_bufferized_problem",
         "solve_indirect_problem",
         "solve_problem_dft_many_transpose",
@@ -292,6 +293,7 @@ TEST(choice, solvers_and_executors) {
         {"ocf16*8", "solve_problem_dft_many/execute_many(" UNIT ")",
          "solve_problem_dft_many/execute_many_direct(" DIRECT ")"},
         {"ocf64*5*8i", "solve_problem_dft_many/execute_many(" SLAB ")"},
+        {"ocf12x16*8i", "solve_problem_many_inside/execute_many_inside(" SLAB " " SLAB ")"},
         {"ocf12x16",
          "solve_problem_multidimension/execute_multidimension("
          "solve_problem_dft_many/execute_many(" UNIT ") " SLAB ")",
@@ -362,6 +364,7 @@ TEST(choice, executors_have_names_of_their_own) {
                                      "ocf41*50",
                                      "ocf256:256:256*17:1:1",
                                      "icf9x16",
+                                     "ocf9x16*8i",
                                      "ocf16:16:1*9:1:16",
                                      "icf60:1:9*9:60:1",
                                      "ocf60:1:9*9:60:1",

@@ -210,6 +210,49 @@ TEST(random_problems, strided_batches) {
     }
 }
 
+// Rank 2 and 3, the batch inside, all kinds: few and many, more than a cache keeps and more than a
+// slice holds, with gaps, on one thread and on several.
+TEST(random_problems, several_dimensions_side_by_side) {
+    const with_caches sizes({64 << 10, 32 << 20});
+    for (const lyr::codelet_table *table : all_tables()) {
+        const with_table active(table);
+        random_source random{22};
+        for (int64_t i = 0; i < 300 / test_scale && !HasFailure(); ++i) {
+            problem p;
+            constexpr transform kinds[] = {transform::c2c, transform::r2c, transform::c2r,
+                                           transform::r2r};
+            p.kind = kinds[random.below(4)];
+            p.sign = p.kind == transform::c2r   ? LYR_FFT_BACKWARD
+                     : p.kind == transform::r2c ? LYR_FFT_FORWARD
+                     : random.below(2)          ? LYR_FFT_FORWARD
+                                                : LYR_FFT_BACKWARD;
+            const bool real = p.kind == transform::r2c || p.kind == transform::c2r;
+            p.rank = 2 + static_cast<int>(random.below(2));
+            p.batch_rank = 1;
+            p.in_place = !real && random.below(3) == 0;
+            const int64_t h = 2 + random.below(random.below(2) ? 8 : 90);
+            const int64_t idist = random.below(4) == 0 ? 1 + random.below(3) : 1;
+            const int64_t odist = p.in_place ? idist : random.below(4) == 0 ? 2 : 1;
+            p.batch[0] = {h, idist, odist};
+            int64_t is = h * idist + random.below(3), os = h * odist + random.below(3);
+            for (int d = p.rank - 1; d >= 0; --d) {
+                const int64_t n = random_length(random, p.rank == 2 && i % 10 == 0 ? 64 : 16);
+                p.dims[d] = {n, is, p.in_place ? is : os};
+                p.kinds[d] = static_cast<lyr_fft_r2r_kind>(random.below(LYR_FFT_RODFT11 + 1));
+                if (n == 1 && p.kinds[d] == LYR_FFT_REDFT00) p.kinds[d] = LYR_FFT_DHT;
+                const bool last = real && d == p.rank - 1;
+                is *= last && p.kind == transform::c2r ? n / 2 + 1 : n;
+                os *= last && p.kind == transform::r2c ? n / 2 + 1 : n;
+                if (random.below(3) == 0) is += random.below(5), os += random.below(5);
+            }
+            const int threads = random.below(3) == 0 ? 3 : 1;
+            lyr_fft_plan_with_nthreads(threads);
+            check_problem(p, constructor::guru64, static_cast<uint64_t>(i + 1));
+            lyr_fft_plan_with_nthreads(1);
+        }
+    }
+}
+
 // Contiguous batches of which no cache can keep the results: these go past the caches, and are the
 // same as in arrays that begin somewhere in a line, where they do not.
 TEST(random_problems, results_past_the_caches) {

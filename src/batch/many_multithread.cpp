@@ -4,6 +4,7 @@
 
 #include <cstring>
 
+#include "batch/many_inside.h"
 #include "codelets/real.h"
 #include "planner/places.h"
 #include "planner/registry.h"
@@ -75,8 +76,10 @@ int make_child(plan *child, const plan *p, int64_t chunk, int64_t count, int64_t
     return plan_solve(child);
 }
 
-// Real codelets compute transforms side by side in another way than a single one.
+// Real codelets, and passes over several dimensions, compute transforms side by side in another way
+// than a single one.
 bool singles_differ(const plan *p) {
+    if (lies_inside(p)) return true;
     if (p->kind == kind_complex || p->rank != 1 || p->howmany_rank != 1) return false;
     const auto [h, is, os] = p->howmany_dims[0];
     return is == 1 && os == 1 && p->dims[0].n <= longest_real;

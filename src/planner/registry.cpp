@@ -13,6 +13,7 @@ const registry_entry registry[registry_size] = {
     {solve_problem_c2r_multidimension_many, "solve_problem_c2r_multidimension_many"},
     {solve_problem_r2c_multidimension_many, "solve_problem_r2c_multidimension_many"},
     {solve_problem_dft_many_multithread, "solve_problem_dft_many_multithread"},
+    {solve_problem_many_inside, "solve_problem_many_inside"},
     {solve_bufferized_problem, "solve_bufferized_problem"},
     {solve_indirect_problem, "solve_indirect_problem"},
     {solve_problem_dft_many_transpose, "solve_problem_dft_many_transpose"},

@@ -14,7 +14,7 @@ struct registry_entry {
     const char *name;
 };
 
-inline constexpr int registry_size = 41;
+inline constexpr int registry_size = 42;
 extern const registry_entry registry[registry_size];
 
 // Mostly one function per file, which is named for it; see registry.cpp for what each accepts.
@@ -25,6 +25,7 @@ int solve_problem_nop(plan *p);
 int solve_problem_c2r_multidimension_many(plan *p);
 int solve_problem_r2c_multidimension_many(plan *p);
 int solve_problem_dft_many_multithread(plan *p);
+int solve_problem_many_inside(plan *p);
 int solve_bufferized_problem(plan *p);
 int solve_indirect_problem(plan *p);
 int solve_problem_dft_many_transpose(plan *p);
