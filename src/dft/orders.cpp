@@ -40,8 +40,9 @@ float table_cost(const stage_costs &c, int64_t bytes) {
 // what is left of the rows of a last stage.
 float column_vectors(int32_t count, int32_t lanes) {
     constexpr int32_t with_parts = 8;
-    return lanes == with_parts ? static_cast<float>((count + lanes - 1) / lanes)
-                               : vectors(count, lanes);
+    if (lanes != with_parts) return vectors(count, lanes);
+    const int32_t started = (count + lanes - 1) / lanes;
+    return static_cast<float>(started);
 }
 
 // A divisor of the length, and what the model asks about it.
