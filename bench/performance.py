@@ -73,7 +73,7 @@ OVERVIEW = [
 ]
 # Vector targets in the order of the report, and their names for people.
 TARGETS = {"avx512": "AVX-512", "avx2": "AVX2", "neon_fcma": "Advanced SIMD",
-           "generic128": "Portable vectors"}
+           "neon": "Advanced SIMD of Armv8.0", "generic128": "Portable vectors"}
 SHORT = {"measure": "Debian's", "native": "native"}
 AHEAD = 1.05  # ratios above this are listed: less is within what two runs differ by
 MOST_LISTED = 15

@@ -23,7 +23,8 @@ class BuildByCMake(build_ext):
         build = Path(os.environ.get("LYRA_FFT_BUILD") or Path(self.build_temp) / "cmake").absolute()
         options = {"BUILD_TESTS": "OFF", "BUILD_TOOL": "OFF", "BUILD_BENCH": "OFF",
                    "BUILD_EXAMPLES": "OFF", "BUILD_FORTRAN": "OFF", "INSTALL": "OFF",
-                   "BUILD_PYTHON": "ON", "PYTHON_STATIC": "ON"}
+                   "BUILD_PYTHON": "ON", "PYTHON_STATIC": "ON",
+                   "PORTABLE_FALLBACK": "ON"}  # a wheel is for every processor
         generator = [] if os.environ.get("CMAKE_GENERATOR") or not shutil.which("ninja") else [
             "-G", "Ninja"]
         subprocess.run(

@@ -100,10 +100,11 @@ double check_problem(const problem &p, bool misaligned, uint64_t seed) {
 
 TEST(accuracy, the_best_supported_table_is_active) {
     const lyr::cpu_features cpu = lyr::read_cpu_features();
-    const char *expected = cpu.avx512 ? "avx512"
-                           : cpu.avx2 ? "avx2"
-                           : cpu.fcma ? "neon_fcma"
-                                      : "generic128";
+#if defined(__aarch64__)
+    const char *expected = cpu.fcma ? "neon_fcma" : "neon";
+#else
+    const char *expected = cpu.avx512 ? "avx512" : cpu.avx2 ? "avx2" : "generic128";
+#endif
     EXPECT_STREQ(lyr::active_table()->name, expected);
     EXPECT_EQ(lyr::active_table(), lyr::supported_tables()[0]);
 #if defined(__x86_64__)

@@ -4,7 +4,9 @@ usage: package_check.py debian SETTINGS
        package_check.py source SETTINGS
 
 SETTINGS are NAME=VALUE: cpack, build; for debian cc, fc (may be empty), readelf, lintian (may be
-empty), emulator (may be empty); for source cmake. With output=FOLDER what was packed is left there.
+empty), emulator (may be empty), older (may be missing: an emulator of a processor without the
+instructions that the library would like best); for source cmake. With output=FOLDER what was packed
+is left there.
 
 Exits with 1 and the reason when something is not as it should be.
 """
@@ -115,6 +117,11 @@ def check_debian(folder, settings):
     for compiler, source in sources:
         run(compiler, *ask("--cflags"), "-o", folder / "program", EXAMPLES / source, *ask("--libs"))
         check_program(settings, folder / "program", library_dir)
+        if "older" in settings:
+            check_program({"emulator": settings["older"]}, folder / "program", library_dir)
+    if tools and "older" in settings:
+        expect(re.search(r"^vector target +neon$", run(
+            *settings["older"].split(), root / "usr/bin/lyr-fft", "info"), re.M), "not the target neon")
     if tools:
         emulator = settings["emulator"].split()
         expect(VERSION in run(*emulator, root / "usr/bin/lyr-fft", "info"),

@@ -234,11 +234,10 @@ TEST(choice, solvers_and_executors) {
         {"ocf48", UNIT, TWO_STAGES},
         {"ocf64:2:3", TWO_STAGES},
         {"orf15", "solve_problem_real_unit/execute_real_unit",
-         "solve_problem_r2c_1d/execute_1d_r2c_odd(" TWO_STAGES ")"},
+         "solve_problem_r2c_1d/execute_1d_r2c_odd(" UNIT ")"},
         {"irb12", "solve_problem_real_unit/execute_real_unit",
          "solve_problem_c2r_1d/execute_1d_c2r(" DIRECT ")"},
-        {"orf15:2:1", "solve_problem_r2c_1d/execute_1d_r2c_odd(" UNIT ")",
-         "solve_problem_r2c_1d/execute_1d_r2c_odd(" TWO_STAGES ")"},
+        {"orf15:2:1", "solve_problem_r2c_1d/execute_1d_r2c_odd(" UNIT ")"},
         {"ocf1024", "solve_problem_c2c_1d/execute_1d"},
         {"icf1024", "solve_problem_c2c_1d/execute_1d"},
         {"ocf1024:2:1", "solve_problem_c2c_1d/execute_1d_discrete"},
@@ -272,8 +271,7 @@ TEST(choice, solvers_and_executors) {
          "solve_problem_dft_many/execute_many("
          "solve_problem_c2c_1d_rader/execute_1d_rader_discrete(" TWO_STAGES "))"},
         {"ocf16:16:1*9:1:16", "solve_problem_dft_many/execute_many_direct(" DIRECT ")"},
-        {"ocf24:30:1*9:1:25", "solve_indirect_problem/execute_gathered(" UNIT ")",
-         "solve_indirect_problem/execute_gathered(" TWO_STAGES ")"},
+        {"ocf24:30:1*9:1:25", "solve_indirect_problem/execute_gathered(" UNIT ")"},
         {"ocf8000:2:1*3:20000:8000", "solve_indirect_problem/execute_gathered(" STAGES ")"},
         {"ocf8232:3:1*3:1:8232",
          "solve_indirect_problem/execute_indirect_before("

@@ -8,7 +8,7 @@ import sys
 from decimal import Decimal, getcontext
 
 getcontext().prec = 60
-LENGTHS = (3, 5, 7, 8, 9, 11, 13, 16, 17, 19, 23, 29, 31, 37)
+LENGTHS = (3, 5, 7, 8, 9, 11, 13, 16, 17, 19, 23, 29, 31, 32, 37)
 
 
 def arctan_inverse(x):

@@ -139,6 +139,12 @@ constexpr bool has_plain_groups(int64_t lanes, int64_t r, int64_t L) {
     return may_have_plain_groups(lanes, r) && 2 * complex_bytes * L * (r - 1) > longest_ready;
 }
 
+// Whether a last stage's table holds i*w behind each factor w (codelet_table::turned): where the
+// table, twice as long, does not crowd the first-level cache.
+constexpr bool has_turned_rows(int64_t r, int64_t L) {
+    return 2 * complex_bytes * L * (r - 1) <= 64 << 10;
+}
+
 struct real_pass_set;   // codelets/real_pass.h
 struct r2r_pass_set;    // codelets/r2r_pass.h
 struct real_set;        // codelets/real.h
@@ -177,6 +183,9 @@ struct codelet_table {
     // where has_plain_groups says so, the plain numbers of all rows. The rows of an incomplete
     // group follow one by one. For middle stages see has_ready_rows.
     int64_t lanes;
+    // For single lanes: products need i*w as well, and last stages have it in their tables where
+    // has_turned_rows says so.
+    bool turned;
     const codelet_set *sets[2][max_radix];  // [0 forward, 1 backward][length - 1], null: none
     const unit_transform *const *units[unit_lists];
     const dense_batch *const *dense_batches;  // a list that ends with n = 0

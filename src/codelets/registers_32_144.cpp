@@ -20,7 +20,7 @@ struct choice {
         if constexpr (V::lanes == 2)
             return unit_list<ab<4, 8>, ab<7, 5>, ab<6, 6>, ab<4, 10>, ab<6, 7>, ab<9, 5>,
                              ab<12, 4>>;
-        return unit_list<>;
+        return unit_list<ab<1, 32>>;
     }
     static constexpr const unit_transform *list_of_eight() {
         using half = typename V::half;

@@ -10,9 +10,18 @@
 
 namespace lyr {
 
+#if defined(__aarch64__)
+namespace neon {
+extern const codelet_table table;
+}
+namespace neon_fcma {
+extern const codelet_table table;
+}
+#else
 namespace generic128 {
 extern const codelet_table table;
 }
+#endif
 #if defined(__x86_64__)
 namespace avx2 {
 extern const codelet_table table;
@@ -22,10 +31,6 @@ namespace avx512 {
 extern const codelet_table table;
 extern const dense_batch *const far_batches;
 }  // namespace avx512
-#elif defined(__aarch64__)
-namespace neon_fcma {
-extern const codelet_table table;
-}
 #endif
 
 namespace {
@@ -45,17 +50,20 @@ int64_t longest_prime, longest_real_prime;  // among the unit transforms that ar
 __attribute__((constructor(101))) void select_table() {
     [[maybe_unused]] const cpu_features cpu = read_cpu_features();
     const codelet_table **next = supported;
-#if defined(__x86_64__)
-    if (cpu.avx512) *next++ = &avx512::table;
-    if (cpu.avx2) *next++ = &avx2::table;
-#elif defined(__aarch64__)
+#if defined(__aarch64__)
     if (cpu.fcma) *next++ = &neon_fcma::table;
     #ifndef LYRA_PORTABLE_FALLBACK
     else
         refuse_processor();
     #endif
-#endif
+    *next++ = &neon::table;
+#else
+    #if defined(__x86_64__)
+    if (cpu.avx512) *next++ = &avx512::table;
+    if (cpu.avx2) *next++ = &avx2::table;
+    #endif
     *next++ = &generic128::table;
+#endif
     active = supported[0];
     const bool small_cache = sysconf(_SC_LEVEL1_DCACHE_SIZE) <= 32 << 10;
     longest_prime = small_cache ? longest_prime_in_32k : INT64_MAX;

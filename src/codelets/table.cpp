@@ -32,6 +32,7 @@ LYR_LENGTHS(LYR_DECLARE)
 namespace {
 
 static_assert(complex_vec<vec>);
+static_assert(!turned_tables<vec> || vec::lanes == 1);
 
 template <class V, bool Contiguous>
 LYR_INLINE int64_t multiply_elements(scalar *&out, int64_t out_step, const scalar *&in,
@@ -148,6 +149,7 @@ extern const stage_pair_set stage_pairs;
 extern const codelet_table table;
 const codelet_table table = {LYR_TEXT(LYR_ISA),
                              vec::lanes,
+                             turned_tables<vec>,
                              {LYR_ROW(forward), LYR_ROW(backward)},
                              {&units_2_30, &units_32_144, &prime_units},
                              &dense_batches,

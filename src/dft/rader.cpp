@@ -47,14 +47,26 @@ void run_side_by_side(const plan *p, const convolution *c, const convolution_blo
                static_cast<size_t>(complex_bytes * w));
 }
 
+// One transform without gaps. The pointers are locals, lest the compiler read them again after
+// every store.
+void gather_powers(scalar *to, const scalar *from, const uint32_t *powers, int64_t M) {
+#pragma GCC unroll 4
+    for (int64_t k = 0; k < M; ++k)
+        copy_number(to + 2 * k, from + 2 * static_cast<size_t>(powers[k]));
+}
+void scatter_powers(scalar *to, const scalar *from, const uint32_t *powers, int64_t M) {
+#pragma GCC unroll 4
+    for (int64_t k = 0; k < M; ++k)
+        copy_number(to + 2 * static_cast<size_t>(powers[k]), from + 2 * k);
+}
+
 void run_one_by_one(const plan *p, const convolution *c, const convolution_blocks &at,
                     scalar *vectors) {
     const int64_t M = c->M;
     scalar first[2 * blocks_one_by_one] = {};
     for (int64_t j = 0; j < at.width; ++j) copy_number(first + 2 * j, at.in + 2 * j * at.in_lane);
     if (at.width == 1 && at.in_step == 1) {
-        for (int64_t k = 0; k < M; ++k)
-            copy_number(vectors + 2 * k, at.in + 2 * static_cast<size_t>(c->powers[k]));
+        gather_powers(vectors, at.in, c->powers, M);
     } else {
         for (int64_t k = 0; k < M; ++k)
             for (int64_t j = 0; j < at.width; ++j)
@@ -75,8 +87,7 @@ void run_one_by_one(const plan *p, const convolution *c, const convolution_block
     }
     convolution_transform(p, c, vectors, at.width);
     if (at.width == 1 && at.out_step == 1) {
-        for (int64_t k = 0; k < M; ++k)
-            copy_number(at.out + 2 * static_cast<size_t>(c->powers[k]), vectors + 2 * k);
+        scatter_powers(at.out, vectors, c->powers, M);
     } else {
         for (int64_t k = 0; k < M; ++k)
             for (int64_t j = 0; j < at.width; ++j)

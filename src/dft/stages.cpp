@@ -25,17 +25,35 @@ void fill_ready_twiddles(scalar *table, const root_source *roots, int64_t r, int
     }
 }
 
-// Rows of a last stage that its twiddle table has as ready vectors, twice as long as plain numbers.
-int64_t doubled_rows(int64_t lanes, int64_t r, int64_t L) {
+// A last stage's table with i*w behind each factor w.
+void fill_turned_rows(scalar *table, const root_source *roots, int64_t r, int64_t L, int64_t sign) {
+    scalar row[2 * (max_radix - 1)];
+    for (int64_t k = 0; k < L; ++k) {
+        fill_twiddle_row(row, roots, r, k, sign);
+        for (int64_t q = 0; q < r - 1; ++q, table += 4) {
+            const scalar re = row[2 * q], im = row[2 * q + 1];
+            table[0] = re;
+            table[1] = im;
+            table[2] = -im;
+            table[3] = re;
+        }
+    }
+}
+
+// Rows of a last stage that its twiddle table has as ready vectors or turned, twice as long as
+// plain numbers.
+int64_t doubled_rows(const codelet_table *target, int64_t r, int64_t L) {
+    if (target->turned) return has_turned_rows(r, L) ? L : 0;
+    const int64_t lanes = target->lanes;
     return lanes == 1 || has_plain_groups(lanes, r, L) ? 0 : L - L % lanes;
 }
 
 // The last stage's table: full groups of `lanes` rows as ready vectors or plain
 // (codelet_table::lanes), then the rows that are left. row holds one row.
 void fill_grouped_twiddles(scalar *table, const root_source *roots, int64_t r, int64_t L,
-                           int64_t sign, int64_t lanes) {
+                           int64_t sign, int64_t lanes, int64_t doubled) {
     scalar row[2 * (max_radix - 1)];
-    const int64_t grouped = L - L % lanes, doubled = doubled_rows(lanes, r, L);
+    const int64_t grouped = L - L % lanes;
     for (int64_t k = 0; k < grouped; ++k) {
         const int64_t lane = k % lanes;
         if (!doubled) {
@@ -65,12 +83,13 @@ stage_codelet choose_codelet(const plan *p, int s, int count, int64_t r) {
 
 // Room for the block. One formula for the plain tables, whose entries add up to less than n, and
 // what wider ones take in addition.
-uint64_t block_bytes(int64_t n, const int64_t *factors, int count, int64_t lanes) {
+uint64_t block_bytes(int64_t n, const int64_t *factors, int count, const codelet_table *target) {
+    const int64_t lanes = target->lanes;
     int64_t wider = 0, L = factors[0];
     for (int s = 1; s < count; ++s) {
         const int64_t r = factors[s];
         if (s == count - 1)
-            wider += doubled_rows(lanes, r, L) * (r - 1);
+            wider += doubled_rows(target, r, L) * (r - 1);
         else if (has_ready_rows(lanes, r, L))
             wider += L * (r - 1) * (2 * lanes - 1);
         L *= r;
@@ -85,9 +104,10 @@ scalar *build_stages(plan *p, const int64_t *factors, int count, int64_t extra) 
     for (int s = 1; s < count; ++s)
         if (!codelets_for(p, factors[s])) return nullptr;
 
-    const int64_t lanes = active_table()->lanes;
+    const codelet_table *target = active_table();
+    const int64_t lanes = target->lanes;
     const uint64_t bytes =
-        block_bytes(n, factors, count, lanes) + complex_bytes * static_cast<uint64_t>(extra);
+        block_bytes(n, factors, count, target) + complex_bytes * static_cast<uint64_t>(extra);
     p->aux = aligned_alloc_any(bytes);
     if (!p->aux) return nullptr;
     p->aux_bytes = bytes;
@@ -112,9 +132,13 @@ scalar *build_stages(plan *p, const int64_t *factors, int count, int64_t extra) 
         stages[s] = {choose_codelet(p, s, count, r), m, L, 1, 1, nullptr, r, sign};
         if (s > 0) {
             int64_t entries = L * (r - 1);
+            const int64_t doubled = s == count - 1 ? doubled_rows(target, r, L) : 0;
             if (s == count - 1 && lanes > 1) {
-                fill_grouped_twiddles(twiddles, &roots, r, L, sign, lanes);
-                entries += doubled_rows(lanes, r, L) * (r - 1);
+                fill_grouped_twiddles(twiddles, &roots, r, L, sign, lanes, doubled);
+                entries += doubled * (r - 1);
+            } else if (doubled) {
+                fill_turned_rows(twiddles, &roots, r, L, sign);
+                entries += doubled * (r - 1);
             } else if (has_ready_rows(lanes, r, L) && s < count - 1) {
                 fill_ready_twiddles(twiddles, &roots, r, L, m, sign, lanes);
                 entries *= 2 * lanes;

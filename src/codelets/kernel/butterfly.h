@@ -42,6 +42,33 @@ LYR_INLINE V rotate(V x) {
     return fma_i(scale(x, roots<N>::cosine[K]), x, S * roots<N>::sine[K]);
 }
 
+// re + i*im and re - i*im, where im is a sum of real multiples. Where a rotation is dearer than a
+// permutation the terms of im are turned instead, since multiples of the same number share that.
+template <class V>
+LYR_INLINE V turned_scale(V a, scalar s) {
+    if constexpr (rotates_by_factors<V>)
+        return scale_i(a, s);
+    else
+        return scale(a, s);
+}
+template <class V>
+LYR_INLINE V turned_fma(V im, V a, scalar s) {
+    if constexpr (rotates_by_factors<V>)
+        return fma_i(im, a, s);
+    else
+        return fma(im, a, s);
+}
+template <class V>
+LYR_INLINE void add_turned(V re, V im, V &plus, V &minus) {
+    if constexpr (rotates_by_factors<V>) {
+        plus = re + im;
+        minus = re - im;
+    } else {
+        plus = add_i(re, im);
+        minus = sub_i(re, im);
+    }
+}
+
 constexpr scalar sqrt_half = 0.70710678118654752440;
 
 template <int S, class V>
@@ -85,13 +112,9 @@ LYR_INLINE void butterfly(V (&x)[5]) {
     const V dif = s1 - s2;
     const V t1 = fma(mean, dif, quarter_sqrt5);
     const V t2 = fma(mean, dif, -quarter_sqrt5);
-    const V u1 = fma(scale(d1, sine1), d2, sine2);
-    const V u2 = fma(scale(d1, sine2), d2, -sine1);
     x[0] = x[0] + sum;
-    x[1] = add_i(t1, u1);
-    x[4] = sub_i(t1, u1);
-    x[2] = add_i(t2, u2);
-    x[3] = sub_i(t2, u2);
+    add_turned(t1, turned_fma(turned_scale(d1, sine1), d2, sine2), x[1], x[4]);
+    add_turned(t2, turned_fma(turned_scale(d1, sine2), d2, -sine1), x[2], x[3]);
 }
 
 // Odd lengths by symmetric pairs, h = (R-1)/2: with s_j = x_j + x_{R-j} and d_j = x_j - x_{R-j},
@@ -110,14 +133,13 @@ LYR_INLINE void butterfly_odd(V (&x)[R]) {
     unroll<h>(LYR_LAMBDA(auto k0) {
         constexpr int k = k0 + 1;
         V re = fma(x0, sum[0], roots<R>::cosine[k]);
-        V im = scale(dif[0], S * roots<R>::sine[k]);
+        V im = turned_scale(dif[0], S * roots<R>::sine[k]);
         unroll<h - 1>(LYR_LAMBDA(auto j0) {
             constexpr int jk = (j0 + 2) * k % R;
             re = fma(re, sum[j0 + 1], roots<R>::cosine[jk]);
-            im = fma(im, dif[j0 + 1], S * roots<R>::sine[jk]);
+            im = turned_fma(im, dif[j0 + 1], S * roots<R>::sine[jk]);
         });
-        x[k] = add_i(re, im);
-        x[R - k] = sub_i(re, im);
+        add_turned(re, im, x[k], x[R - k]);
     });
 }
 
@@ -128,16 +150,16 @@ LYR_INLINE void butterfly(V (&x)[7]) {  // 33
 
 // The odd half of a radix-8 butterfly, 10: x_j are the differences of inputs j and j+4; the results
 // are outputs 1, 3, 5, 7. The eighth roots r(1+-i) come as one rotation and a scaling fused into
-// the last additions.
+// the last additions. Rotations come in pairs of the same number.
 template <int S, class V>
 LYR_INLINE void butterfly_odd_eighths(V (&x)[4]) {
     const V a = add_si<S>(x[0], x[2]), b = add_si<-S>(x[0], x[2]);
     const V p = x[1] - x[3], q = x[1] + x[3];
-    const V u = add_si<S>(p, q), v = add_si<S>(q, p);
+    const V u = add_si<S>(p, q), v = add_si<-S>(p, q);
     x[0] = fma(a, u, sqrt_half);
     x[2] = fma(a, u, -sqrt_half);
-    x[1] = fma_i(b, v, S * sqrt_half);
-    x[3] = fma_i(b, v, -S * sqrt_half);
+    x[1] = fma(b, v, -sqrt_half);
+    x[3] = fma(b, v, sqrt_half);
 }
 
 template <int S, class V>
@@ -208,6 +230,32 @@ LYR_INLINE void butterfly(V (&x)[12]) {  // 48
     butterfly_coprime<S, 4, 3>(x);
 }
 
+// Whole transforms of single numbers alone (registers_2_30.cpp).
+template <int S, class V>
+LYR_INLINE void butterfly(V (&x)[14]) {  // 94
+    butterfly_coprime<S, 2, 7>(x);
+}
+template <int S, class V>
+LYR_INLINE void butterfly(V (&x)[15]) {  // 84
+    butterfly_coprime<S, 3, 5>(x);
+}
+template <int S, class V>
+LYR_INLINE void butterfly(V (&x)[18]) {  // 106
+    butterfly_coprime<S, 2, 9>(x);
+}
+template <int S, class V>
+LYR_INLINE void butterfly(V (&x)[20]) {  // 112
+    butterfly_coprime<S, 4, 5>(x);
+}
+template <int S, class V>
+LYR_INLINE void butterfly(V (&x)[21]) {  // 141
+    butterfly_coprime<S, 3, 7>(x);
+}
+template <int S, class V>
+LYR_INLINE void butterfly(V (&x)[24]) {  // 126
+    butterfly_coprime<S, 3, 8>(x);
+}
+
 // Outputs 1, 5, 9, 13 (K = 1) or 3, 7, 11, 15 (K = 3) of a radix-16 butterfly, 13: a radix-4
 // butterfly on x_j times the twiddle factors of 16 with index j*K. The eighth root of x_2 is fused
 // into the additions.
@@ -239,6 +287,27 @@ LYR_INLINE void butterfly(V (&x)[16]) {
         if constexpr (k == 2) butterfly_odd_eighths<S>(row);
         if constexpr (k == 3) butterfly_sixteenths<S, 3>(row);
         unroll<4>(LYR_LAMBDA(auto p) { x[4 * p + k] = row[p]; });
+    });
+}
+
+// 4 x 8: 210.
+template <int S, class V>
+LYR_INLINE void butterfly(V (&x)[32]) {
+    V columns[8][4];
+    unroll<8>(LYR_LAMBDA(auto j) {
+        unroll<4>(LYR_LAMBDA(auto q) { columns[j][q] = x[8 * q + j]; });
+        butterfly<S>(columns[j]);
+    });
+    unroll<4>(LYR_LAMBDA(auto k) {
+        V row[8];
+        unroll<8>(LYR_LAMBDA(auto j) {
+            if constexpr (j * k == 0)
+                row[j] = columns[j][k];
+            else
+                row[j] = rotate<S, 32, j * k>(columns[j][k]);
+        });
+        butterfly<S>(row);
+        unroll<8>(LYR_LAMBDA(auto p) { x[4 * p + k] = row[p]; });
     });
 }
 

@@ -10,13 +10,16 @@ namespace {
 enum class output { contiguous, scattered };
 
 // How the twiddle table has the numbers of a vector of rows: in groups for as many rows as lanes,
-// as ready vectors or plain (codelet_table::lanes), or row by row.
+// as ready vectors or plain (codelet_table::lanes), or row by row. With single lanes ready means
+// turned, where the target has that.
 enum class lane_order { ready, plain, rows };
 
 // The twiddles of input q (at least 1) for rows that begin at p.
 template <int R, class V, lane_order Order>
 LYR_INLINE typename V::tw lane_twiddles(const scalar *p, int q) {
-    if constexpr (V::lanes == 1)
+    if constexpr (V::lanes == 1 && Order == lane_order::ready && turned_tables<V>)
+        return V::tw_turned(p + 4 * (q - 1));
+    else if constexpr (V::lanes == 1)
         return V::tw_lanes(p + 2 * (q - 1));
     else if constexpr (Order == lane_order::ready)
         return V::tw_lanes(p + 4 * V::lanes * (q - 1));
@@ -29,7 +32,7 @@ LYR_INLINE typename V::tw lane_twiddles(const scalar *p, int q) {
 // Real numbers of the twiddles of one vector of rows.
 template <int R, class V, lane_order Order>
 constexpr int64_t lane_twiddle_numbers =
-    (V::lanes > 1 && Order == lane_order::ready ? 4 : 2) * V::lanes *(R - 1);
+    ((V::lanes > 1 || turned_tables<V>)&&Order == lane_order::ready ? 4 : 2) * V::lanes *(R - 1);
 
 // Column Q of V::lanes rows, `row` real numbers apart; two columns at once where that is quicker.
 template <int Q, class V, int R>
@@ -144,8 +147,11 @@ template <int R, class F>
 LYR_INLINE void with_lane_order(int64_t L, F &&run) {
     constexpr index<static_cast<int>(lane_order::ready)> ready;
     constexpr index<static_cast<int>(lane_order::plain)> plain;
+    [[maybe_unused]] constexpr index<static_cast<int>(lane_order::rows)> rows;
     if constexpr (may_have_plain_groups(vec::lanes, R))
         if (has_plain_groups(vec::lanes, R, L)) return run(plain);
+    if constexpr (turned_tables<vec>)
+        if (!has_turned_rows(R, L)) return run(rows);
     run(ready);
 }
 

@@ -8,7 +8,7 @@ namespace {
 
 // The order of a twiddle table: rows of complex numbers, plain ones or ready vectors (middle
 // stages), or, for a last stage, groups of vec::lanes rows (codelet_table::lanes), then the rest in
-// plain order.
+// plain order. Groups of one row may be turned (codelet_table::turned).
 enum class table_order { rows, grouped };
 
 // Where the twiddles of one row are: the parts of that of input 1, and the distance to
@@ -37,6 +37,11 @@ template <int R>
 LYR_INLINE row_place row_in_table(table_order order, const scalar *table, int64_t row,
                                   int64_t rows) {
     constexpr int64_t W = vec::lanes;
+    if constexpr (turned_tables<vec>)
+        if (order == table_order::grouped && has_turned_rows(R, rows)) {
+            const scalar *p = table + 4 * row * (R - 1);
+            return {p, p + 1, 4};
+        }
     if constexpr (W == 1) return plain_row<R>(table, row);
     if (order == table_order::rows)
         return has_ready_rows(W, R, rows) ? ready_row<R>(table, row) : plain_row<R>(table, row);
@@ -86,6 +91,26 @@ struct row_twiddles_in_memory {
     }
 };
 
+// The same for factors of two vectors, which are worked out once for a row.
+template <int R, class V>
+struct row_twiddles_on_stack {
+    typename V::tw w[R];
+
+    LYR_INLINE row_twiddles_on_stack(const row_place &at) {
+        unroll<R - 1>(LYR_LAMBDA(auto q) {
+            w[q + 1] = V::tw_one(at.re + q * at.q_step, at.im + q * at.q_step);
+        });
+    }
+    LYR_INLINE void begin_butterfly() { __asm__("" : "+m"(w)); }  // not held in registers
+    template <int Q>
+    LYR_INLINE V multiply(V x, index<Q>) const {
+        if constexpr (Q == 0)
+            return x;
+        else
+            return cmul(x, w[Q]);
+    }
+};
+
 // Ready vectors, used where they lie.
 template <int R>
 struct ready_twiddles {
@@ -105,9 +130,15 @@ template <int R, class V>
 struct twiddle_choice {
     using type = row_twiddles<R, V>;
 };
+template <class V>
+constexpr bool twiddles_of_two_vectors = sizeof(typename V::tw) > sizeof(V);
 template <int R, class V>
-requires(R > 12 && vec::lanes == 1) struct twiddle_choice<R, V> {
+requires(R > 12 && vec::lanes == 1 && !twiddles_of_two_vectors<V>) struct twiddle_choice<R, V> {
     using type = row_twiddles_in_memory<R, V>;
+};
+template <int R, class V>
+requires(R > 8 && vec::lanes == 1 && twiddles_of_two_vectors<V>) struct twiddle_choice<R, V> {
+    using type = row_twiddles_on_stack<R, V>;
 };
 
 struct no_twiddles {

@@ -12,6 +12,10 @@
 //   tw_lanes(p)                   a twiddle factor per lane: for one lane a complex number, else
 //                                 every real part twice, then every imaginary part twice
 //   tw_plain(p)                   a twiddle factor per lane, plain complex numbers
+//   scale_i(a, s)                 i*s*a, s real: only where it is as quick as scale and a
+//                                 permutation, and a rotation is not (rotates_by_factors)
+//   tw_turned(p)                  a twiddle factor w, plain, with i*w behind it: only for one
+//                                 lane, where products need both (turned_tables)
 //   cmul(a, w)                    a*w
 //   reversed(a)                   the lanes in opposite order
 //   add_conj(a, b) sub_conj(a, b) a + conj(b), a - conj(b)
@@ -99,6 +103,14 @@ concept complex_vec = requires(V a, typename V::tw w, const scalar *p, scalar *q
     a.store_split_alternating(p, q, q);
 };
 
+template <class V>
+concept rotates_by_factors = requires(V a) {
+    {scale_i(a, scalar{1})};
+};
+template <class V>
+concept turned_tables = requires(const scalar *p) {
+    {V::tw_turned(p)};
+};
 template <class V>
 concept has_far_stores = requires(V a, scalar *q) {
     a.store_far(q);

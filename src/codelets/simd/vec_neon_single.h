@@ -1,6 +1,5 @@
-// AArch64 Advanced SIMD with the Armv8.3-A complex-number instructions, single precision: two
-// complex numbers in a 128-bit register, one in half of it. fcadd adds with a rotation; fcmla #90
-// adds (i * Im n) * m.
+// AArch64 Advanced SIMD in single precision: two complex numbers in a 128-bit register, one in half
+// of it. For two targets, as in double precision: with fcadd and fcmla, and without.
 #pragma once
 
 #include <arm_neon.h>
@@ -10,21 +9,68 @@
 namespace lyr::LYR_ISA {
 namespace {
 
+// One twiddle factor: the plain number, and where there are no complex-number instructions i times
+// it. And the parts of two factors, each twice: with these instructions every second of the
+// imaginary ones is read, without them the first of two has the other sign.
+#ifdef __ARM_FEATURE_COMPLEX
+struct tw_of_one {
+    float32x2_t v;
+
+    LYR_INLINE static tw_of_one of(float32x2_t w) { return {w}; }
+};
+struct tw_of_two {
+    float32x4_t re, im;
+
+    LYR_INLINE static tw_of_two of(float32x4_t re, float32x4_t im) { return {re, im}; }
+    LYR_INLINE static tw_of_two of(float32x4_t w) { return {vtrn1q_f32(w, w), w}; }
+};
+#else
+LYR_INLINE float32x2_t swapped(float32x2_t a) {
+    return vrev64_f32(a);
+}
+LYR_INLINE float32x4_t swapped(float32x4_t a) {
+    return vrev64q_f32(a);
+}
+// The signs of real parts changed.
+LYR_INLINE float32x2_t negated_first(float32x2_t a) {
+    const uint32x2_t sign = {1u << 31, 0};
+    return vreinterpret_f32_u32(veor_u32(vreinterpret_u32_f32(a), sign));
+}
+LYR_INLINE float32x4_t negated_first(float32x4_t a) {
+    const uint32x4_t sign = {1u << 31, 0, 1u << 31, 0};
+    return vreinterpretq_f32_u32(veorq_u32(vreinterpretq_u32_f32(a), sign));
+}
+
+struct tw_of_one {
+    float32x2_t v, i;
+
+    LYR_INLINE static tw_of_one of(float32x2_t w) { return {w, negated_first(swapped(w))}; }
+};
+struct tw_of_two {
+    float32x4_t re, im;
+
+    LYR_INLINE static tw_of_two of(float32x4_t re, float32x4_t im) {
+        return {re, negated_first(im)};
+    }
+    LYR_INLINE static tw_of_two of(float32x4_t w) { return of(vtrn1q_f32(w, w), vtrn2q_f32(w, w)); }
+};
+#endif
+
 struct vec1 {
     static constexpr int lanes = 1;
     float32x2_t v;
-    using tw = float32x2_t;  // a plain number
+    using tw = tw_of_one;
 
     LYR_INLINE static vec1 load(const float *p) { return {vld1_f32(p)}; }
     LYR_INLINE void store(float *p) const { vst1_f32(p, v); }
     LYR_INLINE static vec1 gather(const float *p, int64_t) { return load(p); }
     LYR_INLINE void scatter(float *p, int64_t) const { store(p); }
     LYR_INLINE static tw tw_one(const float *re, const float *im) {
-        return vld1_lane_f32(im, vld1_dup_f32(re), 1);
+        return tw::of(load_split(re, im).v);
     }
-    LYR_INLINE static tw tw_lanes(const float *p) { return vld1_f32(p); }
-    LYR_INLINE static tw tw_plain(const float *p) { return vld1_f32(p); }
-    LYR_INLINE static tw tw_gather(const float *p, int64_t) { return vld1_f32(p); }
+    LYR_INLINE static tw tw_lanes(const float *p) { return tw::of(vld1_f32(p)); }
+    LYR_INLINE static tw tw_plain(const float *p) { return tw::of(vld1_f32(p)); }
+    LYR_INLINE static tw tw_gather(const float *p, int64_t) { return tw::of(vld1_f32(p)); }
     LYR_INLINE static void join(float *p, const float *re, const float *im) {
         const float32x2x2_t parts = {{vld1_f32(re), vld1_f32(im)}};
         vst2_f32(p, parts);
@@ -34,7 +80,9 @@ struct vec1 {
         vst1_f32(re, parts.val[0]);
         vst1_f32(im, parts.val[1]);
     }
-    LYR_INLINE static vec1 load_split(const float *re, const float *im) { return {tw_one(re, im)}; }
+    LYR_INLINE static vec1 load_split(const float *re, const float *im) {
+        return {vld1_lane_f32(im, vld1_dup_f32(re), 1)};
+    }
     LYR_INLINE void store_split(float *re, float *im) const {
         vst1_lane_f32(re, v, 0);
         vst1_lane_f32(im, v, 1);
@@ -44,11 +92,6 @@ struct vec1 {
         vst1_f32(re, vzip1_f32(a, v));
         vst1_f32(im, vzip2_f32(a, v));
     }
-};
-
-// The parts of two twiddle factors, each twice; of the imaginary ones every second is read.
-struct tw_of_two {
-    float32x4_t re, im;
 };
 
 struct vec2 {
@@ -107,12 +150,11 @@ struct vec2 {
         vst1_f32(p + s, vget_high_f32(v));
     }
     LYR_INLINE static tw tw_one(const float *re, const float *im) {
-        return {vld1q_dup_f32(re), vld1q_dup_f32(im)};
+        return tw::of(vld1q_dup_f32(re), vld1q_dup_f32(im));
     }
-    LYR_INLINE static tw tw_lanes(const float *p) { return {vld1q_f32(p), vld1q_f32(p + 4)}; }
-    LYR_INLINE static tw parts(float32x4_t w) { return {vtrn1q_f32(w, w), w}; }
-    LYR_INLINE static tw tw_plain(const float *p) { return parts(vld1q_f32(p)); }
-    LYR_INLINE static tw tw_gather(const float *p, int64_t s) { return parts(gather(p, s).v); }
+    LYR_INLINE static tw tw_lanes(const float *p) { return tw::of(vld1q_f32(p), vld1q_f32(p + 4)); }
+    LYR_INLINE static tw tw_plain(const float *p) { return tw::of(vld1q_f32(p)); }
+    LYR_INLINE static tw tw_gather(const float *p, int64_t s) { return tw::of(gather(p, s).v); }
     LYR_INLINE static void join(float *p, const float *re, const float *im) {
         const float32x4x2_t parts = {{vld1q_f32(re), vld1q_f32(im)}};
         vst2q_f32(p, parts);
@@ -146,24 +188,11 @@ LYR_INLINE vec1 operator+(vec1 a, vec1 b) {
 LYR_INLINE vec1 operator-(vec1 a, vec1 b) {
     return {vsub_f32(a.v, b.v)};
 }
-LYR_INLINE vec1 add_i(vec1 a, vec1 b) {
-    return {vcadd_rot90_f32(a.v, b.v)};
-}
-LYR_INLINE vec1 sub_i(vec1 a, vec1 b) {
-    return {vcadd_rot270_f32(a.v, b.v)};
-}
 LYR_INLINE vec1 scale(vec1 a, float s) {
     return {vmul_n_f32(a.v, s)};
 }
 LYR_INLINE vec1 fma(vec1 a, vec1 b, float s) {
     return {vfma_n_f32(a.v, b.v, s)};
-}
-LYR_INLINE vec1 fma_i(vec1 a, vec1 b, float s) {
-    return {vcmla_rot90_f32(a.v, vdup_n_f32(s), b.v)};
-}
-// Two instructions: no zeroed accumulator.
-LYR_INLINE vec1 cmul(vec1 a, vec1::tw w) {
-    return {vcmla_rot90_f32(vmul_lane_f32(a.v, w, 0), w, a.v)};
 }
 LYR_INLINE vec1 reversed(vec1 a) {
     return a;
@@ -177,40 +206,17 @@ LYR_INLINE vec1 sub_conj(vec1 a, vec1 b) {
 LYR_INLINE vec1 scale_conj(vec1 a, float s) {
     return {vmul_f32(a.v, float32x2_t{s, -s})};
 }
-LYR_INLINE void twist(vec1 e, vec1 d, vec1::tw w, vec1 &a, vec1 &b) {
-    const vec1 t = cmul(d, w);
-    a = sub_i(e, t);
-    b = add_i(e, t);
-}
-LYR_INLINE void twist_back(vec1 e, vec1 d, vec1::tw w, vec1 &a, vec1 &b) {
-    const vec1 t = {vcmla_rot270_f32(vmul_lane_f32(d.v, w, 0), w, d.v)};
-    a = add_i(e, t);
-    b = sub_i(e, t);
-}
-
 LYR_INLINE vec2 operator+(vec2 a, vec2 b) {
     return {vaddq_f32(a.v, b.v)};
 }
 LYR_INLINE vec2 operator-(vec2 a, vec2 b) {
     return {vsubq_f32(a.v, b.v)};
 }
-LYR_INLINE vec2 add_i(vec2 a, vec2 b) {
-    return {vcaddq_rot90_f32(a.v, b.v)};
-}
-LYR_INLINE vec2 sub_i(vec2 a, vec2 b) {
-    return {vcaddq_rot270_f32(a.v, b.v)};
-}
 LYR_INLINE vec2 scale(vec2 a, float s) {
     return {vmulq_n_f32(a.v, s)};
 }
 LYR_INLINE vec2 fma(vec2 a, vec2 b, float s) {
     return {vfmaq_n_f32(a.v, b.v, s)};
-}
-LYR_INLINE vec2 fma_i(vec2 a, vec2 b, float s) {
-    return {vcmlaq_rot90_f32(a.v, vdupq_n_f32(s), b.v)};
-}
-LYR_INLINE vec2 cmul(vec2 a, tw_of_two w) {
-    return {vcmlaq_rot90_f32(vmulq_f32(a.v, w.re), w.im, a.v)};
 }
 LYR_INLINE vec2 reversed(vec2 a) {
     return {vextq_f32(a.v, a.v, 2)};
@@ -243,13 +249,97 @@ LYR_INLINE vec2 sub_conj(vec2 a, vec2 b) {
 LYR_INLINE vec2 scale_conj(vec2 a, float s) {
     return {vmulq_f32(a.v, float32x4_t{s, -s, s, -s})};
 }
-LYR_INLINE void twist(vec2 e, vec2 d, tw_of_two w, vec2 &a, vec2 &b) {
-    const vec2 t = cmul(d, w);
+
+#ifdef __ARM_FEATURE_COMPLEX
+
+LYR_INLINE vec1 add_i(vec1 a, vec1 b) {
+    return {vcadd_rot90_f32(a.v, b.v)};
+}
+LYR_INLINE vec2 add_i(vec2 a, vec2 b) {
+    return {vcaddq_rot90_f32(a.v, b.v)};
+}
+LYR_INLINE vec1 sub_i(vec1 a, vec1 b) {
+    return {vcadd_rot270_f32(a.v, b.v)};
+}
+LYR_INLINE vec2 sub_i(vec2 a, vec2 b) {
+    return {vcaddq_rot270_f32(a.v, b.v)};
+}
+LYR_INLINE vec1 fma_i(vec1 a, vec1 b, float s) {
+    return {vcmla_rot90_f32(a.v, vdup_n_f32(s), b.v)};
+}
+LYR_INLINE vec2 fma_i(vec2 a, vec2 b, float s) {
+    return {vcmlaq_rot90_f32(a.v, vdupq_n_f32(s), b.v)};
+}
+// Two instructions: no zeroed accumulator.
+LYR_INLINE vec1 cmul(vec1 a, tw_of_one w) {
+    return {vcmla_rot90_f32(vmul_lane_f32(a.v, w.v, 0), w.v, a.v)};
+}
+LYR_INLINE vec2 cmul(vec2 a, tw_of_two w) {
+    return {vcmlaq_rot90_f32(vmulq_f32(a.v, w.re), w.im, a.v)};
+}
+LYR_INLINE vec1 cmul_conj(vec1 a, tw_of_one w) {
+    return {vcmla_rot270_f32(vmul_lane_f32(a.v, w.v, 0), w.v, a.v)};
+}
+LYR_INLINE vec2 cmul_conj(vec2 a, tw_of_two w) {
+    return {vcmlaq_rot270_f32(vmulq_f32(a.v, w.re), w.im, a.v)};
+}
+
+#else
+
+// The compiler forms i*b once for both of a pair.
+LYR_INLINE vec1 add_i(vec1 a, vec1 b) {
+    return {vadd_f32(a.v, negated_first(swapped(b.v)))};
+}
+LYR_INLINE vec2 add_i(vec2 a, vec2 b) {
+    return {vaddq_f32(a.v, negated_first(swapped(b.v)))};
+}
+LYR_INLINE vec1 sub_i(vec1 a, vec1 b) {
+    return {vsub_f32(a.v, negated_first(swapped(b.v)))};
+}
+LYR_INLINE vec2 sub_i(vec2 a, vec2 b) {
+    return {vsubq_f32(a.v, negated_first(swapped(b.v)))};
+}
+LYR_INLINE vec1 scale_i(vec1 a, float s) {
+    return {vmul_f32(swapped(a.v), float32x2_t{-s, s})};
+}
+LYR_INLINE vec2 scale_i(vec2 a, float s) {
+    return {vmulq_f32(swapped(a.v), float32x4_t{-s, s, -s, s})};
+}
+// Constants of either sign share a register.
+LYR_INLINE vec1 fma_i(vec1 a, vec1 b, float s) {
+    if (__builtin_constant_p(s < 0) && s < 0)
+        return {vfms_f32(a.v, swapped(b.v), float32x2_t{s, -s})};
+    return {vfma_f32(a.v, swapped(b.v), float32x2_t{-s, s})};
+}
+LYR_INLINE vec2 fma_i(vec2 a, vec2 b, float s) {
+    if (__builtin_constant_p(s < 0) && s < 0)
+        return {vfmsq_f32(a.v, swapped(b.v), float32x4_t{s, -s, s, -s})};
+    return {vfmaq_f32(a.v, swapped(b.v), float32x4_t{-s, s, -s, s})};
+}
+LYR_INLINE vec1 cmul(vec1 a, tw_of_one w) {
+    return {vfma_lane_f32(vmul_lane_f32(w.v, a.v, 0), w.i, a.v, 1)};
+}
+LYR_INLINE vec2 cmul(vec2 a, tw_of_two w) {
+    return {vfmaq_f32(vmulq_f32(a.v, w.re), swapped(a.v), w.im)};
+}
+LYR_INLINE vec1 cmul_conj(vec1 a, tw_of_one w) {
+    return {vfma_lane_f32(vmul_lane_f32(swapped(w.i), a.v, 0), swapped(w.v), a.v, 1)};
+}
+LYR_INLINE vec2 cmul_conj(vec2 a, tw_of_two w) {
+    return {vfmsq_f32(vmulq_f32(a.v, w.re), swapped(a.v), w.im)};
+}
+
+#endif
+
+template <class V>
+LYR_INLINE void twist(V e, V d, typename V::tw w, V &a, V &b) {
+    const V t = cmul(d, w);
     a = sub_i(e, t);
     b = add_i(e, t);
 }
-LYR_INLINE void twist_back(vec2 e, vec2 d, tw_of_two w, vec2 &a, vec2 &b) {
-    const vec2 t = {vcmlaq_rot270_f32(vmulq_f32(d.v, w.re), w.im, d.v)};
+template <class V>
+LYR_INLINE void twist_back(V e, V d, typename V::tw w, V &a, V &b) {
+    const V t = cmul_conj(d, w);
     a = add_i(e, t);
     b = sub_i(e, t);
 }
