@@ -364,6 +364,7 @@ TEST(choice, executors_have_names_of_their_own) {
                                      "ocf16:16:1*9:1:16",
                                      "icf60:1:9*9:60:1",
                                      "ocf60:1:9*9:60:1",
+                                     "ocf256:1:9*9:256:1",
                                      "oscf16",
                                      "oscf64",
                                      "oscf60x64",

@@ -78,6 +78,8 @@ constexpr const char *shared_problems[] = {"ocf1*5",
                                            "ocf1024x64",
                                            "ocf16x16*2*2*2",
                                            "ocf100:1:40*40:100:1",
+                                           "ocf256:1:40*40:256:1",
+                                           "ocf16x8*200i",
                                            "ocf50:30:1*30:1:50",
                                            "ocf8232:3:1*3:1:8232",
                                            "icf41:1:20*20:41:1",
@@ -222,8 +224,10 @@ TEST(sharing, every_executor) {
                              "execute_many_direct",
                              "execute_many_far",
                              "execute_many_far_units",
+                             "execute_many_inside",
                              "execute_many_past",
                              "execute_many_post_transpose",
+                             "execute_many_post_transpose_copied",
                              "execute_many_post_transpose_inplace",
                              "execute_many_split",
                              "execute_many_transpose",
@@ -251,9 +255,10 @@ TEST(sharing, every_executor) {
                              "execute_split_stages",
                              "execute_type1_halves",
                              "execute_type4_odd"}) {
-        // Vectors of one number transform nothing in registers.
+        // Vectors of one number transform nothing in registers, and lie in as many lines.
         const bool has_units = lyr::active_table()->lanes > 1;
-        const std::set<std::string> of_units = {"execute_many_far_units", "execute_many_past"};
+        const std::set<std::string> of_units = {"execute_many_far_units", "execute_many_past",
+                                                "execute_many_post_transpose_copied"};
         if (has_units || !of_units.count(name)) {
             EXPECT_EQ(executors.count(name), 1u) << name;
         }
