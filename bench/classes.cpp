@@ -66,6 +66,14 @@ const std::vector<problem_class> &problem_classes() {
          "cf8x8*512i cf16x16*64i cf16x16*1024i cf32x32*100i cf64x64*16i cf100x100*8i cf4x4x4*1000i "
          "cf8x8x8*64i cf16x16x16*32i rf8x8*512i rf32x32*64i rf8x8x8*64i rb8x8*512i rb32x32*64i "
          "rb8x8x8*64i"},
+        {"permuted", "planes and volumes whose dimensions change their order", true, "o",
+         "cf64:1:64x64:64:1 cf256:1:256x256:256:1 cf100:1:60x60:100:1 "
+         "cf32:1024:1x32:32:1024x32:1:32 "
+         "cf32:32:1024x32:1024:1x32:1:32 cf32:1:1024x32:32:32x32:1024:1 "
+         "cf64:1:4096x64:64:64x64:4096:1 "
+         "rf32:1088:1x32:34:544x32:1:32 rf64:4224:1x64:66:2112x64:1:64 "
+         "rb32:1:1088x32:544:34x32:32:1 "
+         "rb64:1:4224x64:2112:66x64:64:1"},
         {"split-c2c", "real and imaginary parts in separate arrays", true, "oscf",
          "64 256 1024 4096 16384 64*256 64x64 256x256 1024x1024"},
         {"pow2-r2c", "real to complex, powers of two", true, "orf",

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cerrno>
 #include <climits>
 #include <cmath>
 #include <cstdio>
@@ -35,6 +36,7 @@ bool fails(size_t bytes) {
     if (!watching) return false;
     if (bytes <= largest_block && (until_failure < 0 || until_failure-- != 0)) return false;
     failed = true;
+    errno = ENOMEM;
     return true;
 }
 

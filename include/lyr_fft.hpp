@@ -292,6 +292,8 @@ struct c_functions;
         static constexpr auto guru_split_dft = prefix##plan_guru64_split_dft;     \
         static constexpr auto guru_split_r2c = prefix##plan_guru64_split_dft_r2c; \
         static constexpr auto guru_split_c2r = prefix##plan_guru64_split_dft_c2r; \
+        static constexpr auto allocate = prefix##malloc;                          \
+        static constexpr auto release = prefix##free;                             \
     }
 LYR_FFT_C_FUNCTIONS(double, lyr_fft_);
 LYR_FFT_C_FUNCTIONS(float, lyr_fftf_);
@@ -308,6 +310,11 @@ struct precision<std::complex<Real>> {
 };
 template <class Number>
 using real_of = typename precision<Number>::real;
+// Whose functions allocate elements of any type: numbers need no library but that of their
+// precision.
+template <class T>
+using memory_functions =
+    c_functions<std::conditional_t<std::is_same_v<real_of<T>, float>, float, double>>;
 
 // std::complex<T> is an array of two T, real part first, by the standard. The C interface takes
 // inputs without const, but writes them only in place.
@@ -845,12 +852,12 @@ struct allocator {
     T *allocate(std::size_t n) {
         // 72 bytes more than asked for are taken.
         constexpr std::size_t most = (std::numeric_limits<std::size_t>::max() - 72) / sizeof(T);
-        void *p = n <= most ? lyr_fft_malloc(n * sizeof(T)) : nullptr;
+        void *p = n <= most ? memory::allocate(n * sizeof(T)) : nullptr;
         if (p == nullptr) fail();
         return static_cast<T *>(p);
     }
     // Release what allocate gave.
-    void deallocate(T *p, std::size_t) noexcept { lyr_fft_free(p); }
+    void deallocate(T *p, std::size_t) noexcept { memory::release(p); }
 
     // All are equal.
     template <class U>
@@ -859,6 +866,8 @@ struct allocator {
     }
 
   private:
+    using memory = detail::memory_functions<T>;
+
     [[noreturn]] static void fail() {
 #if defined(__cpp_exceptions)
         throw std::bad_alloc();

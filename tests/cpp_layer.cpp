@@ -8,13 +8,15 @@
 namespace lyr_test {
 namespace {
 
-using lyr_fft::complex;
 using lyr_fft::direction;
 using lyr_fft::kind;
+using complex = std::complex<scalar>;
+using dft_plan = lyr_fft::basic_dft_plan<scalar>;
+using split_dft_plan = lyr_fft::basic_split_dft_plan<scalar>;
 
 constexpr size_t room = 4096;
 std::vector<complex> zi(room), zo(room), zr(room);
-std::vector<double> xi(room), xo(room), xr(room), yi(room), yo(room), yr(room);
+std::vector<scalar> xi(room), xo(room), xr(room), yi(room), yo(room), yr(room);
 
 lyr_fft_complex *raw(std::vector<complex> &z) {
     return reinterpret_cast<lyr_fft_complex *>(z.data());
@@ -23,12 +25,12 @@ lyr_fft_complex *raw(std::vector<complex> &z) {
 void fill() {
     random_source random{7};
     for (size_t j = 0; j < room; ++j) {
-        zi[j] = {random.uniform(), random.uniform()};
-        xi[j] = random.uniform();
-        yi[j] = random.uniform();
+        zi[j] = {static_cast<scalar>(random.uniform()), static_cast<scalar>(random.uniform())};
+        xi[j] = static_cast<scalar>(random.uniform());
+        yi[j] = static_cast<scalar>(random.uniform());
     }
     for (auto *z : {&zo, &zr}) std::fill(z->begin(), z->end(), complex(-1, -1));
-    for (auto *x : {&xo, &xr, &yo, &yr}) std::fill(x->begin(), x->end(), -1.0);
+    for (auto *x : {&xo, &xr, &yo, &yr}) std::fill(x->begin(), x->end(), scalar{-1});
 }
 
 template <class T>
@@ -120,7 +122,7 @@ TEST(cpp_layer, plans_what_c_plans) {
     agrees("guru r2r", lyr_fft::r2r(layout, xi, xo, {kind::dht}), xi, xo,
            lyr_fft_plan_guru64_r2r(1, dims, 1, many, xi.data(), xr.data(), &dht, 0));
 
-    const lyr_fft::split<double> in{xi, yi}, out{xo, yo};
+    const lyr_fft::split<scalar> in{xi, yi}, out{xo, yo};
     agrees("split", lyr_fft::split_dft(layout, in, out), in, out,
            lyr_fft_plan_guru64_split_dft(1, dims, 1, many, xi.data(), yi.data(), xr.data(),
                                          yr.data(), 0));
@@ -171,7 +173,7 @@ TEST(cpp_layer, needs_no_longer_arrays_than_the_problem) {
          }},
         {"real plane, in place", 3 * 10 + 8, 4 * 5,
          [&](int i, int o) {
-             const lyr_fft::span<double> in(reinterpret_cast<double *>(zo.data()), 2 * room);
+             const lyr_fft::span<scalar> in(reinterpret_cast<scalar *>(zo.data()), 2 * room);
              return outcome(lyr_fft::r2c({4, 8}, in.first(static_cast<size_t>(i)), z(zo, o)));
          }},
         {"any layout", 15 * 3 + 4 * 50 + 1, 8 + 4 * 17 + 1,
@@ -212,19 +214,19 @@ TEST(cpp_layer, says_why_there_is_no_plan) {
                   lyr_fft::dimensions{{{8, std::numeric_limits<int64_t>::max(), 1}}}, zi, zo, f)),
               error::array_too_short);
     EXPECT_THROW(lyr_fft::dft({0}, zi, zo, f).value(), lyr_fft::refused_plan);
-    EXPECT_THROW(lyr_fft::vector<double>(size_t{1} << 59), std::bad_alloc);
+    EXPECT_THROW(lyr_fft::vector<scalar>((size_t{1} << 62) / sizeof(scalar)), std::bad_alloc);
 }
 
 TEST(cpp_layer, plans_move) {
-    static_assert(sizeof(lyr_fft::dft_plan) == sizeof(lyr_fft_plan));
-    static_assert(!std::is_copy_constructible_v<lyr_fft::dft_plan>);
-    static_assert(std::is_nothrow_move_assignable_v<lyr_fft::split_dft_plan>);
-    lyr_fft::dft_plan a = lyr_fft::dft({8}, zi, zo, direction::forward).value();
-    lyr_fft::dft_plan b = lyr_fft::dft({9}, zi, zo, direction::forward).value();
+    static_assert(sizeof(dft_plan) == sizeof(lyr_fft_plan));
+    static_assert(!std::is_copy_constructible_v<dft_plan>);
+    static_assert(std::is_nothrow_move_assignable_v<split_dft_plan>);
+    dft_plan a = lyr_fft::dft({8}, zi, zo, direction::forward).value();
+    dft_plan b = lyr_fft::dft({9}, zi, zo, direction::forward).value();
     const lyr_fft_plan eight = a.get();
     b = std::move(a);
     EXPECT_EQ(b.get(), eight);
-    lyr_fft::dft_plan c(std::move(b));
+    dft_plan c(std::move(b));
     EXPECT_FALSE(b);  // NOLINT(bugprone-use-after-move): what is tested
     b.execute();      // NOLINT(clang-analyzer-cplusplus.Move)
     EXPECT_EQ(c.get(), eight);

@@ -31,6 +31,8 @@ using testing::AssertionFailure;
 using testing::AssertionResult;
 using testing::AssertionSuccess;
 
+constexpr bool is_double = sizeof(scalar) == sizeof(double);
+
 // ---- Records ------------------------------------------------------------------------------------
 
 AssertionResult dims_are(const plan &p, std::vector<lyr_fft_iodim64> expected) {
@@ -45,7 +47,7 @@ AssertionResult dims_are(const plan &p, std::vector<lyr_fft_iodim64> expected) {
 }
 
 TEST(records, dims_from_lengths_and_extents) {
-    double a[1], b[1];
+    scalar a[1], b[1];
     struct example {
         int32_t kind;
         bool in_place;
@@ -96,7 +98,7 @@ TEST(records, clearing) {
     p.dims[0] = {7, 1, 1};
     lyr::plan_clear(&p);
 
-    double not_owned[4];
+    scalar not_owned[4];
     p.aux = not_owned;
     p.aux_bytes = sizeof not_owned;
     lyr::plan_clear(&p);
@@ -175,7 +177,7 @@ TEST(choice, registry_order) {
 
 TEST(choice, unsolvable_problems_leave_nothing_behind) {
     EXPECT_EQ(lyr::plan_solve(nullptr), -1);
-    double in[64], out[64];
+    scalar in[64], out[64];
     plan p = {};
     p.kind = kind_rotated_batch;
     p.sign = -1;
@@ -278,9 +280,11 @@ TEST(choice, solvers_and_executors) {
          "solve_problem_dft_many/execute_many(" STAGES "))"},
         {"ocf16*4096", "solve_problem_dft_many/execute_many(" UNIT ")",
          "solve_problem_dft_many/execute_many_direct(" DIRECT ")"},
-        {"ocf16*4097", "solve_problem_dft_many/execute_many_far_units(" UNIT ")",
+        {is_double ? "ocf16*4097" : "ocf16*8193",
+         "solve_problem_dft_many/execute_many_far_units(" UNIT ")",
          "solve_problem_dft_many/execute_many_direct(" DIRECT ")"},
-        {"ocf1000*66", "solve_problem_dft_many/execute_many_far(" STAGES ")"},
+        {is_double ? "ocf1000*66" : "ocf1000*132",
+         "solve_problem_dft_many/execute_many_far(" STAGES ")"},
         {"icf4*200000", "solve_problem_dft_many/execute_many_dense(" UNIT ")",
          "solve_problem_dft_many/execute_many_direct(" DIRECT ")"},
 
@@ -431,20 +435,21 @@ TEST(choice, executors_have_names_of_their_own) {
 TEST(choice, buffers_of_batches_in_place) {
     struct example {
         const char *problem;
-        uint64_t bytes;  // 0: none
+        uint64_t reals;  // 0: none
     };
     const example examples[] = {
         {"icf16:1:1*9:16:16", 0},
-        {"icf16:1:1*9:16:17", 9 * 16 * 16},
-        {"icf16:1:1*99:17:16", 33 * 16 * 16},    // some at a time
-        {"icf4096:1:1*3:5000:4096", 4096 * 16},  // one
+        {"icf16:1:1*9:16:17", 9 * 16 * 2},
+        // Some at a time; one.
+        {is_double ? "icf16:1:1*99:17:16" : "icf16:1:1*198:17:16", (is_double ? 33 : 99) * 16 * 2},
+        {"icf4096:1:1*3:5000:4096", 4096 * 2},
         {"icf16:2:1*9:31:31", 0},
-        {"icf16:9:1*9:1:16", 9 * 16 * 16},
-        {"icf2:1:1*3:100:50*4:10:11", 4 * 2 * 16},
-        {"iscf16:1:1*9:16:17", 9 * 16 * 16},
-        {"iscf0*9:1:2", 9 * 16},
-        {"irf8:1:1*4:12:5", 4 * 5 * 16},
-        {"irb8:1:1*4:5:8", 4 * 8 * 8},
+        {"icf16:9:1*9:1:16", 9 * 16 * 2},
+        {"icf2:1:1*3:100:50*4:10:11", 4 * 2 * 2},
+        {"iscf16:1:1*9:16:17", 9 * 16 * 2},
+        {"iscf0*9:1:2", 9 * 2},
+        {"irf8:1:1*4:12:5", 4 * 5 * 2},
+        {"irb8:1:1*4:5:8", 4 * 8},
     };
     for (const example &e : examples) {
         const lyr_tools::problem p = problem_of(e.problem);
@@ -452,23 +457,23 @@ TEST(choice, buffers_of_batches_in_place) {
         ASSERT_NE(holder.plan, nullptr) << e.problem;
         const bool buffered =
             std::string(holder.plan->solver_name) == "solve_problem_inplace_buffered";
-        EXPECT_EQ(buffered ? holder.plan->work_bytes : 0, e.bytes) << e.problem;
+        EXPECT_EQ(buffered ? holder.plan->work_bytes : 0, e.reals * sizeof(scalar)) << e.problem;
     }
 }
 
 // The buffer of a split transform is dense; sides that hold real numbers stay out of it.
 TEST(choice, children_of_split_transforms) {
-    double a[400], b[400], c[400], d[400];
+    scalar a[400], b[400], c[400], d[400];
     constexpr lyr_fft_iodim64 dims[] = {{3, 60, 70}, {8, 2, 3}, {10, 17, 27}};
     struct example {
         int32_t kind;
-        uint64_t work_bytes;
+        uint64_t numbers;
         std::vector<lyr_fft_iodim64> child;
     };
     const example examples[] = {
-        {kind_complex, 3 * 8 * 10 * 16, {{3, 80, 80}, {8, 10, 10}, {10, 1, 1}}},
-        {kind_c2r, 3 * 8 * 6 * 16, {{3, 48, 70}, {8, 6, 3}, {10, 1, 27}}},
-        {kind_r2c, 3 * 8 * 6 * 16, {{3, 60, 48}, {8, 2, 6}, {10, 17, 1}}},
+        {kind_complex, 3 * 8 * 10, {{3, 80, 80}, {8, 10, 10}, {10, 1, 1}}},
+        {kind_c2r, 3 * 8 * 6, {{3, 48, 70}, {8, 6, 3}, {10, 1, 27}}},
+        {kind_r2c, 3 * 8 * 6, {{3, 60, 48}, {8, 2, 6}, {10, 17, 1}}},
     };
     for (const example &e : examples) {
         plan p = {};
@@ -482,7 +487,7 @@ TEST(choice, children_of_split_transforms) {
         p.out = c;
         p.out_imag = e.kind == kind_c2r ? nullptr : d;
         lyr::solve_problem_dft_split(&p);
-        EXPECT_EQ(p.work_bytes, e.work_bytes) << e.kind;
+        EXPECT_EQ(p.work_bytes, e.numbers * lyr::complex_bytes) << e.kind;
         ASSERT_EQ(p.nchildren, 1);
         const plan &child = p.children[0];
         EXPECT_TRUE(dims_are(child, e.child)) << e.kind;
@@ -496,11 +501,11 @@ TEST(choice, children_of_split_transforms) {
 // Children stand in until there are solvers for real data: what they are given and what becomes
 // of their results.
 TEST(choice, sides_of_split_transforms) {
-    double re[12], im[12], real[12], real_out[12];
-    const auto seen = [](const plan *, double *in, double *out, double *) {
+    scalar re[12], im[12], real[12], real_out[12];
+    const auto seen = [](const plan *, scalar *in, scalar *out, scalar *) {
         for (int k = 0; k < 12; ++k) out[k] = 100 + in[k];
     };
-    for (int k = 0; k < 12; ++k) real[k] = k, re[k] = k, im[k] = 20 + k;
+    for (int k = 0; k < 12; ++k) real[k] = re[k] = static_cast<scalar>(k), im[k] = 20 + re[k];
     plan p = {};
     p.kind = kind_r2c;
     p.sign = -1;
@@ -592,24 +597,31 @@ TEST(choice, number_theory) {
 
 TEST(choice, two_passes_of_long_lengths) {
     // The first length of two passes, and the one of its kind before it.
+    constexpr int64_t line = lyr::line_complex,
+                      first = sizeof(scalar) == sizeof(double) ? 125000 : 180000;
     constexpr struct {
-        int64_t lanes, nthreads, before, first;
-    } kinds[] = {{1, 1, 8192, 16384},    {2, 0, 131072, 262144}, {4, 1, 8192, 16384},
-                 {2, 1, 875000, 900000}, {4, 1, 120000, 125000}, {1, 1, 4 * 3 << 16, 900000},
-                 {4, 1, 2 * 2048, 6144}, {2, 2, 65535, 65536},   {2, 3, 65520, 100000}};
-    for (const auto &[lanes, nthreads, before, first] : kinds) {
+        int64_t lanes, nthreads, before, length;
+    } kinds[] = {
+        {1, 1, 8192, 16384},       {2, 0, 131072, 262144},         {line, 1, 8192, 16384},
+        {2, 1, 875000, 900000},    {line, 1, first - 5000, first}, {1, 1, 4 * 3 << 16, 900000},
+        {line, 1, 2 * 2048, 6144}, {2, 2, 65535, 65536},           {2, 3, 65520, 100000}};
+    for (const auto &[lanes, nthreads, before, length] : kinds) {
         EXPECT_FALSE(lyr::use_large_method(before, nthreads, lanes)) << before;
-        EXPECT_TRUE(lyr::use_large_method(first, nthreads, lanes)) << first;
+        EXPECT_TRUE(lyr::use_large_method(length, nthreads, lanes)) << length;
     }
     for (int k = 11; k < 62; ++k) {
         const int64_t n = int64_t{1} << k;
         EXPECT_EQ(lyr::split_large(n, 1), int64_t{1} << k / 2) << k;
         EXPECT_EQ(lyr::split_large(n, 4), k == 16 ? 128 : int64_t{1} << k / 2) << k;
     }
-    constexpr int64_t splits[][2] = {{100000, 200}, {1000000, 1000}, {720720, 780},
-                                     {531441, 729}, {390625, 625},   {823543, 343},
-                                     {500000, 500}, {1336336, 1156}};
-    for (const auto &[n, n1] : splits) EXPECT_EQ(lyr::split_large(n, 4), n1) << n;
+    // Lines have 4 numbers, or 8.
+    constexpr struct {
+        int64_t n, of_four, of_eight;
+    } splits[] = {{100000, 200, 250}, {1000000, 1000, 1000}, {720720, 780, 819},
+                  {531441, 729, 729}, {390625, 625, 625},    {823543, 343, 343},
+                  {500000, 500, 625}, {1336336, 1156, 578}};
+    for (const auto &[n, of_four, of_eight] : splits)
+        EXPECT_EQ(lyr::split_large(n, 4), line == 4 ? of_four : of_eight) << n;
 }
 
 TEST(choice, slab_widths) {
@@ -622,7 +634,8 @@ TEST(choice, slab_widths) {
                 EXPECT_LE(width, std::min(howmany, lyr::slab_width_limit));
                 EXPECT_TRUE(width == howmany || width % lyr::slab_quantum == 0)
                     << n << " " << howmany;
-                EXPECT_TRUE(width <= lyr::slab_quantum || 16 * n * width <= lyr::far_scratch_bytes);
+                EXPECT_TRUE(width <= lyr::slab_quantum ||
+                            lyr::complex_bytes * n * width <= lyr::far_scratch_bytes);
             }
 }
 
@@ -636,8 +649,9 @@ TEST(choice, slices_of_bufferized_batches) {
         {300, 1 << 30, 1, 648}, {2048, 2048, 16, 96},    {2048, 2048, 33, 16}, {512, 256, 64, 64},
         {256, 100, 40, 16},     {4096, 1 << 30, 512, 8},
     };
+    // What counts are bytes.
     for (const auto &[n, howmany, threads, slice] : examples)
-        EXPECT_EQ(lyr::slice_length(n, howmany, threads), slice)
+        EXPECT_EQ(lyr::slice_length(n * 16 / lyr::complex_bytes, howmany, threads), slice)
             << n << " * " << howmany << " with " << threads;
 }
 
@@ -809,20 +823,20 @@ TEST(factors, part_above_37) {
 // ---- Roots of unity -----------------------------------------------------------------------------
 
 struct root {
-    double re, im;
+    scalar re, im;
     bool operator==(const root &) const = default;
 };
 
 root twiddle(int64_t t, int64_t N) {
-    root w;
+    double w[2];
     lyr::root_source alone;
     lyr::root_source_init(&alone, N, 0);
-    lyr::root_of(&alone, t < 0 ? -t : t, t < 0 ? -1 : +1, &w.re);
+    lyr::root_of(&alone, t < 0 ? -t : t, t < 0 ? -1 : +1, w);
     lyr::root_source_release(&alone);
-    return w;
+    return {static_cast<scalar>(w[0]), static_cast<scalar>(w[1])};
 }
 
-bool same_bits(const double *a, const double *b, int64_t count) {
+bool same_bits(const scalar *a, const scalar *b, int64_t count) {
     return std::memcmp(a, b, static_cast<size_t>(count) * sizeof *a) == 0;
 }
 
@@ -856,7 +870,7 @@ TEST(twiddles, symmetries_are_exact) {
         }
         if (N % 8 == 0) {
             const root w = twiddle(N / 8, N);
-            EXPECT_NEAR(w.re, w.im, 0x1p-53) << N;
+            EXPECT_NEAR(w.re, w.im, roundoff) << N;
         }
         random_source random{static_cast<uint64_t>(N)};
         for (int i = 0; i < 200; ++i) {
@@ -890,12 +904,12 @@ TEST(twiddles, are_accurate) {
             const root w = twiddle(t, N);
             const auto error = [](double x, long double exact) {
                 const auto e = static_cast<double>(std::fabs(x - exact));
-                return e == 0 ? 0 : e / static_cast<double>(std::fabs(exact)) / 0x1p-53;
+                return e == 0 ? 0 : e / static_cast<double>(std::fabs(exact)) / roundoff;
             };
             worst = std::max({worst, error(w.re, c), error(w.im, s)});
         }
-        // The angle is rounded three times on the way.
-        EXPECT_LE(worst, 4.0) << "units of 2^-53, N = " << N;
+        // The angle is rounded three times on the way, in double precision at least.
+        EXPECT_LE(worst, sizeof(scalar) == 8 ? 4.0 : 1.001) << "units of roundoff, N = " << N;
     }
 }
 
@@ -916,7 +930,7 @@ TEST(twiddles, stage_tables) {
     for (const auto &[N, r, L, m] : examples)
         for (const int64_t sign : {-1, +1}) {
             const int64_t entries = L * (r - 1);
-            std::vector<double> table(static_cast<size_t>(2 * entries) + 2, 7.0);
+            std::vector<scalar> table(static_cast<size_t>(2 * entries) + 2, 7.0);
             lyr::root_source source;
             lyr::root_source_init(&source, N, entries);
             lyr::fill_stage_twiddles(table.data(), &source, r, L, m, sign);

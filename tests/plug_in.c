@@ -1,7 +1,7 @@
 /* A plug-in that holds the static library. */
 #include <stdlib.h>
 
-#include "lyr_fft.h"
+#include "interface.h"
 
 /* 1 when all went well. */
 int transform_and_clean_up(int threads) {

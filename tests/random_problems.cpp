@@ -267,7 +267,7 @@ TEST(random_problems, results_past_the_caches) {
             p.sign = n % 8 == 0 ? LYR_FFT_FORWARD : LYR_FFT_BACKWARD;
             p.rank = p.batch_rank = 1;
             p.dims[0] = {n, 1, 1};
-            p.batch[0] = {(64 << 10) / 16 / n + 1 + n / 2 % 4, n, n};
+            p.batch[0] = {(64 << 10) / lyr::complex_bytes / n + 1 + n / 2 % 4, n, n};
             const buffers b = buffers_of(p);
             const plan_holder holder(make_plan(p, b, constructor::guru64));
             ASSERT_NE(holder.plan, nullptr);

@@ -1064,9 +1064,9 @@ TEST(transforms, any_number_of_threads) {
 // The columns of the first pass, which has no stage list when its own transforms are long.
 TEST(transforms, rotated_batches) {
     constexpr int64_t n1 = 16384, n2 = 37, row = 40;
-    std::vector<double> in(2 * n1 * n2), one(2 * n1 * row), many(2 * n1 * row);
+    std::vector<scalar> in(2 * n1 * n2), one(2 * n1 * row), many(2 * n1 * row);
     random_source random{5};
-    for (double &x : in) x = random.uniform();
+    for (scalar &x : in) x = static_cast<scalar>(random.uniform());
     lyr::plan parent = {};
     parent.sign = -1;
     ASSERT_TRUE(lyr::build_rotation(&parent, n1, n2));
@@ -1084,7 +1084,7 @@ TEST(transforms, rotated_batches) {
         p.out = out->data();
         p.aux = parent.aux;
         ASSERT_EQ(lyr::plan_solve(&p), 0);
-        std::vector<double> scratch(p.scratch_bytes / sizeof(double));
+        std::vector<scalar> scratch(p.scratch_bytes / sizeof(scalar));
         p.execute_fn(&p, in.data(), out->data(), scratch.data());
         lyr::plan_clear(&p);
     }
@@ -1233,16 +1233,17 @@ TEST(transforms, library_closed_under_its_workers) {
     NEEDS_THREADS(3);
     void *library = dlopen(LYRA_LIBRARY_FILE, RTLD_NOW | RTLD_LOCAL);
     ASSERT_TRUE(library) << dlerror();
-    const auto symbol = [library](const char *name) { return dlsym(library, name); };
-    const auto set_threads = reinterpret_cast<decltype(&lyr_fft_plan_with_nthreads)>(
-        symbol("lyr_fft_plan_with_nthreads"));
-    const auto plan_2d =
-        reinterpret_cast<decltype(&lyr_fft_plan_dft_2d)>(symbol("lyr_fft_plan_dft_2d"));
-    const auto execute = reinterpret_cast<decltype(&lyr_fft_execute)>(symbol("lyr_fft_execute"));
-    const auto destroy =
-        reinterpret_cast<decltype(&lyr_fft_destroy_plan)>(symbol("lyr_fft_destroy_plan"));
+// Twice, so that the name is that of the precision.
+#define SYMBOL_NAMED(name) reinterpret_cast<decltype(&name)>(dlsym(library, #name))
+#define SYMBOL(name) SYMBOL_NAMED(name)
+    const auto set_threads = SYMBOL(lyr_fft_plan_with_nthreads);
+    const auto plan_2d = SYMBOL(lyr_fft_plan_dft_2d);
+    const auto execute = SYMBOL(lyr_fft_execute);
+    const auto destroy = SYMBOL(lyr_fft_destroy_plan);
+#undef SYMBOL
+#undef SYMBOL_NAMED
     ASSERT_TRUE(set_threads && plan_2d && execute && destroy);
-    std::vector<double> data(2 * 64 * 64);
+    std::vector<scalar> data(2 * 64 * 64);
     set_threads(4);
     const lyr_fft_plan plan =
         plan_2d(64, 64, complexes(data.data()), complexes(data.data()), LYR_FFT_FORWARD, 0);

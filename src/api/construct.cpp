@@ -1,5 +1,6 @@
 #include "api/construct.h"
 
+#include <cerrno>
 #include <cstdlib>
 
 #include "planner/cache_sizes.h"
@@ -97,10 +98,11 @@ plan *plan_finish(plan *p) {
         limit_unused_strides(p->dims, p->rank);
         limit_unused_strides(p->howmany_dims, p->howmany_rank);
         p->far_output = has_far_output(p);
-        if (!results_collide(p) && plan_solve(p) == 0 && scratch_reserve(p)) {
-            p->reserved = 1;
-            return p;
-        }
+        const int callers_errno = errno;
+        errno = 0;  // plan_solve gives up at ENOMEM
+        p->reserved = !results_collide(p) && plan_solve(p) == 0 && scratch_reserve(p);
+        errno = callers_errno;
+        if (p->reserved) return p;
     }
     lyr_fft_destroy_plan(p);
     return nullptr;

@@ -2,6 +2,7 @@
 
 #include <sys/mman.h>
 
+#include <cerrno>
 #include <cstdlib>
 
 #include "interface.h"
@@ -24,7 +25,10 @@ using raw_allocator = void *(*)(uint64_t bytes);
 void *aligned_alloc_by(raw_allocator allocate, uint64_t bytes) {
     const uint64_t alignment = bytes >= large_page ? large_page : 64;
     const uint64_t overhead = overhead_of(alignment);
-    if (bytes > SIZE_MAX - overhead) return nullptr;
+    if (bytes > SIZE_MAX - overhead) {
+        errno = ENOMEM;
+        return nullptr;
+    }
     void *raw = allocate(bytes + overhead);
     if (!raw) return nullptr;
     const uintptr_t block =
@@ -32,7 +36,9 @@ void *aligned_alloc_by(raw_allocator allocate, uint64_t bytes) {
     void **p = reinterpret_cast<void **>(block);
     p[-1] = raw;
     // Whole pages only. An error means ordinary pages.
+    const int before = errno;
     if (bytes >= large_page) madvise(p, bytes & ~(large_page - 1), MADV_HUGEPAGE);
+    errno = before;
     return p;
 }
 

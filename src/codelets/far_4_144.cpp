@@ -86,18 +86,34 @@ constexpr dense_batch list_for_two[] = {
     ab<V, 2, 9>, ab<V, 2, 10>, ab<V, 2, 12>, ab<V, 4, 7>,  ab<V, 6, 5>, ab<V, 4, 8>,
     ab<V, 6, 6>, ab<V, 4, 10>, ab<V, 6, 7>,  ab<V, 12, 4>, {}};
 
+// Half vectors where they are better in the caches, too.
+template <class V, class Half>
+constexpr dense_batch list_for_eight[] = {a<Half, 4>,
+                                          a<Half, 8>,
+                                          a<Half, 12>,
+                                          ab<Half, 4, 4>,
+                                          ab<Half, 4, 5>,
+                                          ab<Half, 4, 6>,
+                                          ab<Half, 8, 4>,
+                                          ab<Half, 4, 9>,
+                                          ab<Half, 4, 10>,
+                                          ab<V, 8, 8>,
+                                          ab<V, 16, 7>,
+                                          ab<V, 16, 8>,
+                                          {}};
+
 constexpr dense_batch no_list[] = {{}};
 
 template <class V>
 constexpr const dense_batch *choose() {
-    // Lists for double precision: they follow its factorisations.
-    constexpr bool is_double = sizeof(scalar) == sizeof(double);
-    if constexpr (is_double && V::lanes == 4)
-        return list_for_four<V>;
-    else if constexpr (is_double && V::lanes == 2)
-        return list_for_two<V>;
-    else
+    if constexpr (!has_far_stores<V>)
         return no_list;
+    else if constexpr (V::lanes == 8)
+        return list_for_eight<V, typename V::half>;
+    else if constexpr (V::lanes == 4)
+        return list_for_four<V>;
+    else
+        return list_for_two<V>;
 }
 
 }  // namespace

@@ -1,3 +1,5 @@
+#include <cerrno>
+
 #include "planner/plan.h"
 #include "planner/registry.h"
 
@@ -22,6 +24,8 @@ int32_t plan_solve(plan *p) {
             return 0;
         }
         plan_clear(p);
+        // The other ways would take their time to run into the same.
+        if (errno == ENOMEM) return -1;
     }
     return -1;
 }
