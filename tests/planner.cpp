@@ -366,6 +366,7 @@ TEST(choice, executors_have_names_of_their_own) {
                                      "ocf16:16:1*9:1:16",
                                      "icf60:1:9*9:60:1",
                                      "ocf60:1:9*9:60:1",
+                                     "ocf256:1:9*9:256:1",
                                      "oscf16",
                                      "oscf64",
                                      "oscf60x64",
@@ -594,15 +595,17 @@ TEST(choice, number_theory) {
 
 TEST(choice, two_passes_of_long_lengths) {
     // The first length of two passes, and the one of its kind before it.
-    constexpr int64_t line = lyr::line_complex;
+    constexpr int64_t line = lyr::line_complex,
+                      first = sizeof(scalar) == sizeof(double) ? 125000 : 180000;
     constexpr struct {
-        int64_t lanes, nthreads, before, first;
-    } kinds[] = {{1, 1, 8192, 16384},       {2, 0, 131072, 262144},    {line, 1, 8192, 16384},
-                 {2, 1, 875000, 900000},    {line, 1, 175000, 180000}, {1, 1, 4 * 3 << 16, 900000},
-                 {line, 1, 2 * 2048, 6144}, {2, 2, 65535, 65536},      {2, 3, 65520, 100000}};
-    for (const auto &[lanes, nthreads, before, first] : kinds) {
+        int64_t lanes, nthreads, before, length;
+    } kinds[] = {
+        {1, 1, 8192, 16384},       {2, 0, 131072, 262144},         {line, 1, 8192, 16384},
+        {2, 1, 875000, 900000},    {line, 1, first - 5000, first}, {1, 1, 4 * 3 << 16, 900000},
+        {line, 1, 2 * 2048, 6144}, {2, 2, 65535, 65536},           {2, 3, 65520, 100000}};
+    for (const auto &[lanes, nthreads, before, length] : kinds) {
         EXPECT_FALSE(lyr::use_large_method(before, nthreads, lanes)) << before;
-        EXPECT_TRUE(lyr::use_large_method(first, nthreads, lanes)) << first;
+        EXPECT_TRUE(lyr::use_large_method(length, nthreads, lanes)) << length;
     }
     for (int k = 11; k < 62; ++k) {
         const int64_t n = int64_t{1} << k;

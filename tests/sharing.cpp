@@ -78,6 +78,8 @@ constexpr const char *shared_problems[] = {"ocf1*5",
                                            "ocf1024x64",
                                            "ocf16x16*2*2*2",
                                            "ocf100:1:40*40:100:1",
+                                           "ocf512:1:40*40:512:1",
+                                           "ocf16x8*200i",
                                            "ocf50:30:1*30:1:50",
                                            "ocf8232:3:1*3:1:8232",
                                            "icf41:1:20*20:41:1",
@@ -222,8 +224,10 @@ TEST(sharing, every_executor) {
                              "execute_many_direct",
                              "execute_many_far",
                              "execute_many_far_units",
+                             "execute_many_inside",
                              "execute_many_past",
                              "execute_many_post_transpose",
+                             "execute_many_post_transpose_copied",
                              "execute_many_post_transpose_inplace",
                              "execute_many_split",
                              "execute_many_transpose",
@@ -251,11 +255,14 @@ TEST(sharing, every_executor) {
                              "execute_split_stages",
                              "execute_type1_halves",
                              "execute_type4_odd"}) {
-        // Vectors of one number transform nothing in registers; not all targets store past caches.
-        const bool needed =
-            name == std::string("execute_many_far_units") ? lyr::active_table()->lanes > 1
-            : name == std::string("execute_many_past")    ? lyr::far_batch_for(16) != nullptr
-                                                          : true;
+        // Vectors of one number transform nothing in registers, and lie in as many lines; not all
+        // targets store past caches.
+        const bool of_several = name == std::string("execute_many_far_units") ||
+                                name == std::string("execute_many_post_transpose_copied");
+        const bool needed = of_several ? lyr::active_table()->lanes > 1
+                            : name == std::string("execute_many_past")
+                                ? lyr::far_batch_for(16) != nullptr
+                                : true;
         if (needed) {
             EXPECT_EQ(executors.count(name), 1u) << name;
         }

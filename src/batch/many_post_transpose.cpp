@@ -2,8 +2,13 @@
 // transpose of the input.
 //
 // Out of place the first stage gathers the same element of neighbouring transforms into one vector;
-// from there on it is the walk of an interleaved batch, and the last stage writes rows. In place
-// each transform leaves its results where its input was, and they are rearranged afterwards.
+// from there on it is the walk of an interleaved batch, and the last stage writes rows. Where the
+// same elements of transforms all fall into one cache set, a slab is transposed into scratch memory
+// first: the gathered lines would be gone before their neighbours are asked for. In place each
+// transform leaves its results where its input was, and they are rearranged afterwards.
+#include <cstring>
+
+#include "batch/copy_transpose.h"
 #include "batch/slab_batch.h"
 #include "planner/registry.h"
 
@@ -13,6 +18,27 @@ namespace {
 
 void execute_many_post_transpose(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     walk_slab_batch(p, in, 1, p->howmany_dims[0].is, out, scratch);
+}
+
+void execute_many_post_transpose_copied(const plan *p, scalar *in, scalar *out, scalar *scratch) {
+    slab_batch b;
+    memcpy(&b, p->solver_words, sizeof b);
+    const auto [h, idist, odist] = p->howmany_dims[0];
+    const int64_t n = p->dims[0].n;
+    for (int64_t first = 0; first < h; first += b.width) {
+        const int64_t width = first + b.width <= h ? b.width : h - first;
+        copy_transpose_cpx(in + 2 * first * idist, scratch, width, n, idist, width);
+        // The first stage works in place.
+        walk_slab(b.list,
+                  {scratch, width, 1, out + 2 * first, p->dims[0].os, width, nullptr, b.far != 0},
+                  scratch);
+    }
+    if (b.far) b.list.table->finish_far();
+}
+
+bool fall_into_one_set(int64_t distance) {
+    constexpr int64_t set_period = 4096;
+    return complex_bytes * distance % set_period == 0;
 }
 
 void execute_many_post_transpose_inplace(const plan *p, scalar *in, scalar *out, scalar *scratch) {
@@ -60,6 +86,10 @@ int solve_problem_dft_many_post_transpose(plan *p) {
                     {h < together ? h : together, list, p->far_output && list.table->finish_far});
     p->execute_fn = execute_many_post_transpose;
     p->execute_name = "execute_many_post_transpose";
+    if (list.count > 1 && list.table->lanes > 1 && fall_into_one_set(idist)) {
+        p->execute_fn = execute_many_post_transpose_copied;
+        p->execute_name = "execute_many_post_transpose_copied";
+    }
     return 0;
 }
 

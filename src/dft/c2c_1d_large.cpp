@@ -13,8 +13,11 @@ bool use_large_method(int64_t n, int64_t nthreads, int64_t lanes) {
     if (n < 1) return false;
     if (nthreads >= 2 && n >= shortest_shared) return true;
     const bool power_of_two = (n & (n - 1)) == 0;
-    // Vectors of whole lines lose by stages whose streams fall into few cache sets.
-    if (lanes == line_complex) return n >= (power_of_two ? 16384 : n % 2048 == 0 ? 6144 : 180000);
+    // Vectors of whole lines lose by stages whose streams fall into few cache sets, and by others
+    // when arrays outgrow the second-level cache.
+    constexpr int64_t longest_stages = sizeof(scalar) == sizeof(double) ? 125000 : 180000;
+    if (lanes == line_complex)
+        return n >= (power_of_two ? 16384 : n % 2048 == 0 ? 6144 : longest_stages);
     if (power_of_two) return n > (lanes == 1 ? 8192 : 131072);
     return n >= 900000;
 }
