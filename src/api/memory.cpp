@@ -26,18 +26,17 @@ using raw_allocator = void *(*)(uint64_t bytes);
 void *aligned_alloc_by(raw_allocator allocate, uint64_t bytes) {
     const uint64_t alignment = bytes >= large_page ? large_page : 64;
     const uint64_t overhead = overhead_of(alignment);
-    if (bytes > SIZE_MAX - overhead) {
+    const int before = errno;
+    void *raw = bytes <= SIZE_MAX - overhead ? allocate(bytes + overhead) : nullptr;
+    if (!raw) {
         errno = ENOMEM;
         return nullptr;
     }
-    void *raw = allocate(bytes + overhead);
-    if (!raw) return nullptr;
     const uintptr_t block =
         (reinterpret_cast<uintptr_t>(raw) + overhead - 1) & ~uintptr_t{alignment - 1};
     void **p = reinterpret_cast<void **>(block);
     p[-1] = raw;
     // Whole pages only. An error means ordinary pages.
-    const int before = errno;
     if (bytes >= large_page) madvise(p, bytes & ~(large_page - 1), MADV_HUGEPAGE);
     errno = before;
     return p;
@@ -51,6 +50,20 @@ void *aligned_alloc_zero(uint64_t bytes) {
 
 void *aligned_alloc_any(uint64_t bytes) {
     return aligned_alloc_by([](uint64_t all) { return malloc(all); }, bytes);
+}
+
+void *planning_malloc(size_t bytes) {
+    const int before = errno;
+    void *p = malloc(bytes);
+    errno = p ? before : ENOMEM;
+    return p;
+}
+
+void *planning_calloc(size_t count, size_t bytes) {
+    const int before = errno;
+    void *p = calloc(count, bytes);
+    errno = p ? before : ENOMEM;
+    return p;
 }
 
 void aligned_free(void *p) {

@@ -80,7 +80,8 @@ struct small_turns {
 bool make_small_turns(small_turns *turns, int64_t end, int64_t n, int64_t sign) {
     int64_t size = 16;
     while (size * size < end) size *= 2;
-    double *tables = static_cast<double *>(malloc(static_cast<size_t>(size) * 4 * sizeof(double)));
+    double *tables =
+        static_cast<double *>(planning_malloc(static_cast<size_t>(size) * 4 * sizeof(double)));
     if (!tables) return false;
     *turns = {size, tables, tables + 2 * size};
     root_source roots;
@@ -147,7 +148,7 @@ bool build_rotation(plan *p, int64_t n1, int64_t n2) {
         free(small.fine);
     } else {
         const auto room_bytes = static_cast<size_t>(two_levels ? 0 : n * complex_bytes);
-        scalar *room = room_bytes ? static_cast<scalar *>(malloc(room_bytes)) : nullptr;
+        scalar *room = room_bytes ? static_cast<scalar *>(planning_malloc(room_bytes)) : nullptr;
         root_source roots;
         root_source_init(&roots, n, tables * n1 * together, room);
         for (int64_t s = 0; s < tables; ++s)

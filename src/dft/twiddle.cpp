@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "api/memory.h"
+
 namespace lyr {
 
 namespace {
@@ -92,9 +94,10 @@ void root_source_init(root_source *source, int64_t N, int64_t entries, scalar *r
     source->all = nullptr;
     if (distinct > entries) return;
     const int64_t local_entries = sizeof source->local / (2 * sizeof(double));
-    source->octant = distinct <= local_entries
-                         ? source->local
-                         : static_cast<double *>(malloc(static_cast<size_t>(distinct) * 16));
+    source->octant =
+        distinct <= local_entries
+            ? source->local
+            : static_cast<double *>(planning_malloc(static_cast<size_t>(distinct) * 16));
     if (!source->octant) return;
     int64_t i = 0;  // at least one root is distinct
     do octant_root(i << step_log2, N, source->octant + 2 * i);

@@ -3,6 +3,8 @@
 #include <cmath>
 #include <cstdlib>
 
+#include "api/memory.h"
+
 namespace lyr {
 
 namespace {
@@ -131,8 +133,8 @@ wide_complex *transform(wide_complex *from, wide_complex *to, int64_t M,
 bool wide_spectrum_of_roots(scalar *out, const int64_t *exponents, int64_t N, int64_t M,
                             double divisor) {
     const int64_t longest = N > M ? N : M;
-    wide_complex *const room =
-        static_cast<wide_complex *>(malloc(static_cast<size_t>(2 * M + longest) * sizeof *room));
+    wide_complex *const room = static_cast<wide_complex *>(
+        planning_malloc(static_cast<size_t>(2 * M + longest) * sizeof *room));
     if (!room) return false;
     wide_complex *const x = room, *const other = room + M, *const roots = room + 2 * M;
     fill_wide_roots(roots, N);

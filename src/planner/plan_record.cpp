@@ -38,7 +38,7 @@ void plan_fill_dims(plan *p, int rank, const int *n, const int *inembed, int ist
 
 plan *plan_alloc_children(int64_t count) {
     if (count < 1) return nullptr;
-    return static_cast<plan *>(calloc(static_cast<size_t>(count), sizeof(plan)));
+    return static_cast<plan *>(planning_calloc(static_cast<size_t>(count), sizeof(plan)));
 }
 
 void plan_copy_problem(plan *to, const plan *from) {

@@ -9,9 +9,9 @@
 namespace lyr::LYR_ISA {
 namespace {
 
-// One twiddle factor: the plain number, and where there are no complex-number instructions i times
-// it. And the parts of two factors, each twice: with these instructions every second of the
-// imaginary ones is read, without them the first of two has the other sign.
+// One twiddle factor as a plain number, or its parts, each twice; and the parts of two factors so.
+// With complex-number instructions every second of the imaginary parts is read, without them the
+// first of two has the other sign. Products round alike in one lane and in two.
 #ifdef __ARM_FEATURE_COMPLEX
 struct tw_of_one {
     float32x2_t v;
@@ -42,9 +42,11 @@ LYR_INLINE float32x4_t negated_first(float32x4_t a) {
 }
 
 struct tw_of_one {
-    float32x2_t v, i;
+    float32x2_t re, im;
 
-    LYR_INLINE static tw_of_one of(float32x2_t w) { return {w, negated_first(swapped(w))}; }
+    LYR_INLINE static tw_of_one of(float32x2_t w) {
+        return {vdup_lane_f32(w, 0), negated_first(vdup_lane_f32(w, 1))};
+    }
 };
 struct tw_of_two {
     float32x4_t re, im;
@@ -317,13 +319,13 @@ LYR_INLINE vec2 fma_i(vec2 a, vec2 b, float s) {
     return {vfmaq_f32(a.v, swapped(b.v), float32x4_t{-s, s, -s, s})};
 }
 LYR_INLINE vec1 cmul(vec1 a, tw_of_one w) {
-    return {vfma_lane_f32(vmul_lane_f32(w.v, a.v, 0), w.i, a.v, 1)};
+    return {vfma_f32(vmul_f32(a.v, w.re), swapped(a.v), w.im)};
 }
 LYR_INLINE vec2 cmul(vec2 a, tw_of_two w) {
     return {vfmaq_f32(vmulq_f32(a.v, w.re), swapped(a.v), w.im)};
 }
 LYR_INLINE vec1 cmul_conj(vec1 a, tw_of_one w) {
-    return {vfma_lane_f32(vmul_lane_f32(swapped(w.i), a.v, 0), swapped(w.v), a.v, 1)};
+    return {vfms_f32(vmul_f32(a.v, w.re), swapped(a.v), w.im)};
 }
 LYR_INLINE vec2 cmul_conj(vec2 a, tw_of_two w) {
     return {vfmsq_f32(vmulq_f32(a.v, w.re), swapped(a.v), w.im)};
