@@ -662,7 +662,7 @@ def write_pages(root):
     folder = os.path.join(docs, "performance")
     targets, accuracy, instructions = read_all(folder)
     for name in os.listdir(folder):  # plots of groups that are no more
-        if name.endswith(".svg"):
+        if name.endswith(tuple(f"-{target}.svg" for target in TARGETS)):
             os.remove(os.path.join(folder, name))
     pages = {"performance.md": page(targets, accuracy, instructions)}
     for target, figures in targets.items():

@@ -85,10 +85,13 @@ check_packages() {
     quietly apt-get -q update
 
     say "the library and the tool"
-    install "$(file_of liblyra-fft2)" "$(file_of lyra-fft-tools)" "$(file_of lyra-fftw3)"
+    install "$(file_of liblyra-fft2)" "$(file_of liblyra-fftf2)" "$(file_of lyra-fft-tools)" \
+        "$(file_of lyra-fftw3)"
     inside lyr-fft info
     expect ok lyr-fft verify ocf1024
+    expect ok lyr-fft verify --float ocf1024
     expect libLYRA_fft.so.2 ldconfig -p
+    expect libLYRA_fftf.so.2 ldconfig -p
 
     say "C by pkg-config"
     # shellcheck disable=SC2016 # expanded inside
@@ -131,7 +134,7 @@ assert lyra_fft.plan_cache_info()["misses"] == 1'
     fi
 
     say "removing"
-    quietly apt-get -q -y purge liblyra-fft2 liblyra-fft-dev lyra-fftw3 lyra-fft-tools
+    quietly apt-get -q -y purge liblyra-fft2 liblyra-fftf2 liblyra-fft-dev lyra-fftw3 lyra-fft-tools
     if inside find /usr /etc /var/lib/dpkg -iname '*lyr[a_-]*' | grep .; then
         echo "left behind by the packages" >&2
         exit 1
