@@ -16,7 +16,7 @@ void clear_from(lyr_fft_iodim64 (&dims)[3], int first) {
     for (int k = first; k < 3; ++k) dims[k] = {};
 }
 
-// The dimensions in the order in which `rank` of them are taken from the outermost one on.
+// Indices of the dimensions, the outermost one first.
 struct order {
     int at[3];
 };
