@@ -35,20 +35,28 @@ function(lyra_add_codelets target name header)
                                 COMPILE_OPTIONS -ffp-contract=fast)
 endfunction()
 
-# Sanitizers leave kernels alone, so those of single precision can be the ones of another build.
-set(LYRA_SINGLE_KERNELS "" CACHE PATH
-    "Build folder whose kernels of single precision are taken instead of compiling them")
+# Sanitizers leave kernels alone, so builds with them can take those of another build.
+set(LYRA_KERNELS "" CACHE PATH "Build folder whose kernels are taken instead of compiling them")
+set(LYRA_SINGLE_KERNELS "${LYRA_KERNELS}" CACHE PATH "The same for those of single precision alone")
+
+# lyra_take_codelets(TARGET FOLDER): the objects that the build in FOLDER has under that name.
+function(lyra_take_codelets target folder)
+    list(TRANSFORM lyra_codelet_sources REPLACE "(.+)" "${folder}/CMakeFiles/${target}.dir/\\1.o"
+         OUTPUT_VARIABLE objects)
+    add_library(${target} OBJECT IMPORTED)
+    set_target_properties(${target} PROPERTIES IMPORTED_OBJECTS "${objects}")
+endfunction()
 
 # lyra_add_isa(NAME VECTOR FLAGS...): objects lyra_codelets_NAME from vector header
 # src/codelets/simd/VECTOR.h and lyra_codelets_NAME_single from VECTOR_single.h.
 function(lyra_add_isa name vector)
-    lyra_add_codelets(lyra_codelets_${name} ${name} ${vector}.h ${ARGN})
+    if(LYRA_KERNELS)
+        lyra_take_codelets(lyra_codelets_${name} ${LYRA_KERNELS})
+    else()
+        lyra_add_codelets(lyra_codelets_${name} ${name} ${vector}.h ${ARGN})
+    endif()
     if(LYRA_BUILD_FLOAT AND LYRA_SINGLE_KERNELS)
-        set(kernels lyra_codelets_${name}_single)
-        set(folder ${LYRA_SINGLE_KERNELS}/CMakeFiles/${kernels}.dir)
-        list(TRANSFORM lyra_codelet_sources REPLACE "(.+)" "${folder}/\\1.o" OUTPUT_VARIABLE objects)
-        add_library(${kernels} OBJECT IMPORTED)
-        set_target_properties(${kernels} PROPERTIES IMPORTED_OBJECTS "${objects}")
+        lyra_take_codelets(lyra_codelets_${name}_single ${LYRA_SINGLE_KERNELS})
     elseif(LYRA_BUILD_FLOAT)
         lyra_add_codelets(lyra_codelets_${name}_single ${name} ${vector}_single.h ${ARGN})
         lyra_single_settings(lyra_codelets_${name}_single)
