@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# fresh_root_check.sh packages|readme
+# fresh_root_check.sh packages|readme|python
 #
 # Tries in a new Debian 12, of which nothing but the base system is there, what users do first:
 #
@@ -7,18 +7,20 @@
 #              C, C++ and Fortran against them, by pkg-config and by CMake; removes everything again
 #   readme     clones this repository's last commit and does what README says, in its order: its two
 #              commands, and the first program after each; then counts the tests
+#   python     clones it and installs the Python package as docs/python.md says; then draws the
+#              example's picture and runs the tests of SciPy and NumPy on it
 #
-# Needs root, the network and mmdebstrap, some gigabytes under TMPDIR, and for readme minutes of
-# building (LYRA_JOBS as for ./dev).
+# Needs root, the network and mmdebstrap, some gigabytes under TMPDIR, and for the last two minutes
+# of building (LYRA_JOBS as for ./dev).
 set -euo pipefail
 export LC_ALL=C.UTF-8
 
 top=$(dirname "$(dirname "$(readlink -f "${BASH_SOURCE[0]}")")")
 task=${1:-}
 case $task in
-packages | readme) ;;
+packages | readme | python) ;;
 *)
-    echo "usage: fresh_root_check.sh packages|readme" >&2
+    echo "usage: fresh_root_check.sh packages|readme|python" >&2
     exit 2
     ;;
 esac
@@ -125,7 +127,7 @@ check_packages() {
         install "$(file_of python3-lyra-fft)" python3-matplotlib python3-scipy
         expect 1.0 python3 -c 'import lyra_fft; print(lyra_fft.irfft(lyra_fft.rfft([1, 2, 3]), 3)[0])'
         quietly sh -c 'cd /root && python3 examples/spectrogram.py picture.png'
-        [[ $(head -c 4 "$root/root/picture.png" | tail -c 3) == PNG ]]
+        expect_picture /root/picture.png
         quietly python3 -c 'import lyra_fft, scipy.fft
 scipy.fft.set_global_backend(lyra_fft.scipy_backend)
 scipy.fft.fft([1, 2, 3])
@@ -141,11 +143,11 @@ assert lyra_fft.plan_cache_info()["misses"] == 1'
     fi
 }
 
-# The commands in README's heading of that name, without their comments.
+# commands_under FILE HEADING: the commands there, without their comments.
 commands_under() {
     # shellcheck disable=SC2016 # marks of code
-    sed '/^```/,/^```/d' "$top/README.md" |
-        sed -n "/^## $1/,/^## /s/^    \([^#]*[^# ]\) *\(#.*\)\?$/\1/p"
+    sed '/^```/,/^```/d' "$top/$1" |
+        sed -n "/^## $2/,/^## /s/^    \([^#]*[^# ]\) *\(#.*\)\?$/\1/p"
 }
 
 in_clone() {
@@ -157,12 +159,20 @@ tests_of() {
 }
 
 # What a visitor has: the sources, and nothing installed.
-check_readme() {
-    local command compile count
+new_system_with_clone() {
     new_system git,ca-certificates
     git -C "$top" bundle create -q "$root/root/lyra.bundle" HEAD
     quietly git clone -q /root/lyra.bundle /root/lyra
-    compile=$(commands_under "A first program")
+}
+
+expect_picture() {
+    [[ $(head -c 4 "$root$1" | tail -c 3) == PNG ]] || { echo "no picture: $1" >&2; exit 1; }
+}
+
+check_readme() {
+    local command compile count
+    new_system_with_clone
+    compile=$(commands_under README.md "A first program")
     [[ $compile == cc*./first ]] || { echo "README has another first program" >&2; exit 1; }
     while read -r command; do
         say "$command"
@@ -171,8 +181,8 @@ check_readme() {
         say "${compile//$'\n'/; }"
         in_clone rm -f first
         expect "1: +0.707 -0.707i" sh -ec "cd /root/lyra; $compile"
-    done < <(commands_under "Two commands")
-    [[ $(head -c 4 "$root/root/lyra/build/demo/spectrum.png" | tail -c 3) == PNG ]]
+    done < <(commands_under README.md "Two commands")
+    expect_picture /root/lyra/build/demo/spectrum.png
 
     say "as many tests as where everything was there before"
     quietly sh -c 'cd /root/lyra && cmake --preset release -B /root/second'
@@ -181,9 +191,41 @@ check_readme() {
     ((count == $(tests_of /root/second)))
 }
 
+check_python() {
+    local command suite modules python=environment/bin/python
+    new_system_with_clone
+    quietly apt-get -q update
+    while read -r command; do
+        [[ $command != *build/packages/* ]] || continue  # those are tried with the packages
+        say "$command"
+        command=${command/apt install/apt-get -q -y --no-install-recommends install}
+        # shellcheck disable=SC2086 # words
+        time quietly sh -ec 'cd /root/lyra; "$@"' sh $command </dev/null
+    done < <(commands_under docs/python.md Installing)
+
+    say "the example"
+    install python3-matplotlib python3-scipy python3-pytest python3-hypothesis
+    expect /environment/ "/root/lyra/$python" -c 'import lyra_fft; print(lyra_fft.__file__)'
+    quietly sh -c "cd /root && lyra/$python lyra/examples/spectrogram.py picture.png"
+    expect_picture /root/picture.png
+
+    for suite in functions backend numpy; do
+        case $suite in
+        functions) modules="scipy.fft.tests scipy.fft._pocketfft.tests scipy.fftpack.tests" ;;
+        backend) modules=scipy.fft.tests ;;
+        numpy) modules=numpy.fft.tests ;;
+        esac
+        say "tests of $modules (on $suite)"
+        # shellcheck disable=SC2086 # words
+        inside env LYRA_FFT_SUITE=$suite PYTHONPATH=/root/lyra/python/tests "/root/lyra/$python" \
+            -m pytest -p no:cacheprovider -q -p installed_suites --pyargs $modules 2>&1 | tail -n 3
+    done
+}
+
 start=$SECONDS
 case $task in
 packages) check_packages ;;
 readme) check_readme ;;
+python) check_python ;;
 esac
 say "$task: good, in $((SECONDS - start)) s"
