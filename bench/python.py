@@ -79,8 +79,11 @@ def measure(threads, output, seconds=0.4):
 
     with open(output, "a") as file:
         if file.tell() == 0:
-            model = re.search(r"model name\s*: (.*)", Path("/proc/cpuinfo").read_text())
-            print(f"# {model[1] if model else 'a processor'}; Python {sys.version.split()[0]}, "
+            processor = Path("/proc/cpuinfo").read_text()
+            model = re.search(r"model name\s*: (.*)", processor)
+            vectors = [name for flag, name in (("avx512vl", "AVX-512"), ("avx2", "AVX2"),
+                                               ("asimd", "Advanced SIMD")) if flag in processor]
+            print(f"# {model[1] if model else 'a processor'}, {(vectors + ['no vectors'])[0]}; Python {sys.version.split()[0]}, "
                   f"NumPy {np.__version__}, SciPy {scipy.__version__}, lyra_fft "
                   f"{lyra_fft.__version__}; {time.strftime('%Y-%m-%d')}", file=file)
         if threads:
