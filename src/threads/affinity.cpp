@@ -56,7 +56,7 @@ bool choose_close(const topology *t, const processor_set *usable, int node, int6
             index -= room;
             continue;
         }
-        for (int cpu = 0; cpu < max_processors; ++cpu)
+        for (int cpu = 0; cpu < t->end; ++cpu)
             if (t->node_of[cpu] == near && usable->has(cpu)) chosen->add(cpu);
         return true;
     }
@@ -94,7 +94,7 @@ bool choose_spread(const topology *t, const processor_set *usable, int caller, i
                 *index -= room;
                 continue;
             }
-            for (int cpu = g; cpu < max_processors; cpu += group_count)
+            for (int cpu = g; cpu < t->end; cpu += group_count)
                 if (t->node_of[cpu] == near && usable->has(cpu)) chosen->add(cpu);
             if (k == 0) {
                 chosen->remove(caller);

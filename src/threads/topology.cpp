@@ -118,14 +118,18 @@ char *read_node_file(const char *directory, int node, const char *name) {
 
 bool read_processors(topology *t, const char *directory) {
     for (int cpu = 0; cpu < max_processors; ++cpu) t->node_of[cpu] = -1;
+    t->end = 0;
     for (int node = 0; node < t->node_count; ++node) {
         char *text = read_node_file(directory, t->numbers[node], "cpumap");
         if (!text) return false;
         processor_set cpus;
         parse_cpumap(text, &cpus);
         free(text);
-        for (int cpu = 0; cpu < max_processors; ++cpu)
-            if (cpus.has(cpu)) t->node_of[cpu] = static_cast<int16_t>(node);
+        for (int cpu = 0; cpu < max_processors; ++cpu) {
+            if (!cpus.has(cpu)) continue;
+            t->node_of[cpu] = static_cast<int16_t>(node);
+            if (t->end <= cpu) t->end = cpu + 1;
+        }
     }
     return true;
 }
@@ -196,7 +200,7 @@ void topology_release(topology *t) {
 
 void count_usable(topology *t, const processor_set *allowed) {
     memset(t->usable, 0, static_cast<size_t>(t->node_count) * group_count * sizeof(int32_t));
-    for (int cpu = 0; cpu < max_processors; ++cpu)
+    for (int cpu = 0; cpu < t->end; ++cpu)
         if (t->node_of[cpu] >= 0 && allowed->has(cpu))
             ++t->usable[t->node_of[cpu] * group_count + cpu % group_count];
 }
@@ -230,7 +234,7 @@ bool parse_distances(const char *text, int count, int32_t *distances) {
 int32_t thread_cap_of(const topology *t) {
     if (t->node_count < 2 || t->node_count % 2 != 0) return -1;
     int32_t processors = 0;
-    for (int cpu = 0; cpu < max_processors; ++cpu)
+    for (int cpu = 0; cpu < t->end; ++cpu)
         processors += t->node_of[cpu] >= 0 && t->node_of[cpu] < t->node_count / 2;
     return processors > 0 && processors % 2 == 0 ? processors : -1;
 }

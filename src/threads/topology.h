@@ -46,6 +46,7 @@ struct topology {
     int32_t *nearest;    // node_count of each node, the nearest one first
     int32_t *usable;     // by node and group: processors that the process may use
     int16_t *node_of;    // max_processors; -1: unknown
+    int32_t end;         // all processors of nodes have numbers below
 };
 
 // What the library asks of the system about processors. Tests put another one in its place
