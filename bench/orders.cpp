@@ -10,9 +10,12 @@
 // that changes of the clock rate cancel.
 #include "dft/orders.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -225,8 +228,13 @@ int64_t lanes_of(const std::string &target) {
     return (target == "avx512" ? 64 : 32) / lyr::complex_bytes;
 }
 
-constexpr size_t cost_count = sizeof(lyr::stage_costs) / sizeof(float);
-static_assert(cost_count * sizeof(float) == sizeof(lyr::stage_costs));
+constexpr size_t cost_count = offsetof(lyr::stage_costs, ways) / sizeof(float);
+static_assert((cost_count + 1) * sizeof(float) == sizeof(lyr::stage_costs));
+
+// Of this machine's first-level cache, whose sets repeat every 4096 bytes.
+float ways() {
+    return static_cast<float>(sysconf(_SC_LEVEL1_DCACHE_SIZE) / 4096);
+}
 
 double modelled(const lyr::stage_costs &costs, int64_t lanes, int64_t n, const list &factors) {
     double sum = 0;
@@ -246,8 +254,9 @@ std::vector<double> parts_of(int64_t lanes, const timing &t) {
     for (size_t i = 0; i < cost_count; ++i) {
         float unit[cost_count] = {};
         unit[i] = 1;
-        lyr::stage_costs costs;
-        std::memcpy(&costs, unit, sizeof costs);
+        lyr::stage_costs costs = {};
+        std::memcpy(&costs, unit, sizeof unit);
+        costs.ways = ways();
         parts[i] = modelled(costs, lanes, t.n, t.factors);
     }
     return parts;
@@ -283,7 +292,8 @@ lyr::stage_costs fit(int64_t lanes, const std::vector<timing> &times) {
             for (size_t k = 0; k < cost_count; ++k) slope += square[i][k] * costs[k];
             costs[i] = std::max(0.0, costs[i] - slope / square[i][i]);
         }
-    lyr::stage_costs result;
+    lyr::stage_costs result = {};
+    result.ways = ways();
     float *to = reinterpret_cast<float *>(&result);
     for (size_t i = 0; i < cost_count; ++i) to[i] = static_cast<float>(costs[i]);
     // A radix that was not measured at a place is not to be used there.
@@ -308,6 +318,7 @@ void print(const lyr::stage_costs &c) {
     print_row("collision_out", c.collision_out, 2);
     print_row("pass_line", c.pass_line, 2);
     std::printf("    .table_line = %.3fF,\n", static_cast<double>(c.table_line));
+    std::printf("    .ways = %.0f,\n", static_cast<double>(c.ways));
 }
 
 // The time of the list that `choose` finds, relative to the best one of each length.

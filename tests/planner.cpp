@@ -545,17 +545,23 @@ TEST(choice, plans_as_text) {
     const lyr_tools::buffers b = buffers_of(p);
     const plan_holder holder(make_plan(p, b));
     const std::string text = plan_text(holder.plan);
+    int64_t radices[lyr::max_factors];  // there are two
+    lyr::order_of_radices(lyr::active_table(), 160, radices);
+    const std::string order = std::to_string(radices[0]) + "x" + std::to_string(radices[1]);
     // Sizes of buffers and tables, at the ends of the lines, are the solvers' business.
-    for (const char *part : {"solve_problem_multidimension: execute_multidimension\n"
-                             "  complex backward 30:160:160x160:1:1, scratch ",
-                             " lent\n"
-                             "  solve_problem_dft_many: execute_many\n"
-                             "    complex backward 160:1:1 * 30:160:160\n"
-                             "    solve_problem_c2c_1d: execute_1d_two_stages\n"
-                             "      complex backward 160:1:1, radices 16x10,",
-                             "\n"
-                             "  solve_problem_dft_many_transpose: execute_many_transpose\n"
-                             "    complex backward 30:160:160 * 160:1:1, radices 3x10,"})
+    const std::string parts[] = {
+        "solve_problem_multidimension: execute_multidimension\n"
+        "  complex backward 30:160:160x160:1:1, scratch ",
+        " lent\n"
+        "  solve_problem_dft_many: execute_many\n"
+        "    complex backward 160:1:1 * 30:160:160\n"
+        "    solve_problem_c2c_1d: execute_1d_two_stages\n"
+        "      complex backward 160:1:1, radices " +
+            order + ",",
+        "\n"
+        "  solve_problem_dft_many_transpose: execute_many_transpose\n"
+        "    complex backward 30:160:160 * 160:1:1, radices 3x10,"};
+    for (const std::string &part : parts)
         EXPECT_NE(text.find(part), std::string::npos) << part << "\nis not in\n" << text;
     EXPECT_EQ(plan_text(nullptr), "");
 }
@@ -789,8 +795,8 @@ double cost_of_order(const lyr::stage_costs &costs, int64_t lanes, int64_t n,
 
 TEST(factors, orders_by_cost) {
     int64_t factors[lyr::max_factors];
-    const std::pair<int64_t, const lyr::stage_costs &> targets[] = {{2, lyr::costs_of_2_lanes},
-                                                                    {4, lyr::costs_of_4_lanes}};
+    const std::pair<int64_t, const lyr::stage_costs &> targets[] = {
+        {2, lyr::costs_of_2_lanes}, {2, lyr::near_costs_of_2_lanes}, {4, lyr::costs_of_4_lanes}};
     for (const auto &[lanes, costs] : targets) {
         for (int64_t n = 4; n <= 20000; ++n) {
             const int count = lyr::cheapest_order(costs, lanes, n, factors);
@@ -807,6 +813,31 @@ TEST(factors, orders_by_cost) {
             EXPECT_EQ(lyr::cheapest_order(costs, lanes, n, factors), 0) << n;
         EXPECT_GT(lyr::cheapest_order(costs, lanes, lyr::longest_modelled, factors), 0);
     }
+}
+
+// Small first-level caches have costs of their own for vectors of half a line in double precision.
+TEST(factors, costs_by_cache) {
+    const bool before = lyr::first_level_cache_is_small();
+    for (const lyr::codelet_table *const *t = lyr::supported_tables(); *t; ++t) {
+        lyr::set_small_first_level_cache(false);
+        EXPECT_EQ(lyr::costs_of(*t), (*t)->costs) << (*t)->name;
+        lyr::set_small_first_level_cache(true);
+        const lyr::stage_costs *near = lyr::costs_of(*t);
+        if ((*t)->lanes != 2 || sizeof(lyr::scalar) != sizeof(double)) {
+            EXPECT_EQ(near, (*t)->costs) << (*t)->name;
+            continue;
+        }
+        EXPECT_EQ(near->ways, 8);
+        int64_t chosen[lyr::max_factors], cheapest[lyr::max_factors];
+        const int count = lyr::order_of_radices(*t, 9216, chosen);
+        ASSERT_EQ(lyr::cheapest_order(*near, 2, 9216, cheapest), count);
+        EXPECT_TRUE(std::equal(chosen, chosen + count, cheapest));
+        EXPECT_LT(cost_of_order(*near, 2, 9216, chosen, count), [&] {
+            const int other = lyr::cheapest_order(*(*t)->costs, 2, 9216, cheapest);
+            return cost_of_order(*near, 2, 9216, cheapest, other);
+        }());
+    }
+    lyr::set_small_first_level_cache(before);
 }
 
 TEST(factors, part_above_37) {

@@ -39,6 +39,7 @@ constexpr int max_tables = 3;
 const codelet_table *supported[max_tables + 1];
 const codelet_table *active;
 int64_t longest_prime, longest_real_prime;  // among the unit transforms that are used
+bool small_cache;                           // first_level_cache_is_small
 
 [[maybe_unused]] void refuse_processor() {
     static const char text[] = "FFT: The software is running into an error, please check CPU ID.\n";
@@ -65,7 +66,7 @@ __attribute__((constructor(101))) void select_table() {
     *next++ = &generic128::table;
 #endif
     active = supported[0];
-    const bool small_cache = sysconf(_SC_LEVEL1_DCACHE_SIZE) <= 32 << 10;
+    small_cache = sysconf(_SC_LEVEL1_DCACHE_SIZE) <= 32 << 10;
     longest_prime = small_cache ? longest_prime_in_32k : INT64_MAX;
     longest_real_prime = small_cache ? longest_real_prime_in_32k : INT64_MAX;
 }
@@ -85,6 +86,13 @@ const codelet_table *const *supported_tables() {
 }
 void set_active_table(const codelet_table *table) {
     active = table;
+}
+
+bool first_level_cache_is_small() {
+    return small_cache;
+}
+void set_small_first_level_cache(bool small) {
+    small_cache = small;
 }
 
 const codelet_set *codelets_for(const plan *p, int64_t n) {

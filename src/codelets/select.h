@@ -18,6 +18,11 @@ const codelet_table *const *supported_tables();
 // benchmarks; not exported.
 void set_active_table(const codelet_table *table);
 
+// Whether this processor's first-level data cache has 32 KiB at most, or the system does not tell.
+// It can be set for tests, for the orders of radices alone; not exported.
+bool first_level_cache_is_small();
+void set_small_first_level_cache(bool small);
+
 // The codelets of length n for the direction of the plan, or null.
 const codelet_set *codelets_for(const plan *p, int64_t n);
 

@@ -19,6 +19,8 @@ struct stage_costs {
     float pass_line[2];      // each line of arrays beyond the first-level cache, for each stage; in
                              // addition, beyond the second-level cache
     float table_line;        // each line of large tables
+
+    float ways;  // of the first-level cache that the costs are for; no cost itself
 };
 
 // What follows was printed by "lyra-orders fit" (bench/orders.cpp), and serves all processors of a
@@ -37,6 +39,23 @@ constexpr stage_costs costs_of_2_lanes = {
     .collision_out = {0.13F, 0.49F},
     .pass_line = {0.00F, 0.23F},
     .table_line = 0.000F,
+    .ways = 12,
+};
+
+// AVX2, Zen 4: for first-level caches of at most 32 KiB, November 2026.
+constexpr stage_costs near_costs_of_2_lanes = {
+    .first = {0.59F, 1.29F, 1.63F, 2.76F, 3.11F, 4.94F, 4.62F, 7.17F, 6.94F, 13.65F, 8.60F, 20.89F,
+              14.06F, 50.72F, 62.93F, 90.35F, 140.30F, 158.79F, 245.93F},
+    .middle = {1.28F, 2.45F, 3.17F, 5.32F, 5.99F, 9.33F, 8.68F, 13.13F, 13.60F, 21.11F, 15.88F,
+               28.43F, 25.04F, 60.01F, 70.88F, 104.32F, 170.92F, 186.88F, 277.20F},
+    .last = {1.45F, 2.60F, 2.71F, 4.47F, 4.58F, 7.31F, 6.39F, 10.60F, 9.88F, 16.82F, 11.71F, 24.58F,
+             18.50F, 50.57F, 64.39F, 89.01F, 147.97F, 159.04F, 243.96F},
+    .row = 0.505F,
+    .collision_in = {0.08F, 0.29F},
+    .collision_out = {0.29F, 0.80F},
+    .pass_line = {0.08F, 0.15F},
+    .table_line = 0.113F,
+    .ways = 8,
 };
 
 // AVX-512, Zen 5, November 2026.
@@ -52,6 +71,7 @@ constexpr stage_costs costs_of_4_lanes = {
     .collision_out = {0.08F, 1.26F},
     .pass_line = {0.03F, 0.28F},
     .table_line = 0.342F,
+    .ways = 12,
 };
 
 // AVX2, single precision, Zen 5, November 2026.
@@ -67,6 +87,7 @@ constexpr stage_costs single_costs_of_4_lanes = {
     .collision_out = {0.12F, 0.51F},
     .pass_line = {0.06F, 0.24F},
     .table_line = 0.000F,
+    .ways = 12,
 };
 
 // AVX-512, single precision, Zen 5, November 2026.
@@ -82,6 +103,7 @@ constexpr stage_costs single_costs_of_8_lanes = {
     .collision_out = {0.13F, 1.17F},
     .pass_line = {0.04F, 0.22F},
     .table_line = 0.409F,
+    .ways = 12,
 };
 
 }  // namespace lyr

@@ -3,6 +3,7 @@
 #include <bit>
 #include <cmath>
 
+#include "codelets/select.h"
 #include "dft/factorize.h"
 #include "precision.h"
 
@@ -24,9 +25,10 @@ float vectors(int32_t count, int32_t lanes) {
 
 // First-level caches repeat their sets every 4096 bytes. What each of r streams `step` complex
 // numbers apart costs when they take more than half of the ways of a cache of 32 KiB, and when they
-// take more than a cache of 48 KiB has. Of the step only its largest power of two matters.
-float collision_cost(const float (&cost)[2], int32_t r, int32_t power_of_two) {
-    constexpr int32_t period = 4096 / complex_bytes, half_of_the_ways = 4, all_ways = 12;
+// take more than all ways that there are. Of the step only its largest power of two matters.
+float collision_cost(const float (&cost)[2], float ways, int32_t r, int32_t power_of_two) {
+    constexpr int32_t period = 4096 / complex_bytes, half_of_the_ways = 4;
+    const auto all_ways = static_cast<int32_t>(ways);
     const int32_t sharing = r * (power_of_two < period ? power_of_two : period);
     if (power_of_two < period && sharing <= half_of_the_ways * period) return 0;
     return cost[0] + (sharing > all_ways * period ? cost[1] : 0);
@@ -57,8 +59,9 @@ extent extent_of(int32_t count, int32_t lanes) {
 float stage_cost(const stage_costs &c, int32_t lanes, int r, const extent &L, const extent &m) {
     const int32_t radix = modelled_radices[r];
     const float streams = static_cast<float>(radix);
-    const float in = collision_cost(c.collision_in, radix, m.power_of_two);
-    const float out = collision_cost(c.collision_out, radix, L.power_of_two * m.power_of_two);
+    const float in = collision_cost(c.collision_in, c.ways, radix, m.power_of_two);
+    const float out =
+        collision_cost(c.collision_out, c.ways, radix, L.power_of_two * m.power_of_two);
     if (L.count == 1) return m.column_vectors * (c.first[r] + streams * (in + out));
     const int64_t entries = int64_t{L.count} * (radix - 1);
     if (m.count == 1)
@@ -209,9 +212,16 @@ int cheapest_order(const stage_costs &costs, int64_t lanes, int64_t n, int64_t *
     return count;
 }
 
+const stage_costs *costs_of(const codelet_table *table) {
+    constexpr bool single = sizeof(scalar) == sizeof(float);
+    const bool half_lines = 2 * table->lanes == line_complex;
+    return half_lines && !single && first_level_cache_is_small() ? &near_costs_of_2_lanes
+                                                                 : table->costs;
+}
+
 int order_of_radices(const codelet_table *table, int64_t n, int64_t *factors) {
-    if (table->costs)
-        if (const int count = cheapest_order(*table->costs, table->lanes, n, factors)) return count;
+    if (const stage_costs *costs = costs_of(table))
+        if (const int count = cheapest_order(*costs, table->lanes, n, factors)) return count;
     return factorize_size(n, factors);
 }
 

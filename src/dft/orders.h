@@ -21,6 +21,10 @@ double modelled_cost(const stage_costs &costs, int64_t lanes, int64_t n, int r, 
 // model's lengths: 4 to longest_modelled, prime factors up to 37, at most 128 divisors.
 int cheapest_order(const stage_costs &costs, int64_t lanes, int64_t n, int64_t *factors);
 
+// The costs for a target on this machine, whose first-level cache decides between two sets; null
+// where the target has none.
+const stage_costs *costs_of(const codelet_table *table);
+
 // The radices for the stages of one transform of length n on a target, as factorize_size returns
 // them: by the model where the target has costs. Transforms side by side take those of
 // factorize_size always, since their rows fill vectors whatever the radices.
