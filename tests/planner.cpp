@@ -12,6 +12,8 @@
 #include "api/memory.h"
 #include "batch/bufferization.h"
 #include "batch/slab_batch.h"
+#include "codelets/split_stages.h"
+#include "codelets/split_stages.h"
 #include "dft/bluestein.h"
 #include "dft/c2c_1d_large.h"
 #include "dft/factorize.h"
@@ -298,11 +300,11 @@ TEST(choice, solvers_and_executors) {
          "solve_problem_multidimension/execute_multidimension("
          "solve_problem_dft_many/execute_many_direct(" DIRECT ") " SLAB ")"},
         {"icf16:2:1*9:32:32", "solve_problem_dft_many/execute_many_direct(" DIRECT ")"},
-        {"oscf16", SPLIT "(" UNIT ")", SPLIT "(" DIRECT ")"},
-        {"oscf64", "solve_problem_dft_split/execute_split_stages(" TWO_STAGES ")"},
+        {"oscf12", SPLIT "(" UNIT ")", SPLIT "(" DIRECT ")"},
+        {"oscf100", "solve_problem_dft_split/execute_split_stages(" TWO_STAGES ")"},
         {"iscb60:2:3", SPLIT "(" TWO_STAGES ")"},
-        {"oscf16*3", MANY_SPLIT "(" SPLIT "(" UNIT "))", MANY_SPLIT "(" SPLIT "(" DIRECT "))"},
-        {"iscf16*2*3i", MANY_SPLIT "(" MANY_SPLIT "(" SPLIT "(" UNIT ")))",
+        {"oscf12*3", MANY_SPLIT "(" SPLIT "(" UNIT "))", MANY_SPLIT "(" SPLIT "(" DIRECT "))"},
+        {"iscf12*2*3i", MANY_SPLIT "(" MANY_SPLIT "(" SPLIT "(" UNIT ")))",
          MANY_SPLIT "(" MANY_SPLIT "(" SPLIT "(" DIRECT ")))"},
         {"oscf0*3", MANY_SPLIT "(" SPLIT "(" REARRANGED_INPLACE "))"},
         {"ocf0*9:2:1", "solve_problem_nop/execute_nop"},
@@ -328,6 +330,29 @@ TEST(choice, solvers_and_executors) {
         const plan_holder holder(make_plan(p, b, lyr_tools::constructor::guru64));
         ASSERT_NE(holder.plan, nullptr) << e.problem;
         EXPECT_EQ(names_of(holder.plan), one_lane ? e.with_one_lane : e.names) << e.problem;
+    }
+}
+
+// Lengths with stages of split arrays in a table are transformed by them: those of AVX2 in double
+// precision.
+TEST(choice, stages_of_split_arrays) {
+    for (const lyr::codelet_table *table : all_tables()) {
+        const with_table active(table);
+        const bool has_them = std::string_view(table->name) == "avx2" && sizeof(lyr::scalar) == 8;
+        for (const int64_t n : {8, 12, 16, 32, 64, 128, 256, 512, 1024, 2048}) {
+            const bool is_listed = has_them && n >= 16 && n <= 1024;
+            EXPECT_EQ(lyr::split_stages_for(n) != nullptr, is_listed) << table->name << ' ' << n;
+            const std::string length = std::to_string(n);
+            for (const char *kind : {"oscf", "oscb", "iscf"}) {
+                const lyr_tools::problem p = problem_of(kind + length);
+                const lyr_tools::buffers b = buffers_of(p);
+                const plan_holder holder(make_plan(p, b, lyr_tools::constructor::guru64));
+                ASSERT_NE(holder.plan, nullptr);
+                EXPECT_EQ(names_of(holder.plan) == "solve_problem_dft_split/execute_split_parts",
+                          is_listed)
+                    << table->name << ' ' << kind << n;
+            }
+        }
     }
 }
 
@@ -369,6 +394,7 @@ TEST(choice, executors_have_names_of_their_own) {
                                      "ocf256:1:9*9:256:1",
                                      "oscf16",
                                      "oscf64",
+                                     "oscf100",
                                      "oscf60x64",
                                      "oscf600x8",
                                      "oscf8x9x10",

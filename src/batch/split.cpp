@@ -4,13 +4,17 @@
 //
 // Passes that only join or part are avoided where the neighbouring pass can do it: the first and
 // last stages of rows without gaps read and write split arrays themselves, and the columns of a
-// plane are parted as their last stage makes them, while they are still near the core.
+// plane are parted as their last stage makes them, while they are still near the core. Lengths that
+// have stages of split arrays (codelets/split_stages.h) are never joined.
 #include "batch/split.h"
 
 #include <cstring>
 
+#include "api/memory.h"
 #include "batch/slab_batch.h"
 #include "codelets/select.h"
+#include "codelets/split_stages.h"
+#include "dft/twiddle.h"
 #include "planner/registry.h"
 
 namespace lyr {
@@ -241,6 +245,61 @@ void choose_executor(plan *p) {
     p->execute_name = "execute_split_plane";
 }
 
+// ---- Stages of split arrays ---------------------------------------------------------------------
+
+void execute_split_parts(const plan *p, scalar *ri, scalar *ii, scalar *ro, scalar *io,
+                         scalar *scratch) {
+    const split_stages *list;
+    memcpy(&list, p->solver_words, sizeof list);
+    list->run(ri, ii, ro, io, static_cast<const scalar *>(p->aux), scratch);
+}
+
+// As codelets/split_stages.h has them.
+void fill_tables(scalar *table, const split_stages &list, const root_source *roots) {
+    scalar row[2 * (max_radix - 1)];
+    int64_t L = list.radices[0];
+    for (int s = 1; s < list.count; ++s) {
+        const int64_t r = list.radices[s], m = list.n / (L * r), W = list.lanes;
+        for (int64_t k = 0; k < L; ++k) {
+            fill_twiddle_row(row, roots, r, m * k, -1);
+            for (int64_t q = 0; q < r - 1; ++q) {
+                scalar *re = table + 2 * (k * (r - 1) + q), *im = re + 1;
+                if (s == list.count - 1) {
+                    re = table + 2 * (k - k % W) * (r - 1) + 2 * W * q + k % W;
+                    im = re + W;
+                }
+                *re = row[2 * q];
+                *im = row[2 * q + 1];
+            }
+        }
+        table += 2 * L * (r - 1);
+        L *= r;
+    }
+}
+
+int solve_in_parts(plan *p, const split_stages &list) {
+    int64_t entries = 0;
+    for (int64_t s = 1, L = list.radices[0]; s < list.count; L *= list.radices[s++])
+        entries += L * (list.radices[s] - 1);
+    const uint64_t bytes = static_cast<uint64_t>(entries) * complex_bytes;
+    p->aux = aligned_alloc_any(bytes);
+    if (!p->aux) return -1;
+    p->aux_bytes = bytes;
+    p->aux_owned = 1;
+    root_source roots;
+    root_source_init(&roots, list.n, entries);
+    fill_tables(static_cast<scalar *>(p->aux), list, &roots);
+    root_source_release(&roots);
+
+    const split_stages *where = &list;
+    memcpy(p->solver_words, &where, sizeof where);
+    p->work_bytes = static_cast<uint64_t>(list.n * split_stage_rooms(list.count)) * complex_bytes;
+    p->execute_fn = execute_forwarded;
+    p->execute_split_fn = execute_split_parts;
+    p->execute_name = "execute_split_parts";
+    return 0;
+}
+
 void make_child(plan *child, const plan *p) {
     plan_copy_problem(child, p);
     child->split = -1;
@@ -265,6 +324,9 @@ int solve_problem_dft_split(plan *p) {
     if (p->howmany_rank != 0) return -1;
     if (!has_split_arrays(p)) return -1;
     if (p->kind > kind_r2c) return -1;  // real-to-real data has no parts
+    if (p->kind == kind_complex && p->sign == -1 && p->rank == 1 && unit_strides(p))
+        if (const split_stages *list = split_stages_for(p->dims[0].n))
+            return solve_in_parts(p, *list);
 
     int64_t elements = row_length(p);
     for (int k = 0; k + 1 < p->rank; ++k) elements *= p->dims[k].n;

@@ -7,6 +7,7 @@
 #include <cstdlib>
 
 #include "codelets/cpu.h"
+#include "codelets/split_stages.h"
 
 namespace lyr {
 
@@ -26,6 +27,7 @@ extern const codelet_table table;
 namespace avx2 {
 extern const codelet_table table;
 extern const dense_batch *const far_batches;
+extern const split_stages *const split_lists;
 }  // namespace avx2
 namespace avx512 {
 extern const codelet_table table;
@@ -121,6 +123,15 @@ const dense_batch *far_batch_for([[maybe_unused]] int64_t n) {
                                                         : nullptr;
     for (; batch && batch->n != 0; ++batch)
         if (batch->n == n) return batch;
+#endif
+    return nullptr;
+}
+
+const split_stages *split_stages_for([[maybe_unused]] int64_t n) {
+#if defined(__x86_64__)
+    if (active != &avx2::table) return nullptr;
+    for (const split_stages *list = avx2::split_lists; list->n != 0; ++list)
+        if (list->n == n) return list;
 #endif
     return nullptr;
 }

@@ -1,0 +1,175 @@
+#include "codelets/split_stages.h"
+
+#include "codelets/kernel/streams.h"
+#include "codelets/simd/real_vec.h"
+
+namespace lyr::LYR_ISA {
+namespace {
+
+// W complex numbers as their real and their imaginary parts: what butterflies ask of a vector.
+// Rotations by right angles cost nothing.
+template <int W>
+struct parts {
+    static constexpr int lanes = W;
+    real_vec<W> re, im;
+
+    LYR_INLINE static parts load(const scalar *re, const scalar *im) {
+        return {real_vec<W>::load(re), real_vec<W>::load(im)};
+    }
+    LYR_INLINE void store(scalar *to_re, scalar *to_im) const {
+        re.store(to_re);
+        im.store(to_im);
+    }
+};
+template <int W>
+LYR_INLINE parts<W> operator+(parts<W> a, parts<W> b) {
+    return {a.re + b.re, a.im + b.im};
+}
+template <int W>
+LYR_INLINE parts<W> operator-(parts<W> a, parts<W> b) {
+    return {a.re - b.re, a.im - b.im};
+}
+template <int W>
+LYR_INLINE parts<W> add_i(parts<W> a, parts<W> b) {
+    return {a.re - b.im, a.im + b.re};
+}
+template <int W>
+LYR_INLINE parts<W> sub_i(parts<W> a, parts<W> b) {
+    return {a.re + b.im, a.im - b.re};
+}
+template <int W>
+LYR_INLINE parts<W> fma(parts<W> a, parts<W> b, scalar s) {
+    return {fma(a.re, b.re, s), fma(a.im, b.im, s)};
+}
+template <int W>
+LYR_INLINE parts<W> fma_i(parts<W> a, parts<W> b, scalar s) {
+    return {fma(a.re, b.im, -s), fma(a.im, b.re, s)};
+}
+template <int W>
+LYR_INLINE parts<W> cmul(parts<W> a, real_vec<W> re, real_vec<W> im) {
+    return {fma(-mul(a.im, im), a.re, re), fma(mul(a.re, im), a.im, re)};
+}
+
+// Between stages both parts lie in one array, the imaginary ones behind all real ones.
+struct two_arrays {
+    const scalar *re, *im;
+};
+struct two_results {
+    scalar *re, *im;
+};
+
+template <int W, int R, int N>
+LYR_INLINE void first(two_arrays in, two_results out) {
+    constexpr int64_t m = N / R;
+    for (int64_t j = 0; j < m; j += W) {
+        parts<W> x[R];
+        unroll<R>(
+            LYR_LAMBDA(auto q) { x[q] = parts<W>::load(in.re + q * m + j, in.im + q * m + j); });
+        butterfly<-1>(x);
+        unroll<R>(LYR_LAMBDA(auto p) { x[p].store(out.re + p * m + j, out.im + p * m + j); });
+    }
+}
+
+template <int W, int R, int L, int N>
+LYR_INLINE void middle(two_arrays in, two_results out, const scalar *&table) {
+    constexpr int64_t m = N / L / R;
+    for (int64_t k = 0; k < L; ++k, table += 2 * (R - 1)) {
+        for (int64_t j = 0; j < m; j += W) {
+            const scalar *w = table;
+            __asm__("" : "+r"(w));  // no hoisting to the stack
+            const int64_t from = k * R * m + j, to = k * m + j;
+            parts<W> x[R];
+            unroll<R>(LYR_LAMBDA(auto q) {
+                x[q] = parts<W>::load(in.re + from + q * m, in.im + from + q * m);
+                if constexpr (q > 0)
+                    x[q] = cmul(x[q], broadcast<W>(w[2 * q - 2]), broadcast<W>(w[2 * q - 1]));
+            });
+            butterfly<-1>(x);
+            unroll<R>(LYR_LAMBDA(auto p) {
+                x[p].store(out.re + to + p * L * m, out.im + to + p * L * m);
+            });
+        }
+    }
+}
+
+// Columns C.. of W rows of R numbers, transposed.
+template <int W, int R>
+LYR_INLINE void load_block(real_vec<W> (&x)[W], const scalar *rows) {
+    unroll<W>(LYR_LAMBDA(auto i) { x[i] = real_vec<W>::load(rows + i * R); });
+    transpose(x);
+}
+
+template <int W, int R, int N>
+LYR_INLINE void last(two_arrays in, two_results out, const scalar *table) {
+    constexpr int64_t L = N / R;
+    for (int64_t k = 0; k < L; k += W, table += 2 * W * (R - 1)) {
+        parts<W> x[R];
+        unroll<R / W>(LYR_LAMBDA(auto block) {
+            constexpr int first = block * W;
+            real_vec<W> re[W], im[W];
+            load_block<W, R>(re, in.re + k * R + first);
+            load_block<W, R>(im, in.im + k * R + first);
+            unroll<W>(LYR_LAMBDA(auto i) {
+                constexpr int q = first + i;
+                x[q] = {re[i], im[i]};
+                if constexpr (q > 0) {
+                    const scalar *w = table + 2 * W * (q - 1);
+                    x[q] = cmul(x[q], real_vec<W>::load(w), real_vec<W>::load(w + W));
+                }
+            });
+        });
+        butterfly<-1>(x);
+        unroll<R>(LYR_LAMBDA(auto p) { x[p].store(out.re + k + p * L, out.im + k + p * L); });
+    }
+}
+
+// The stages after the first L = R1 R2 .., back and forth between two halves of the room.
+template <int W, int N, int L, int R, int... Rest>
+LYR_INLINE void later_stages(two_arrays in, two_results out, const scalar *table, scalar *to,
+                             scalar *other) {
+    if constexpr (sizeof...(Rest) == 0) {
+        last<W, R, N>(in, out, table);
+    } else {
+        middle<W, R, L, N>(in, {to, to + N}, table);
+        later_stages<W, N, L * R, Rest...>({to, to + N}, out, table, other, to);
+    }
+}
+
+template <int W, int R, int... Rest>
+constexpr int64_t length = (int64_t{R} * ... * Rest);
+
+template <int W, int R, int... Rest>
+void run(const scalar *re, const scalar *im, scalar *out_re, scalar *out_im, const scalar *table,
+         scalar *room) {
+    constexpr int n = static_cast<int>(length<W, R, Rest...>);
+    first<W, R, n>({re, im}, {room, room + n});
+    later_stages<W, n, R, Rest...>({room, room + n}, {out_re, out_im}, table, room + 2 * n, room);
+}
+
+template <int W, int... Radices>
+[[maybe_unused]] constexpr split_stages stages_of = {
+    length<W, Radices...>, sizeof...(Radices), {Radices...}, W, run<W, Radices...>};
+
+// The quickest orders of 4, 8 and 16, measured. From 2048 on streams fall into few cache sets.
+template <class V>
+constexpr split_stages list_for[] = {
+    stages_of<2 * V::lanes, 4, 4>,       stages_of<2 * V::lanes, 8, 4>,
+    stages_of<2 * V::lanes, 8, 8>,       stages_of<2 * V::lanes, 4, 4, 8>,
+    stages_of<2 * V::lanes, 8, 4, 8>,    stages_of<2 * V::lanes, 8, 8, 8>,
+    stages_of<2 * V::lanes, 8, 4, 4, 8>, {}};
+constexpr split_stages no_list[] = {{}};
+
+template <class V>
+constexpr const split_stages *choose() {
+    if constexpr (half_a_line && sizeof(scalar) == sizeof(double))
+        return list_for<V>;
+    else
+        return no_list;
+}
+
+}  // namespace
+
+extern const split_stages *const split_lists;
+constinit const split_stages *const split_lists = choose<vec>();
+
+}  // namespace lyr::LYR_ISA
