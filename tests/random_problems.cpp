@@ -200,6 +200,21 @@ TEST(random_problems, usual_batches) {
     }
 }
 
+// The ways that depend on the first-level cache.
+TEST(random_problems, first_level_caches) {
+    const bool before = lyr::first_level_cache_is_small();
+    for (const lyr::codelet_table *table : all_tables()) {
+        const with_table active(table);
+        for (const bool small : {false, true}) {
+            lyr::set_small_first_level_cache(small);
+            for (const char *text :
+                 {"ocf2048", "icb2048", "orf4096", "ocf4096", "ocf6144", "icb990"})
+                check_problem(problem_of(text), constructor::automatic, 1);
+        }
+    }
+    lyr::set_small_first_level_cache(before);
+}
+
 // Strided in, one after another out: side by side or not, with and without gaps, groups of all
 // sizes.
 TEST(random_problems, strided_batches) {

@@ -19,7 +19,7 @@ const codelet_table *const *supported_tables();
 void set_active_table(const codelet_table *table);
 
 // Whether this processor's first-level data cache has 32 KiB at most, or the system does not tell.
-// It can be set for tests, for the orders of radices alone; not exported.
+// It can be set for tests, for orders of radices and pairs of stages; not exported.
 bool first_level_cache_is_small();
 void set_small_first_level_cache(bool small);
 

@@ -10,8 +10,10 @@ template <int Lanes>
 constexpr stage_pair_set make_set() {
     if constexpr (Lanes > 1 && sizeof(scalar) == sizeof(float))
         return {{make_pairs<8, 8, 8, 8>()}};
-    else if constexpr (Lanes > 1)
+    else if constexpr (Lanes == line_complex)
         return {{make_pairs<4, 8, 8, 8>(), make_pairs<8, 8, 8, 8>()}};
+    else if constexpr (Lanes > 1)
+        return {{make_pairs<8, 8, 8, 4>(true), make_pairs<4, 8, 8, 8>(), make_pairs<8, 8, 8, 8>()}};
     else
         return {};
 }

@@ -15,11 +15,12 @@ struct paired_stages {
     // [0 forward, 1 backward]
     void (*columns[2])(const stage *d, const scalar *in, scalar *matrix);
     void (*rows[2])(const stage *d, const scalar *matrix, scalar *out);
+    bool near;  // instead of a later entry of the same length where the first-level cache is small
 };
 inline constexpr int64_t pair_padding = 8;
 
 struct stage_pair_set {
-    paired_stages lengths[2];  // n is 0 where there is none
+    paired_stages lengths[3];  // n is 0 where there is none
 };
 
 }  // namespace lyr

@@ -70,7 +70,7 @@ const paired_stages *paired_stages_of(const plan *p) {
     const stage_pair_set *set = active_table()->paired;
     if (!unit_strides(p)) return nullptr;
     for (const paired_stages &pairs : set->lengths)
-        if (pairs.n == p->dims[0].n) return &pairs;
+        if (pairs.n == p->dims[0].n && (!pairs.near || first_level_cache_is_small())) return &pairs;
     return nullptr;
 }
 

@@ -65,11 +65,12 @@ void paired_rows(const stage *d, const scalar *matrix, scalar *out) {
 }
 
 template <int R1, int R2, int R3, int R4>
-constexpr paired_stages make_pairs() {
+constexpr paired_stages make_pairs(bool near = false) {
     return {R1 * R2 * R3 * R4,
             {R1, R2, R3, R4},
             {paired_columns<R1, R2, -1>, paired_columns<R1, R2, +1>},
-            {paired_rows<R3, R4, -1>, paired_rows<R3, R4, +1>}};
+            {paired_rows<R3, R4, -1>, paired_rows<R3, R4, +1>},
+            near};
 }
 
 }  // namespace
