@@ -13,7 +13,8 @@ constexpr stage_pair_set make_set() {
     else if constexpr (Lanes == line_complex)
         return {{make_pairs<4, 8, 8, 8>(), make_pairs<8, 8, 8, 8>()}};
     else if constexpr (Lanes > 1)
-        return {{make_pairs<8, 8, 8, 4>(true), make_pairs<4, 8, 8, 8>(), make_pairs<8, 8, 8, 8>()}};
+        return {{make_pairs<8, 8, 8, 4>(true), make_pairs<8, 8, 16, 4>(true),
+                 make_pairs<4, 8, 8, 8>(), make_pairs<8, 8, 8, 8>()}};
     else
         return {};
 }

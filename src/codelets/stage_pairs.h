@@ -20,7 +20,7 @@ struct paired_stages {
 inline constexpr int64_t pair_padding = 8;
 
 struct stage_pair_set {
-    paired_stages lengths[3];  // n is 0 where there is none
+    paired_stages lengths[4];  // n is 0 where there is none
 };
 
 }  // namespace lyr

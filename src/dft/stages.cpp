@@ -49,25 +49,27 @@ int64_t doubled_rows(const codelet_table *target, int64_t r, int64_t L) {
 }
 
 // The last stage's table: full groups of `lanes` rows as ready vectors or plain
-// (codelet_table::lanes), then the rows that are left. row holds one row.
+// (codelet_table::lanes), then the rows that are left.
 void fill_grouped_twiddles(scalar *table, const root_source *roots, int64_t r, int64_t L,
                            int64_t sign, int64_t lanes, int64_t doubled) {
-    scalar row[2 * (max_radix - 1)];
     const int64_t grouped = L - L % lanes;
-    for (int64_t k = 0; k < grouped; ++k) {
-        const int64_t lane = k % lanes;
-        if (!doubled) {
-            scalar *at = table + 2 * ((k - lane) * (r - 1) + lane);
-            fill_roots(at, lanes, roots, k, k, r - 1, sign);
-            continue;
-        }
-        fill_twiddle_row(row, roots, r, k, sign);
-        scalar *group = table + 4 * (k - lane) * (r - 1);
-        for (int64_t q = 0; q < r - 1; ++q) {
-            scalar *re = group + 4 * lanes * q + 2 * lane;
-            scalar *im = re + 2 * lanes;
-            re[0] = re[1] = row[2 * q];
-            im[0] = im[1] = row[2 * q + 1];
+    for (int64_t k = 0; k < grouped && !doubled; ++k) {
+        scalar *at = table + 2 * ((k - k % lanes) * (r - 1) + k % lanes);
+        fill_roots(at, lanes, roots, k, k, r - 1, sign);
+    }
+    // Ready vectors by inputs, many rows at once: radices are small.
+    constexpr int64_t most_rows = 64;
+    scalar column[2 * most_rows];
+    for (int64_t k = 0; k < doubled; k += most_rows) {
+        const int64_t rows = doubled - k < most_rows ? doubled - k : most_rows;
+        for (int64_t q = 1; q < r; ++q) {
+            fill_roots(column, 1, roots, k * q, q, rows, sign);
+            scalar *re = table + 4 * k * (r - 1) + 4 * lanes * (q - 1);
+            for (const scalar *w = column; w < column + 2 * rows; re += 4 * lanes * (r - 1))
+                for (int64_t part = 0; part < 2 * lanes; part += 2, w += 2) {
+                    re[part] = re[part + 1] = w[0];
+                    re[2 * lanes + part] = re[2 * lanes + part + 1] = w[1];
+                }
         }
     }
     table += 2 * (grouped + doubled) * (r - 1);
