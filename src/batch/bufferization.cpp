@@ -97,6 +97,7 @@ int solve_bufferized_problem(plan *p) {
         keep_slab_batch(p, {slab_width(n, n, h, list.count), list, 0});
         p->execute_fn = execute_bufferization_walk;
         p->execute_name = "execute_bufferization_walk";
+        p->form = plan_form::slabs;
     } else {
         p->work_bytes = static_cast<uint64_t>(slice * row) * complex_bytes;
         p->execute_fn = execute_bufferization;

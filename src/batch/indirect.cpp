@@ -129,7 +129,7 @@ void execute_indirect_before(const plan *p, scalar *in, scalar *out, scalar *scr
     const plan *rows = p->children;
     const auto [n, is, os] = p->dims[0];
     const auto [h, idist, odist] = p->howmany_dims[0];
-    if (strcmp(rows->solver_name, "solve_problem_dft_many") != 0) {
+    if (rows->form != plan_form::loop) {
         copy_transpose_cpx(in, out, n, h, is, odist);
         rows->execute_fn(rows, out, out, scratch);
         return;

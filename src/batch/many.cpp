@@ -134,7 +134,7 @@ constexpr int64_t longest_across_batch = 12;
 // last-level cache as well: there its executor beats stages with calls in between. Measured.
 bool keeps_pairs(const plan *p) {
     const int64_t bytes = p->dims[0].n * complex_bytes;
-    return strcmp(p->children->execute_name, "execute_1d_paired") == 0 &&
+    return p->children->form == plan_form::paired_stages &&
            p->howmany_dims[0].n <= far_output_bytes() / bytes;
 }
 
@@ -143,7 +143,7 @@ void choose_executor(plan *p) {
     const plan *child = p->children;
     const auto [n, is, os] = p->dims[0];
     const auto [h, idist, odist] = p->howmany_dims[0];
-    const bool unit = strcmp(child->solver_name, "solve_problem_dft_unit") == 0;
+    const bool unit = child->form == plan_form::unit;
     const codelet_set *codelets = codelets_for(p, n);
     const dense_batch *dense = dense_batch_for(n);
     const bool far = p->far_output && p->in != p->out;
@@ -163,7 +163,7 @@ void choose_executor(plan *p) {
             p->execute_fn = execute_many_far_units;
             p->execute_name = "execute_many_far_units";
         }
-    } else if (codelets && (unit || strcmp(child->solver_name, "solve_problem_dft_direct") == 0)) {
+    } else if (codelets && (unit || child->form == plan_form::codelet)) {
         if (idist == 0 || odist == 0) return;  // on the same arrays, one after another
         const many_codelet codelet = codelets->direct_many;
         memcpy(p->solver_words, &codelet, sizeof codelet);
@@ -187,6 +187,7 @@ int solve_problem_dft_many(plan *p) {
     if (p->howmany_rank < 1) return -1;
     if (p->kind > kind_r2r) return -1;
     if (!works_one_by_one(p)) return -1;
+    p->form = plan_form::loop;
     if (has_columns(p)) return build_columns(p);
 
     p->execute_fn = execute_many;

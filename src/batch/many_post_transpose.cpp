@@ -86,6 +86,7 @@ int solve_problem_dft_many_post_transpose(plan *p) {
                     {h < together ? h : together, list, p->far_output && list.table->finish_far});
     p->execute_fn = execute_many_post_transpose;
     p->execute_name = "execute_many_post_transpose";
+    p->form = plan_form::gathered_slabs;
     if (list.count > 1 && list.table->lanes > 1 && fall_into_one_set(idist)) {
         p->execute_fn = execute_many_post_transpose_copied;
         p->execute_name = "execute_many_post_transpose_copied";

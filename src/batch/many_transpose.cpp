@@ -35,6 +35,7 @@ int solve_problem_dft_many_transpose(plan *p) {
     keep_slab_batch(p, {width, list, 0});
     p->execute_fn = execute_many_transpose;
     p->execute_name = "execute_many_transpose";
+    p->form = plan_form::slabs;
     return 0;
 }
 

@@ -91,6 +91,7 @@ int solve_problem_multidimension(plan *p) {
 
     p->execute_fn = execute_multidimension;
     p->execute_name = "execute_multidimension";
+    p->form = plan_form::rows_then_columns;
     p->nchildren = 2;
     p->children = plan_alloc_children(2);
     if (!p->children) return -1;

@@ -49,9 +49,7 @@ void keep_slab_batch(plan *p, const slab_batch &batch) {
 }
 
 bool get_slab_batch(const plan *p, slab_batch *batch) {
-    if (strcmp(p->execute_name, "execute_many_transpose") != 0 &&
-        strcmp(p->execute_name, "execute_bufferization_walk") != 0)
-        return false;
+    if (p->form != plan_form::slabs) return false;
     memcpy(batch, p->solver_words, sizeof *batch);
     return true;
 }

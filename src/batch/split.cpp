@@ -151,11 +151,10 @@ void execute_split_stages(const plan *p, scalar *ri, scalar *ii, scalar *ro, sca
 
 // Whether a plan first transforms the rows of its outermost dimension one by one.
 bool rows_come_first(const plan *q) {
-    if (strcmp(q->execute_name, "execute_multidimension") != 0) return false;
+    if (q->form != plan_form::rows_then_columns) return false;
     const plan *loop = q->children;
-    return strcmp(loop->solver_name, "solve_problem_dft_many") == 0 && loop->howmany_rank == 1 &&
-           strcmp(loop->children->solver_name, "solve_problem_dft_direct") != 0 &&
-           strcmp(loop->children->solver_name, "solve_problem_dft_unit") != 0;
+    return loop->form == plan_form::loop && loop->howmany_rank == 1 &&
+           loop->children->form != plan_form::codelet && loop->children->form != plan_form::unit;
 }
 
 void transform_rows(const plan *p, int first, const plan *q, scalar *re, scalar *im, scalar *buffer,

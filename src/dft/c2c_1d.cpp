@@ -82,6 +82,7 @@ int solve_paired(plan *p, const paired_stages *pairs) {
     memcpy(p->solver_words, &b, sizeof b);
     p->execute_fn = execute_1d_paired;
     p->execute_name = "execute_1d_paired";
+    p->form = plan_form::paired_stages;
     return 0;
 }
 
@@ -120,12 +121,15 @@ int solve_problem_c2c_1d(plan *p) {
     if (count == 2) {
         p->execute_fn = execute_1d_two_stages;
         p->execute_name = "execute_1d_two_stages";
+        p->form = plan_form::two_stages;
     } else if (unit_strides(p)) {
         p->execute_fn = execute_1d;
         p->execute_name = "execute_1d";
+        p->form = plan_form::stages;
     } else {
         p->execute_fn = execute_1d_discrete;
         p->execute_name = "execute_1d_discrete";
+        p->form = plan_form::own_stages;
     }
     return 0;
 }

@@ -170,6 +170,7 @@ int32_t convolution_finish(plan *p, scalar *filter, const filter_roots &exact,
     if (!compute_spectrum(c, exact, filter) && !transform_filter(p, c, filter)) return -1;
     p->execute_fn = unit_strides(p) ? execute_unit : execute_general;
     p->execute_name = unit_strides(p) ? unit_name : general_name;
+    p->form = plan_form::own_stages;
     return 0;
 }
 

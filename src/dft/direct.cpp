@@ -51,6 +51,7 @@ int solve_problem_dft_direct(plan *p) {
     if (!codelet) return -1;
     if (!strides_fit_codelets(p)) return -1;
 
+    p->form = plan_form::codelet;
     p->execute_fn = execute_dft_direct_without_aux;
     p->execute_name = "execute_dft_direct_without_aux";
     const uint64_t bytes = static_cast<uint64_t>(p->dims[0].n + header_complex) * complex_bytes;

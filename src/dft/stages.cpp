@@ -180,11 +180,10 @@ void alternate_rows(scalar *table, int64_t r, int64_t L, int64_t lanes) {
 
 slab_stages slab_stages_of(const plan *p) {
     slab_stages list = {0, nullptr, active_table()};
-    if (strcmp(p->execute_name, "execute_1d_two_stages") == 0) {
+    if (p->form == plan_form::two_stages) {
         list.count = 2;
         list.stages = two_stages_of(p->aux);
-    } else if (strcmp(p->execute_name, "execute_1d") == 0 ||
-               strcmp(p->execute_name, "execute_1d_paired") == 0) {
+    } else if (p->form == plan_form::stages || p->form == plan_form::paired_stages) {
         list.count = stages_of(p->aux).count;
         list.stages = stages_of(p->aux).stages;
     }

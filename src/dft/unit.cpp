@@ -33,6 +33,7 @@ int solve_problem_dft_unit(plan *p) {
     const int64_t n = p->dims[0].n;
     const executor run = unit_transform_for(p, n);
     if (!run) return -1;
+    p->form = plan_form::unit;
     if (unit_strides(p)) {
         p->execute_fn = run;
         p->execute_name = "execute_dft_unit";

@@ -39,16 +39,22 @@ static_assert(max_factors <= most_stages);
 // The stages that a plan runs by itself; a count of 0 when there are none.
 stage_list stages_in(const plan *p) {
     if (p->kind != kind_complex || p->split == 1) return {0, nullptr};
-    const char *name = p->execute_name;
-    if (strcmp(name, "execute_many_transpose") == 0 ||
-        strcmp(name, "execute_many_post_transpose") == 0) {
-        slab_batch batch;
-        memcpy(&batch, p->solver_words, sizeof batch);
-        return {batch.list.count, const_cast<stage *>(batch.list.stages)};
+    switch (p->form) {
+        case plan_form::slabs:
+        case plan_form::gathered_slabs: {
+            slab_batch batch;
+            memcpy(&batch, p->solver_words, sizeof batch);
+            return {batch.list.count, const_cast<stage *>(batch.list.stages)};
+        }
+        case plan_form::two_stages:
+            return {2, two_stages_of(p->aux)};
+        case plan_form::stages:
+        case plan_form::paired_stages:
+        case plan_form::own_stages:
+            return stages_of(p->aux);
+        default:
+            return {0, nullptr};
     }
-    if (strncmp(name, "execute_1d", 10) != 0) return {0, nullptr};
-    if (strcmp(name, "execute_1d_two_stages") == 0) return {2, two_stages_of(p->aux)};
-    return stages_of(p->aux);
 }
 
 void describe(const plan *p, int depth, void (*line)(void *, int, const char *), void *context) {

@@ -17,6 +17,26 @@
 
 enum { kind_complex = 0, kind_c2r = 1, kind_r2c = 2, kind_r2r = 3, kind_rotated_batch = 7 };
 
+namespace lyr {
+
+// What parents ask about a child: how it works, as far as they can do its work in a better way of
+// their own.
+enum class plan_form : int32_t {
+    other,
+    codelet,            // one transform: a call of a codelet
+    unit,               // one transform: a call of a transform whole in registers, or of a prime
+    two_stages,         // one transform: stages in aux (two_stages_of)
+    stages,             // one transform: stages in aux (stages_of)
+    paired_stages,      // the same, executed two at a time
+    own_stages,         // stages in aux (stages_of), which only the plan's own executor can run
+    slabs,              // transforms side by side: a slab_batch in solver_words
+    gathered_slabs,     // the same with input one after another
+    loop,               // a batch: transform after transform of the child
+    rows_then_columns,  // several dimensions: two children, the second one for the outermost
+};
+
+}  // namespace lyr
+
 struct lyr_fft_plan_s {
     // The problem: filled by constructors and by the solvers that make child plans.
     int32_t kind;
@@ -38,6 +58,7 @@ struct lyr_fft_plan_s {
     uint64_t scratch_bytes;  // that an execution takes, that of the children included
     lyr::split_executor execute_split_fn;
     const char *execute_name;
+    lyr::plan_form form;
     uint64_t work_bytes;  // the executor's own scratch; that of the children lies behind it
     int64_t shares;       // threads that execute children at the same time, each with scratch
                           // for a child of its own; 0 counts as 1

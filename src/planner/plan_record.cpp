@@ -75,6 +75,7 @@ void plan_clear(plan *p) {
     p->work_bytes = p->scratch_bytes = 0;
     p->shares = 0;
     p->any_count = 0;
+    p->form = plan_form::other;
     if (p->aux && p->aux_bytes && p->aux_owned) {
         aligned_free(p->aux);
         p->aux = nullptr;
