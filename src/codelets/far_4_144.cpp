@@ -3,6 +3,7 @@
 // of dense_3_13.cpp and registers_*.cpp, so that the results are the same, where all vectors of
 // outputs are full ones.
 #include "codelets/kernel/registers.h"
+#include "codelets/kernel/streams.h"
 
 namespace lyr::LYR_ISA {
 namespace {
@@ -80,6 +81,15 @@ constexpr dense_batch list_for_four[] = {a<V, 4>,       a<V, 8>,      a<V, 12>, 
                                          ab<V, 12, 6>,  ab<V, 8, 10>, ab<V, 12, 8>,  ab<V, 16, 7>,
                                          ab<V, 12, 10>, ab<V, 16, 8>, ab<V, 12, 12>, {}};
 
+// Four lanes that are half a line.
+template <class V>
+constexpr dense_batch list_for_half_lines[] = {
+    a<V, 4>,      a<V, 8>,       a<V, 12>,     ab<V, 4, 4>,   ab<V, 4, 5>,
+    ab<V, 4, 6>,  ab<V, 4, 7>,   ab<V, 8, 4>,  ab<V, 4, 9>,   ab<V, 4, 10>,
+    ab<V, 4, 11>, ab<V, 4, 12>,  ab<V, 4, 13>, ab<V, 8, 7>,   ab<V, 8, 8>,
+    ab<V, 12, 6>, ab<V, 8, 10>,  ab<V, 12, 7>, ab<V, 12, 8>,  ab<V, 12, 9>,
+    ab<V, 16, 7>, ab<V, 12, 10>, ab<V, 16, 8>, ab<V, 12, 12>, {}};
+
 template <class V>
 constexpr dense_batch list_for_two[] = {
     a<V, 4>,     a<V, 6>,      a<V, 8>,      a<V, 10>,     a<V, 12>,    ab<V, 4, 4>,
@@ -110,6 +120,8 @@ constexpr const dense_batch *choose() {
         return no_list;
     else if constexpr (V::lanes == 8)
         return list_for_eight<V, typename V::half>;
+    else if constexpr (V::lanes == 4 && half_a_line)
+        return list_for_half_lines<V>;
     else if constexpr (V::lanes == 4)
         return list_for_four<V>;
     else
