@@ -66,7 +66,8 @@ void add_lists(int64_t rest, list &factors, std::vector<list> &lists) {
         return;
     }
     if (factors.size() == most_factors) return;
-    for (const uint8_t r : lyr::modelled_radices) {
+    for (int i = 0; i < lyr::modelled_radix_count; ++i) {
+        const uint8_t r = lyr::modelled_radices[i];
         if (rest % r != 0) continue;
         factors.push_back(r);
         add_lists(rest / r, factors, lists);

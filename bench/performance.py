@@ -477,8 +477,8 @@ def instruction_words(table):
     for words, kind, fewest, most, powers in (
             ("powers of two 64 to 8192", "ocf", 64, 8192, True),
             ("16384 to 65536", "ocf", 16384, 65536, True),
-            ("products of small primes 1000 to 5040", "ocf", 1000, 5040, False),
-            ("real to complex 1000 to 16384", "orf", 1000, 16384, True)):
+            ("products of small primes 240 to 7680", "ocf", 240, 7680, False),
+            ("real to complex, powers of two 1024 to 16384", "orf", 1024, 16384, True)):
         span = span_text(rows, kind, fewest, most, powers)
         if span:
             parts.append(f"{words}: {span}")

@@ -4,7 +4,8 @@ set(lyra_complex_families
     src/codelets/family_2_6.cpp src/codelets/family_7_9.cpp src/codelets/family_10_12.cpp
     src/codelets/family_13_16.cpp src/codelets/family_17_23.cpp src/codelets/family_29_37.cpp
     src/codelets/registers_2_30.cpp src/codelets/registers_32_144.cpp src/codelets/dense_3_13.cpp
-    src/codelets/far_4_144.cpp src/codelets/stage_pairs.cpp src/codelets/split_stages.cpp)
+    src/codelets/far_4_144.cpp src/codelets/stage_pairs.cpp src/codelets/split_stages.cpp
+    src/codelets/wide_14_15.cpp src/codelets/wide_20_24.cpp)
 set(lyra_codelet_sources
     ${lyra_complex_families} src/codelets/prime_11_73.cpp src/codelets/real_matrix.cpp src/codelets/real_pass.cpp src/codelets/r2r_pass.cpp src/codelets/real_2_16.cpp
     src/codelets/real_32_64.cpp src/codelets/real_128.cpp src/codelets/real_table.cpp

@@ -6,6 +6,7 @@
 #include <map>
 
 #include "codelets/select.h"
+#include "codelets/stage_costs.h"
 #include "dft/stages.h"
 #include "dft/twiddle.h"
 #include "support.h"
@@ -494,6 +495,33 @@ TEST(codelets, first_stages) {
                                });
             }
         });
+}
+
+TEST(codelets, wide_stages) {
+    for (const codelet_table *table : all_tables()) {
+        EXPECT_EQ(table->wide != nullptr, table->costs_with_wide != nullptr) << table->name;
+        for (int i = 0; table->wide && i < lyr::wide_radix_count; ++i) {
+            const lyr::wide_stages &wide = *table->wide[i];
+            const int64_t r = wide.r;
+            EXPECT_EQ(r, lyr::modelled_radices[lyr::modelled_radix_count + i]) << table->name;
+            for (const int64_t sign : {-1, +1})
+                for (const int64_t rows : {1, 2, 3, 7, 260}) {
+                    SCOPED_TRACE(table->name);
+                    const auto check = [&](int64_t L, int64_t m, bool twiddled,
+                                           lyr::stage_codelet run) {
+                        check_pass({r, L, m, 1, twiddled, 1, 0, 1, 0}, sign, table, false,
+                                   [&](const stage &d, const scalar *in, scalar *out) {
+                                       run(&d, in, out);
+                                   });
+                    };
+                    const bool backward = sign == +1;
+                    check(1, rows, false, wide.first[backward]);
+                    if (rows < 10) check(rows, 3, true, wide.middle[backward]);
+                    check(rows, 1, true, wide.last[backward]);
+                    if (testing::Test::HasFailure()) return;
+                }
+        }
+    }
 }
 
 TEST(codelets, middle_stages) {

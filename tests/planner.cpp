@@ -13,7 +13,6 @@
 #include "batch/bufferization.h"
 #include "batch/slab_batch.h"
 #include "codelets/split_stages.h"
-#include "codelets/split_stages.h"
 #include "dft/bluestein.h"
 #include "dft/c2c_1d_large.h"
 #include "dft/factorize.h"
@@ -21,6 +20,7 @@
 #include "dft/rader.h"
 #include "dft/twiddle.h"
 #include "planner/cache_sizes.h"
+#include "planner/describe.h"
 #include "planner/registry.h"
 #include "support.h"
 
@@ -792,10 +792,12 @@ TEST(factors, products) {
 }
 
 // The least cost of the rest of an order whose first radices make up L, by trying all.
-double least_cost(const lyr::stage_costs &costs, int64_t lanes, int64_t n, int64_t L) {
+template <int Radices>
+double least_cost(const lyr::costs_of_radices<Radices> &costs, int64_t lanes, int64_t n,
+                  int64_t L) {
     if (L == n) return 0;
     double least = HUGE_VAL;
-    for (int r = 0; r < lyr::modelled_radix_count; ++r) {
+    for (int r = 0; r < Radices; ++r) {
         const int64_t next = L * lyr::modelled_radices[r];
         if (n % next != 0) continue;
         least = std::min(least, lyr::modelled_cost(costs, lanes, n, r, L, n / next) +
@@ -804,13 +806,14 @@ double least_cost(const lyr::stage_costs &costs, int64_t lanes, int64_t n, int64
     return least;
 }
 
-double cost_of_order(const lyr::stage_costs &costs, int64_t lanes, int64_t n,
+template <int Radices>
+double cost_of_order(const lyr::costs_of_radices<Radices> &costs, int64_t lanes, int64_t n,
                      const int64_t *factors, int count) {
     double cost = 0;
     int64_t L = 1;
     for (int s = 0; s < count; ++s) {
         const auto *r = std::ranges::find(lyr::modelled_radices, factors[s]);
-        EXPECT_NE(r, std::end(lyr::modelled_radices)) << factors[s];
+        EXPECT_LT(r - lyr::modelled_radices, Radices) << factors[s];
         cost += lyr::modelled_cost(costs, lanes, n, static_cast<int>(r - lyr::modelled_radices), L,
                                    n / (L * factors[s]));
         L *= factors[s];
@@ -821,9 +824,7 @@ double cost_of_order(const lyr::stage_costs &costs, int64_t lanes, int64_t n,
 
 TEST(factors, orders_by_cost) {
     int64_t factors[lyr::max_factors];
-    const std::pair<int64_t, const lyr::stage_costs &> targets[] = {
-        {2, lyr::costs_of_2_lanes}, {2, lyr::near_costs_of_2_lanes}, {4, lyr::costs_of_4_lanes}};
-    for (const auto &[lanes, costs] : targets) {
+    const auto check = [&](int64_t lanes, const auto &costs) {
         for (int64_t n = 4; n <= 20000; ++n) {
             const int count = lyr::cheapest_order(costs, lanes, n, factors);
             if (lyr::part_above_37(n) != 1) {
@@ -838,7 +839,43 @@ TEST(factors, orders_by_cost) {
              {int64_t{-8}, int64_t{0}, int64_t{1}, lyr::longest_modelled + 1, int64_t{1} << 62})
             EXPECT_EQ(lyr::cheapest_order(costs, lanes, n, factors), 0) << n;
         EXPECT_GT(lyr::cheapest_order(costs, lanes, lyr::longest_modelled, factors), 0);
-    }
+    };
+    check(2, lyr::costs_of_2_lanes);
+    check(2, lyr::near_costs_of_2_lanes);
+    check(4, lyr::costs_of_4_lanes);
+    check(1, lyr::wide_costs_of_complex);
+    check(1, lyr::wide_costs_of_armv8);
+}
+
+// The radices of the stages in a plan and its descendants.
+void collect_radices(const plan *p, std::vector<int64_t> &all) {
+    int64_t radices[lyr::most_stages];
+    const int count = lyr::plan_stages(p, radices);
+    all.insert(all.end(), radices, radices + count);
+    for (int k = 0; k < p->nchildren; ++k) collect_radices(&p->children[k], all);
+}
+
+// Wide radices are for executors that run their stages themselves.
+TEST(factors, wide_radices) {
+    constexpr struct {
+        const char *problem;
+        bool alone;
+    } examples[] = {{"ocf240", true},           {"icb2520", true},     {"orf480", true},
+                    {"ocf240*7", true},         {"ocf241", true},      {"oscf240", false},
+                    {"oscf7x240", false},       {"ocf240:2:1", false}, {"ocf482", false},
+                    {"ocf240:9:9*9:1:1", false}};
+    for (const lyr::codelet_table *table : all_tables())
+        for (const auto &[problem, alone] : examples) {
+            const with_table active(table);
+            const lyr_tools::problem p = problem_of(problem);
+            const lyr_tools::buffers b = buffers_of(p);
+            const plan_holder holder(make_plan(p, b));
+            std::vector<int64_t> radices;
+            collect_radices(holder.plan, radices);
+            const bool wide = std::ranges::any_of(
+                radices, [](int64_t r) { return lyr::wide_stages_for(r) != nullptr; });
+            EXPECT_EQ(wide, alone && table->wide) << problem << " with " << table->name;
+        }
 }
 
 // Small first-level caches have costs of their own for vectors of half a line in double precision.

@@ -302,6 +302,7 @@ int solve_in_parts(plan *p, const split_stages &list) {
 void make_child(plan *child, const plan *p) {
     plan_copy_problem(child, p);
     child->split = -1;
+    child->shares_stages = 1;
     if (p->kind != kind_r2c) child->in = scratch_array(p);
     if (p->kind != kind_c2r) child->out = scratch_array(p);
     child->in_imag = child->out_imag = nullptr;

@@ -99,6 +99,14 @@ struct codelet_set {
 };
 inline constexpr int common_radix_limit = 16;
 
+// The stages of a radix that only single transforms of strides 1 are made of, and only where a
+// target has them: forward, backward.
+struct wide_stages {
+    int64_t r;
+    stage_codelet first[2], middle[2], last[2];
+};
+inline constexpr int wide_radix_count = 4;
+
 // Products of complex numbers for the convolutions of Rader's and Bluestein's algorithms. Steps and
 // rows count complex numbers and may be negative.
 struct product_set {
@@ -148,8 +156,14 @@ constexpr bool has_turned_rows(int64_t r, int64_t L) {
 struct real_pass_set;   // codelets/real_pass.h
 struct r2r_pass_set;    // codelets/r2r_pass.h
 struct real_set;        // codelets/real.h
-struct stage_costs;     // codelets/stage_costs.h
 struct stage_pair_set;  // codelets/stage_pairs.h
+
+inline constexpr int modelled_radix_count = 19;
+inline constexpr int all_radix_count = modelled_radix_count + wide_radix_count;
+template <int Radices>
+struct costs_of_radices;  // codelets/stage_costs.h
+using stage_costs = costs_of_radices<modelled_radix_count>;
+using wide_costs = costs_of_radices<all_radix_count>;
 
 inline constexpr int max_radix = 37;
 inline constexpr int64_t max_lanes = 64 / complex_bytes;
@@ -195,7 +209,9 @@ struct codelet_table {
     const real_pass_set *real_passes;
     const r2r_pass_set *r2r_passes;
     const real_set *reals;
-    const stage_costs *costs;  // null: the radices of stages are those of factorize_size
+    const stage_costs *costs;           // null: the radices of stages are those of factorize_size
+    const wide_costs *costs_with_wide;  // the same for single transforms of strides 1
+    const wide_stages *const *wide;     // wide_radix_count of them, or null
     const stage_pair_set *paired;
     // Makes what went past the caches visible to other threads before later stores. Null: nothing
     // goes past them.

@@ -53,6 +53,26 @@ struct turned_factors {
     }
 };
 
+// `count` single numbers upwards from low and downwards from high, two neighbours at a time: loads
+// and stores that compilers join.
+template <direction D, class V, class Factors>
+LYR_INLINE void two_at_a_time(const scalar *low, const scalar *high, scalar *out_low,
+                              scalar *out_high, int64_t count, const Factors &factors) {
+    for (int64_t i = 0; i < count; i += 2) {
+        V a0 = V::load(low), a1 = V::load(low + 2), b1 = V::load(high - 2), b0 = V::load(high);
+        factors.template butterfly<D>(a0, b0, 2 * i);
+        factors.template butterfly<D>(a1, b1, 2 * i + 2);
+        a0.store(out_low);
+        a1.store(out_low + 2);
+        b1.store(out_high - 2);
+        b0.store(out_high);
+        low += 4;
+        high -= 4;
+        out_low += 4;
+        out_high -= 4;
+    }
+}
+
 // Vectors from k to last; returns the first k that is left. One operation reads all that it writes,
 // so that the last vector may meet its mirror image.
 template <direction D, class V, class Factors>
@@ -61,6 +81,17 @@ LYR_INLINE int64_t unit_run(int64_t h, const scalar *in, scalar *out, int64_t k,
     constexpr int64_t W = V::lanes;
     const int64_t low = 2 * k, high = 2 * (h - k - W + 1);
     const int64_t vectors = k <= last ? (last - k + 1) / W : 0;
+    if constexpr (moves_pairs<V>) {
+        const int64_t even = vectors & -2;
+        two_at_a_time<D, V>(in + low, in + high, out + low, out + high, even, factors);
+        for (int64_t i = even; i < vectors; ++i) {
+            V a = V::load(in + low + 2 * i), b = V::load(in + high - 2 * i);
+            factors.template butterfly<D>(a, b, 2 * i);
+            a.store(out + low + 2 * i);
+            b.store(out + high - 2 * i);
+        }
+        return k + vectors;
+    }
     int64_t down = 0;
 #pragma GCC unroll 2
     for (int64_t up = 0; up < 2 * W * vectors; up += 2 * W, down -= 2 * W) {

@@ -160,6 +160,12 @@ stage_codelet codelet_last_stage(const plan *p, int64_t n) {
     return unit_strides(p) ? set->last_unit : set->last_general;
 }
 
+const wide_stages *wide_stages_for(int64_t r) {
+    for (int i = 0; active->wide && i < wide_radix_count; ++i)
+        if (active->wide[i]->r == r) return active->wide[i];
+    return nullptr;
+}
+
 const real_set *active_reals() {
     return active->reals;
 }

@@ -46,6 +46,9 @@ stage_codelet codelet_first_stage(const plan *p, int64_t n);
 stage_codelet codelet_middle_stage(const plan *p, int64_t n);
 stage_codelet codelet_last_stage(const plan *p, int64_t n);
 
+// The stages of a wide radix, or null.
+const wide_stages *wide_stages_for(int64_t r);
+
 // The codelets of the active table.
 const real_set *active_reals();
 

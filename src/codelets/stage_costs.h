@@ -3,16 +3,19 @@
 
 #include <cstdint>
 
+#include "codelets/codelet.h"
+
 namespace lyr {
 
 // The radices of stages, and what stages cost on a target, in nanoseconds of the processor that
 // they were measured on; dft/orders.h has the model. bench/orders.cpp measures and fits them.
-inline constexpr int modelled_radix_count = 19;
-inline constexpr uint8_t modelled_radices[modelled_radix_count] = {
-    2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 16, 17, 19, 23, 29, 31, 37};
-struct stage_costs {
+inline constexpr uint8_t modelled_radices[all_radix_count] = {
+    2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 16, 17, 19, 23, 29, 31, 37, 14, 15, 20, 24};
+template <int Radices>
+struct costs_of_radices {
+    static constexpr int radices = Radices;
     // Each vector of butterflies, by position and radix.
-    float first[modelled_radix_count], middle[modelled_radix_count], last[modelled_radix_count];
+    float first[Radices], middle[Radices], last[Radices];
     float row;               // each row of a middle stage
     float collision_in[2];   // each vector read (written) where half of the ways of the
     float collision_out[2];  // first-level cache do not suffice; in addition, where all do not
@@ -104,6 +107,46 @@ constexpr stage_costs single_costs_of_8_lanes = {
     .pass_line = {0.04F, 0.22F},
     .table_line = 0.409F,
     .ways = 12,
+};
+
+// AArch64 with single lanes. Half of a cost are the cycles that a loop of the stage takes in a
+// model of Neoverse V2 (with complex-number instructions) or N1 (without), llvm-mca 19 on what g++
+// 12 makes of it; the other half are its instructions at the rate of such loops, 4.8 and 2.2 a
+// cycle, since modelled cycles alone make light of spilled registers. Lines beyond caches are
+// assumptions.
+constexpr wide_costs wide_costs_of_complex = {
+    .first = {1.0F,   2.7F,   2.9F,   6.1F,  6.6F,  10.0F, 8.4F,   15.7F,
+              15.7F,  23.5F,  17.1F,  33.0F, 24.6F, 83.9F, 103.0F, 151.9F,
+              275.0F, 323.4F, 490.6F, 25.1F, 29.3F, 36.4F, 43.2F},
+    .middle = {1.5F,   3.7F,   4.2F,   7.8F,  9.1F,  13.3F, 11.9F,  20.1F,
+               19.9F,  30.4F,  23.1F,  41.2F, 34.1F, 90.5F, 110.5F, 161.2F,
+               286.5F, 335.8F, 505.9F, 32.4F, 37.6F, 49.7F, 61.5F},
+    .last = {1.6F,   3.9F,   4.5F,   8.3F,  9.3F,  13.5F, 12.7F,  19.9F,
+             20.0F,  29.5F,  22.2F,  41.0F, 33.7F, 89.7F, 109.5F, 160.0F,
+             285.0F, 334.2F, 503.3F, 32.0F, 37.4F, 51.2F, 62.7F},
+    .row = 2.3F,
+    .collision_in = {0, 0},
+    .collision_out = {0, 0},
+    .pass_line = {0.5F, 2},
+    .table_line = 0,
+    .ways = 4,
+};
+constexpr wide_costs wide_costs_of_armv8 = {
+    .first = {2.6F,   6.1F,   6.9F,    13.5F, 15.4F, 23.0F,  20.6F,  41.5F,
+              36.5F,  53.5F,  43.2F,   78.2F, 68.1F, 178.2F, 234.7F, 338.1F,
+              584.4F, 693.5F, 1041.9F, 58.5F, 70.2F, 93.4F,  114.9F},
+    .middle = {3.1F,   8.0F,   9.7F,    17.0F, 19.6F, 33.2F,  31.6F,  51.8F,
+               49.4F,  67.8F,  60.0F,   93.8F, 87.2F, 198.3F, 256.8F, 365.5F,
+               620.0F, 732.0F, 1089.2F, 75.0F, 87.0F, 119.2F, 145.7F},
+    .last = {4.0F,   9.0F,   11.3F,   18.8F, 21.6F, 31.1F,  30.1F,  50.5F,
+             48.2F,  65.3F,  59.9F,   94.2F, 86.1F, 195.8F, 253.6F, 362.0F,
+             613.5F, 725.7F, 1079.7F, 75.0F, 86.2F, 116.1F, 142.8F},
+    .row = 4.7F,
+    .collision_in = {0, 0},
+    .collision_out = {0, 0},
+    .pass_line = {0.5F, 2},
+    .table_line = 0,
+    .ways = 4,
 };
 
 }  // namespace lyr

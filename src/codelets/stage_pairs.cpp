@@ -4,8 +4,9 @@ namespace lyr::LYR_ISA {
 
 namespace {
 
-// Not for single lanes, which lose less by memory, nor for 2048 numbers of single precision, which
-// fit into a first-level cache. Radices by timing; vectors of half a line gain at 8192, too.
+// Not for single lanes without pairs of numbers, which lose less by memory, nor for 2048 numbers of
+// single precision, which fit into a first-level cache. Radices by timing; vectors of half a line
+// gain at 8192, too, in single precision.
 template <int Lanes>
 constexpr stage_pair_set make_set() {
     constexpr bool single = sizeof(scalar) == sizeof(float);
@@ -18,6 +19,8 @@ constexpr stage_pair_set make_set() {
     else if constexpr (Lanes > 1)
         return {{make_pairs<8, 8, 8, 4>(true), make_pairs<8, 8, 16, 4>(true),
                  make_pairs<4, 8, 8, 8>(), make_pairs<8, 8, 8, 8>()}};
+    else if constexpr (moves_pairs<vec>)
+        return {{make_pairs<8, 8, 8, 8>(), make_pairs<16, 8, 8, 8>()}};
     else
         return {};
 }

@@ -6,6 +6,7 @@
 #include "codelets/kernel/butterfly.h"
 #include "codelets/stage_costs.h"
 #include "codelets/stage_pairs.h"
+#include "codelets/wide_stages.h"
 
 #define LYR_TEXT_(x) #x
 #define LYR_TEXT(x) LYR_TEXT_(x)
@@ -137,6 +138,11 @@ constexpr const stage_costs *costs =
     : 2 * vec::lanes == line_complex ? (single ? &single_costs_of_4_lanes : &costs_of_2_lanes)
                                      : nullptr;
 
+constexpr const wide_costs &costs_with_wide =
+    turned_tables<vec> ? wide_costs_of_armv8 : wide_costs_of_complex;
+constexpr const wide_stages *wide_list[wide_radix_count] = {&wide_14_15[0], &wide_14_15[1],
+                                                            &wide_20_24[0], &wide_20_24[1]};
+
 }  // namespace
 
 extern const unit_transform *const units_2_30, *const units_32_144, *const prime_units,
@@ -160,6 +166,8 @@ const codelet_table table = {LYR_TEXT(LYR_ISA),
                              &r2r_passes,
                              &reals,
                              costs,
+                             has_wide_stages<vec> ? &costs_with_wide : nullptr,
+                             has_wide_stages<vec> ? wide_list : nullptr,
                              &stage_pairs,
                              finish_far<vec>()};
 

@@ -109,8 +109,10 @@ int solve_problem_c2c_1d(plan *p) {
 
     if (const paired_stages *pairs = paired_stages_of(p)) return solve_paired(p, pairs);
     int64_t factors[max_factors];
-    const int count = order_of_radices(active_table(), p->dims[0].n, factors);
-    if (count < 1 || !codelets_for(p, factors[0])) return -1;
+    const bool alone = unit_strides(p) && !p->shares_stages;
+    const int count = alone ? order_with_wide_radices(active_table(), p->dims[0].n, factors)
+                            : order_of_radices(active_table(), p->dims[0].n, factors);
+    if (count < 1 || part_above_37(p->dims[0].n) != 1) return -1;
     const int64_t n1 = unit_strides(p) ? two_pass_split(p->dims[0].n, factors[0]) : 0;
     if (n1) return build_four_step(p, n1, p->dims[0].n / n1);
 

@@ -150,6 +150,7 @@ convolution *convolution_begin(plan *p, const int64_t *factors, int count, int64
     child->rank = 1;
     child->dims[0] = {M, 1, 1};
     child->howmany_rank = 0;
+    child->shares_stages = m != 1;
     if ((*status = m == 1 ? plan_solve(child) : plan_solve_in_stages(child)) != 0) return nullptr;
 
     *status = -1;

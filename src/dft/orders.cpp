@@ -34,7 +34,8 @@ float collision_cost(const float (&cost)[2], float ways, int32_t r, int32_t powe
     return cost[0] + (sharing > all_ways * period ? cost[1] : 0);
 }
 
-float table_cost(const stage_costs &c, int64_t bytes) {
+template <class Costs>
+float table_cost(const Costs &c, int64_t bytes) {
     return bytes > near_table_bytes ? c.table_line * static_cast<float>(bytes >> 6) : 0;
 }
 
@@ -56,7 +57,8 @@ extent extent_of(int32_t count, int32_t lanes) {
     return {count, count & -count, vectors(count, lanes), column_vectors(count, lanes)};
 }
 
-float stage_cost(const stage_costs &c, int32_t lanes, int r, const extent &L, const extent &m) {
+template <class Costs>
+float stage_cost(const Costs &c, int32_t lanes, int r, const extent &L, const extent &m) {
     const int32_t radix = modelled_radices[r];
     const float streams = static_cast<float>(radix);
     const float in = collision_cost(c.collision_in, c.ways, radix, m.power_of_two);
@@ -76,7 +78,8 @@ float stage_cost(const stage_costs &c, int32_t lanes, int r, const extent &L, co
                                                                        : complex_bytes));
 }
 
-float pass_cost(const stage_costs &c, int64_t n) {
+template <class Costs>
+float pass_cost(const Costs &c, int64_t n) {
     float line = 0;
     for (int level = 0; level < 2; ++level)
         if (n > near_numbers[level]) line += c.pass_line[level];
@@ -92,11 +95,11 @@ constexpr int prime_count = 12;
 constexpr uint8_t primes[prime_count] = {2, 3, 5, 7, 11, 13, 17, 19, 23, 29, 31, 37};
 
 struct radix_powers {
-    uint8_t of[modelled_radix_count][prime_count];
+    uint8_t of[all_radix_count][prime_count];
 };
 constexpr radix_powers powers = [] {
     radix_powers table = {};
-    for (int r = 0; r < modelled_radix_count; ++r)
+    for (int r = 0; r < all_radix_count; ++r)
         for (int i = 0, left = modelled_radices[r]; i < prime_count; ++i)
             for (; left % primes[i] == 0; left /= primes[i]) ++table.of[r][i];
     return table;
@@ -107,15 +110,15 @@ constexpr radix_powers powers = [] {
 constexpr int most_primes = 8, most_divisors = 128;
 struct lattice {
     int radix_count;
-    int radix[modelled_radix_count];  // which ones divide n
-    int step[modelled_radix_count];   // from a divisor to its product with the radix
-    exponents radix_exponents[modelled_radix_count];
+    int radix[all_radix_count];  // which ones divide n
+    int step[all_radix_count];   // from a divisor to its product with the radix
+    exponents radix_exponents[all_radix_count];
     int divisor_count;
     int32_t divisor[most_divisors];
     exponents divisor_exponents[most_divisors];
 };
 
-bool make_lattice(lattice &g, int32_t n) {
+bool make_lattice(lattice &g, int32_t n, int radices) {
     int prime[most_primes], power[most_primes], step[most_primes], count = 0;
     g.divisor_count = 1;
     g.divisor[0] = 1;
@@ -142,7 +145,7 @@ bool make_lattice(lattice &g, int32_t n) {
     }
     if (rest != 1) return false;
     g.radix_count = 0;
-    for (int r = 0; r < modelled_radix_count; ++r) {
+    for (int r = 0; r < radices; ++r) {
         int distance = 0;
         exponents e = 0;
         bool fits = true;
@@ -163,8 +166,9 @@ bool make_lattice(lattice &g, int32_t n) {
 
 }  // namespace
 
-double modelled_cost(const stage_costs &costs, int64_t lanes, int64_t n, int r, int64_t L,
-                     int64_t m) {
+template <int Radices>
+double modelled_cost(const costs_of_radices<Radices> &costs, int64_t lanes, int64_t n, int r,
+                     int64_t L, int64_t m) {
     const auto W = static_cast<int32_t>(lanes);
     return static_cast<double>(pass_cost(costs, n) +
                                stage_cost(costs, W, r, extent_of(static_cast<int32_t>(L), W),
@@ -173,9 +177,12 @@ double modelled_cost(const stage_costs &costs, int64_t lanes, int64_t n, int r, 
 
 // The cost of a stage depends on its radix and on L alone: the cheapest way to each divisor L of n,
 // from small ones to large ones (dynamic programming: Bellman, 1957).
-int cheapest_order(const stage_costs &costs, int64_t lanes, int64_t n, int64_t *factors) {
+template <int Radices>
+int cheapest_order(const costs_of_radices<Radices> &costs, int64_t lanes, int64_t n,
+                   int64_t *factors) {
     lattice g;
-    if (n < 4 || n > longest_modelled || !make_lattice(g, static_cast<int32_t>(n))) return 0;
+    if (n < 4 || n > longest_modelled || !make_lattice(g, static_cast<int32_t>(n), Radices))
+        return 0;
     const auto W = static_cast<int32_t>(lanes);
     const int end = g.divisor_count - 1;
     float cost[most_divisors];
@@ -212,6 +219,11 @@ int cheapest_order(const stage_costs &costs, int64_t lanes, int64_t n, int64_t *
     return count;
 }
 
+template double modelled_cost(const stage_costs &, int64_t, int64_t, int, int64_t, int64_t);
+template double modelled_cost(const wide_costs &, int64_t, int64_t, int, int64_t, int64_t);
+template int cheapest_order(const stage_costs &, int64_t, int64_t, int64_t *);
+template int cheapest_order(const wide_costs &, int64_t, int64_t, int64_t *);
+
 const stage_costs *costs_of(const codelet_table *table) {
     constexpr bool single = sizeof(scalar) == sizeof(float);
     const bool half_lines = 2 * table->lanes == line_complex;
@@ -223,6 +235,12 @@ int order_of_radices(const codelet_table *table, int64_t n, int64_t *factors) {
     if (const stage_costs *costs = costs_of(table))
         if (const int count = cheapest_order(*costs, table->lanes, n, factors)) return count;
     return factorize_size(n, factors);
+}
+
+int order_with_wide_radices(const codelet_table *table, int64_t n, int64_t *factors) {
+    if (const wide_costs *costs = table->costs_with_wide)
+        if (const int count = cheapest_order(*costs, table->lanes, n, factors)) return count;
+    return order_of_radices(table, n, factors);
 }
 
 }  // namespace lyr

@@ -14,12 +14,15 @@ inline constexpr int64_t longest_modelled = 131072;
 // What one stage of a transform of length n costs by the model, in about nanoseconds: modelled
 // radix number r, L and m as in the stage's descriptor. Linear in the costs, which bench/orders
 // relies on.
-double modelled_cost(const stage_costs &costs, int64_t lanes, int64_t n, int r, int64_t L,
-                     int64_t m);
+template <int Radices>
+double modelled_cost(const costs_of_radices<Radices> &costs, int64_t lanes, int64_t n, int r,
+                     int64_t L, int64_t m);
 
 // The cheapest order of radices of n, in stage order. Returns their number; 0 when n is none of the
 // model's lengths: 4 to longest_modelled, prime factors up to 37, at most 128 divisors.
-int cheapest_order(const stage_costs &costs, int64_t lanes, int64_t n, int64_t *factors);
+template <int Radices>
+int cheapest_order(const costs_of_radices<Radices> &costs, int64_t lanes, int64_t n,
+                   int64_t *factors);
 
 // The costs for a target on this machine, whose first-level cache decides between two sets; null
 // where the target has none.
@@ -29,5 +32,9 @@ const stage_costs *costs_of(const codelet_table *table);
 // them: by the model where the target has costs. Transforms side by side take those of
 // factorize_size always, since their rows fill vectors whatever the radices.
 int order_of_radices(const codelet_table *table, int64_t n, int64_t *factors);
+
+// The same for transforms of strides 1 whose stages nothing but their executor runs: with wide
+// radices (wide_stages) where the target has them.
+int order_with_wide_radices(const codelet_table *table, int64_t n, int64_t *factors);
 
 }  // namespace lyr

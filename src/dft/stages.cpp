@@ -77,7 +77,17 @@ void fill_grouped_twiddles(scalar *table, const root_source *roots, int64_t r, i
         fill_twiddle_row(table, roots, r, k, sign);
 }
 
+bool has_stages(const plan *p, int64_t r) {
+    return codelets_for(p, r) || wide_stages_for(r);
+}
+
 stage_codelet choose_codelet(const plan *p, int s, int count, int64_t r) {
+    if (const wide_stages *wide = wide_stages_for(r)) {
+        const bool backward = p->sign != -1;
+        return s == 0          ? wide->first[backward]
+               : s < count - 1 ? wide->middle[backward]
+                               : wide->last[backward];
+    }
     if (s == 0) return codelet_first_stage(p, r);
     if (s < count - 1) return codelet_middle_stage(p, r);
     return codelet_last_stage(p, r);
@@ -104,7 +114,7 @@ uint64_t block_bytes(int64_t n, const int64_t *factors, int count, const codelet
 scalar *build_stages(plan *p, const int64_t *factors, int count, int64_t extra) {
     const int64_t n = p->dims[0].n;
     for (int s = 1; s < count; ++s)
-        if (!codelets_for(p, factors[s])) return nullptr;
+        if (!has_stages(p, factors[s])) return nullptr;
 
     const codelet_table *target = active_table();
     const int64_t lanes = target->lanes;
@@ -115,7 +125,7 @@ scalar *build_stages(plan *p, const int64_t *factors, int count, int64_t extra) 
     p->aux_bytes = bytes;
     p->aux_owned = 1;
 
-    const int64_t header = count == 2 && codelets_for(p, factors[0]) ? 0 : 8;
+    const int64_t header = count == 2 && has_stages(p, factors[0]) ? 0 : 8;
     const int64_t tables = (header + count * int64_t{sizeof(stage)} + 63) / 64 * 64;
     char *block = static_cast<char *>(p->aux);
     if (header) *reinterpret_cast<int64_t *>(block) = count;

@@ -51,6 +51,8 @@ struct lyr_fft_plan_s {
     lyr::scalar *in_imag;
     lyr::scalar *out;
     lyr::scalar *out_imag;
+    int32_t shares_stages;  // 1: other executors may run the stages of the plan or of its children,
+                            // by codelets that wide radices do not have
 
     // The solution: filled by the solver that accepts the problem.
     unsigned char solver_words[48];

@@ -54,6 +54,7 @@ void plan_copy_problem(plan *to, const plan *from) {
     to->in_imag = from->in_imag;
     to->out = from->out;
     to->out_imag = from->out_imag;
+    to->shares_stages = from->shares_stages;
     to->nthreads = from->nthreads;
 }
 

@@ -22,10 +22,50 @@ struct store_far {
     }
 };
 
+// Two neighbouring butterflies at a time by instructions that move two numbers, where the registers
+// hold both: half of the loads and stores, and lines of streams that fall into few cache sets are
+// fetched half as often.
+template <int R, int S, class V, class Twiddles>
+LYR_INLINE void column_pairs(stream<R> &in, stream<R> &out, int64_t count, const Twiddles &t) {
+    const scalar *from[R];
+    scalar *to[R];
+    unroll<R>(LYR_LAMBDA(auto q) {
+        from[q] = in.at(q);
+        to[q] = out.at(q);
+    });
+    for (int64_t rest = count; rest >= 2; rest -= 2) {
+        V x[R], y[R];
+        unroll<R>(LYR_LAMBDA(auto q) {
+            V::load_pair(from[q], x[q], y[q]);
+            x[q] = t.multiply(x[q], q);
+            y[q] = t.multiply(y[q], q);
+        });
+        butterfly<S>(x);
+        butterfly<S>(y);
+        unroll<R>(LYR_LAMBDA(auto p) { V::store_pair(to[p], x[p], y[p]); });
+    }
+    if (count % 2 == 1) {
+        V x[R];
+        unroll<R>(LYR_LAMBDA(auto q) { x[q] = t.multiply(V::load(from[q]), q); });
+        butterfly<S>(x);
+        unroll<R>(LYR_LAMBDA(auto p) { x[p].store(to[p]); });
+    }
+    in.advance(count);
+    out.advance(count);
+}
+
+// Whether registers hold two butterflies, their factors, and what these need besides.
+template <int R, class V, class Twiddles>
+constexpr bool runs_in_pairs = moves_pairs<V> &&R <= 8 && 2 * R + Twiddles::registers <= 24;
+
 // Runs as many butterflies of V's lanes as fit into `count` and advances the streams; returns the
 // rest of count.
 template <int R, int S, class V, class Store = store_near, class Twiddles>
 LYR_INLINE int64_t column_run(stream<R> &in, stream<R> &out, int64_t count, Twiddles t) {
+    if constexpr (runs_in_pairs<R, V, Twiddles>) {
+        column_pairs<R, S, V>(in, out, count, t);
+        return 0;
+    }
     for (; count >= V::lanes; count -= V::lanes) {
         V x[R];
         t.begin_butterfly();

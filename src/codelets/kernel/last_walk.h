@@ -68,9 +68,32 @@ LYR_INLINE void last_butterfly(V (&x)[R], const scalar *&in, const scalar *&twid
     twiddles += lane_twiddle_numbers<R, V, Order>;
 }
 
+// Two rows at a time, whose outputs are stored together (column_pairs).
+template <int R, int S, class V, lane_order Order>
+LYR_INLINE void last_pairs(const scalar *&in, const stream<R> &out, int64_t count,
+                           const scalar *&twiddles) {
+    scalar *to[R];
+    unroll<R>(LYR_LAMBDA(auto p) { to[p] = out.at(p); });
+    for (int64_t rest = count; rest >= 2; rest -= 2) {
+        V x[R], y[R];
+        last_butterfly<R, S, Order>(x, in, twiddles);
+        last_butterfly<R, S, Order>(y, in, twiddles);
+        unroll<R>(LYR_LAMBDA(auto p) { V::store_pair(to[p], x[p], y[p]); });
+    }
+    if (count % 2 == 1) {
+        V x[R];
+        last_butterfly<R, S, Order>(x, in, twiddles);
+        unroll<R>(LYR_LAMBDA(auto p) { x[p].store(to[p]); });
+    }
+}
+
 template <int R, int S, class V, lane_order Order, output Out>
 LYR_INLINE int64_t last_run(const scalar *&in, stream<R> &out, int64_t os, int64_t count,
                             const scalar *&twiddles) {
+    if constexpr (moves_pairs<V> && R <= 8 && Out == output::contiguous) {
+        last_pairs<R, S, V, Order>(in, out, count, twiddles);
+        return 0;
+    }
     for (; count >= V::lanes; count -= V::lanes) {
         V x[R];
         last_butterfly<R, S, Order>(x, in, twiddles);

@@ -194,6 +194,17 @@ constexpr codelet_set make_codelets() {
     return set;
 }
 
+template <int R>
+constexpr wide_stages make_wide_stages() {
+    if constexpr (has_wide_stages<vec>)
+        return {R,
+                {first_unit<R, -1>, first_unit<R, +1>},
+                {middle<R, -1>, middle<R, +1>},
+                {last_unit<R, -1>, last_unit<R, +1>}};
+    else
+        return {};
+}
+
 }  // namespace
 }  // namespace lyr::LYR_ISA
 

@@ -30,6 +30,23 @@ void paired_columns(const stage *d, const scalar *in, scalar *matrix) {
     }
 }
 
+// Butterflies of `rows` rows, `row` real numbers apart, whose outputs are stored in pairs.
+template <class V, int64_t rows, int R, int S, lane_order Order>
+LYR_INLINE void store_rows_in_pairs(const stream<R> &out, const scalar *in, int64_t row,
+                                    const scalar *twiddles) {
+    scalar *to[R];
+    unroll<R>(LYR_LAMBDA(auto q) { to[q] = out.at(q); });
+    for (int64_t i = 0; i < rows; i += 2) {
+        V x[R], y[R];
+        butterfly_of_rows<R, S, Order>(x, in, row, twiddles);
+        twiddles += lane_twiddle_numbers<R, V, Order>;
+        butterfly_of_rows<R, S, Order>(y, in + row, row, twiddles);
+        twiddles += lane_twiddle_numbers<R, V, Order>;
+        in += 2 * row;
+        unroll<R>(LYR_LAMBDA(auto q) { V::store_pair(to[q], x[q], y[q]); });
+    }
+}
+
 // The last two stages, for a few rows of the matrix at a time. Lanes of the last one run along
 // these rows.
 template <int R3, int R4, int S>
@@ -52,13 +69,16 @@ void paired_rows(const stage *d, const scalar *matrix, scalar *out) {
                     const scalar *in = block + 2 * p * R4;
                     const scalar *twiddles = d[3].twiddles + first / vec::lanes * group;
                     stream<R4> to(out + 2 * first, L * R3);
-                    for (int64_t i = 0; i < rows; i += vec::lanes) {
-                        vec x[R4];
-                        butterfly_of_rows<R4, S, groups>(x, in + 2 * i * m, 2 * m, twiddles);
-                        unroll<R4>(LYR_LAMBDA(auto q) { x[q].store(to.at(q)); });
-                        to.advance(vec::lanes);
-                        twiddles += group;
-                    }
+                    if constexpr (moves_pairs<vec>)
+                        store_rows_in_pairs<vec, rows, R4, S, groups>(to, in, 2 * m, twiddles);
+                    else
+                        for (int64_t i = 0; i < rows; i += vec::lanes) {
+                            vec x[R4];
+                            butterfly_of_rows<R4, S, groups>(x, in + 2 * i * m, 2 * m, twiddles);
+                            unroll<R4>(LYR_LAMBDA(auto q) { x[q].store(to.at(q)); });
+                            to.advance(vec::lanes);
+                            twiddles += group;
+                        }
                 }
             });
     }

@@ -57,6 +57,7 @@ LYR_INLINE row_place row_in_table(table_order order, const scalar *table, int64_
 // Twiddles of one row, the same for all lanes, in registers.
 template <int R, class V>
 struct row_twiddles {
+    static constexpr int registers = (R - 1) * static_cast<int>(sizeof(typename V::tw) / sizeof(V));
     typename V::tw w[R];
 
     LYR_INLINE row_twiddles(const row_place &at) {
@@ -78,6 +79,7 @@ struct row_twiddles {
 // number is one load.
 template <int R, class V>
 struct row_twiddles_in_memory {
+    static constexpr int registers = 0;
     const scalar *p;
 
     LYR_INLINE row_twiddles_in_memory(const row_place &at) : p(at.re) {}
@@ -94,6 +96,7 @@ struct row_twiddles_in_memory {
 // The same for factors of two vectors, which are worked out once for a row.
 template <int R, class V>
 struct row_twiddles_on_stack {
+    static constexpr int registers = 0;
     typename V::tw w[R];
 
     LYR_INLINE row_twiddles_on_stack(const row_place &at) {
@@ -114,6 +117,7 @@ struct row_twiddles_on_stack {
 // Ready vectors, used where they lie.
 template <int R>
 struct ready_twiddles {
+    static constexpr int registers = 0;
     const scalar *p;
 
     LYR_INLINE void begin_butterfly() { __asm__("" : "+r"(p)); }
@@ -142,6 +146,7 @@ requires(R > 8 && vec::lanes == 1 && twiddles_of_two_vectors<V>) struct twiddle_
 };
 
 struct no_twiddles {
+    static constexpr int registers = 0;
     LYR_INLINE void begin_butterfly() {}
     template <class V, int Q>
     LYR_INLINE V multiply(V x, index<Q>) const {

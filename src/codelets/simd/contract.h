@@ -16,6 +16,9 @@
 //                                 permutation, and a rotation is not (rotates_by_factors)
 //   tw_turned(p)                  a twiddle factor w, plain, with i*w behind it: only for one
 //                                 lane, where products need both (turned_tables)
+//   load_pair(p, a, b) store_pair(p, a, b)
+//                                 two neighbouring numbers in one instruction that also advances p
+//                                 over them: only for one lane (moves_pairs)
 //   cmul(a, w)                    a*w
 //   reversed(a)                   the lanes in opposite order
 //   add_conj(a, b) sub_conj(a, b) a + conj(b), a - conj(b)
@@ -57,8 +60,9 @@
 //                                 minus imaginary part to q in opposite order
 //
 // Targets define `vec` (native width), `vec1` (one complex number), and `accesses_per_pointer`: how
-// many steps from a pointer addressing reaches with registers to spare (see stream). Each precision
-// has a header for each target.
+// many steps from a pointer addressing reaches with registers to spare (see stream). Those with
+// registers for butterflies of up to 24 numbers have vec::wide_stages (has_wide_stages). Each
+// precision has a header for each target.
 // Everything is inlined, and nothing but intrinsics and compiler vectors is used: a
 // function that the linker could share with another translation unit must not be compiled for a
 // special processor.
@@ -111,6 +115,13 @@ template <class V>
 concept turned_tables = requires(const scalar *p) {
     {V::tw_turned(p)};
 };
+template <class V>
+concept moves_pairs = requires(V &a, const scalar *&p, scalar *&q) {
+    V::load_pair(p, a, a);
+    V::store_pair(q, a, a);
+};
+template <class V>
+concept has_wide_stages = V::wide_stages;
 template <class V>
 concept has_far_stores = requires(V a, scalar *q) {
     a.store_far(q);

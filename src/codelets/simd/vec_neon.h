@@ -41,11 +41,23 @@ struct twiddle {
 
 struct vec1 {
     static constexpr int lanes = 1;
+    static constexpr bool wide_stages = true;
     using tw = twiddle;
     float64x2_t v;
 
     LYR_INLINE static vec1 load(const double *p) { return {vld1q_f64(p)}; }
     LYR_INLINE void store(double *p) const { vst1q_f64(p, v); }
+    // Compilers do not form these: the addresses of streams are not known to be neighbours.
+    LYR_INLINE static void load_pair(const double *&p, vec1 &a, vec1 &b) {
+        __asm__("ldp %q0, %q1, [%2], #32"
+                : "=w"(a.v), "=w"(b.v), "+r"(p)
+                : "m"(*reinterpret_cast<const double(*)[4]>(p)));
+    }
+    LYR_INLINE static void store_pair(double *&p, vec1 a, vec1 b) {
+        __asm__("stp %q2, %q3, [%1], #32"
+                : "=m"(*reinterpret_cast<double(*)[4]>(p)), "+r"(p)
+                : "w"(a.v), "w"(b.v));
+    }
     LYR_INLINE static vec1 gather(const double *p, int64_t) { return load(p); }
     LYR_INLINE void scatter(double *p, int64_t) const { store(p); }
     LYR_INLINE static tw tw_one(const double *re, const double *) { return tw::of(vld1q_f64(re)); }
