@@ -572,7 +572,7 @@ TEST(choice, plans_as_text) {
     const plan_holder holder(make_plan(p, b));
     const std::string text = plan_text(holder.plan);
     int64_t radices[lyr::max_factors];  // there are two
-    lyr::order_of_radices(lyr::active_table(), 160, radices);
+    lyr::order_with_wide_radices(lyr::active_table(), 160, radices);
     const std::string order = std::to_string(radices[0]) + "x" + std::to_string(radices[1]);
     // Sizes of buffers and tables, at the ends of the lines, are the solvers' business.
     const std::string parts[] = {
