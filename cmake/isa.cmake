@@ -20,9 +20,11 @@ function(lyra_add_codelets target name header)
     endforeach()
     target_compile_definitions(${target} PRIVATE LYR_ISA=${name}
                                                  LYR_ISA_HEADER="codelets/simd/${header}")
-    # Straight-line kernels are worth -O3 in every configuration. Sanitizers would take minutes for
-    # each file; the tests' guard zones watch what kernels read and write.
-    target_compile_options(${target} PRIVATE ${ARGN} -O3 -fno-sanitize=all)
+    # Straight-line kernels are worth optimising in every configuration, but not for debugging the
+    # minutes that -O3 and descriptions of inlined code cost. Sanitizers would take minutes for each
+    # file; the tests' guard zones watch what kernels read and write.
+    target_compile_options(${target} PRIVATE ${ARGN} $<IF:$<CONFIG:Debug>,-O1$<SEMICOLON>-g0,-O3>
+                                             -fno-sanitize=all)
     lyra_library_settings(${target})
     # Complex butterflies have more values than registers: put them in order before registers are
     # given out, not only after. Takes 4 to 14 % off; long real transforms would lose by it.

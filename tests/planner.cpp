@@ -262,10 +262,10 @@ TEST(choice, solvers_and_executors) {
         {"icf160:1:40*40:160:1",
          "solve_problem_dft_many_post_transpose/execute_many_post_transpose_inplace("
          "solve_problem_dft_many/execute_many(" TWO_STAGES ") " REARRANGED_INPLACE ")"},
-        {"ocf256:256:256*17:1:1",
+        {"ocf512:512:512*17:1:1",
          "solve_bufferized_problem/execute_bufferization_walk("
          "solve_indirect_problem/execute_indirect_before("
-         "solve_problem_dft_many/execute_many(" TWO_STAGES ")))"},
+         "solve_problem_dft_many/execute_many(" STAGES ")))"},
         {"ocf255:255:255*17:1:1", SLAB},
         {"ocf256:256:256*16:1:1", SLAB},
         {"ocf256:257:256*17:1:1", SLAB},

@@ -136,19 +136,16 @@ LYR_INLINE void later_stages(two_arrays in, two_results out, const scalar *table
 }
 
 template <int W, int R, int... Rest>
-constexpr int64_t length = (int64_t{R} * ... * Rest);
-
-template <int W, int R, int... Rest>
 void run(const scalar *re, const scalar *im, scalar *out_re, scalar *out_im, const scalar *table,
          scalar *room) {
-    constexpr int n = static_cast<int>(length<W, R, Rest...>);
+    constexpr int n = (R * ... * Rest);
     first<W, R, n>({re, im}, {room, room + n});
     later_stages<W, n, R, Rest...>({room, room + n}, {out_re, out_im}, table, room + 2 * n, room);
 }
 
 template <int W, int... Radices>
 [[maybe_unused]] constexpr split_stages stages_of = {
-    length<W, Radices...>, sizeof...(Radices), {Radices...}, W, run<W, Radices...>};
+    (Radices *...), sizeof...(Radices), {Radices...}, W, run<W, Radices...>};
 
 // The quickest orders of 4, 8 and 16, measured. From 2048 on streams fall into few cache sets.
 template <class V>
