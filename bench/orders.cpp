@@ -234,7 +234,8 @@ static_assert((cost_count + 1) * sizeof(float) == sizeof(lyr::stage_costs));
 
 // Of this machine's first-level cache, whose sets repeat every 4096 bytes.
 float ways() {
-    return static_cast<float>(sysconf(_SC_LEVEL1_DCACHE_SIZE) / 4096);
+    const long way_bytes = 4096, count = sysconf(_SC_LEVEL1_DCACHE_SIZE) / way_bytes;
+    return static_cast<float>(count);
 }
 
 double modelled(const lyr::stage_costs &costs, int64_t lanes, int64_t n, const list &factors) {

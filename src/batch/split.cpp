@@ -246,11 +246,15 @@ void choose_executor(plan *p) {
 
 // ---- Stages of split arrays ---------------------------------------------------------------------
 
+struct split_words {  // in solver_words
+    const split_stages *list;
+};
+
 void execute_split_parts(const plan *p, scalar *ri, scalar *ii, scalar *ro, scalar *io,
                          scalar *scratch) {
-    const split_stages *list;
-    memcpy(&list, p->solver_words, sizeof list);
-    list->run(ri, ii, ro, io, static_cast<const scalar *>(p->aux), scratch);
+    split_words words;
+    memcpy(&words, p->solver_words, sizeof words);
+    words.list->run(ri, ii, ro, io, static_cast<const scalar *>(p->aux), scratch);
 }
 
 // As codelets/split_stages.h has them.
@@ -290,8 +294,8 @@ int solve_in_parts(plan *p, const split_stages &list) {
     fill_tables(static_cast<scalar *>(p->aux), list, &roots);
     root_source_release(&roots);
 
-    const split_stages *where = &list;
-    memcpy(p->solver_words, &where, sizeof where);
+    const split_words words = {&list};
+    memcpy(p->solver_words, &words, sizeof words);
     p->work_bytes = static_cast<uint64_t>(list.n * split_stage_rooms(list.count)) * complex_bytes;
     p->execute_fn = execute_forwarded;
     p->execute_split_fn = execute_split_parts;
