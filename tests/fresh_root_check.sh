@@ -185,7 +185,8 @@ check_readme() {
     expect_picture /root/lyra/build/demo/spectrum.png
 
     say "as many tests as where everything was there before"
-    quietly sh -c 'cd /root/lyra && cmake --preset release -B /root/second'
+    quietly sh -c 'cd /root/lyra && cmake --preset release -B /root/second \
+        -DLYRA_BUILD_PYTHON=ON -DPython3_EXECUTABLE=/usr/bin/python3'
     count=$(tests_of build)
     say "$count tests"
     ((count == $(tests_of /root/second)))
