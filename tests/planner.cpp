@@ -655,18 +655,17 @@ TEST(choice, two_passes_of_long_lengths) {
 }
 
 TEST(choice, slab_widths) {
-    for (const int64_t n : {2, 37, 60, 1024, 4096, 1 << 20})
-        for (const int64_t howmany : {2, 3, 63, 64, 65, 100000})
-            for (const int64_t stride : {howmany, int64_t{1} << 22}) {
-                EXPECT_EQ(lyr::slab_width(n, stride, howmany, 1), howmany) << n;
-                const int64_t width = lyr::slab_width(n, stride, howmany, 2);
-                EXPECT_GE(width, std::min(howmany, lyr::slab_quantum));
-                EXPECT_LE(width, std::min(howmany, lyr::slab_width_limit));
-                EXPECT_TRUE(width == howmany || width % lyr::slab_quantum == 0)
-                    << n << " " << howmany;
-                EXPECT_TRUE(width <= lyr::slab_quantum ||
-                            lyr::complex_bytes * n * width <= lyr::far_scratch_bytes);
-            }
+    for (const int64_t n : {2, 37, 60, 1024, 4096, 8192, 1 << 20})
+        for (const int64_t howmany : {2, 3, 63, 64, 65, 100000}) {
+            EXPECT_EQ(lyr::slab_width(n, howmany, 1), howmany) << n;
+            const int64_t width = lyr::slab_width(n, howmany, 2);
+            EXPECT_GE(width, std::min(howmany, lyr::slab_quantum));
+            EXPECT_LE(width, std::min(howmany, lyr::slab_width_limit));
+            EXPECT_TRUE(width == howmany || width % lyr::slab_quantum == 0) << n << " " << howmany;
+            EXPECT_NE(width % (2 * lyr::slab_quantum), 0) << n << " " << howmany;
+            EXPECT_TRUE(width <= lyr::slab_quantum ||
+                        lyr::complex_bytes * n * width <= lyr::slab_scratch_bytes);
+        }
 }
 
 TEST(choice, slices_of_bufferized_batches) {

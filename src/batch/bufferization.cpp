@@ -94,7 +94,7 @@ int solve_bufferized_problem(plan *p) {
     slab_stages list;
     if (part_above_37(n) == 1) {
         if (!build_slab_stages(p, &list)) return -1;
-        keep_slab_batch(p, {slab_width(n, n, h, list.count), list, 0});
+        keep_slab_batch(p, {slab_width(n, h, list.count), list, 0});
         p->execute_fn = execute_bufferization_walk;
         p->execute_name = "execute_bufferization_walk";
         p->form = plan_form::slabs;

@@ -31,7 +31,7 @@ int solve_problem_dft_many_transpose(plan *p) {
 
     slab_stages list;
     if (!build_slab_stages(p, &list)) return -1;
-    const int64_t width = slab_width(p->dims[0].n, wider_stride(p), h, list.count);
+    const int64_t width = slab_width(p->dims[0].n, h, list.count);
     keep_slab_batch(p, {width, list, 0});
     p->execute_fn = execute_many_transpose;
     p->execute_name = "execute_many_transpose";

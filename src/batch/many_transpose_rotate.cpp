@@ -169,7 +169,7 @@ int solve_problem_dft_many_transpose_rotate(plan *p) {
     int64_t scratch;
     if (n > max_radix && n < longest_slab(lanes) && part_above_37(n) == 1) {
         if (!build_pass_stages(p, &b.list)) return -1;
-        scratch = slab_scratch(n, together, b.list.count);
+        scratch = slab_scratch(b.list, together);
         b.far = p->far_output && b.list.table->finish_far;
         b.copies = copies_columns(n, lanes);
     } else {

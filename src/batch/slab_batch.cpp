@@ -8,14 +8,14 @@ namespace lyr {
 
 static_assert(sizeof(slab_batch) <= sizeof(plan::solver_words));
 
-int64_t slab_width(int64_t n, int64_t stride, int64_t howmany, int64_t stage_count) {
+int64_t slab_width(int64_t n, int64_t howmany, int64_t stage_count) {
     if (stage_count == 1) return howmany;  // no scratch: each row is read and written once
-    const bool far = n >= far_span_bytes / complex_bytes / stride;
-    int64_t width = (far ? far_scratch_bytes : near_scratch_bytes) / (complex_bytes * n);
-    width = width / slab_quantum * slab_quantum;
-    if (width < slab_quantum) width = slab_quantum;
+    int64_t width = slab_scratch_bytes / (complex_bytes * n) / slab_quantum * slab_quantum;
     if (width > slab_width_limit) width = slab_width_limit;
-    return width < howmany ? width : howmany;
+    if (width > howmany) width = howmany;
+    if (width % (2 * slab_quantum) == 0) width -= slab_quantum;
+    const int64_t least = slab_quantum < howmany ? slab_quantum : howmany;
+    return width < least ? least : width;
 }
 
 namespace {
@@ -43,7 +43,7 @@ bool build_pass_stages(plan *p, slab_stages *list) {
 
 void keep_slab_batch(plan *p, const slab_batch &batch) {
     memcpy(p->solver_words, &batch, sizeof batch);
-    const int64_t scratch = slab_scratch(p->dims[0].n, batch.width, batch.list.count);
+    const int64_t scratch = slab_scratch(batch.list, batch.width);
     p->work_bytes = static_cast<uint64_t>(scratch) * complex_bytes;
     p->any_count = 1;
 }

@@ -15,21 +15,15 @@ struct slab_batch {
     int64_t far;  // 1: outputs go past the caches
 };
 
-// A slab stays near the core, unless its rows are so far apart that each is on other pages: rows
-// then need some length before memory delivers them at full speed. Measured.
+// Memory delivers rows of a kilobyte at full speed, and a slab's scratch should not outgrow the
+// caches. Widths are odd multiples of a few lines, so that rows in the scratch do not fall into few
+// cache sets where n is a power of two. Measured.
 inline constexpr int64_t slab_quantum = 16;
-inline constexpr int64_t slab_width_limit = 128;
-inline constexpr int64_t near_scratch_bytes = 32 << 10;
-inline constexpr int64_t far_scratch_bytes = 1 << 20;
-inline constexpr int64_t far_span_bytes = 4 << 20;
+inline constexpr int64_t slab_width_limit = 5 * slab_quantum;
+inline constexpr int64_t slab_scratch_bytes = 4 << 20;
 
-// How many of `howmany` transforms of length n with distance 1 are walked together, when their
-// elements are `stride` complex numbers apart.
-int64_t slab_width(int64_t n, int64_t stride, int64_t howmany, int64_t stage_count);
-
-inline int64_t wider_stride(const plan *p) {
-    return p->dims[0].is > p->dims[0].os ? p->dims[0].is : p->dims[0].os;
-}
+// How many of `howmany` transforms of length n with distance 1 are walked together.
+int64_t slab_width(int64_t n, int64_t howmany, int64_t stage_count);
 
 // Builds the stages of a batch of one-dimensional transforms into aux. False when the length has no
 // stages or memory runs out.

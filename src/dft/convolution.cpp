@@ -157,7 +157,7 @@ convolution *convolution_begin(plan *p, const int64_t *factors, int count, int64
     c->list = slab_stages_of(child);
     if (m == 1 || 2 * line * complex_bytes * M > side_by_side_bytes) c->list.count = 0;
     c->width = choose_width(M, m, c->list.count > 0);
-    const int64_t scratch = c->list.count ? slab_scratch(M, c->width, c->list.count) : 0;
+    const int64_t scratch = c->list.count ? slab_scratch(c->list, c->width) : 0;
     const int64_t stage_scratch = unit_strides(p) ? n : 2 * n;
     c->vectors = (stage_scratch + line - 1) / line * line;
     p->work_bytes = static_cast<uint64_t>(c->vectors + M * c->width + scratch) * complex_bytes;

@@ -270,16 +270,33 @@ slab_stage stage_at(const slab_stages &list, int64_t s) {
     return {d, list.table->sets[d->sign != -1][d->r - 1]};
 }
 
-void walk_first(const slab_stages &list, const slab &where, scalar *to, int64_t out_row) {
+bool walks_depth_first(const slab_stages &list, int64_t h) {
+    const stage &first = list.stages[0];
+    return list.count > 2 && first.m * first.r * h * complex_bytes > depth_first_bytes;
+}
+
+// Complex numbers to leave out between the outputs of a first stage's butterflies, m rows of h
+// apart: one row where they would else fall into few sets of the first-level cache
+// (kernel/streams.h).
+int64_t gap_between_branches(int64_t r, int64_t m, int64_t h) {
+    constexpr int64_t way_bytes = 4096, half_of_the_ways = 4;
+    const int64_t step = complex_bytes * m * h, power_of_two = step & -step;
+    const bool collide =
+        power_of_two >= way_bytes || r * power_of_two > half_of_the_ways * way_bytes;
+    return collide ? h : 0;
+}
+
+// The outputs of a butterfly are m*out_row + gap numbers apart.
+void walk_first(const slab_stages &list, const slab &where, scalar *to, int64_t out_row,
+                int64_t gap = 0) {
     const auto [d, codelets] = stage_at(list, 0);
-    const int64_t m = d->m, h = where.width;
+    const int64_t m = d->m, h = where.width, out_p = m * out_row + gap;
     if (where.in_lane != 1)
         codelets->gathered_slab(d, where.in, where.in_row, where.in_lane, to, out_row, h);
-    else if (where.in_row == h && out_row == h)  // no gaps: one row of m*h butterflies
-        codelets->first_slab({1, 0, 0, m * h, m * h, m * h}, where.in, to);
+    else if (where.in_row == h && out_row == h)  // rows without gaps: one of m*h butterflies
+        codelets->first_slab({1, 0, 0, m * h, out_p, m * h}, where.in, to);
     else
-        codelets->first_slab({m, where.in_row, out_row, m * where.in_row, m * out_row, h}, where.in,
-                             to);
+        codelets->first_slab({m, where.in_row, out_row, m * where.in_row, out_p, h}, where.in, to);
 }
 
 // A middle stage for `rows` rows of its matrix, first, first + step, ..: from and to hold these
@@ -344,8 +361,16 @@ int64_t split_room(const slab_stages &list, int64_t width) {
     return list.stages[list.count - 1].r * width;
 }
 
-int64_t slab_scratch(int64_t n, int64_t width, int64_t count) {
-    return count == 1 ? 0 : n * width * (count == 2 ? 1 : 2);
+int64_t slab_scratch(const slab_stages &list, int64_t width) {
+    if (list.count == 1) return 0;
+    const auto &[codelet, m, L, is, os, twiddles, r, sign] = list.stages[0];
+    const int64_t all = m * r * width;
+    if (list.count == 2) return all;
+    if (!walks_depth_first(list, width)) return 2 * all;
+    // A slab that is not as wide may not be walked depth first.
+    constexpr int64_t shallow = 2 * depth_first_bytes / complex_bytes;
+    const int64_t deep = all + (r + 2 * m) * width;
+    return deep > shallow ? deep : shallow;
 }
 
 void walk_slab(const slab_stages &list, const slab &where, scalar *scratch,
@@ -359,12 +384,14 @@ void walk_slab(const slab_stages &list, const slab &where, scalar *scratch,
         walk_first(list, where, where.out, where.out_row);
     } else {
         const auto &[codelet, m, L, is, os, twiddles, r, sign] = list.stages[0];
-        const int64_t n = m * r;
-        scalar *half_b = scratch + 2 * n * h;
-        walk_first(list, where, scratch, h);
+        const bool depth_first = walks_depth_first(list, h);
+        const bool apart = depth_first && where.in_lane == 1 && where.in != scratch;
+        const int64_t gap = apart ? gap_between_branches(r, m, h) : 0;
+        scalar *half_b = scratch + 2 * r * (m * h + gap);
+        walk_first(list, where, scratch, h, gap);
         if (list.count == 2) {
             walk_last(list, where, r, 0, 1, scratch, factors);
-        } else if (n * h * complex_bytes <= depth_first_bytes) {
+        } else if (!depth_first) {
             const scalar *from = scratch;
             for (int64_t s = 1; s < list.count - 1; ++s) {
                 scalar *to = s % 2 == 1 ? half_b : scratch;
@@ -374,8 +401,8 @@ void walk_slab(const slab_stages &list, const slab &where, scalar *scratch,
             walk_last(list, where, list.stages[list.count - 1].L, 0, 1, from, factors);
         } else {
             for (int64_t k0 = 0; k0 < r; ++k0)
-                walk_branch(list, where, k0, scratch + 2 * k0 * m * h, half_b, half_b + 2 * m * h,
-                            factors);
+                walk_branch(list, where, k0, scratch + 2 * k0 * (m * h + gap), half_b,
+                            half_b + 2 * m * h, factors);
         }
     }
     const stage &last = list.stages[list.count - 1];

@@ -86,11 +86,11 @@ int pass_radices(int64_t n, int64_t lanes, int64_t *factors);
 // two stages must stay in the first-level cache, and one of more in the second. Measured.
 int64_t pass_width(int64_t n, int count, int64_t lanes);
 
-// Complex numbers of scratch that walk_slab needs for transforms of length n.
-int64_t slab_scratch(int64_t n, int64_t width, int64_t count);
+// Complex numbers of scratch that walk_slab needs for slabs of so many transforms, or fewer.
+int64_t slab_scratch(const slab_stages &list, int64_t width);
 
-// Runs the stages over a slab, through the scratch. The outputs are multiplied by factors unless
-// they are null.
+// Runs the stages over a slab, through the scratch, which may hold the input. The outputs are
+// multiplied by factors unless they are null.
 // `out` may overlap `in` only when there are two stages or more, and then in any way.
 void walk_slab(const slab_stages &list, const slab &where, scalar *scratch,
                const rotation *factors = nullptr);

@@ -41,7 +41,7 @@ int build_side_by_side(plan *p) {
     if (!in_place && n > 2 && (count < 1 || factors[count - 1] > max_radix)) return -1;
 
     side_by_side b = {howmany, active_table()->splits, nullptr};
-    if (!in_place) b.slab = even_slabs(howmany, slab_width(rows, wider_stride(p), howmany, 2));
+    if (!in_place) b.slab = even_slabs(howmany, slab_width(rows, howmany, 2));
     const real_pass_set *passes = active_table()->real_passes;
     b.pass = p->kind == kind_r2c ? passes->forward_rows : passes->backward_rows;
     memcpy(p->solver_words, &b, sizeof b);
