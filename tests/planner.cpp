@@ -285,6 +285,10 @@ TEST(choice, solvers_and_executors) {
          "solve_problem_dft_many/execute_many_direct(" DIRECT ")"},
         {is_double ? "ocf1000*66" : "ocf1000*132",
          "solve_problem_dft_many/execute_many_far(" STAGES ")"},
+        {is_double ? "icf1000*525" : "icf1000*1049",
+         "solve_problem_dft_many/execute_many_far(" STAGES ")"},
+        {is_double ? "ocf1000*525" : "ocf1000*1049",
+         "solve_problem_dft_many/execute_many_copied(" STAGES ")"},
         {"icf4*200000", "solve_problem_dft_many/execute_many_dense(" UNIT ")",
          "solve_problem_dft_many/execute_many_direct(" DIRECT ")"},
 

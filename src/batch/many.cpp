@@ -63,6 +63,16 @@ void call_for(const scalar *array, int64_t bytes) {
         __builtin_prefetch(p + b, Access == access::write);
 }
 
+// The stages first .. end-1 of one transform, the first of which reads `from`.
+void run(const stage_list &list, int64_t first, int64_t end, const scalar *from, scalar *out,
+         scalar *scratch) {
+    for (int64_t s = first; s < end; ++s) {
+        scalar *to = (list.count - 1 - s) % 2 == 0 ? out : scratch;
+        list.stages[s].codelet(list.stages + s, from, to);
+        from = to;
+    }
+}
+
 // Large batches of transforms without gaps. Butterflies visit memory in an order that no processor
 // foresees, so the lines of a transform are called for one pass before they are needed.
 void execute_many_far(const plan *p, scalar *in, scalar *out, scalar *scratch) {
@@ -74,14 +84,26 @@ void execute_many_far(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     for (int64_t i = 0; i < p->howmany_dims[0].n; ++i) {
         scalar *const next = advance(in, in_step);
         if (in != out) call_for<access::write>(out, bytes);
-        const scalar *from = in;
-        for (int64_t s = 0; s < list.count; ++s) {
-            scalar *to = (list.count - 1 - s) % 2 == 0 ? out : scratch;
-            list.stages[s].codelet(list.stages + s, from, to);
-            if (s == 0) call_for<access::read>(next, bytes);
-            from = to;
-        }
+        run(list, 0, 1, in, out, scratch);
+        call_for<access::read>(next, bytes);
+        run(list, 1, list.count, (list.count - 1) % 2 == 0 ? out : scratch, out, scratch);
         in = next;
+        out = advance(out, out_step);
+    }
+}
+
+// The same where the last-level cache keeps neither array. Processors leave out some of so many
+// lines called for at once, while they fetch and store a copy's lines ahead of it.
+void execute_many_copied(const plan *p, scalar *in, scalar *out, scalar *scratch) {
+    stage_list list;
+    memcpy(&list, p->solver_words, sizeof list);
+    const int64_t bytes = p->dims[0].n * complex_bytes;
+    const int64_t in_step = p->howmany_dims[0].is * complex_bytes,
+                  out_step = p->howmany_dims[0].os * complex_bytes;
+    for (int64_t i = 0; i < p->howmany_dims[0].n; ++i) {
+        memcpy(out, in, static_cast<size_t>(bytes));
+        run(list, 0, list.count, out, out, scratch);
+        in = advance(in, in_step);
         out = advance(out, out_step);
     }
 }
@@ -130,12 +152,20 @@ void execute_many_past(const plan *p, scalar *in, scalar *out, scalar *scratch) 
 // Transforms shorter than a few vectors run with lanes along the batch.
 constexpr int64_t longest_across_batch = 12;
 
+bool passes_last_cache(const plan *p) {
+    return p->howmany_dims[0].n > far_output_bytes() / (p->dims[0].n * complex_bytes);
+}
+
 // Whether the child takes two stages at a time, and the batch does not stream through the
 // last-level cache as well: there its executor beats stages with calls in between. Measured.
 bool keeps_pairs(const plan *p) {
-    const int64_t bytes = p->dims[0].n * complex_bytes;
-    return p->children->form == plan_form::paired_stages &&
-           p->howmany_dims[0].n <= far_output_bytes() / bytes;
+    return p->children->form == plan_form::paired_stages && !passes_last_cache(p);
+}
+
+// Copies of less than a page cost more than what they gain. Measured.
+bool is_better_copied(const plan *p) {
+    constexpr int64_t page = 4096;
+    return p->in != p->out && p->dims[0].n >= page / complex_bytes && passes_last_cache(p);
 }
 
 // Batches of complex transforms that need not be called one by one. The child is solved.
@@ -174,8 +204,13 @@ void choose_executor(plan *p) {
         if (count == 0) return;
         const stage_list list = {count, const_cast<stage *>(stages)};
         memcpy(p->solver_words, &list, sizeof list);
-        p->execute_fn = execute_many_far;
-        p->execute_name = "execute_many_far";
+        if (is_better_copied(p)) {
+            p->execute_fn = execute_many_copied;
+            p->execute_name = "execute_many_copied";
+        } else {
+            p->execute_fn = execute_many_far;
+            p->execute_name = "execute_many_far";
+        }
     }
 }
 
