@@ -368,6 +368,24 @@ void collect_executors(const plan *p, std::map<std::string, std::set<const void 
     for (int k = 0; k < p->nchildren; ++k) collect_executors(&p->children[k], by_name);
 }
 
+// A chunk is too large for the last-level cache when all of them are.
+TEST(choice, chunks_share_the_last_level_cache) {
+    const with_caches sizes(lyr::usual_caches);
+    const int64_t fits = lyr::far_output_bytes() / (1000 * lyr::complex_bytes);
+    for (const int threads : {1, 2})
+        for (const int64_t count : {fits * 9 / 10, fits * 11 / 10}) {
+            lyr_fft_plan_with_nthreads(threads);
+            const lyr_tools::problem p = problem_of("ocf1000*" + std::to_string(count));
+            const plan_holder holder(make_plan(p, buffers_of(p)));
+            lyr_fft_plan_with_nthreads(1);
+            ASSERT_NE(holder.plan, nullptr);
+            std::map<std::string, std::set<const void *>> executors;
+            collect_executors(holder.plan, executors);
+            EXPECT_EQ(executors.count("execute_many_copied"), count > fits ? 1U : 0U)
+                << threads << " " << count;
+        }
+}
+
 // But for codelets that are executors themselves, one for each length.
 TEST(choice, executors_have_names_of_their_own) {
     std::map<std::string, std::set<const void *>> by_name;

@@ -152,8 +152,10 @@ void execute_many_past(const plan *p, scalar *in, scalar *out, scalar *scratch) 
 // Transforms shorter than a few vectors run with lanes along the batch.
 constexpr int64_t longest_across_batch = 12;
 
+// Whether the last-level cache keeps neither array, which threads share.
 bool passes_last_cache(const plan *p) {
-    return p->howmany_dims[0].n > far_output_bytes() / (p->dims[0].n * complex_bytes);
+    const int64_t peers = p->peers > 1 ? p->peers : 1;
+    return p->howmany_dims[0].n > far_output_bytes() / peers / (p->dims[0].n * complex_bytes);
 }
 
 // Whether the child takes two stages at a time, and the batch does not stream through the

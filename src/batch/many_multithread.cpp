@@ -69,6 +69,7 @@ int64_t points(const plan *p) {
 // `count` of the transforms, of chunks of `chunk`; of a single one the dimension goes away.
 int make_child(plan *child, const plan *p, int64_t chunk, int64_t count, int64_t threads) {
     plan_copy_problem(child, p);
+    child->peers = p->shares;
     child->howmany_dims[0].n = count;
     child->far_output = p->far_output;
     if (chunk == 1) plan_drop_batch_dimension(child);

@@ -76,6 +76,8 @@ struct lyr_fft_plan_s {
                               // reads it, in place too; solvers hand it on to children that write
                               // such output
     int64_t nthreads;         // the thread count in force when the plan was made
+    int64_t peers;            // chunks of a batch like this one, itself included, that threads work
+                              // off at the same time; 0 counts as 1
     int32_t reserved;         // a root for which scratch_reserve was called
     const char *solver_name;  // registry name of the solver that accepted the problem
 };
