@@ -337,14 +337,15 @@ TEST(choice, solvers_and_executors) {
     }
 }
 
-// Lengths with stages of split arrays in a table are transformed by them: those of AVX2 in double
-// precision.
+// Lengths with stages of split arrays in a table are transformed by them: powers of two from 16 on
+// with AVX2.
 TEST(choice, stages_of_split_arrays) {
     for (const lyr::codelet_table *table : all_tables()) {
         const with_table active(table);
-        const bool has_them = std::string_view(table->name) == "avx2" && sizeof(lyr::scalar) == 8;
-        for (const int64_t n : {8, 12, 16, 32, 64, 128, 256, 512, 1024, 2048}) {
-            const bool is_listed = has_them && n >= 16 && n <= 1024;
+        const bool has_them = std::string_view(table->name) == "avx2";
+        const int64_t longest = sizeof(lyr::scalar) == 8 ? 1024 : 4096;
+        for (const int64_t n : {8, 12, 16, 32, 64, 128, 256, 512, 1024, 2048, 4096, 8192}) {
+            const bool is_listed = has_them && n >= 16 && n <= longest;
             EXPECT_EQ(lyr::split_stages_for(n) != nullptr, is_listed) << table->name << ' ' << n;
             const std::string length = std::to_string(n);
             for (const char *kind : {"oscf", "oscb", "iscf"}) {

@@ -92,11 +92,33 @@ LYR_INLINE void middle(two_arrays in, two_results out, const scalar *&table) {
     }
 }
 
-// Columns C.. of W rows of R numbers, transposed.
+// W neighbouring columns of W rows of R numbers, transposed.
 template <int W, int R>
 LYR_INLINE void load_block(real_vec<W> (&x)[W], const scalar *rows) {
     unroll<W>(LYR_LAMBDA(auto i) { x[i] = real_vec<W>::load(rows + i * R); });
     transpose(x);
+}
+// Eight lanes: rows i and i + 4 are loaded into the halves of one vector, and no number has to move
+// from half to half.
+template <int W, int R>
+requires(W == 8) LYR_INLINE void load_block(real_vec<W> (&x)[W], const scalar *rows) {
+    unroll<2>(LYR_LAMBDA(auto half) {
+        const auto load = LYR_LAMBDA(int i) {
+            const scalar *row = rows + i * R + half * 4;
+            return __builtin_shufflevector(
+                real_vec<4>::load(row).v, real_vec<4>::load(row + 4 * R).v, 0, 1, 2, 3, 4, 5, 6, 7);
+        };
+        const auto a = load(0), b = load(1), c = load(2), d = load(3);
+        const auto ab_even = __builtin_shufflevector(a, b, 0, 8, 1, 9, 4, 12, 5, 13);
+        const auto ab_odd = __builtin_shufflevector(a, b, 2, 10, 3, 11, 6, 14, 7, 15);
+        const auto cd_even = __builtin_shufflevector(c, d, 0, 8, 1, 9, 4, 12, 5, 13);
+        const auto cd_odd = __builtin_shufflevector(c, d, 2, 10, 3, 11, 6, 14, 7, 15);
+        real_vec<W> *to = x + half * 4;
+        to[0].v = __builtin_shufflevector(ab_even, cd_even, 0, 1, 8, 9, 4, 5, 12, 13);
+        to[1].v = __builtin_shufflevector(ab_even, cd_even, 2, 3, 10, 11, 6, 7, 14, 15);
+        to[2].v = __builtin_shufflevector(ab_odd, cd_odd, 0, 1, 8, 9, 4, 5, 12, 13);
+        to[3].v = __builtin_shufflevector(ab_odd, cd_odd, 2, 3, 10, 11, 6, 7, 14, 15);
+    });
 }
 
 template <int W, int R, int N>
@@ -147,19 +169,26 @@ template <int W, int... Radices>
 [[maybe_unused]] constexpr split_stages stages_of = {
     (Radices *...), sizeof...(Radices), {Radices...}, W, run<W, Radices...>};
 
-// The quickest orders of 4, 8 and 16, measured. From 2048 on streams fall into few cache sets.
-template <class V>
-constexpr split_stages list_for[] = {
-    stages_of<2 * V::lanes, 4, 4>,       stages_of<2 * V::lanes, 8, 4>,
-    stages_of<2 * V::lanes, 8, 8>,       stages_of<2 * V::lanes, 4, 4, 8>,
-    stages_of<2 * V::lanes, 8, 4, 8>,    stages_of<2 * V::lanes, 8, 8, 8>,
-    stages_of<2 * V::lanes, 8, 4, 4, 8>, {}};
+// The quickest orders of 4, 8 and 16, measured, for vectors of four and of eight numbers. Longer
+// ones have streams that fall into few cache sets.
+template <int W>
+constexpr split_stages list_of_fours[] = {
+    stages_of<W, 4, 4>,    stages_of<W, 8, 4>,    stages_of<W, 8, 8>,       stages_of<W, 4, 4, 8>,
+    stages_of<W, 8, 4, 8>, stages_of<W, 8, 8, 8>, stages_of<W, 8, 4, 4, 8>, {}};
+template <int W>
+constexpr split_stages list_of_eights[] = {stages_of<W / 2, 4, 4>,   stages_of<W / 2, 8, 4>,
+                                           stages_of<W, 8, 8>,       stages_of<W, 4, 4, 8>,
+                                           stages_of<W, 8, 4, 8>,    stages_of<W, 8, 8, 8>,
+                                           stages_of<W, 8, 4, 4, 8>, stages_of<W, 8, 8, 4, 8>,
+                                           stages_of<W, 8, 8, 8, 8>, {}};
 constexpr split_stages no_list[] = {{}};
 
-template <class V>
+template <int W>
 constexpr const split_stages *choose() {
-    if constexpr (half_a_line && sizeof(scalar) == sizeof(double))
-        return list_for<V>;
+    if constexpr (half_a_line && W == 4)
+        return list_of_fours<W>;
+    else if constexpr (half_a_line && W == 8)
+        return list_of_eights<W>;
     else
         return no_list;
 }
@@ -167,6 +196,6 @@ constexpr const split_stages *choose() {
 }  // namespace
 
 extern const split_stages *const split_lists;
-constinit const split_stages *const split_lists = choose<vec>();
+constinit const split_stages *const split_lists = choose<2 * vec::lanes>();
 
 }  // namespace lyr::LYR_ISA
