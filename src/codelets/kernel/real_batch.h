@@ -36,32 +36,34 @@ enum class layout {
 };
 
 // A block of numbers that lie next to each other in each transform.
-LYR_INLINE void load_lines(wide (&block)[real_lanes], const scalar *p, int64_t step) {
-    unroll<real_lanes>(LYR_LAMBDA(auto l) { block[l] = wide::load(p + l * step); });
+template <int W>
+LYR_INLINE void load_lines(real_vec<W> (&block)[W], const scalar *p, int64_t step) {
+    unroll<W>(LYR_LAMBDA(auto l) { block[l] = real_vec<W>::load(p + l * step); });
     transpose(block);
 }
-LYR_INLINE void store_lines(wide (&block)[real_lanes], scalar *p, int64_t step) {
+template <int W>
+LYR_INLINE void store_lines(real_vec<W> (&block)[W], scalar *p, int64_t step) {
     transpose(block);
-    unroll<real_lanes>(LYR_LAMBDA(auto l) { block[l].store(p + l * step); });
+    unroll<W>(LYR_LAMBDA(auto l) { block[l].store(p + l * step); });
 }
-template <int N>
-LYR_INLINE void load_all_lines(wide (&x)[N], const scalar *p, int64_t step) {
-    unroll<N / real_lanes>(LYR_LAMBDA(auto b) {
-        wide block[real_lanes];
-        load_lines(block, p + b * real_lanes, step);
-        unroll<real_lanes>(LYR_LAMBDA(auto l) { x[b * real_lanes + l] = block[l]; });
+template <int N, int W>
+LYR_INLINE void load_all_lines(real_vec<W> (&x)[N], const scalar *p, int64_t step) {
+    unroll<N / W>(LYR_LAMBDA(auto b) {
+        real_vec<W> block[W];
+        load_lines(block, p + b * W, step);
+        unroll<W>(LYR_LAMBDA(auto l) { x[b * W + l] = block[l]; });
     });
 }
-template <int N>
-LYR_INLINE void store_all_lines(const wide (&x)[N], scalar *p, int64_t step) {
-    unroll<N / real_lanes>(LYR_LAMBDA(auto b) {
-        wide block[real_lanes];
-        unroll<real_lanes>(LYR_LAMBDA(auto l) { block[l] = x[b * real_lanes + l]; });
-        store_lines(block, p + b * real_lanes, step);
+template <int N, int W>
+LYR_INLINE void store_all_lines(const real_vec<W> (&x)[N], scalar *p, int64_t step) {
+    unroll<N / W>(LYR_LAMBDA(auto b) {
+        real_vec<W> block[W];
+        unroll<W>(LYR_LAMBDA(auto l) { block[l] = x[b * W + l]; });
+        store_lines(block, p + b * W, step);
     });
 }
 
-// Samples x[j] of `real_lanes` transforms.
+// Samples x[j] of as many transforms as lanes.
 template <int N>
 struct batch_of_reals {
     static constexpr bool fills_vectors = N % real_lanes == 0;
@@ -79,16 +81,18 @@ struct batch_of_reals {
     }
     LYR_INLINE scalar *at(int j) const { return (j % 2 ? R1 : R0) + rs[j / 2]; }
 
-    LYR_INLINE void load(wide (&x)[N]) const {
+    template <int W>
+    LYR_INLINE void load(real_vec<W> (&x)[N]) const {
         if (how == layout::side_by_side) {
-            unroll<N>(LYR_LAMBDA(auto j) { x[j] = wide::load(at(j)); });
+            unroll<N>(LYR_LAMBDA(auto j) { x[j] = real_vec<W>::load(at(j)); });
             return;
         }
         if constexpr (fills_vectors)
             if (how == layout::lines) return load_all_lines<N>(x, R0, step);
-        unroll<N>(LYR_LAMBDA(auto j) { x[j] = wide::gather(at(j), step); });
+        unroll<N>(LYR_LAMBDA(auto j) { x[j] = real_vec<W>::gather(at(j), step); });
     }
-    LYR_INLINE void store(const wide (&x)[N]) const {
+    template <int W>
+    LYR_INLINE void store(const real_vec<W> (&x)[N]) const {
         if (how == layout::side_by_side) {
             unroll<N>(LYR_LAMBDA(auto j) { x[j].store(at(j)); });
             return;
@@ -128,34 +132,36 @@ struct batch_of_spectra {
     // Where y[i] is.
     LYR_INLINE scalar *at(int i) const { return i <= N / 2 ? Cr + csr[i] : Ci + csi[N - i]; }
 
-    LYR_INLINE void load(wide (&y)[N]) const {
+    template <int W>
+    LYR_INLINE void load(real_vec<W> (&y)[N]) const {
         if (how == layout::side_by_side) {
-            unroll<N>(LYR_LAMBDA(auto i) { y[i] = wide::load(at(i)); });
+            unroll<N>(LYR_LAMBDA(auto i) { y[i] = real_vec<W>::load(at(i)); });
             return;
         }
         if (how == layout::pairs) {
-            y[0] = wide::gather(Cr, 2);
+            y[0] = real_vec<W>::gather(Cr, 2);
             unroll<(N - 1) / 2>(
                 LYR_LAMBDA(auto k) { load_pairs(Cr + csr[k + 1], y[k + 1], y[N - 1 - k]); });
-            if constexpr (N % 2 == 0) y[N / 2] = wide::gather(Cr + csr[N / 2], 2);
+            if constexpr (N % 2 == 0) y[N / 2] = real_vec<W>::gather(Cr + csr[N / 2], 2);
             return;
         }
         if constexpr (fills_vectors) {
             if (how == layout::lines) return load_all_lines<N>(y, Cr, step);
             if (how == layout::complex_lines) {
-                wide c[N];
+                real_vec<W> c[N];
                 load_all_lines<N>(c, Cr, step);
                 unroll<N / 2>(LYR_LAMBDA(auto k) {
                     y[k] = c[2 * k];
                     if constexpr (k > 0) y[N - k] = c[2 * k + 1];
                 });
-                y[N / 2] = wide::gather(Cr + N, step);
+                y[N / 2] = real_vec<W>::gather(Cr + N, step);
                 return;
             }
         }
-        unroll<N>(LYR_LAMBDA(auto i) { y[i] = wide::gather(at(i), step); });
+        unroll<N>(LYR_LAMBDA(auto i) { y[i] = real_vec<W>::gather(at(i), step); });
     }
-    LYR_INLINE void store(const wide (&y)[N]) const {
+    template <int W>
+    LYR_INLINE void store(const real_vec<W> (&y)[N]) const {
         if (how == layout::pairs) {
             store_end(Cr, y[0]);
             unroll<(N - 1) / 2>(
@@ -166,17 +172,17 @@ struct batch_of_spectra {
         if constexpr (fills_vectors) {
             if (how == layout::lines) return store_all_lines<N>(y, Cr, step);
             if (Zeroed && how == layout::complex_lines) {
-                wide c[N];
+                real_vec<W> c[N];
                 unroll<N / 2>(LYR_LAMBDA(auto k) {
                     c[2 * k] = y[k];
                     if constexpr (k > 0)
                         c[2 * k + 1] = y[N - k];
                     else
-                        c[1] = wide::zero();
+                        c[1] = real_vec<W>::zero();
                 });
                 store_all_lines<N>(c, Cr, step);
                 y[N / 2].scatter(Cr + N, step);
-                wide::zero().scatter(Cr + N + 1, step);
+                real_vec<W>::zero().scatter(Cr + N + 1, step);
                 return;
             }
         }
@@ -184,11 +190,12 @@ struct batch_of_spectra {
             unroll<N>(LYR_LAMBDA(auto i) { y[i].store(at(i)); });
         else
             unroll<N>(LYR_LAMBDA(auto i) { y[i].scatter(at(i), step); });
-        if constexpr (Zeroed) zero_ends(real_lanes);
+        if constexpr (Zeroed) zero_ends(W);
     }
-    LYR_INLINE static void store_end(scalar *c, wide re) {
+    template <int W>
+    LYR_INLINE static void store_end(scalar *c, real_vec<W> re) {
         if constexpr (Zeroed)
-            store_pairs(c, re, wide::zero());
+            store_pairs(c, re, real_vec<W>::zero());
         else
             re.scatter(c, 2);
     }
@@ -207,6 +214,15 @@ struct batch_of_spectra {
 // Too few numbers to fill vectors or to pay for gathering them: one transform after another.
 template <int N>
 constexpr bool tiny = N < 4 || N < real_lanes;
+
+// Calls run(index<W>) for the vectors of a batch: full ones and, for what is left over, half as
+// wide ones down to 128 bits, but for transforms that are as quick one by one.
+template <int N, int W = real_lanes, class F>
+LYR_INLINE void in_real_vectors(F &&run) {
+    run(index<W>{});
+    if constexpr (N >= 8 && W * scalar_bytes > 16)
+        in_real_vectors<N, W / 2>(static_cast<F &&>(run));
+}
 
 template <int N, bool Zeroed>
 LYR_INLINE void forward_short(LYR_REAL_PARAMETERS) {
@@ -229,26 +245,30 @@ LYR_INLINE void forward_short(LYR_REAL_PARAMETERS) {
     batch_of_reals<N> in(R0, R1, rs, ivs);
     batch_of_spectra<N, Zeroed> out(Cr, Ci, csr, csi, ovs);
     const bool gathers = in.how == layout::scattered && out.how == layout::scattered;
-    for (; v >= real_lanes && !(tiny<N> && gathers); v -= real_lanes) {
-        wide x[N], y[N];
-        in.load(x);
-        const auto load = LYR_LAMBDA(auto j) {
-            return x[j];
-        };
-        const auto keep_re = LYR_LAMBDA(auto k, wide r) {
-            y[k] = r;
-        };
-        const auto keep_im = LYR_LAMBDA(auto k, wide i) {
-            y[N - k] = i;
-        };
-        if constexpr (N % 2)
-            real_forward_odd<N, wide>(load, keep_re, keep_im);
-        else
-            real_forward<N, wide>(load, keep_re, keep_im);
-        out.store(y);
-        in.advance(real_lanes);
-        out.advance(real_lanes);
-    }
+    in_real_vectors<N>(LYR_LAMBDA(auto width) {
+        constexpr int W = width.value;
+        using V = real_vec<W>;
+        for (; v >= W && !(tiny<N> && gathers); v -= W) {
+            V x[N], y[N];
+            in.load(x);
+            const auto load = LYR_LAMBDA(auto j) {
+                return x[j];
+            };
+            const auto keep_re = LYR_LAMBDA(auto k, V r) {
+                y[k] = r;
+            };
+            const auto keep_im = LYR_LAMBDA(auto k, V i) {
+                y[N - k] = i;
+            };
+            if constexpr (N % 2)
+                real_forward_odd<N, V>(load, keep_re, keep_im);
+            else
+                real_forward<N, V>(load, keep_re, keep_im);
+            out.store(y);
+            in.advance(W);
+            out.advance(W);
+        }
+    });
     for (; v > 0; --v) {
         r2c_kernel<N>(in.R0, in.R1, out.Cr, out.Ci, rs, csr, csi, 1, 0, 0);
         if constexpr (Zeroed) out.zero_ends(1);
@@ -276,16 +296,20 @@ LYR_INLINE void backward_short(LYR_REAL_PARAMETERS) {
     batch_of_spectra<N> in(Cr, Ci, csr, csi, ivs);
     batch_of_reals<N> out(R0, R1, rs, ovs);
     const bool gathers = in.how == layout::scattered && out.how == layout::scattered;
-    for (; v >= real_lanes && !(tiny<N> && gathers); v -= real_lanes) {
-        wide y[N], x[N];
-        in.load(y);
-        real_backward<N, wide>(
-            LYR_LAMBDA(auto k) { return y[k]; }, LYR_LAMBDA(auto k) { return y[N - k]; },
-            LYR_LAMBDA(auto j, wide r) { x[j] = r; });
-        out.store(x);
-        in.advance(real_lanes);
-        out.advance(real_lanes);
-    }
+    in_real_vectors<N>(LYR_LAMBDA(auto width) {
+        constexpr int W = width.value;
+        using V = real_vec<W>;
+        for (; v >= W && !(tiny<N> && gathers); v -= W) {
+            V y[N], x[N];
+            in.load(y);
+            real_backward<N, V>(
+                LYR_LAMBDA(auto k) { return y[k]; }, LYR_LAMBDA(auto k) { return y[N - k]; },
+                LYR_LAMBDA(auto j, V r) { x[j] = r; });
+            out.store(x);
+            in.advance(W);
+            out.advance(W);
+        }
+    });
     for (; v > 0; --v) {
         backward_one<N>(tabled_spectrum<N>{in.Cr, in.Ci, csr, csi},
                         tabled_reals{out.R0, out.R1, rs});
