@@ -8,6 +8,12 @@
 namespace lyr::LYR_ISA {
 namespace {
 
+struct store_near {
+    template <int N, class V>
+    LYR_INLINE static void put(V x, scalar *p) {
+        x.store(p);
+    }
+};
 struct store_past {
     template <int N, class V>
     LYR_INLINE static void put(V x, scalar *p) {
@@ -16,18 +22,10 @@ struct store_past {
     }
 };
 
-// Transforms that are not enough for all lanes.
-template <int R, int S>
-LYR_INLINE void single(const scalar *in, scalar *out) {
-    vec1 x[R];
-    unroll<R>(LYR_LAMBDA(auto q) { x[q] = vec1::load(in + 2 * q); });
-    butterfly<S>(x);
-    unroll<R>(LYR_LAMBDA(auto p) { x[p].store(out + 2 * p); });
-}
-
-// Lanes along the transforms.
-template <class V, int R, int S>
-void across(const scalar *in, scalar *out, int64_t h) {
+// As many transforms as fit into h, a lane each; returns the rest of h. Inputs and outputs are
+// transposed in registers, W by W.
+template <class V, int R, int S, class Store>
+LYR_INLINE int64_t run_across(const scalar *&in, scalar *&out, int64_t h) {
     constexpr int W = V::lanes, blocks = R / W;
     static_assert(R % W == 0);
     for (; h >= W; h -= W) {
@@ -35,24 +33,31 @@ void across(const scalar *in, scalar *out, int64_t h) {
         unroll<blocks>(LYR_LAMBDA(auto b) {
             V block[W];
             unroll<W>(LYR_LAMBDA(auto i) { block[i] = V::load(in + 2 * (i * R + b * W)); });
-            transpose(block);
+            if constexpr (W > 1) transpose(block);
             unroll<W>(LYR_LAMBDA(auto i) { x[b * W + i] = block[i]; });
         });
         butterfly<S>(x);
         unroll<blocks>(LYR_LAMBDA(auto b) {
             V block[W];
             unroll<W>(LYR_LAMBDA(auto i) { block[i] = x[b * W + i]; });
-            transpose(block);
-            unroll<W>(LYR_LAMBDA(auto i) { block[i].store_far(out + 2 * (i * R + b * W)); });
+            if constexpr (W > 1) transpose(block);
+            unroll<W>(LYR_LAMBDA(auto i) {
+                Store::template put<W>(block[i], out + 2 * (i * R + b * W));
+            });
         });
         in += 2 * R * W;
         out += 2 * R * W;
     }
-    for (; h > 0; --h) {
-        single<R, S>(in, out);
-        in += 2 * R;
-        out += 2 * R;
-    }
+    return h;
+}
+
+template <class V, int R, int S>
+void across(const scalar *in, scalar *out, int64_t h) {
+    h = run_across<V, R, S, store_past>(in, out, h);
+    in_narrower_vectors<V>(
+        h, LYR_LAMBDA(auto v, int64_t rest) {
+            return run_across<vector_of<decltype(v)>, R, S, store_near>(in, out, rest);
+        });
 }
 
 // One transform after another. Their inputs are called for in advance, which the processor would
