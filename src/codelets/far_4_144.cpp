@@ -91,9 +91,9 @@ template <class V>
 constexpr dense_batch list_for_half_lines[] = {
     a<V, 4>,      a<V, 8>,       a<V, 12>,     ab<V, 4, 4>,   ab<V, 4, 5>,
     ab<V, 4, 6>,  ab<V, 4, 7>,   ab<V, 8, 4>,  ab<V, 4, 9>,   ab<V, 4, 10>,
-    ab<V, 4, 11>, ab<V, 4, 12>,  ab<V, 4, 13>, ab<V, 8, 7>,   ab<V, 8, 8>,
-    ab<V, 12, 6>, ab<V, 8, 10>,  ab<V, 12, 7>, ab<V, 12, 8>,  ab<V, 12, 9>,
-    ab<V, 16, 7>, ab<V, 12, 10>, ab<V, 16, 8>, ab<V, 12, 12>, {}};
+    ab<V, 4, 11>, ab<V, 4, 12>,  ab<V, 4, 13>, ab<V, 4, 14>,  ab<V, 4, 15>,
+    ab<V, 8, 8>,  ab<V, 12, 6>,  ab<V, 4, 20>, ab<V, 4, 21>,  ab<V, 12, 8>,
+    ab<V, 12, 9>, ab<V, 12, 10>, ab<V, 16, 8>, ab<V, 12, 12>, {}};
 
 template <class V>
 constexpr dense_batch list_for_two[] = {

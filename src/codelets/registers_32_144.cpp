@@ -17,10 +17,10 @@ struct choice {
         if constexpr (V::lanes == 4 && half_a_line)
             return unit_list<ab<8, 4>, ab<3, 11>, ab<7, 5>, ab<4, 9>, ab<4, 10>, ab<6, 7>,
                              ab<4, 11>, ab<9, 5>, ab<4, 12>, ab<7, 7>, ab<10, 5>, ab<4, 13>,
-                             ab<6, 9>, ab<11, 5>, ab<8, 7>, ab<6, 10>, ab<9, 7>, ab<8, 8>,
-                             ab<13, 5>, ab<11, 6>, ab<10, 7>, ab<12, 6>, ab<11, 7>, ab<8, 10>,
-                             ab<12, 7>, ab<11, 8>, ab<10, 9>, ab<12, 8>, ab<10, 10>, ab<12, 9>,
-                             ab<16, 7>, ab<12, 10>, ab<16, 8>, ab<12, 12>>;
+                             ab<6, 9>, ab<11, 5>, ab<4, 14>, ab<4, 15>, ab<9, 7>, ab<8, 8>,
+                             ab<13, 5>, ab<11, 6>, ab<10, 7>, ab<12, 6>, ab<11, 7>, ab<4, 20>,
+                             ab<4, 21>, ab<11, 8>, ab<10, 9>, ab<12, 8>, ab<10, 10>, ab<12, 9>,
+                             ab<14, 8>, ab<12, 10>, ab<16, 8>, ab<12, 12>>;
         if constexpr (V::lanes == 4 && !half_a_line)
             return unit_list<ab<8, 4>, ab<7, 5>, ab<4, 9>, ab<4, 10>, ab<6, 7>, ab<5, 9>, ab<12, 4>,
                              ab<6, 9>, ab<8, 7>, ab<6, 10>, ab<16, 4>, ab<12, 6>, ab<8, 10>,
