@@ -304,11 +304,11 @@ TEST(choice, solvers_and_executors) {
          "solve_problem_multidimension/execute_multidimension("
          "solve_problem_dft_many/execute_many_direct(" DIRECT ") " SLAB ")"},
         {"icf16:2:1*9:32:32", "solve_problem_dft_many/execute_many_direct(" DIRECT ")"},
-        {"oscf12", SPLIT "(" UNIT ")", SPLIT "(" DIRECT ")"},
+        {"oscf9", SPLIT "(" UNIT ")", SPLIT "(" DIRECT ")"},
         {"oscf100", "solve_problem_dft_split/execute_split_stages(" TWO_STAGES ")"},
         {"iscb60:2:3", SPLIT "(" TWO_STAGES ")"},
-        {"oscf12*3", MANY_SPLIT "(" SPLIT "(" UNIT "))", MANY_SPLIT "(" SPLIT "(" DIRECT "))"},
-        {"iscf12*2*3i", MANY_SPLIT "(" MANY_SPLIT "(" SPLIT "(" UNIT ")))",
+        {"oscf9*3", MANY_SPLIT "(" SPLIT "(" UNIT "))", MANY_SPLIT "(" SPLIT "(" DIRECT "))"},
+        {"iscf9*2*3i", MANY_SPLIT "(" MANY_SPLIT "(" SPLIT "(" UNIT ")))",
          MANY_SPLIT "(" MANY_SPLIT "(" SPLIT "(" DIRECT ")))"},
         {"oscf0*3", MANY_SPLIT "(" SPLIT "(" REARRANGED_INPLACE "))"},
         {"ocf0*9:2:1", "solve_problem_nop/execute_nop"},
@@ -337,15 +337,19 @@ TEST(choice, solvers_and_executors) {
     }
 }
 
-// Lengths with stages of split arrays in a table are transformed by them: powers of two from 16 on
-// with AVX2.
+// Lengths with stages of split arrays in a table, or with registers for them, are transformed by
+// them: powers of two from 16 on, and some short lengths in double precision, with AVX2.
 TEST(choice, stages_of_split_arrays) {
     for (const lyr::codelet_table *table : all_tables()) {
         const with_table active(table);
         const bool has_them = std::string_view(table->name) == "avx2";
-        const int64_t longest = sizeof(lyr::scalar) == 8 ? 1024 : 4096;
-        for (const int64_t n : {8, 12, 16, 32, 64, 128, 256, 512, 1024, 2048, 4096, 8192}) {
-            const bool is_listed = has_them && n >= 16 && n <= longest;
+        const bool is_double = sizeof(lyr::scalar) == 8;
+        const int64_t longest = is_double ? 1024 : 4096;
+        for (const int64_t n :
+             {8, 12, 15, 16, 20, 32, 48, 60, 64, 128, 256, 512, 1024, 2048, 4096, 8192}) {
+            const bool is_power = (n & (n - 1)) == 0 && n >= 16 && n <= longest;
+            const bool is_short = is_double && (n == 8 || n == 12 || n == 20 || n == 48);
+            const bool is_listed = has_them && (is_power || is_short);
             EXPECT_EQ(lyr::split_stages_for(n) != nullptr, is_listed) << table->name << ' ' << n;
             const std::string length = std::to_string(n);
             for (const char *kind : {"oscf", "oscb", "iscf"}) {

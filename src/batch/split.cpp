@@ -280,20 +280,25 @@ void fill_tables(scalar *table, const split_stages &list, const root_source *roo
     }
 }
 
-int solve_in_parts(plan *p, const split_stages &list) {
+bool make_tables(plan *p, const split_stages &list) {
     int64_t entries = 0;
     for (int64_t s = 1, L = list.radices[0]; s < list.count; L *= list.radices[s++])
         entries += L * (list.radices[s] - 1);
+    if (entries == 0) return true;
     const uint64_t bytes = static_cast<uint64_t>(entries) * complex_bytes;
     p->aux = aligned_alloc_any(bytes);
-    if (!p->aux) return -1;
+    if (!p->aux) return false;
     p->aux_bytes = bytes;
     p->aux_owned = 1;
     root_source roots;
     root_source_init(&roots, list.n, entries);
     fill_tables(static_cast<scalar *>(p->aux), list, &roots);
     root_source_release(&roots);
+    return true;
+}
 
+int solve_in_parts(plan *p, const split_stages &list) {
+    if (!make_tables(p, list)) return -1;
     const split_words words = {&list};
     memcpy(p->solver_words, &words, sizeof words);
     p->work_bytes = static_cast<uint64_t>(list.n * split_stage_rooms(list.count)) * complex_bytes;

@@ -2,23 +2,17 @@
 // which saves fetching every line of the output before it is written. The factorisations are those
 // of dense_3_13.cpp and registers_*.cpp, so that the results are the same, where all vectors of
 // outputs are full ones.
+#include "codelets/kernel/column_walk.h"
 #include "codelets/kernel/registers.h"
-#include "codelets/kernel/streams.h"
 
 namespace lyr::LYR_ISA {
 namespace {
 
-struct store_near {
+struct numbers_past : whole_numbers {
     template <int N, class V>
-    LYR_INLINE static void put(V x, scalar *p) {
-        x.store(p);
-    }
-};
-struct store_past {
-    template <int N, class V>
-    LYR_INLINE static void put(V x, scalar *p) {
+    LYR_INLINE void store(V x, int i) const {
         static_assert(N == V::lanes);
-        x.store_far(p);
+        x.store_far(out + 2 * i);
     }
 };
 
@@ -41,9 +35,7 @@ LYR_INLINE int64_t run_across(const scalar *&in, scalar *&out, int64_t h) {
             V block[W];
             unroll<W>(LYR_LAMBDA(auto i) { block[i] = x[b * W + i]; });
             if constexpr (W > 1) transpose(block);
-            unroll<W>(LYR_LAMBDA(auto i) {
-                Store::template put<W>(block[i], out + 2 * (i * R + b * W));
-            });
+            unroll<W>(LYR_LAMBDA(auto i) { Store::put(block[i], out + 2 * (i * R + b * W)); });
         });
         in += 2 * R * W;
         out += 2 * R * W;
@@ -53,7 +45,7 @@ LYR_INLINE int64_t run_across(const scalar *&in, scalar *&out, int64_t h) {
 
 template <class V, int R, int S>
 void across(const scalar *in, scalar *out, int64_t h) {
-    h = run_across<V, R, S, store_past>(in, out, h);
+    h = run_across<V, R, S, store_far>(in, out, h);
     in_narrower_vectors<V>(
         h, LYR_LAMBDA(auto v, int64_t rest) {
             return run_across<vector_of<decltype(v)>, R, S, store_near>(in, out, rest);
@@ -67,7 +59,7 @@ void one_by_one(const scalar *in, scalar *out, int64_t h) {
     constexpr int64_t ahead = 2048 / scalar_bytes, line = 2 * line_complex;
     for (; h > 0; --h) {
         for (int64_t k = 0; k < 2 * A * B; k += line) __builtin_prefetch(in + ahead + k);
-        transform_in_registers<V, A, B, S, store_past>(in, out);
+        transform_in_registers<V, A, B, S>(numbers_past{{in, out}});
         in += 2 * A * B;
         out += 2 * A * B;
     }

@@ -1,5 +1,6 @@
 #include "codelets/split_stages.h"
 
+#include "codelets/kernel/registers.h"
 #include "codelets/kernel/streams.h"
 #include "codelets/simd/real_vec.h"
 
@@ -165,17 +166,47 @@ void run(const scalar *re, const scalar *im, scalar *out_re, scalar *out_im, con
     later_stages<W, n, R, Rest...>({room, room + n}, {out_re, out_im}, table, room + 2 * n, room);
 }
 
+// Short ones are joined and parted in registers (kernel/registers.h).
+struct numbers_in_parts {
+    two_arrays in;
+    two_results out;
+
+    template <class V, int N>
+    LYR_INLINE V load(int i) const {
+        static_assert(N == V::lanes);
+        return V::load_split(in.re + i, in.im + i);
+    }
+    template <int N, class V>
+    LYR_INLINE void store(V x, int i) const {
+        static_assert(N == V::lanes);
+        x.store_split(out.re + i, out.im + i);
+    }
+};
+
+template <class V, int A, int B>
+void run_in_registers(const scalar *re, const scalar *im, scalar *out_re, scalar *out_im,
+                      const scalar *, scalar *) {
+    transform_in_registers<V, A, B, -1>(numbers_in_parts{{re, im}, {out_re, out_im}});
+}
+
+template <class V, int A, int B>
+[[maybe_unused]] constexpr split_stages in_registers = {
+    A *B, 0, {}, V::lanes, run_in_registers<V, A, B>};
+
 template <int W, int... Radices>
 [[maybe_unused]] constexpr split_stages stages_of = {
     (Radices *...), sizeof...(Radices), {Radices...}, W, run<W, Radices...>};
 
 // The quickest orders of 4, 8 and 16, measured, for vectors of four and of eight numbers. Longer
 // ones have streams that fall into few cache sets.
-template <int W>
+template <class V, int W = 2 * V::lanes>
 constexpr split_stages list_of_fours[] = {
-    stages_of<W, 4, 4>,    stages_of<W, 8, 4>,    stages_of<W, 8, 8>,       stages_of<W, 4, 4, 8>,
-    stages_of<W, 8, 4, 8>, stages_of<W, 8, 8, 8>, stages_of<W, 8, 4, 4, 8>, {}};
-template <int W>
+    in_registers<V, 2, 4>,  in_registers<V, 2, 6>,    in_registers<V, 2, 10>,
+    in_registers<V, 2, 12>, in_registers<V, 6, 6>,    in_registers<V, 4, 10>,
+    in_registers<V, 12, 4>, stages_of<W, 4, 4>,       stages_of<W, 8, 4>,
+    stages_of<W, 8, 8>,     stages_of<W, 4, 4, 8>,    stages_of<W, 8, 4, 8>,
+    stages_of<W, 8, 8, 8>,  stages_of<W, 8, 4, 4, 8>, {}};
+template <class V, int W = 2 * V::lanes>
 constexpr split_stages list_of_eights[] = {stages_of<W / 2, 4, 4>,   stages_of<W / 2, 8, 4>,
                                            stages_of<W, 8, 8>,       stages_of<W, 4, 4, 8>,
                                            stages_of<W, 8, 4, 8>,    stages_of<W, 8, 8, 8>,
@@ -183,12 +214,12 @@ constexpr split_stages list_of_eights[] = {stages_of<W / 2, 4, 4>,   stages_of<W
                                            stages_of<W, 8, 8, 8, 8>, {}};
 constexpr split_stages no_list[] = {{}};
 
-template <int W>
+template <class V>
 constexpr const split_stages *choose() {
-    if constexpr (half_a_line && W == 4)
-        return list_of_fours<W>;
-    else if constexpr (half_a_line && W == 8)
-        return list_of_eights<W>;
+    if constexpr (half_a_line && V::lanes == 2)
+        return list_of_fours<V>;
+    else if constexpr (half_a_line && V::lanes == 4)
+        return list_of_eights<V>;
     else
         return no_list;
 }
@@ -196,6 +227,6 @@ constexpr const split_stages *choose() {
 }  // namespace
 
 extern const split_stages *const split_lists;
-constinit const split_stages *const split_lists = choose<2 * vec::lanes>();
+constinit const split_stages *const split_lists = choose<vec>();
 
 }  // namespace lyr::LYR_ISA

@@ -8,7 +8,8 @@ namespace lyr {
 
 inline constexpr int most_split_stages = 4;
 
-// One length, forward: backward transforms arrive with the parts in each other's places. The table
+// One length, forward: backward transforms arrive with the parts in each other's places. Without
+// stages (count 0) the whole transform takes place in registers. The table
 // has for each stage but the first and the last one L rows of r - 1 plain twiddles, for the last
 // one groups of `lanes` rows: for each input but the first the real parts of all rows of the group,
 // then the imaginary ones. room: split_stage_rooms(count) complex numbers for each point. Reads all
@@ -23,7 +24,7 @@ struct split_stages {
 };
 
 constexpr int split_stage_rooms(int count) {
-    return count > 2 ? 2 : 1;
+    return count > 2 ? 2 : count > 0 ? 1 : 0;
 }
 
 // The stages for length n in the active table, or null.

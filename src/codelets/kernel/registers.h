@@ -36,16 +36,23 @@ struct register_twiddles {
 template <int W, int A, int B, int S>
 constexpr register_twiddles<W, A, B, S> twiddles_of;
 
-// How outputs are stored: N numbers of a vector.
-struct store_as_usual {
+// The inputs and the outputs: N numbers from number i on, in a vector of as many lanes or more.
+struct whole_numbers {
+    const scalar *in;
+    scalar *out;
+
+    template <class V, int N>
+    LYR_INLINE V load(int i) const {
+        return V::template load_first<N>(in + 2 * i);
+    }
     template <int N, class V>
-    LYR_INLINE static void put(V x, scalar *p) {
-        x.template store_first<N>(p);
+    LYR_INLINE void store(V x, int i) const {
+        x.template store_first<N>(out + 2 * i);
     }
 };
 
-template <class V, int A, int B, int S, class Store = store_as_usual>
-LYR_INLINE void transform_in_registers(const scalar *in, scalar *out) {
+template <class V, int A, int B, int S, class Memory>
+LYR_INLINE void transform_in_registers(const Memory &memory) {
     const scalar *twiddles = twiddles_of<V::lanes, A, B, S>.numbers;
     constexpr int W = V::lanes;
     constexpr int column_vectors = (B + W - 1) / W, row_vectors = (A + W - 1) / W;
@@ -53,8 +60,7 @@ LYR_INLINE void transform_in_registers(const scalar *in, scalar *out) {
     unroll<column_vectors>(LYR_LAMBDA(auto c) {
         constexpr int first = c * W, count = B - first < W ? B - first : W;
         V x[A];
-        unroll<A>(
-            LYR_LAMBDA(auto q) { x[q] = V::template load_first<count>(in + 2 * (q * B + first)); });
+        unroll<A>(LYR_LAMBDA(auto q) { x[q] = memory.template load<V, count>(q * B + first); });
         butterfly<S>(x);
         columns[c][0] = x[0];
         unroll<A - 1>(LYR_LAMBDA(auto k) {
@@ -74,8 +80,7 @@ LYR_INLINE void transform_in_registers(const scalar *in, scalar *out) {
         V y[B];
         unroll<B>(LYR_LAMBDA(auto p) { y[p] = rows[p]; });
         butterfly<S>(y);
-        unroll<B>(
-            LYR_LAMBDA(auto p) { Store::template put<count>(y[p], out + 2 * (first + p * A)); });
+        unroll<B>(LYR_LAMBDA(auto p) { memory.template store<count>(y[p], first + p * A); });
     });
 }
 
@@ -89,7 +94,7 @@ struct rows_columns {
     template <int S>
     static void run(const plan *, scalar *in, scalar *out, scalar *) {
         if constexpr (A > 1) {
-            transform_in_registers<V, A, B, S>(in, out);
+            transform_in_registers<V, A, B, S>(whole_numbers{in, out});
         } else {
             vec1 x[B];
             unroll<B>(LYR_LAMBDA(auto q) { x[q] = vec1::load(in + 2 * q); });
