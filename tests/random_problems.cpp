@@ -208,7 +208,8 @@ TEST(random_problems, first_level_caches) {
         for (const bool small : {false, true}) {
             lyr::set_small_first_level_cache(small);
             for (const char *text :
-                 {"ocf2048", "icb2048", "orf4096", "ocf4096", "ocf6144", "icb990"})
+                 {"ocf2048", "icb2048", "orf4096", "ocf4096", "ocf6144", "icb6144", "icf8192",
+                  "ocb8192*3", "orb32768", "icb990"})
                 check_problem(problem_of(text), constructor::automatic, 1);
         }
     }

@@ -161,7 +161,9 @@ bool passes_last_cache(const plan *p) {
 // Whether the child takes two stages at a time, and the batch does not stream through the
 // last-level cache as well: there its executor beats stages with calls in between. Measured.
 bool keeps_pairs(const plan *p) {
-    return p->children->form == plan_form::paired_stages && !passes_last_cache(p);
+    const plan_form form = p->children->form;
+    return (form == plan_form::paired_stages || form == plan_form::turned_stages) &&
+           !passes_last_cache(p);
 }
 
 // Copies of less than a page cost more than what they gain. Measured.

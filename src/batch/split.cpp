@@ -216,17 +216,20 @@ void execute_split_plane(const plan *p, scalar *ri, scalar *ii, scalar *ro, scal
     }
 }
 
-// Powers of two whose first and last stages, on split arrays, have so many streams in so few cache
-// sets that passes which join and part the arrays cost less. Measured.
-bool streams_crowd(int64_t n) {
-    return (n & (n - 1)) == 0 && n >= 4096 && n <= 32768;
+// Whether passes that join and part the arrays cost less than first and last stages that do:
+// powers of two whose stages, on split arrays, have so many streams in so few cache sets, and
+// stages that gain more by being turned. Measured.
+bool is_better_joined(const plan *child) {
+    const int64_t n = child->dims[0].n;
+    return ((n & (n - 1)) == 0 && n >= 4096 && n <= 32768) ||
+           child->form == plan_form::turned_stages;
 }
 
 // Replaces the executor where neighbouring passes can join or part; the child is solved.
 void choose_executor(plan *p) {
     plan *child = p->children;
     if (p->kind != kind_complex) return;
-    if (p->rank == 1 && unit_strides(p) && !streams_crowd(p->dims[0].n))
+    if (p->rank == 1 && unit_strides(p) && !is_better_joined(child))
         if (const slab_stages list = split_stages_of(child); list.count) {
             const stage &last = list.stages[list.count - 1];
             alternate_rows(const_cast<scalar *>(last.twiddles), last.r, last.L, list.table->lanes);

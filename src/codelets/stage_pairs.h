@@ -8,19 +8,22 @@ namespace lyr {
 
 // Radices r1..r4 of a length of four stages (d: the first of them). Between the pairs the data is
 // a matrix of r1*r2 rows, pair_padding numbers longer than the r3*r4 that they hold, so that rows
-// do not all begin in the same cache sets.
+// do not all begin in the same cache sets. Or the matrix is turned, r3*r4 rows of r1*r2 and the
+// padding: then lanes never run along r4, so that whole lines are read and written all the way.
 struct paired_stages {
     int64_t n;
     int64_t radices[4];
     // [0 forward, 1 backward]
     void (*columns[2])(const stage *d, const scalar *in, scalar *matrix);
     void (*rows[2])(const stage *d, const scalar *matrix, scalar *out);
-    bool near;  // instead of a later entry of the same length where the first-level cache is small
+    // Only where the first-level cache is small, instead of a later entry of the same length.
+    // d[0].twiddles are those of the second and third stage for lanes along rows (fill_lanes).
+    bool turned;
 };
 inline constexpr int64_t pair_padding = 8;
 
 struct stage_pair_set {
-    paired_stages lengths[4];  // n is 0 where there is none
+    paired_stages lengths[8];  // n is 0 where there is none
 };
 
 }  // namespace lyr

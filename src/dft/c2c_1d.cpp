@@ -70,19 +70,28 @@ const paired_stages *paired_stages_of(const plan *p) {
     const stage_pair_set *set = active_table()->paired;
     if (!unit_strides(p)) return nullptr;
     for (const paired_stages &pairs : set->lengths)
-        if (pairs.n == p->dims[0].n && (!pairs.near || first_level_cache_is_small())) return &pairs;
+        if (pairs.n == p->dims[0].n && (!pairs.turned || first_level_cache_is_small()))
+            return &pairs;
     return nullptr;
 }
 
 int solve_paired(plan *p, const paired_stages *pairs) {
-    const int64_t rows = pairs->radices[0] * pairs->radices[1];
+    const auto &[r1, r2, r3, r4] = pairs->radices;
+    const int64_t rows = pairs->turned ? r3 * r4 : r1 * r2;
     p->work_bytes = static_cast<uint64_t>(pairs->n + rows * pair_padding) * complex_bytes;
-    if (!build_stages(p, pairs->radices, 4, 0)) return -1;
+    const int64_t entries = 2 * (r1 * (r2 - 1) + r1 * r2 * (r3 - 1));
+    scalar *lanes = build_stages(p, pairs->radices, 4, pairs->turned ? entries : 0);
+    if (!lanes) return -1;
+    if (pairs->turned) {
+        stage *stages = stages_of(p->aux).stages;
+        stages[0].twiddles = lanes;
+        fill_lanes(fill_lanes(lanes, stages[1]), stages[2]);
+    }
     const bookkeeping b = {pairs};
     memcpy(p->solver_words, &b, sizeof b);
     p->execute_fn = execute_1d_paired;
     p->execute_name = "execute_1d_paired";
-    p->form = plan_form::paired_stages;
+    p->form = pairs->turned ? plan_form::turned_stages : plan_form::paired_stages;
     return 0;
 }
 

@@ -171,6 +171,21 @@ scalar *build_stages(plan *p, const int64_t *factors, int count, int64_t extra) 
     return twiddles;
 }
 
+scalar *fill_lanes(scalar *table, const stage &d) {
+    const int64_t lanes = active_table()->lanes, entries = d.r - 1;
+    const bool ready = has_ready_rows(lanes, d.r, d.L);
+    const int64_t step = ready ? 4 * lanes : 2, im = ready ? 2 * lanes : 1;
+    for (int64_t k = 0; k < d.L; k += lanes)
+        for (int64_t q = 0; q < entries; ++q, table += 4 * lanes)
+            for (int64_t lane = 0; lane < lanes; ++lane) {
+                const scalar *w = d.twiddles + ((k + lane) * entries + q) * step;
+                scalar *to = table + 2 * lane;
+                to[0] = to[1] = w[0];
+                to[2 * lanes] = to[2 * lanes + 1] = w[im];
+            }
+    return table;
+}
+
 void alternate_rows(scalar *table, int64_t r, int64_t L, int64_t lanes) {
     if (lanes == 1) return;
     const bool plain = has_plain_groups(lanes, r, L);
@@ -193,7 +208,8 @@ slab_stages slab_stages_of(const plan *p) {
     if (p->form == plan_form::two_stages) {
         list.count = 2;
         list.stages = two_stages_of(p->aux);
-    } else if (p->form == plan_form::stages || p->form == plan_form::paired_stages) {
+    } else if (p->form == plan_form::stages || p->form == plan_form::paired_stages ||
+               p->form == plan_form::turned_stages) {
         list.count = stages_of(p->aux).count;
         list.stages = stages_of(p->aux).stages;
     }

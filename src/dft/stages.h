@@ -47,6 +47,10 @@ slab_stages slab_stages_of(const plan *p);
 // exists for one transform.
 int32_t plan_solve_in_stages(plan *p);
 
+// Writes the twiddles of a middle stage again, as ready vectors with lanes along the rows, whose
+// number is a multiple of the lanes: twice as many complex numbers. Returns what is behind them.
+scalar *fill_lanes(scalar *table, const stage &d);
+
 // Puts the rows of a last stage's twiddle table, radix r, into the order that split_last takes: of
 // each 2*lanes rows the even ones in one group, the odd ones in the next.
 void alternate_rows(scalar *table, int64_t r, int64_t L, int64_t lanes);

@@ -50,6 +50,7 @@ stage_list stages_in(const plan *p) {
             return {2, two_stages_of(p->aux)};
         case plan_form::stages:
         case plan_form::paired_stages:
+        case plan_form::turned_stages:
         case plan_form::own_stages:
             return stages_of(p->aux);
         default:

@@ -28,6 +28,7 @@ enum class plan_form : int32_t {
     two_stages,         // one transform: stages in aux (two_stages_of)
     stages,             // one transform: stages in aux (stages_of)
     paired_stages,      // the same, executed two at a time
+    turned_stages,      // the same, turned in between (codelets/stage_pairs.h)
     own_stages,         // stages in aux (stages_of), which only the plan's own executor can run
     slabs,              // transforms side by side: a slab_batch in solver_words
     gathered_slabs,     // the same with input one after another

@@ -8,19 +8,28 @@
 namespace lyr::LYR_ISA {
 namespace {
 
+constexpr int64_t columns_at_once = 8;
+
+// The butterflies of the first stage that a few columns of the second one's matrix come from, with
+// the results in the order of that matrix.
+template <int R1, int R2, int S>
+LYR_INLINE void first_of_columns(int64_t m, const scalar *in, scalar *block) {
+    for (int64_t j = 0; j < R2; ++j) {
+        stream<R1> from(in + 2 * j * m, R2 * m);
+        stream<R1> to(block + 2 * j * columns_at_once, R2 * columns_at_once);
+        column_run<R1, S, vec>(from, to, columns_at_once, no_twiddles{});
+    }
+}
+
 // The first two stages, for a few columns of the matrix at a time: all butterflies of both that
 // these columns take part in.
 template <int R1, int R2, int S>
 void paired_columns(const stage *d, const scalar *in, scalar *matrix) {
-    constexpr int64_t columns = 8;
+    constexpr int64_t columns = columns_at_once;
     alignas(64) scalar block[2 * R1 * R2 * columns];
     const int64_t m = d[1].m, row = m + pair_padding;
     for (int64_t c = 0; c < m; c += columns) {
-        for (int64_t j = 0; j < R2; ++j) {
-            stream<R1> from(in + 2 * (c + j * m), R2 * m);
-            stream<R1> to(block + 2 * j * columns, R2 * columns);
-            column_run<R1, S, vec>(from, to, columns, no_twiddles{});
-        }
+        first_of_columns<R1, R2, S>(m, in + 2 * c, block);
         for (int64_t k = 0; k < R1; ++k) {
             stream<R2> from(block + 2 * k * R2 * columns, columns);
             stream<R2> to(matrix + 2 * (c + k * row), R1 * row);
@@ -84,13 +93,126 @@ void paired_rows(const stage *d, const scalar *matrix, scalar *out) {
     }
 }
 
+// As paired_columns, with the results of each column in a row of the matrix: lanes of the second
+// stage run along its rows.
+template <int R1, int R2, int S>
+void turned_columns(const stage *d, const scalar *in, scalar *matrix) {
+    constexpr int64_t columns = columns_at_once, row = R1 * R2 + pair_padding;
+    constexpr lane_order groups = lane_order::ready;
+    static_assert(R1 % vec::lanes == 0);
+    alignas(64) scalar block[2 * R1 * R2 * columns];
+    const int64_t m = d[1].m;
+    for (int64_t c = 0; c < m; c += columns) {
+        first_of_columns<R1, R2, S>(m, in + 2 * c, block);
+        for (int64_t i = 0; i < columns; ++i) {
+            const scalar *twiddles = d[0].twiddles;
+            stream<R2> to(matrix + 2 * (c + i) * row, R1);
+            for (int64_t k = 0; k < R1; k += vec::lanes) {
+                const scalar *from = block + 2 * (k * R2 * columns + i);
+                vec x[R2];
+                unroll<R2>(LYR_LAMBDA(auto q) {
+                    x[q] = vec::gather(from + 2 * columns * q, 2 * R2 * columns);
+                    if constexpr (q > 0)
+                        x[q] = cmul(x[q], lane_twiddles<R2, vec, groups>(twiddles, q));
+                });
+                butterfly<S>(x);
+                unroll<R2>(LYR_LAMBDA(auto p) { x[p].store(to.at(p)); });
+                to.advance(vec::lanes);
+                twiddles += lane_twiddle_numbers<R2, vec, groups>;
+            }
+        }
+    }
+}
+
+// A butterfly of the last stage, lanes along neighbouring rows of its matrix, from a block of
+// columns.
+template <int R, int S, lane_order Order, class V>
+LYR_INLINE void butterfly_of_columns(V (&x)[R], const scalar *&in, const scalar *&twiddles) {
+    unroll<R>(LYR_LAMBDA(auto q) {
+        x[q] = V::load(in + 2 * columns_at_once * q);
+        if constexpr (q > 0) x[q] = cmul(x[q], lane_twiddles<R, V, Order>(twiddles, q));
+    });
+    butterfly<S>(x);
+    in += 2 * V::lanes;
+    twiddles += lane_twiddle_numbers<R, V, Order>;
+}
+
+// The last two stages for a matrix that turned_columns made, for a few of its columns at a time:
+// lanes run along these in both. Outputs fall into few cache sets (column_run_by_lines).
+template <int R3, int R4, int S>
+void turned_rows(const stage *d, const scalar *matrix, scalar *out) {
+    constexpr int64_t columns = columns_at_once, W = vec::lanes;
+    constexpr bool by_lines = R4 > 4 && 2 * W == line_complex;
+    alignas(64) scalar block[2 * R3 * R4 * columns], done[2 * W * R4];
+    const int64_t L = d[2].L, row = L + pair_padding;
+    const scalar *factors = d[0].twiddles + d[1].L * (d[1].r - 1) * 4;
+    for (int64_t c = 0; c < L; c += columns) {
+        for (int64_t j = 0; j < R4; ++j) {
+            constexpr lane_order groups = lane_order::ready;
+            stream<R3> from(matrix + 2 * (c + j * row), R4 * row);
+            stream<R3> to(block + 2 * j * columns, R4 * columns);
+            const scalar *twiddles = factors + c / W * lane_twiddle_numbers<R3, vec, groups>;
+            for (int64_t i = 0; i < columns; i += W) {
+                vec x[R3];
+                unroll<R3>(LYR_LAMBDA(auto q) {
+                    x[q] = vec::load(from.at(q));
+                    if constexpr (q > 0)
+                        x[q] = cmul(x[q], lane_twiddles<R3, vec, groups>(twiddles, q));
+                });
+                butterfly<S>(x);
+                unroll<R3>(LYR_LAMBDA(auto p) { x[p].store(to.at(p)); });
+                from.advance(W);
+                to.advance(W);
+                twiddles += lane_twiddle_numbers<R3, vec, groups>;
+            }
+        }
+        with_lane_order<R4>(
+            L * R3, LYR_LAMBDA(auto order) {
+                constexpr auto groups = static_cast<lane_order>(order.value);
+                for (int64_t p = 0; p < R3; ++p) {
+                    const int64_t first = c + p * L;
+                    const scalar *in = block + 2 * p * R4 * columns;
+                    const scalar *twiddles =
+                        d[3].twiddles + first / W * lane_twiddle_numbers<R4, vec, groups>;
+                    stream<R4> to(out + 2 * first, L * R3);
+                    for (int64_t i = 0; i < columns; i += by_lines ? 2 * W : W) {
+                        vec x[R4];
+                        butterfly_of_columns<R4, S, groups>(x, in, twiddles);
+                        if constexpr (by_lines) {
+                            unroll<R4>(LYR_LAMBDA(auto q) { x[q].store(done + 2 * W * q); });
+                            __asm__ volatile("" ::"r"(done) : "memory");
+                            butterfly_of_columns<R4, S, groups>(x, in, twiddles);
+                            unroll<R4>(LYR_LAMBDA(auto q) {
+                                vec::load(done + 2 * W * q).store(to.at(q));
+                                x[q].store(to.at(q) + 2 * W);
+                            });
+                            to.advance(2 * W);
+                        } else {
+                            unroll<R4>(LYR_LAMBDA(auto q) { x[q].store(to.at(q)); });
+                            to.advance(W);
+                        }
+                    }
+                }
+            });
+    }
+}
+
 template <int R1, int R2, int R3, int R4>
-constexpr paired_stages make_pairs(bool near = false) {
+constexpr paired_stages make_pairs() {
     return {R1 * R2 * R3 * R4,
             {R1, R2, R3, R4},
             {paired_columns<R1, R2, -1>, paired_columns<R1, R2, +1>},
             {paired_rows<R3, R4, -1>, paired_rows<R3, R4, +1>},
-            near};
+            false};
+}
+
+template <int R1, int R2, int R3, int R4>
+constexpr paired_stages make_turned() {
+    return {R1 * R2 * R3 * R4,
+            {R1, R2, R3, R4},
+            {turned_columns<R1, R2, -1>, turned_columns<R1, R2, +1>},
+            {turned_rows<R3, R4, -1>, turned_rows<R3, R4, +1>},
+            true};
 }
 
 }  // namespace
