@@ -207,9 +207,9 @@ TEST(random_problems, first_level_caches) {
         const with_table active(table);
         for (const bool small : {false, true}) {
             lyr::set_small_first_level_cache(small);
-            for (const char *text :
-                 {"ocf2048", "icb2048", "orf4096", "ocf4096", "ocf6144", "icb6144", "icf8192",
-                  "ocb8192*3", "orb32768", "icb990"})
+            for (const char *text : {"ocf2048", "icb2048", "ocb3072", "orf4096", "ocf4096",
+                                     "icf5120", "ocf6144", "icb6144", "icf8192", "ocb8192*3",
+                                     "ocf9216", "ocb10240", "orf24576", "orb32768", "icb990"})
                 check_problem(problem_of(text), constructor::automatic, 1);
         }
     }

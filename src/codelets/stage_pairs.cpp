@@ -17,8 +17,10 @@ constexpr stage_pair_set make_set() {
     else if constexpr (Lanes == line_complex)
         return {{make_pairs<4, 8, 8, 8>(), make_pairs<8, 8, 8, 8>()}};
     else if constexpr (Lanes > 1)
-        return {{make_turned<8, 8, 8, 4>(), make_turned<8, 8, 16, 4>(), make_turned<8, 8, 12, 8>(),
-                 make_turned<8, 8, 16, 8>(), make_turned<8, 16, 16, 8>(), make_pairs<4, 8, 8, 8>(),
+        return {{make_turned<8, 8, 8, 4>(), make_turned<8, 8, 12, 4>(), make_turned<8, 8, 16, 4>(),
+                 make_turned<8, 8, 10, 8>(), make_turned<8, 8, 12, 8>(), make_turned<8, 8, 16, 8>(),
+                 make_turned<8, 12, 12, 8>(), make_turned<8, 16, 10, 8>(),
+                 make_turned<8, 16, 12, 8>(), make_turned<8, 16, 16, 8>(), make_pairs<4, 8, 8, 8>(),
                  make_pairs<8, 8, 8, 8>()}};
     else if constexpr (moves_pairs<vec>)
         return {{make_pairs<8, 8, 8, 8>(), make_pairs<16, 8, 8, 8>()}};

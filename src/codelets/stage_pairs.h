@@ -23,7 +23,7 @@ struct paired_stages {
 inline constexpr int64_t pair_padding = 8;
 
 struct stage_pair_set {
-    paired_stages lengths[8];  // n is 0 where there is none
+    paired_stages lengths[12];  // n is 0 where there is none
 };
 
 }  // namespace lyr
