@@ -343,7 +343,8 @@ TEST(codelets, unit_transforms) {
 
 TEST(codelets, dense_batches) {
     for (const codelet_table *table : all_tables()) {
-        EXPECT_EQ((*table->dense_batches)->n == 0, table->lanes == 1) << table->name;
+        const bool has_pairs = table->lanes == 1 && std::strncmp(table->name, "neon", 4) == 0;
+        EXPECT_EQ((*table->dense_batches)->n == 0, table->lanes == 1 && !has_pairs) << table->name;
         for (const lyr::dense_batch *batch = *table->dense_batches; batch->n != 0; ++batch)
             for (const int64_t sign : {-1, +1})
                 for (const int64_t h : {1, 2, 3, 4, 5, 11})

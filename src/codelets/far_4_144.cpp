@@ -1,6 +1,6 @@
 // Contiguous batches of short transforms whose results no cache can keep: these go past the caches,
 // which saves fetching every line of the output before it is written. The factorisations are those
-// of dense_3_13.cpp and registers_*.cpp, so that the results are the same, where all vectors of
+// of dense_3_64.cpp and registers_*.cpp, so that the results are the same, where all vectors of
 // outputs are full ones.
 #include "codelets/kernel/column_walk.h"
 #include "codelets/kernel/registers.h"

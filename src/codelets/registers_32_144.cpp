@@ -1,3 +1,4 @@
+#include "codelets/kernel/on_stack.h"
 #include "codelets/kernel/registers.h"
 #include "codelets/kernel/streams.h"
 
@@ -29,6 +30,7 @@ struct choice {
         if constexpr (V::lanes == 2)
             return unit_list<ab<4, 8>, ab<7, 5>, ab<6, 6>, ab<4, 10>, ab<6, 7>, ab<9, 5>,
                              ab<12, 4>>;
+        if constexpr (moves_pairs<V>) return unit_list<ab<1, 32>, stack_rows_columns<V, 8, 8>>;
         return unit_list<ab<1, 32>>;
     }
     static constexpr const unit_transform *list_of_eight() {

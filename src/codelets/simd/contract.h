@@ -19,6 +19,8 @@
 //   load_pair(p, a, b) store_pair(p, a, b)
 //                                 two neighbouring numbers in one instruction that also advances p
 //                                 over them: only for one lane (moves_pairs)
+//   load_two<B>(p, a, b) store_two<B>(p, a, b)
+//                                 the same without advancing p, B bytes behind it
 //   cmul(a, w)                    a*w
 //   reversed(a)                   the lanes in opposite order
 //   add_conj(a, b) sub_conj(a, b) a + conj(b), a - conj(b)

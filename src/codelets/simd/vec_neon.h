@@ -43,6 +43,7 @@ struct vec1 {
     static constexpr int lanes = 1;
     static constexpr bool wide_stages = true;
     using tw = twiddle;
+    typedef float64x2_t number __attribute__((aligned(8), may_alias));
     float64x2_t v;
 
     LYR_INLINE static vec1 load(const double *p) { return {vld1q_f64(p)}; }
@@ -57,6 +58,22 @@ struct vec1 {
         __asm__("stp %q2, %q3, [%1], #32"
                 : "=m"(*reinterpret_cast<double(*)[4]>(p)), "+r"(p)
                 : "w"(a.v), "w"(b.v));
+    }
+    // The same without advancing, the numbers `Bytes` behind p. (An operand of both would get a
+    // register for its address.)
+    template <int Bytes>
+    LYR_INLINE static void load_two(const double *p, vec1 &a, vec1 &b) {
+        const number *at = reinterpret_cast<const number *>(p + Bytes / 8);
+        __asm__("ldp %q0, %q1, [%2, %3]"
+                : "=w"(a.v), "=w"(b.v)
+                : "r"(p), "i"(Bytes), "m"(at[0]), "m"(at[1]));
+    }
+    template <int Bytes>
+    LYR_INLINE static void store_two(double *p, vec1 a, vec1 b) {
+        number *at = reinterpret_cast<number *>(p + Bytes / 8);
+        __asm__("stp %q3, %q4, [%2, %5]"
+                : "=m"(at[0]), "=m"(at[1])
+                : "r"(p), "w"(a.v), "w"(b.v), "i"(Bytes));
     }
     LYR_INLINE static vec1 gather(const double *p, int64_t) { return load(p); }
     LYR_INLINE void scatter(double *p, int64_t) const { store(p); }

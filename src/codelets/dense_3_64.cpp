@@ -2,6 +2,7 @@
 
 #include "codelets/codelet.h"
 #include "codelets/kernel/butterfly.h"
+#include "codelets/kernel/on_stack.h"
 
 namespace lyr::LYR_ISA {
 namespace {
@@ -70,6 +71,10 @@ constexpr dense_batch list_for_two[] = {batch<V, 3>,  batch<V, 4>,  batch<V, 5>,
                                         batch<V, 7>,  batch<V, 8>,  batch<V, 9>,  batch<V, 10>,
                                         batch<V, 11>, batch<V, 12>, batch<V, 13>, {}};
 
+// Single lanes that move pairs of numbers.
+template <class V>
+constexpr dense_batch list_for_pairs[] = {stack_rows_columns<V, 8, 8>::batches, {}};
+
 constexpr dense_batch no_list[] = {{}};
 
 template <class V>
@@ -80,6 +85,8 @@ constexpr const dense_batch *choose() {
         return list_for_four<V, typename V::half>;
     else if constexpr (V::lanes > 1)
         return list_for_two<V>;
+    else if constexpr (moves_pairs<V>)
+        return list_for_pairs<V>;
     else
         return no_list;
 }
