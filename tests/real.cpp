@@ -193,7 +193,7 @@ TEST(real, passes_in_ranges) {
             if (two_levels)
                 lyr::fill_turned_twiddles(twiddles.data(), turns.data(), h, -1);
             else
-                lyr::fill_pass_twiddles(twiddles.data(), h);
+                lyr::fill_pass_twiddles(twiddles.data(), h, -1);
             const scalar *const turned = two_levels ? turns.data() : nullptr;
             for (const auto function : {table->real_passes->forward, table->real_passes->backward})
                 for (const int64_t step : {1, 2}) {

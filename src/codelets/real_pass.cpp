@@ -5,6 +5,7 @@
 #include LYR_ISA_HEADER
 
 #include "codelets/kernel/butterfly.h"
+#include "codelets/simd/in_order.h"
 
 namespace lyr::LYR_ISA {
 
@@ -12,15 +13,29 @@ namespace {
 
 enum class direction { forward, backward };
 
-// a, b: inputs k and h-k; become the outputs k and h-k.
+// a, b: inputs k and h-k; become the outputs k and h-k. product(d) is the product of d with the
+// factor, -i*w/2 or conj(w).
+template <direction D, class V, class Product>
+LYR_INLINE void mirror_by(V &a, V &b, Product &&product) {
+    if constexpr (D == direction::forward) {
+        V e = fma(scale_conj(b, 0.5), a, 0.5);  // a half, exactly
+        in_order(e, a);
+        const V t = product(sub_conj(a, b));
+        a = e + t;
+        b = scale_conj(e - t, 1.0);
+    } else {
+        const V e = add_conj(a, b), t = product(sub_conj(a, b));
+        a = add_i(e, t);
+        b = scale_conj(sub_i(e, t), 1.0);
+    }
+}
 template <direction D, class V>
 LYR_INLINE void mirror_butterfly(V &a, V &b, typename V::tw w) {
-    const V e = add_conj(a, b), d = sub_conj(a, b);
     if constexpr (D == direction::forward) {
-        twist(e, d, w, a, b);
-        a = scale(a, 0.5);
-        b = scale_conj(b, 0.5);
+        mirror_by<D>(
+            a, b, LYR_LAMBDA(V d) { return cmul(d, w); });
     } else {
+        const V e = add_conj(a, b), d = sub_conj(a, b);
         twist_back(e, d, w, a, b);
         b = scale_conj(b, 1.0);
     }
@@ -40,16 +55,11 @@ struct turned_factors {
 
     template <direction D, class V>
     LYR_INLINE void butterfly(V &a, V &b, int64_t numbers) const {
-        const V e = add_conj(a, b), d = sub_conj(a, b);
-        const V turned = cmul(d, V::tw_one(turn, turn + 1));
-        const V wd = turned + cmul(turned, V::tw_plain(table + numbers));
-        if constexpr (D == direction::forward) {
-            a = scale(sub_i(e, wd), 0.5);
-            b = scale_conj(add_i(e, wd), 0.5);
-        } else {
-            a = add_i(e, wd);
-            b = scale_conj(sub_i(e, wd), 1.0);
-        }
+        mirror_by<D>(
+            a, b, LYR_LAMBDA(V d) {
+                const V turned = cmul(d, V::tw_one(turn, turn + 1));
+                return turned + cmul(turned, V::tw_plain(table + numbers));
+            });
     }
 };
 

@@ -41,10 +41,11 @@ bool allocate_tables(plan *p, int64_t h) {
     scalar *twiddles = advance(static_cast<scalar *>(p->aux), tables_header);
     scalar *turns = two_levels ? twiddles + 2 * real_pass_block : nullptr;
     *static_cast<pass_tables *>(p->aux) = {twiddles, turns};
+    const int64_t sign = p->kind == kind_r2c ? -1 : +1;
     if (two_levels)
-        fill_turned_twiddles(twiddles, turns, h, p->kind == kind_r2c ? -1 : +1);
+        fill_turned_twiddles(twiddles, turns, h, sign);
     else
-        fill_pass_twiddles(twiddles, h);
+        fill_pass_twiddles(twiddles, h, sign);
     return true;
 }
 
@@ -64,13 +65,27 @@ int make_complex_child(plan *p, int64_t n, scalar *in, scalar *out) {
 
 }  // namespace
 
-void fill_pass_twiddles(scalar *twiddles, int64_t h) {
+namespace {
+
+// The numbers become -i/2 times themselves, exactly.
+void turn_halves(scalar *numbers, int64_t count) {
+    for (scalar *w = numbers; w < numbers + 2 * count; w += 2) {
+        const scalar re = w[0];
+        w[0] = w[1] / 2;
+        w[1] = -re / 2;
+    }
+}
+
+}  // namespace
+
+void fill_pass_twiddles(scalar *twiddles, int64_t h, int64_t sign) {
     const int64_t count = (h + 1) / 2;
     if (h < 2) return;
     root_source roots;
     root_source_init(&roots, 2 * h, count);
     fill_roots(twiddles, 1, &roots, 1, 1, count, -1);
     root_source_release(&roots);
+    if (sign < 0) turn_halves(twiddles, count);
 }
 
 void fill_turned_twiddles(scalar *twiddles, scalar *turns, int64_t h, int64_t sign) {
@@ -80,6 +95,7 @@ void fill_turned_twiddles(scalar *twiddles, scalar *turns, int64_t h, int64_t si
     fill_roots(twiddles, 1, &roots, 0, 1, real_pass_block, sign);
     subtract_one(twiddles, real_pass_block);
     fill_roots(turns, 1, &roots, 1, real_pass_block, blocks, sign);
+    if (sign < 0) turn_halves(turns, blocks);
     root_source_release(&roots);
 }
 

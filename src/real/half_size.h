@@ -24,10 +24,10 @@ struct real_executors {
 // count that it has to use. Returns 0, -1 without memory, or what the planner says of the child.
 int build_half_size(plan *p, const real_executors &executors);
 
-// Writes W(-k, n), k = 1 .. ceil(h/2), n = 2h, to entries k-1.
-void fill_pass_twiddles(scalar *twiddles, int64_t h);
+// Writes the table of a pass (codelets/real_pass.h), forward with sign -1: ceil(h/2) numbers.
+void fill_pass_twiddles(scalar *twiddles, int64_t h, int64_t sign);
 
-// Writes the tables of a pass in two levels: sign -1 for w(k), +1 for its conjugate.
+// The same in two levels.
 void fill_turned_twiddles(scalar *twiddles, scalar *turns, int64_t h, int64_t sign);
 
 // The pass for pairs first..last of an even plan, with the table that the plan was made with.

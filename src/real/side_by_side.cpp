@@ -52,7 +52,7 @@ int build_side_by_side(plan *p) {
         p->aux = aligned_alloc_zero(p->aux_bytes);
         if (!p->aux) return -1;
         p->aux_owned = 1;
-        fill_pass_twiddles(static_cast<scalar *>(p->aux), rows);
+        fill_pass_twiddles(static_cast<scalar *>(p->aux), rows, p->kind == kind_r2c ? -1 : +1);
     }
     p->nchildren = 1;
     p->children = plan_alloc_children(1);

@@ -25,7 +25,6 @@
 //   reversed(a)                   the lanes in opposite order
 //   add_conj(a, b) sub_conj(a, b) a + conj(b), a - conj(b)
 //   scale_conj(a, s)              s*conj(a), s real
-//   twist(e, d, w, a, b)          a = e - i*w*d, b = e + i*w*d
 //   twist_back(e, d, w, a, b)     a = e + i*conj(w)*d, b = e - i*conj(w)*d
 //   V::join(p, re, im)            2*lanes complex numbers at p from their parts at re and im
 //   V::part(re, im, p)            the other way round
@@ -100,7 +99,6 @@ concept complex_vec = requires(V a, typename V::tw w, const scalar *p, scalar *q
     {add_conj(a, a)};
     {sub_conj(a, a)};
     {scale_conj(a, scalar{1})};
-    twist(a, a, w, a, a);
     twist_back(a, a, w, a, a);
     {V::join(q, p, p)};
     {V::part(q, q, p)};

@@ -89,11 +89,6 @@ LYR_INLINE vec1 scale_conj(vec1 a, double s) {
     return {_mm_mul_pd(a.v, _mm_setr_pd(s, -s))};
 }
 // The rotation by a right angle costs nothing: the parts of w change places.
-LYR_INLINE void twist(vec1 e, vec1 d, vec1::tw w, vec1 &a, vec1 &b) {
-    const vec1 u = {_mm_fmsubadd_pd(d.v, w.im, _mm_mul_pd(swapped(d), w.re))};
-    a = e + u;
-    b = e - u;
-}
 LYR_INLINE void twist_back(vec1 e, vec1 d, vec1::tw w, vec1 &a, vec1 &b) {
     const vec1 u = {_mm_fmaddsub_pd(d.v, w.im, _mm_mul_pd(swapped(d), w.re))};
     a = e + u;
@@ -262,11 +257,6 @@ LYR_INLINE vec2 scale_conj(vec2 a, double s) {
     return {_mm256_mul_pd(a.v, _mm256_setr_pd(s, -s, s, -s))};
 }
 // The rotation by a right angle costs nothing: the parts of w change places.
-LYR_INLINE void twist(vec2 e, vec2 d, vec2::tw w, vec2 &a, vec2 &b) {
-    const vec2 u = {_mm256_fmsubadd_pd(d.v, w.im, _mm256_mul_pd(swapped(d), w.re))};
-    a = e + u;
-    b = e - u;
-}
 LYR_INLINE void twist_back(vec2 e, vec2 d, vec2::tw w, vec2 &a, vec2 &b) {
     const vec2 u = {_mm256_fmaddsub_pd(d.v, w.im, _mm256_mul_pd(swapped(d), w.re))};
     a = e + u;

@@ -219,12 +219,6 @@ LYR_INLINE V scale_conj(V a, float s) {
 }
 // The rotation by a right angle costs nothing: the parts of w change places.
 template <in_128_bits V>
-LYR_INLINE void twist(V e, V d, tw_128 w, V &a, V &b) {
-    const V u = {_mm_fmsubadd_ps(d.v, w.im, _mm_mul_ps(swapped(d.v), w.re))};
-    a = e + u;
-    b = e - u;
-}
-template <in_128_bits V>
 LYR_INLINE void twist_back(V e, V d, tw_128 w, V &a, V &b) {
     const V u = {_mm_fmaddsub_ps(d.v, w.im, _mm_mul_ps(swapped(d.v), w.re))};
     a = e + u;
@@ -435,11 +429,6 @@ LYR_INLINE vec4 sub_conj(vec4 a, vec4 b) {
 }
 LYR_INLINE vec4 scale_conj(vec4 a, float s) {
     return {_mm256_mul_ps(a.v, alternating_256(s, -s))};
-}
-LYR_INLINE void twist(vec4 e, vec4 d, vec4::tw w, vec4 &a, vec4 &b) {
-    const vec4 u = {_mm256_fmsubadd_ps(d.v, w.im, _mm256_mul_ps(swapped(d.v), w.re))};
-    a = e + u;
-    b = e - u;
 }
 LYR_INLINE void twist_back(vec4 e, vec4 d, vec4::tw w, vec4 &a, vec4 &b) {
     const vec4 u = {_mm256_fmaddsub_ps(d.v, w.im, _mm256_mul_ps(swapped(d.v), w.re))};

@@ -198,11 +198,6 @@ LYR_INLINE vec4 scale_conj(vec4 a, double s) {
     return {_mm512_mul_pd(a.v, _mm512_setr_pd(s, -s, s, -s, s, -s, s, -s))};
 }
 // The rotation by a right angle costs nothing: the parts of w change places.
-LYR_INLINE void twist(vec4 e, vec4 d, vec4::tw w, vec4 &a, vec4 &b) {
-    const vec4 u = {_mm512_fmsubadd_pd(d.v, w.im, _mm512_mul_pd(swapped(d), w.re))};
-    a = e + u;
-    b = e - u;
-}
 LYR_INLINE void twist_back(vec4 e, vec4 d, vec4::tw w, vec4 &a, vec4 &b) {
     const vec4 u = {_mm512_fmaddsub_pd(d.v, w.im, _mm512_mul_pd(swapped(d), w.re))};
     a = e + u;

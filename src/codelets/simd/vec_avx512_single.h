@@ -229,11 +229,6 @@ LYR_INLINE vec8 scale_conj(vec8 a, float s) {
     return {_mm512_mul_ps(a.v, alternating_512(s, -s))};
 }
 // The rotation by a right angle costs nothing: the parts of w change places.
-LYR_INLINE void twist(vec8 e, vec8 d, vec8::tw w, vec8 &a, vec8 &b) {
-    const vec8 u = {_mm512_fmsubadd_ps(d.v, w.im, _mm512_mul_ps(swapped(d.v), w.re))};
-    a = e + u;
-    b = e - u;
-}
 LYR_INLINE void twist_back(vec8 e, vec8 d, vec8::tw w, vec8 &a, vec8 &b) {
     const vec8 u = {_mm512_fmaddsub_ps(d.v, w.im, _mm512_mul_ps(swapped(d.v), w.re))};
     a = e + u;

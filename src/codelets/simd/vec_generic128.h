@@ -92,11 +92,6 @@ LYR_INLINE vec1 sub_conj(vec1 a, vec1 b) {
 LYR_INLINE vec1 scale_conj(vec1 a, double s) {
     return {a.v * double2{s, -s}};
 }
-LYR_INLINE void twist(vec1 e, vec1 d, vec1 w, vec1 &a, vec1 &b) {
-    const vec1 t = cmul(d, w);
-    a = sub_i(e, t);
-    b = add_i(e, t);
-}
 LYR_INLINE void twist_back(vec1 e, vec1 d, vec1 w, vec1 &a, vec1 &b) {
     const vec1 t = cmul(d, scale_conj(w, 1));
     a = add_i(e, t);

@@ -240,12 +240,6 @@ LYR_INLINE V scale_conj(V a, float s) {
     return {a.v * alternating<typename V::reg>(s, -s)};
 }
 template <portable V>
-LYR_INLINE void twist(V e, V d, typename V::tw w, V &a, V &b) {
-    const V t = cmul(d, w);
-    a = sub_i(e, t);
-    b = add_i(e, t);
-}
-template <portable V>
 LYR_INLINE void twist_back(V e, V d, typename V::tw w, V &a, V &b) {
     const V t = cmul(d, typename V::tw{w.re, -w.im});
     a = add_i(e, t);

@@ -150,11 +150,6 @@ LYR_INLINE vec1 fma_i(vec1 a, vec1 b, double s) {
 LYR_INLINE vec1 cmul(vec1 a, twiddle w) {
     return {vcmlaq_rot90_f64(vmulq_laneq_f64(a.v, w.v, 0), w.v, a.v)};
 }
-LYR_INLINE void twist(vec1 e, vec1 d, twiddle w, vec1 &a, vec1 &b) {
-    const vec1 t = cmul(d, w);
-    a = sub_i(e, t);
-    b = add_i(e, t);
-}
 LYR_INLINE void twist_back(vec1 e, vec1 d, twiddle w, vec1 &a, vec1 &b) {
     const vec1 t = {vcmlaq_rot270_f64(vmulq_laneq_f64(d.v, w.v, 0), w.v, d.v)};
     a = add_i(e, t);
@@ -183,11 +178,6 @@ LYR_INLINE vec1 cmul(vec1 a, twiddle w) {
     return {vfmaq_laneq_f64(vmulq_laneq_f64(w.v, a.v, 0), w.i, a.v, 1)};
 }
 // i*w*d and i*conj(w)*d in the same way.
-LYR_INLINE void twist(vec1 e, vec1 d, twiddle w, vec1 &a, vec1 &b) {
-    const vec1 t = {vfmsq_laneq_f64(vmulq_laneq_f64(w.i, d.v, 0), w.v, d.v, 1)};
-    a = e - t;
-    b = e + t;
-}
 LYR_INLINE void twist_back(vec1 e, vec1 d, twiddle w, vec1 &a, vec1 &b) {
     const vec1 t = {
         vfmaq_laneq_f64(vmulq_laneq_f64(swapped(w.v), d.v, 0), negated_first(w.v), d.v, 1)};

@@ -334,12 +334,6 @@ LYR_INLINE vec2 cmul_conj(vec2 a, tw_of_two w) {
 #endif
 
 template <class V>
-LYR_INLINE void twist(V e, V d, typename V::tw w, V &a, V &b) {
-    const V t = cmul(d, w);
-    a = sub_i(e, t);
-    b = add_i(e, t);
-}
-template <class V>
 LYR_INLINE void twist_back(V e, V d, typename V::tw w, V &a, V &b) {
     const V t = cmul_conj(d, w);
     a = add_i(e, t);
