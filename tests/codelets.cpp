@@ -638,15 +638,17 @@ TEST(codelets, slab_stages) {
                 for (const int64_t m : {1, 3})
                     check_pass({r, 1, m, h, false, 1, r * m + gap, row, 1}, sign, table, false,
                                [&](const stage &d, const scalar *in, scalar *out) {
-                                   set->gathered_slab(&d, in, 1, r * m + gap, out, row, h);
+                                   set->gathered_slab(&d, in, 1, r * m + gap, out, row, m * row, h);
                                });
                 for (const int64_t L : {2, 6, 1803})
-                    if (L < 10 || (r == 8 && h == 3 && gap == 0 && test_scale == 1))
-                        check_pass(
-                            {r, L, 1, h, true, h, 1, row, 1}, sign, table, false,
-                            [&](const stage &d, const scalar *in, scalar *out) {
-                                set->twiddle_slab(&d, {L, r * h, row, h, L * row, h}, in, out);
-                            });
+                    for (const bool by_lines : {false, true})
+                        if (L < 10 || (r == 8 && h == 3 && gap == 0 && test_scale == 1))
+                            check_pass({r, L, 1, h, true, h, 1, row, 1}, sign, table, false,
+                                       [&](const stage &d, const scalar *in, scalar *out) {
+                                           set->twiddle_slab(
+                                               &d, {L, r * h, row, h, L * row, h, 0, 1, by_lines},
+                                               in, out);
+                                       });
                 if (gap == 0)
                     check_pass({r, 3, 4, h, true, h, 1, h, 1}, sign, table, false,
                                [&](const stage &d, const scalar *in, scalar *out) {
@@ -655,6 +657,24 @@ TEST(codelets, slab_stages) {
                                });
             }
     });
+}
+
+// Whether streams overflow the ways of a cache, next to counting lines in sets.
+TEST(codelets, colliding_streams) {
+    for (const lyr::near_cache cache : {lyr::near_cache{32 << 10, 8}, lyr::near_cache{64 << 10, 4},
+                                        lyr::near_cache{48 << 10, 12}, lyr::near_cache{1 << 10, 1}})
+        for (const int64_t streams : {1, 2, 3, 4, 5, 8, 9, 16, 17, 37})
+            for (int64_t i = 0; i < 48; ++i) {  // odd multiples of powers of two
+                const int64_t lines = lyr::line_complex * (2 * (i % 4) + 1) << i / 4;
+                std::map<int64_t, int64_t> in_set;
+                int64_t most = 0;
+                for (int64_t s = 0; s < streams; ++s)
+                    most = std::max(most, ++in_set[s * lines * lyr::complex_bytes % cache.way()]);
+                for (int64_t ways = 1; ways <= cache.ways; ways *= 2)
+                    EXPECT_EQ(streams_collide(cache, ways, streams, lines), most > ways)
+                        << streams << " streams, " << lines << " apart, " << ways << " ways of "
+                        << cache.bytes << " bytes in " << cache.ways;
+            }
 }
 
 }  // namespace

@@ -216,6 +216,43 @@ TEST(random_problems, first_level_caches) {
     lyr::set_small_first_level_cache(before);
 }
 
+// Walks that see to whole lines, as in a cache of any shape, give the bits of those that do not.
+TEST(random_problems, near_caches) {
+    const std::vector<const char *> problems = {
+        "ocf1024*40i",          "icb1000*24i", "ocf2048*21i", "ocb96*50i", "ocf112*5i",
+        "ocf512:1:40*40:512:1", "ocf16384",    "ocb20736",    "ocf262144", "orf60x64"};
+    for (const lyr::codelet_table *table : all_tables())
+        for (const char *text : problems) {
+            const problem p = problem_of(text);
+            if (test_scale > 1 && point_count(p) > 100000) continue;
+            lyr::codelet_table unaware = *table;
+            unaware.near = {};
+            buffers expected = buffers_of(p);
+            {
+                const with_table active(&unaware);
+                const plan_holder plan(make_plan(p, expected));
+                ASSERT_NE(plan.plan, nullptr) << text;
+                lyr_fft_execute(plan.plan);
+            }
+            for (const lyr::near_cache cache :
+                 {lyr::assumed_near_cache, lyr::near_cache{1 << 10, 1}, lyr::near_cache{4 << 10, 2},
+                  lyr::near_cache{16 << 10, 16}}) {
+                lyr::codelet_table aware = *table;
+                aware.near = cache;
+                const with_table active(&aware);
+                buffers b = buffers_of(p);
+                const plan_holder plan(make_plan(p, b));
+                ASSERT_NE(plan.plan, nullptr) << text;
+                lyr_fft_execute(plan.plan);
+                EXPECT_TRUE(same_outputs(p, expected, b))
+                    << text << " with " << table->name << ", " << cache.bytes << " bytes, "
+                    << cache.ways << " ways";
+            }
+            const with_table active(&unaware);
+            check_problem(p, constructor::automatic, 1);
+        }
+}
+
 // Strided in, one after another out: side by side or not, with and without gaps, groups of all
 // sizes.
 TEST(random_problems, strided_batches) {

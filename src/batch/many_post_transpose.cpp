@@ -36,9 +36,11 @@ void execute_many_post_transpose_copied(const plan *p, scalar *in, scalar *out, 
     if (b.far) b.list.table->finish_far();
 }
 
-bool fall_into_one_set(int64_t distance) {
-    constexpr int64_t set_period = 4096;
-    return complex_bytes * distance % set_period == 0;
+// Whether the same elements of neighbouring transforms take more than all ways of the sets that
+// they fall into.
+bool neighbours_collide(int64_t distance) {
+    constexpr near_cache cache = assumed_near_cache;
+    return streams_collide(cache, cache.ways, slab_quantum, distance);
 }
 
 void execute_many_post_transpose_inplace(const plan *p, scalar *in, scalar *out, scalar *scratch) {
@@ -87,7 +89,7 @@ int solve_problem_dft_many_post_transpose(plan *p) {
     p->execute_fn = execute_many_post_transpose;
     p->execute_name = "execute_many_post_transpose";
     p->form = plan_form::gathered_slabs;
-    if (list.count > 1 && list.table->lanes > 1 && fall_into_one_set(idist)) {
+    if (list.count > 1 && list.table->lanes > 1 && neighbours_collide(idist)) {
         p->execute_fn = execute_many_post_transpose_copied;
         p->execute_name = "execute_many_post_transpose_copied";
     }

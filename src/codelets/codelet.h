@@ -7,6 +7,32 @@
 
 namespace lyr {
 
+// A first-level data cache: bytes/ways apart, addresses fall into the same set.
+struct near_cache {
+    int64_t bytes, ways;
+
+    constexpr int64_t way() const { return bytes / ways; }
+};
+
+// What walks assume of the processor's, by architecture. Larger ones, or more ways, lose little.
+#if defined(__aarch64__)
+inline constexpr near_cache assumed_near_cache = {64 << 10, 4};
+#else
+inline constexpr near_cache assumed_near_cache = {32 << 10, 8};
+#endif
+
+// How far apart the sets are that streams `step` complex numbers apart fall into; cache.way() when
+// that is only one.
+constexpr int64_t set_distance(const near_cache &cache, int64_t step) {
+    const int64_t bytes = complex_bytes * step, power_of_two = bytes & -bytes;
+    return power_of_two < cache.way() ? power_of_two : cache.way();
+}
+// Whether such streams take more than `ways` of the ways of a set.
+constexpr bool streams_collide(const near_cache &cache, int64_t ways, int64_t streams,
+                               int64_t step) {
+    return streams * set_distance(cache, step) > ways * cache.way();
+}
+
 // One pass of a stage sequence. Before the stage the data is a matrix of L rows of r*m complex
 // numbers; butterfly (k, j) reads columns j + q*m of row k, multiplies input q by the twiddle of
 // (k, q) and writes output p to out[(k + p*L)*m + j].
@@ -44,15 +70,17 @@ struct column_walk {
     int64_t in_q, out_p;          // from an input (output) of a butterfly to the next
     int64_t count;                // butterflies in a row
     int64_t first = 0, step = 1;  // rows of the stage's matrix: row i has the twiddles of this one
+    bool by_lines = false;        // outputs collide: see codelet_table::near
 };
 using slab_codelet = void (*)(const column_walk &, const scalar *in, scalar *out);
 using twiddle_slab_codelet = void (*)(const stage *, const column_walk &, const scalar *in,
                                       scalar *out);
 
 // A first stage over h transforms that lie in_lane complex numbers apart; the output is side by
-// side.
+// side, out_p apart those of a butterfly.
 using gathered_slab_codelet = void (*)(const stage *, const scalar *in, int64_t in_row,
-                                       int64_t in_lane, scalar *out, int64_t out_row, int64_t h);
+                                       int64_t in_lane, scalar *out, int64_t out_row, int64_t out_p,
+                                       int64_t h);
 
 // The factors that the outputs of a slab are multiplied by, plain complex numbers in the order in
 // which a last stage makes its outputs. One level: `columns` holds all of them, for each row k of
@@ -213,6 +241,10 @@ struct codelet_table {
     const wide_costs *costs_with_wide;  // the same for single transforms of strides 1
     const wide_stages *const *wide;     // wide_radix_count of them, or null
     const stage_pair_set *paired;
+    // Where vectors are shorter than half a line, the cache whose lines walks over transforms side
+    // by side must read and write whole, as they would be gone before the next vector; else its
+    // ways are 0. Vectors of half a line see to that themselves.
+    near_cache near;
     // Makes what went past the caches visible to other threads before later stores. Null: nothing
     // goes past them.
     void (*finish_far)();

@@ -143,6 +143,13 @@ constexpr const wide_costs &costs_with_wide =
 constexpr const wide_stages *wide_list[wide_radix_count] = {&wide_14_15[0], &wide_14_15[1],
                                                             &wide_20_24[0], &wide_20_24[1]};
 
+// Not for portable vectors, which nobody measured.
+#if defined(__aarch64__)
+constexpr near_cache near = 2 * vec::lanes < line_complex ? assumed_near_cache : near_cache{};
+#else
+constexpr near_cache near = {};
+#endif
+
 }  // namespace
 
 extern const unit_transform *const units_2_30, *const units_32_144, *const prime_units,
@@ -169,6 +176,7 @@ const codelet_table table = {LYR_TEXT(LYR_ISA),
                              has_wide_stages<vec> ? &costs_with_wide : nullptr,
                              has_wide_stages<vec> ? wide_list : nullptr,
                              &stage_pairs,
+                             near,
                              finish_far<vec>()};
 
 }  // namespace lyr::LYR_ISA

@@ -23,11 +23,12 @@ float vectors(int32_t count, int32_t lanes) {
     return static_cast<float>((count >> shift) + std::popcount(rest));
 }
 
-// First-level caches repeat their sets every 4096 bytes. What each of r streams `step` complex
-// numbers apart costs when they take more than half of the ways of a cache of 32 KiB, and when they
-// take more than all ways that there are. Of the step only its largest power of two matters.
+// What each of r streams `step` complex numbers apart costs when they take more than half of the
+// ways of the assumed first-level cache, and when they take more than all ways that there are. Of
+// the step only its largest power of two matters.
 float collision_cost(const float (&cost)[2], float ways, int32_t r, int32_t power_of_two) {
-    constexpr int32_t period = 4096 / complex_bytes, half_of_the_ways = 4;
+    constexpr int32_t period = assumed_near_cache.way() / complex_bytes,
+                      half_of_the_ways = assumed_near_cache.ways / 2;
     const auto all_ways = static_cast<int32_t>(ways);
     const int32_t sharing = r * (power_of_two < period ? power_of_two : period);
     if (power_of_two < period && sharing <= half_of_the_ways * period) return 0;

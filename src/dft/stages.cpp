@@ -275,6 +275,22 @@ int64_t pass_width(int64_t n, int count, int64_t lanes) {
 
 namespace {
 
+// Shorter rows take more instructions to be moved as whole lines than their misses may cost.
+constexpr int64_t shortest_moved = 16;
+
+// Whether walks have to see to whole lines where streams are `step` complex numbers apart.
+bool collide_in(const codelet_table *table, int64_t streams, int64_t step) {
+    const near_cache &cache = table->near;
+    return cache.ways && streams_collide(cache, cache.ways, streams, step);
+}
+
+void copy_row(scalar *to, const scalar *from, int64_t count) {
+    constexpr int64_t line = line_complex;
+    int64_t j = 0;
+    for (; j + line <= count; j += line) memcpy(to + 2 * j, from + 2 * j, 64);
+    for (; j < count; ++j) memcpy(to + 2 * j, from + 2 * j, complex_bytes);
+}
+
 // What walks need to know of a stage.
 struct slab_stage {
     const stage *d;
@@ -292,14 +308,29 @@ bool walks_depth_first(const slab_stages &list, int64_t h) {
 }
 
 // Complex numbers to leave out between the outputs of a first stage's butterflies, m rows of h
-// apart: one row where they would else fall into few sets of the first-level cache
-// (kernel/streams.h).
-int64_t gap_between_branches(int64_t r, int64_t m, int64_t h) {
-    constexpr int64_t way_bytes = 4096, half_of_the_ways = 4;
-    const int64_t step = complex_bytes * m * h, power_of_two = step & -step;
-    const bool collide =
-        power_of_two >= way_bytes || r * power_of_two > half_of_the_ways * way_bytes;
+// apart: one row where they would else fall into few sets of the first-level cache.
+int64_t gap_between_branches(const codelet_table *table, int64_t r, int64_t m, int64_t h) {
+    const near_cache &cache = table->near.ways ? table->near : assumed_near_cache;
+    const bool collide = set_distance(cache, m * h) == cache.way() ||
+                         streams_collide(cache, cache.ways / 2, r, m * h);
     return collide ? h : 0;
+}
+
+// A first stage whose inputs collide: by way of rows that are copied as whole lines.
+void walk_first_copied(const slab_stages &list, const slab &where, scalar *to, int64_t out_row,
+                       int64_t out_p) {
+    constexpr int64_t most_columns = shortest_moved;
+    alignas(64) scalar rows[2 * max_radix * most_columns];
+    const auto [d, codelets] = stage_at(list, 0);
+    const int64_t m = d->m, r = d->r, h = where.width, in_q = m * where.in_row;
+    for (int64_t j = 0; j < m; ++j)
+        for (int64_t c = 0; c < h; c += most_columns) {
+            const int64_t width = c + most_columns < h ? most_columns : h - c;
+            const scalar *from = where.in + 2 * (j * where.in_row + c);
+            for (int64_t q = 0; q < r; ++q)
+                copy_row(rows + 2 * q * width, from + 2 * q * in_q, width);
+            codelets->first_slab({1, 0, 0, width, out_p, width}, rows, to + 2 * (j * out_row + c));
+        }
 }
 
 // The outputs of a butterfly are m*out_row + gap numbers apart.
@@ -308,7 +339,10 @@ void walk_first(const slab_stages &list, const slab &where, scalar *to, int64_t 
     const auto [d, codelets] = stage_at(list, 0);
     const int64_t m = d->m, h = where.width, out_p = m * out_row + gap;
     if (where.in_lane != 1)
-        codelets->gathered_slab(d, where.in, where.in_row, where.in_lane, to, out_row, h);
+        codelets->gathered_slab(d, where.in, where.in_row, where.in_lane, to, out_row, out_p, h);
+    else if (h >= shortest_moved && list.count > 1 && where.in != to &&
+             collide_in(list.table, d->r, m * where.in_row))
+        walk_first_copied(list, where, to, out_row, out_p);
     else if (where.in_row == h && out_row == h)  // rows without gaps: one of m*h butterflies
         codelets->first_slab({1, 0, 0, m * h, out_p, m * h}, where.in, to);
     else
@@ -346,7 +380,9 @@ void walk_last(const slab_stages &list, const slab &where, int64_t rows, int64_t
     if (where.split) return walk_last_split(list, where, rows, first, step, from);
     const auto [d, codelets] = stage_at(list, list.count - 1);
     const int64_t h = where.width, out_row = where.out_row;
-    const column_walk walk = {rows, d->r * h, step * out_row, h, d->L * out_row, h, first, step};
+    const bool by_lines = h >= shortest_moved && collide_in(list.table, d->r, d->L * out_row);
+    const column_walk walk = {rows, d->r * h, step * out_row, h,       d->L * out_row,
+                              h,    first,    step,           by_lines};
     scalar *to = where.out + 2 * first * out_row;
     if (factors && codelets->rotated_slab)
         codelets->rotated_slab(d, walk, from, to, *factors, where.far);
@@ -401,8 +437,9 @@ void walk_slab(const slab_stages &list, const slab &where, scalar *scratch,
     } else {
         const auto &[codelet, m, L, is, os, twiddles, r, sign] = list.stages[0];
         const bool depth_first = walks_depth_first(list, h);
-        const bool apart = depth_first && where.in_lane == 1 && where.in != scratch;
-        const int64_t gap = apart ? gap_between_branches(r, m, h) : 0;
+        const bool apart =
+            depth_first && where.in != scratch && (where.in_lane == 1 || list.table->near.ways);
+        const int64_t gap = apart ? gap_between_branches(list.table, r, m, h) : 0;
         scalar *half_b = scratch + 2 * r * (m * h + gap);
         walk_first(list, where, scratch, h, gap);
         if (list.count == 2) {

@@ -204,6 +204,52 @@ __attribute__((noinline)) void walk_ready_rows(const stage *d, const scalar *in,
     }
 }
 
+// Last stages by single lanes whose outputs collide: each line is written whole. The first pair of
+// outputs waits in `done` for the second one.
+template <int R, class V>
+constexpr bool writes_by_lines = moves_pairs<V> &&R <= 8;
+
+template <int R, int S, class V>
+__attribute__((noinline)) void walk_last_by_lines(const column_walk w, const scalar *in,
+                                                  scalar *out, const scalar *twiddles, int64_t L) {
+    alignas(64) scalar done[4 * R];
+    stream<R> from(in, w.in_q), to(out, w.out_p);
+    for (int64_t k = 0; k < w.rows; ++k) {
+        const row_place t =
+            row_in_table<R>(table_order::grouped, twiddles, w.first + k * w.step, L);
+        const typename twiddle_choice<R, V>::type factors(t);
+        int64_t count = w.count;
+        for (; count >= 4; count -= 4) {
+            {
+                stream<R> pair(done, 2);
+                column_run<R, S, V>(from, pair, 2, factors);
+            }
+            V x[R], y[R];
+            unroll<R>(LYR_LAMBDA(auto q) {
+                const scalar *p = from.at(q);
+                V::load_pair(p, x[q], y[q]);
+                x[q] = factors.multiply(x[q], q);
+                y[q] = factors.multiply(y[q], q);
+            });
+            butterfly<S>(x);
+            butterfly<S>(y);
+            const scalar *first = done;
+            unroll<R>(LYR_LAMBDA(auto p) {
+                scalar *line = to.at(p);
+                V a, b;
+                V::load_pair(first, a, b);
+                V::store_pair(line, a, b);
+                V::store_pair(line, x[p], y[p]);
+            });
+            from.advance(2);
+            to.advance(4);
+        }
+        column_run<R, S, V>(from, to, count, factors);
+        from.advance(w.in_step - w.count);
+        to.advance(w.out_step - w.count);
+    }
+}
+
 template <int R>
 LYR_INLINE bool collides(const column_walk &w) {
     return w.count >= line_complex && (streams_collide<R>(w.in_q) || streams_collide<R>(w.out_p));

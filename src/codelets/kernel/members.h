@@ -82,6 +82,9 @@ void first_slab(const column_walk &w, const scalar *in, scalar *out) {
 
 template <int R, int S>
 void twiddle_slab(const stage *d, const column_walk &w, const scalar *in, scalar *out) {
+    if constexpr (writes_by_lines<R, vec>)
+        if (w.by_lines && d->m == 1)
+            return walk_last_by_lines<R, S, vec>(w, in, out, d->twiddles, d->L);
     if (d->m == 1)
         walk_twiddled<R, S, table_order::grouped>(w, in, out, d->twiddles, d->L);
     else
@@ -92,8 +95,8 @@ void twiddle_slab(const stage *d, const column_walk &w, const scalar *in, scalar
 // butterflies.
 template <int R, int S>
 void gathered_slab(const stage *d, const scalar *in, int64_t in_row, int64_t in_lane, scalar *out,
-                   int64_t out_row, int64_t h) {
-    stream<R> from(in, d->m * in_row), to(out, d->m * out_row);
+                   int64_t out_row, int64_t out_p, int64_t h) {
+    stream<R> from(in, d->m * in_row), to(out, out_p);
     for (int64_t j = 0; j < d->m; ++j) {
         in_vectors<vec>(
             h, LYR_LAMBDA(auto v, int64_t rest) {

@@ -83,13 +83,13 @@ struct split_stream {
     LYR_INLINE void advance(int64_t numbers) { re += numbers; }
 };
 
-// A 32 KiB first-level cache of 8 ways repeats its sets every 4096 bytes. Whether R streams `step`
-// complex numbers apart take more than half of the ways of the sets they fall into.
+// Whether R streams `step` complex numbers apart take more than half of the ways of the sets they
+// fall into, or all fall into one set.
 template <int R>
 LYR_INLINE bool streams_collide(int64_t step) {
-    const int64_t bytes = complex_bytes * step;
-    const int64_t power_of_two = bytes & -bytes;
-    return power_of_two >= 4096 || R * power_of_two > 4 * 4096;
+    constexpr near_cache cache = assumed_near_cache;
+    return set_distance(cache, step) == cache.way() ||
+           lyr::streams_collide(cache, cache.ways / 2, R, step);
 }
 
 }  // namespace
