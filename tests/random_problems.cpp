@@ -4,6 +4,7 @@
 #include <numeric>
 
 #include "batch/copy_transpose.h"
+#include "planner/cache_sizes.h"
 #include "support.h"
 
 namespace lyr_test {
@@ -200,19 +201,23 @@ TEST(random_problems, usual_batches) {
     }
 }
 
-// The ways that depend on the first-level cache.
+// The ways that depend on the first-level cache, with batches that pass the last-level one.
 TEST(random_problems, first_level_caches) {
     const bool before = lyr::first_level_cache_is_small();
+    const lyr::cache_sizes caches = lyr::caches();
+    lyr::set_caches({1 << 16, 1 << 18});
     for (const lyr::codelet_table *table : all_tables()) {
         const with_table active(table);
         for (const bool small : {false, true}) {
             lyr::set_small_first_level_cache(small);
-            for (const char *text : {"ocf2048", "icb2048", "ocb3072", "orf4096", "ocf4096",
-                                     "icf5120", "ocf6144", "icb6144", "icf8192", "ocb8192*3",
-                                     "ocf9216", "ocb10240", "orf24576", "orb32768", "icb990"})
+            for (const char *text :
+                 {"ocf2048", "icb2048", "ocb3072", "orf4096", "ocf4096", "icf5120", "ocf6144",
+                  "icb6144", "icf8192", "ocb8192*3", "ocf9216", "ocb10240", "orf24576", "orb32768",
+                  "icb990", "ocf2048*5", "icb3072*4"})
                 check_problem(problem_of(text), constructor::automatic, 1);
         }
     }
+    lyr::set_caches(caches);
     lyr::set_small_first_level_cache(before);
 }
 

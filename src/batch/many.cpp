@@ -127,6 +127,20 @@ void execute_many_far_units(const plan *p, scalar *in, scalar *out, scalar *scra
     }
 }
 
+// As execute_many_copied, for a child that may work in place though it was not planned so.
+void execute_many_copied_turned(const plan *p, scalar *in, scalar *out, scalar *scratch) {
+    const plan *child = p->children;
+    const int64_t bytes = p->dims[0].n * complex_bytes;
+    const int64_t in_step = p->howmany_dims[0].is * complex_bytes,
+                  out_step = p->howmany_dims[0].os * complex_bytes;
+    for (int64_t i = 0; i < p->howmany_dims[0].n; ++i) {
+        memcpy(out, in, static_cast<size_t>(bytes));
+        child->execute_fn(child, out, out, scratch);
+        in = advance(in, in_step);
+        out = advance(out, out_step);
+    }
+}
+
 struct past_words {  // in solver_words
     const dense_batch *past;
     const dense_batch *near;  // null: the child one by one
@@ -158,10 +172,12 @@ bool passes_last_cache(const plan *p) {
     return p->howmany_dims[0].n > far_output_bytes() / peers / (p->dims[0].n * complex_bytes);
 }
 
-// Whether the child takes two stages at a time, and the batch does not stream through the
-// last-level cache as well: there its executor beats stages with calls in between. Measured.
+// Whether the child takes two stages at a time, and its executor beats stages with calls in
+// between: where the batch does not stream through the last-level cache as well, and turned stages
+// in place. Measured.
 bool keeps_pairs(const plan *p) {
     const plan_form form = p->children->form;
+    if (form == plan_form::turned_stages && p->in == p->out) return true;
     return (form == plan_form::paired_stages || form == plan_form::turned_stages) &&
            !passes_last_cache(p);
 }
@@ -208,7 +224,10 @@ void choose_executor(plan *p) {
         if (count == 0) return;
         const stage_list list = {count, const_cast<stage *>(stages)};
         memcpy(p->solver_words, &list, sizeof list);
-        if (is_better_copied(p)) {
+        if (is_better_copied(p) && child->form == plan_form::turned_stages) {
+            p->execute_fn = execute_many_copied_turned;
+            p->execute_name = "execute_many_copied_turned";
+        } else if (is_better_copied(p)) {
             p->execute_fn = execute_many_copied;
             p->execute_name = "execute_many_copied";
         } else {
