@@ -31,10 +31,10 @@ LIMITS = {
 }
 # The same in single precision.
 FLOAT_LIMITS = {
-    "ocf64": 1.83, "ocf128": 1.53, "ocf256": 1.35, "ocf512": 1.59, "ocf1024": 1.48, "ocf2048": 1.49,
-    "ocf4096": 1.45, "ocf8192": 1.44, "ocf16384": 1.45, "ocf32768": 1.45, "ocf65536": 1.77,
-    "ocf1000": 1.68, "ocf1200": 1.59, "ocf2520": 1.79, "ocf5040": 1.82, "orf1024": 0.99,
-    "orf1000": 1.28, "orf16384": 0.92, "orb1024": 0.98, "ocf64*64i": 1.26,
+    "ocf64": 1.83, "ocf128": 1.52, "ocf256": 1.33, "ocf512": 1.49, "ocf1024": 1.38, "ocf2048": 1.30,
+    "ocf4096": 1.45, "ocf8192": 1.39, "ocf16384": 1.41, "ocf32768": 1.41, "ocf65536": 1.65,
+    "ocf1000": 1.63, "ocf1200": 1.55, "ocf2520": 1.74, "ocf5040": 1.75, "orf1024": 0.96,
+    "orf1000": 1.20, "orf16384": 0.90, "orb1024": 0.94, "ocf64*64i": 1.26,
 }
 KNOWN_LOOP = 2000  # instructions of the program's own loop
 CALL = 20          # more of them between two passes than this are a fault

@@ -250,6 +250,23 @@ __attribute__((noinline)) void walk_last_by_lines(const column_walk w, const sca
     }
 }
 
+// Middle stages whose table holds plain rows, which is known here: less work for each row, of which
+// vectors of a quarter of a line have many short ones.
+constexpr bool quarter_of_a_line = vec::lanes > 1 && 4 * vec::lanes == line_complex;
+template <int R, int S>
+__attribute__((noinline)) void walk_plain_rows(const stage *d, const scalar *in, scalar *out) {
+    const int64_t L = d->L, m = d->m;
+    stream<R> from(in, m), to(out, L * m);
+    const scalar *twiddles = d->twiddles, *end = twiddles + 2 * (R - 1) * L;
+    for (; twiddles != end; twiddles += 2 * (R - 1)) {
+        const row_place t = plain_row<R>(twiddles, 0);
+        const int64_t rest =
+            column_run<R, S, vec>(from, to, m, typename twiddle_choice<R, vec>::type(t));
+        twiddled_rest<R, S, vec>(from, to, rest, t);
+        from.advance((R - 1) * m);
+    }
+}
+
 template <int R>
 LYR_INLINE bool collides(const column_walk &w) {
     return w.count >= line_complex && (streams_collide<R>(w.in_q) || streams_collide<R>(w.out_p));

@@ -62,6 +62,7 @@ void middle(const stage *d, const scalar *in, scalar *out) {
     if constexpr (half_a_line)
         if (has_ready_rows(vec::lanes, R, L) && !collides<R>(w))
             return walk_ready_rows<R, S>(d, in, out);
+    if constexpr (quarter_of_a_line) return walk_plain_rows<R, S>(d, in, out);
     walk_twiddled<R, S, table_order::rows>(w, in, out, d->twiddles, L);
 }
 

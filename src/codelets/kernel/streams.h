@@ -18,11 +18,12 @@ template <int R>
 struct stream {
     static constexpr int span = accesses_per_pointer;
     static constexpr int pointers = (R + span - 1) / span;
+    static constexpr int offsets = R < span ? R : span;
     scalar *base[pointers];
-    int64_t offset[span];  // in real numbers
+    int64_t offset[offsets];  // in real numbers
 
     LYR_INLINE stream(const scalar *p, int64_t step) {
-        unroll<span>(LYR_LAMBDA(auto i) {
+        unroll<offsets>(LYR_LAMBDA(auto i) {
             offset[i] = 2 * i * step;
             // Opaque to the compiler, which would else keep a pointer per access and advance them
             // all. (x86 addresses twice the first offset without a register.)
@@ -33,7 +34,7 @@ struct stream {
     }
     // Elsewhere, with the steps of another stream.
     LYR_INLINE stream(scalar *p, const stream &other) {
-        unroll<span>(LYR_LAMBDA(auto i) { offset[i] = other.offset[i]; });
+        unroll<offsets>(LYR_LAMBDA(auto i) { offset[i] = other.offset[i]; });
         unroll<pointers>(LYR_LAMBDA(auto g) { base[g] = p + (other.base[g] - other.base[0]); });
     }
     template <int Q>
