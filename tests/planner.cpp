@@ -343,7 +343,6 @@ TEST(choice, stages_of_split_arrays) {
     for (const lyr::codelet_table *table : all_tables()) {
         const with_table active(table);
         const bool has_them = std::string_view(table->name) == "avx2";
-        const bool is_double = sizeof(lyr::scalar) == 8;
         const int64_t longest = is_double ? 1024 : 4096;
         for (const int64_t n :
              {8, 12, 15, 16, 20, 32, 48, 60, 64, 128, 256, 512, 1024, 2048, 4096, 8192}) {
