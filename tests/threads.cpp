@@ -157,7 +157,7 @@ TEST(choices, batches_share_tables) {
 }
 
 TEST(choices, batches) {
-    EXPECT_EQ(dealt_out("ocf64*4", 4), "execute_many");
+    EXPECT_EQ(dealt_out("ocf65*4", 4), "execute_many");
     EXPECT_EQ(dealt_out("ocf512*4", 4), "4: 4 of 1");
     EXPECT_EQ(dealt_out("ocf512*4", 1), "execute_many");
     EXPECT_EQ(dealt_out("ocf512", 4), "execute_1d");
