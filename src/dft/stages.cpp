@@ -320,7 +320,7 @@ int64_t gap_between_branches(const codelet_table *table, int64_t r, int64_t m, i
 void walk_first_copied(const slab_stages &list, const slab &where, scalar *to, int64_t out_row,
                        int64_t out_p) {
     constexpr int64_t most_columns = shortest_moved;
-    alignas(64) scalar rows[2 * max_radix * most_columns];
+    alignas(64) scalar rows[2 * most_columns * max_radix];
     const auto [d, codelets] = stage_at(list, 0);
     const int64_t m = d->m, r = d->r, h = where.width, in_q = m * where.in_row;
     for (int64_t j = 0; j < m; ++j)
