@@ -63,16 +63,6 @@ void call_for(const scalar *array, int64_t bytes) {
         __builtin_prefetch(p + b, Access == access::write);
 }
 
-// The stages first .. end-1 of one transform, the first of which reads `from`.
-void run(const stage_list &list, int64_t first, int64_t end, const scalar *from, scalar *out,
-         scalar *scratch) {
-    for (int64_t s = first; s < end; ++s) {
-        scalar *to = (list.count - 1 - s) % 2 == 0 ? out : scratch;
-        list.stages[s].codelet(list.stages + s, from, to);
-        from = to;
-    }
-}
-
 // Large batches of transforms without gaps. Butterflies visit memory in an order that no processor
 // foresees, so the lines of a transform are called for one pass before they are needed.
 void execute_many_far(const plan *p, scalar *in, scalar *out, scalar *scratch) {
@@ -84,26 +74,14 @@ void execute_many_far(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     for (int64_t i = 0; i < p->howmany_dims[0].n; ++i) {
         scalar *const next = advance(in, in_step);
         if (in != out) call_for<access::write>(out, bytes);
-        run(list, 0, 1, in, out, scratch);
-        call_for<access::read>(next, bytes);
-        run(list, 1, list.count, (list.count - 1) % 2 == 0 ? out : scratch, out, scratch);
+        const scalar *from = in;
+        for (int64_t s = 0; s < list.count; ++s) {
+            scalar *to = (list.count - 1 - s) % 2 == 0 ? out : scratch;
+            list.stages[s].codelet(list.stages + s, from, to);
+            if (s == 0) call_for<access::read>(next, bytes);
+            from = to;
+        }
         in = next;
-        out = advance(out, out_step);
-    }
-}
-
-// The same where the last-level cache keeps neither array. Processors leave out some of so many
-// lines called for at once, while they fetch and store a copy's lines ahead of it.
-void execute_many_copied(const plan *p, scalar *in, scalar *out, scalar *scratch) {
-    stage_list list;
-    memcpy(&list, p->solver_words, sizeof list);
-    const int64_t bytes = p->dims[0].n * complex_bytes;
-    const int64_t in_step = p->howmany_dims[0].is * complex_bytes,
-                  out_step = p->howmany_dims[0].os * complex_bytes;
-    for (int64_t i = 0; i < p->howmany_dims[0].n; ++i) {
-        memcpy(out, in, static_cast<size_t>(bytes));
-        run(list, 0, list.count, out, out, scratch);
-        in = advance(in, in_step);
         out = advance(out, out_step);
     }
 }
@@ -127,17 +105,17 @@ void execute_many_far_units(const plan *p, scalar *in, scalar *out, scalar *scra
     }
 }
 
-// As execute_many_copied, for a child that may work in place though it was not planned so.
-void execute_many_copied_turned(const plan *p, scalar *in, scalar *out, scalar *scratch) {
+// Batches of which the last-level cache keeps neither array: each transform is copied to its place
+// and takes place there, as stages can though they were not planned so. Processors leave out some
+// of so many lines called for at once, while they fetch and store a copy's lines ahead of it.
+void execute_many_copied(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     const plan *child = p->children;
-    const int64_t bytes = p->dims[0].n * complex_bytes;
-    const int64_t in_step = p->howmany_dims[0].is * complex_bytes,
-                  out_step = p->howmany_dims[0].os * complex_bytes;
+    const auto bytes = static_cast<size_t>(p->dims[0].n * complex_bytes);
     for (int64_t i = 0; i < p->howmany_dims[0].n; ++i) {
-        memcpy(out, in, static_cast<size_t>(bytes));
+        memcpy(out, in, bytes);
         child->execute_fn(child, out, out, scratch);
-        in = advance(in, in_step);
-        out = advance(out, out_step);
+        in += 2 * p->howmany_dims[0].is;
+        out += 2 * p->howmany_dims[0].os;
     }
 }
 
@@ -224,10 +202,7 @@ void choose_executor(plan *p) {
         if (count == 0) return;
         const stage_list list = {count, const_cast<stage *>(stages)};
         memcpy(p->solver_words, &list, sizeof list);
-        if (is_better_copied(p) && child->form == plan_form::turned_stages) {
-            p->execute_fn = execute_many_copied_turned;
-            p->execute_name = "execute_many_copied_turned";
-        } else if (is_better_copied(p)) {
+        if (is_better_copied(p)) {
             p->execute_fn = execute_many_copied;
             p->execute_name = "execute_many_copied";
         } else {
