@@ -17,7 +17,7 @@ from . import _docs, numpy_fft, scipy_backend
 from ._core import (Plan, clear_plan_cache, dct, dctn, dst, dstn, fft, fft2, fftn, get_workers, hfft,
                     hfft2, hfftn, idct, idctn, idst, idstn, ifft, ifft2, ifftn, ihfft, ihfft2, ihfftn,
                     irfft, irfft2, irfftn, next_fast_len, plan_cache_info, rfft, rfft2, rfftn,
-                    set_plan_cache_limit)
+                    set_kept_memory_limit, set_plan_cache_limit)
 from ._workers import set_workers
 
 del _docs
@@ -29,5 +29,5 @@ __all__ = [
     "fftshift", "get_workers", "hfft", "hfft2", "hfftn", "idct", "idctn", "idst", "idstn", "ifft",
     "ifft2", "ifftn", "ifftshift", "ihfft", "ihfft2", "ihfftn", "irfft", "irfft2", "irfftn",
     "next_fast_len", "numpy_fft", "plan_cache_info", "rfft", "rfft2", "rfftfreq", "rfftn",
-    "scipy_backend", "set_plan_cache_limit", "set_workers",
+    "scipy_backend", "set_kept_memory_limit", "set_plan_cache_limit", "set_workers",
 ]

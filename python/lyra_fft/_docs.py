@@ -898,6 +898,18 @@ Examples
 >>> lyra_fft.set_plan_cache_limit(64 << 20)
 """)
 
+_docs["set_kept_memory_limit"] = ("""set_kept_memory_limit($module, limit, /)
+--
+
+Bound the memory of released results that is kept for the next ones, in bytes: 64 MiB at start; 0
+keeps none and gives back at once what is kept. Only results of 8192 numbers and more are kept.
+
+Examples
+--------
+>>> import lyra_fft
+>>> lyra_fft.set_kept_memory_limit(64 << 20)
+""")
+
 _docs["clear_plan_cache"] = ("""clear_plan_cache($module)
 --
 

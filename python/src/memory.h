@@ -13,6 +13,9 @@ int prepare_memory();
 // set.
 PyArrayObject *new_array(int ndim, const npy_intp *shape, int type);
 
+// Bounds the memory of released arrays that is kept for new ones.
+void limit_kept_memory(size_t bytes);
+
 }  // namespace lyra_python
 
 #endif

@@ -370,15 +370,29 @@ PyObject *plan_cache_info(PyObject *, PyObject *) {
                          static_cast<unsigned long long>(shared_cache.misses));
 }
 
-PyObject *set_plan_cache_limit(PyObject *, PyObject *limit) {
+// A number of bytes; -1 with an exception set.
+Py_ssize_t limit_of(PyObject *limit) {
     const Py_ssize_t bytes = PyNumber_AsSsize_t(limit, PyExc_OverflowError);
-    if (bytes == -1 && PyErr_Occurred()) return nullptr;
+    if (bytes == -1 && PyErr_Occurred()) return -1;
     if (bytes < 0) {
         PyErr_SetString(PyExc_ValueError, "the limit must not be negative");
-        return nullptr;
+        return -1;
     }
+    return bytes;
+}
+
+PyObject *set_plan_cache_limit(PyObject *, PyObject *limit) {
+    const Py_ssize_t bytes = limit_of(limit);
+    if (bytes < 0) return nullptr;
     shared_cache.limit = static_cast<size_t>(bytes);
     trim_cache(shared_cache, shared_cache.limit);
+    Py_RETURN_NONE;
+}
+
+PyObject *set_kept_memory_limit(PyObject *, PyObject *limit) {
+    const Py_ssize_t bytes = limit_of(limit);
+    if (bytes < 0) return nullptr;
+    limit_kept_memory(static_cast<size_t>(bytes));
     Py_RETURN_NONE;
 }
 
@@ -478,6 +492,7 @@ PyMethodDef methods[] = {
     {"_set_workers", set_default_workers, METH_O, nullptr},
     {"plan_cache_info", plan_cache_info, METH_NOARGS, nullptr},
     {"set_plan_cache_limit", set_plan_cache_limit, METH_O, nullptr},
+    {"set_kept_memory_limit", set_kept_memory_limit, METH_O, nullptr},
     {"clear_plan_cache", clear_plan_cache, METH_NOARGS, nullptr},
     {"_set_docs", set_docs, METH_O, nullptr},
     {nullptr, nullptr, 0, nullptr}};

@@ -5,6 +5,7 @@ import doctest
 import gc
 import inspect
 import os
+import resource
 import sys
 import threading
 import tracemalloc
@@ -180,6 +181,7 @@ def test_overwriting():
     ("next_fast_len", (-1,), {}, ValueError, "-1"),
     ("next_fast_len", (1.5,), {}, TypeError, "integer"),
     ("set_plan_cache_limit", (-1,), {}, ValueError, "negative"),
+    ("set_kept_memory_limit", (-1,), {}, ValueError, "negative"),
     ("Plan", ((2, 0),), {}, ValueError, "at least 1"),
     ("Plan", (4,), {"dtype": "g"}, TypeError, "dtype"),
     ("Plan", (4,), {"transform": "irfft", "dtype": float}, TypeError, "complex"),
@@ -240,6 +242,38 @@ def test_memory_of_results():
         lyra_fft.fft(x, 2**58)
     get_handler_name = (np._core if hasattr(np, "_core") else np.core).multiarray.get_handler_name
     assert get_handler_name(np.empty(10)) == "default_allocator"  # is NumPy's own again
+
+
+def test_kept_memory():
+    """Memory of released results is used again, never while a result lives, and is bounded."""
+    def resident():
+        with open("/proc/self/statm") as file:
+            return int(file.read().split()[1]) * resource.getpagesize()
+
+    x = np.ones(1 << 17, complex)
+    result = lyra_fft.fft(x)
+    place = result.ctypes.data
+    del result
+    result = lyra_fft.fft(x)
+    assert result.ctypes.data == place
+    rng = np.random.default_rng(5)
+    alive = []
+    for k in range(200):
+        count = int(rng.integers(8192, 40000))
+        alive.append((k, lyra_fft.fft(np.full(count, k, complex))))
+        if len(alive) > 6:
+            alive.pop(int(rng.integers(len(alive))))
+        for value, array in alive:
+            assert abs(array[[0, -1]] - (value * len(array), 0)).max() < 1e-5
+    del alive, array, result
+    large = [lyra_fft.fft(x) for _ in range(20)]  # 40 MiB
+    before = resident()
+    del large
+    lyra_fft.set_kept_memory_limit(0)
+    try:
+        assert before - resident() > 30 << 20
+    finally:
+        lyra_fft.set_kept_memory_limit(64 << 20)
 
 
 def test_plan_cache():
