@@ -661,7 +661,7 @@ TEST(choice, two_passes_of_long_lengths) {
     constexpr struct {
         int64_t lanes, nthreads, before, length;
     } kinds[] = {
-        {1, 1, 8192, 16384},       {2, 0, 131072, 262144},         {line, 1, 8192, 16384},
+        {1, 1, 8192, 16384},       {line / 2, 0, 32768, 65536},    {line, 1, 8192, 16384},
         {2, 1, 875000, 900000},    {line, 1, first - 5000, first}, {1, 1, 4 * 3 << 16, 900000},
         {line, 1, 2 * 2048, 6144}, {2, 2, 65535, 65536},           {2, 3, 65520, 100000}};
     for (const auto &[lanes, nthreads, before, length] : kinds) {
@@ -671,7 +671,9 @@ TEST(choice, two_passes_of_long_lengths) {
     for (int k = 11; k < 62; ++k) {
         const int64_t n = int64_t{1} << k;
         EXPECT_EQ(lyr::split_large(n, 1), int64_t{1} << k / 2) << k;
-        EXPECT_EQ(lyr::split_large(n, 4), k == 16 ? 128 : int64_t{1} << k / 2) << k;
+        EXPECT_EQ(lyr::split_large(n, line), k == 16 ? 128 : int64_t{1} << k / 2) << k;
+        const int64_t long_columns = int64_t{1} << (k + 1) / 2;
+        EXPECT_EQ(lyr::split_large(n, line / 2), k == 16 && line == 4 ? 512 : long_columns) << k;
     }
     // Lines have 4 numbers, or 8.
     constexpr struct {
@@ -680,7 +682,7 @@ TEST(choice, two_passes_of_long_lengths) {
                   {531441, 729, 729}, {390625, 625, 625},    {823543, 343, 343},
                   {500000, 500, 625}, {1336336, 1156, 578}};
     for (const auto &[n, of_four, of_eight] : splits)
-        EXPECT_EQ(lyr::split_large(n, 4), line == 4 ? of_four : of_eight) << n;
+        EXPECT_EQ(lyr::split_large(n, line), line == 4 ? of_four : of_eight) << n;
 }
 
 TEST(choice, slab_widths) {

@@ -9,16 +9,28 @@
 
 namespace lyr {
 
+namespace {
+
+bool is_half_line(int64_t lanes) {
+    return 2 * lanes == line_complex;
+}
+
+bool is_power_of_two(int64_t n) {
+    return (n & (n - 1)) == 0;
+}
+
+}  // namespace
+
 bool use_large_method(int64_t n, int64_t nthreads, int64_t lanes) {
     if (n < 1) return false;
     if (nthreads >= 2 && n >= shortest_shared) return true;
-    const bool power_of_two = (n & (n - 1)) == 0;
+    const bool power_of_two = is_power_of_two(n);
     // Vectors of whole lines lose by stages whose streams fall into few cache sets, and by others
     // when arrays outgrow the second-level cache.
     constexpr int64_t longest_stages = sizeof(scalar) == sizeof(double) ? 125000 : 180000;
     if (lanes == line_complex)
         return n >= (power_of_two ? 16384 : n % 2048 == 0 ? 6144 : longest_stages);
-    if (power_of_two) return n > (lanes == 1 ? 8192 : 131072);
+    if (power_of_two) return n > (lanes == 1 ? 8192 : is_half_line(lanes) ? 32768 : 131072);
     return n >= 900000;
 }
 
@@ -51,10 +63,16 @@ void try_divisors(split_search &search, int64_t d, int64_t rest, int from) {
 }  // namespace
 
 int64_t split_large(int64_t n, int64_t lanes) {
-    // The slabs of 256 are the least efficient.
-    if (n == 65536 && lanes > 1) return 128;
+    const bool halves = is_half_line(lanes);
+    // In double precision the slabs of 256 are the least efficient. Measured.
+    if (n == 65536 && lanes > 1) {
+        if (!halves) return 128;
+        if (line_complex == 4) return 512;
+    }
     split_search search = {n, static_cast<int64_t>(sqrt(static_cast<double>(n))), 1};
     try_divisors(search, 1, n, 0);
+    // Vectors of half a line do better with long columns than with long rows. Measured.
+    if (halves && is_power_of_two(n) && search.n1 < search.root) return 2 * search.n1;
     return search.n1;
 }
 

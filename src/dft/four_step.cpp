@@ -38,10 +38,10 @@ int64_t padded_row(int64_t n2) {
 
 namespace {
 
-// From here on the factors come in two levels: below, reading all of them costs vectors of half a
-// line, or of one number, less than multiplying twice. Measured.
+// From here on the factors come in two levels: below, reading all of them costs narrow vectors less
+// than multiplying twice. Measured.
 bool has_two_levels(int64_t n, int64_t lanes) {
-    return n >= (lanes == line_complex ? 1 << 14 : 1 << 18);
+    return n >= (lanes == line_complex ? 1 << 14 : 2 * lanes == line_complex ? 1 << 16 : 1 << 18);
 }
 
 struct rotation_shape {
@@ -147,7 +147,7 @@ bool build_rotation(plan *p, int64_t n1, int64_t n2) {
         fill_small_columns(columns, small, shape);
         free(small.fine);
     } else {
-        const auto room_bytes = static_cast<size_t>(two_levels ? 0 : n * complex_bytes);
+        const size_t room_bytes = two_levels ? 0 : half_turn_bytes(n);
         scalar *room = room_bytes ? static_cast<scalar *>(planning_malloc(room_bytes)) : nullptr;
         root_source roots;
         root_source_init(&roots, n, tables * n1 * together, room);

@@ -134,9 +134,7 @@ scalar *build_stages(plan *p, const int64_t *factors, int count, int64_t extra) 
 
     const int64_t sign = p->sign == -1 ? -1 : +1;
     root_source roots;
-    scalar *room =
-        count > 1 ? static_cast<scalar *>(planning_malloc(static_cast<size_t>(n) * complex_bytes))
-                  : nullptr;
+    scalar *room = count > 1 ? static_cast<scalar *>(planning_malloc(half_turn_bytes(n))) : nullptr;
     root_source_init(&roots, n, n - factors[0], room);
     int64_t L = 1, m = n;
     for (int s = 0; s < count; ++s) {

@@ -62,25 +62,31 @@ inline void read_root(const root_source *source, int64_t u, number *out) {
 }
 
 using pair __attribute__((vector_size(complex_bytes), aligned(scalar_bytes))) = scalar;
+using pair_bits __attribute__((vector_size(complex_bytes))) =
+    std::conditional_t<sizeof(scalar) == sizeof(double), uint64_t, uint32_t>;
 
-// Reflects an octant of roots, W(u, N) for u = 0..N/8, into the seven others. N is a multiple of 8.
-void reflect_octant(const double *octant, int64_t N, scalar *all) {
-    pair *const begin = reinterpret_cast<pair *>(all);
+// Reflects an octant of roots, W(u, N) for u = 0..N/8, into the three behind it. N is a multiple of
+// 8.
+void reflect_octant(const double *octant, int64_t N, scalar *half_turn) {
+    pair *const begin = reinterpret_cast<pair *>(half_turn);
     pair *const quarter = begin + N / 4, *const half = quarter + N / 4;
-    pair *const three = half + N / 4, *const end = three + N / 4;
     for (int64_t u = 1; u < N / 8; ++u) {
         const auto c = static_cast<scalar>(octant[2 * u]);
         const auto s = static_cast<scalar>(octant[2 * u + 1]);
-        const pair cs = {c, s}, sc = {s, c}, c_s = {c, -s}, s_c = {s, -c};
-        begin[u] = cs;
-        quarter[-u] = sc;
-        quarter[u] = -s_c;
-        half[-u] = -c_s;
-        half[u] = -cs;
-        three[-u] = -sc;
-        three[u] = s_c;
-        end[-u] = c_s;
+        begin[u] = pair{c, s};
+        quarter[-u] = pair{s, c};
+        quarter[u] = pair{-s, c};
+        half[-u] = pair{-c, s};
     }
+}
+
+// W(u, N), 0 <= u < N, from those of the first half turn.
+inline void read_half_turn(const scalar *half_turn, int64_t N, int64_t u, scalar *out) {
+    constexpr pair_bits sign = std::bit_cast<pair_bits>(pair{scalar{-0.0}, scalar{-0.0}});
+    const bool beyond = u >= N / 2;
+    const pair *root = reinterpret_cast<const pair *>(half_turn) + (beyond ? u - N / 2 : u);
+    const pair_bits flipped = std::bit_cast<pair_bits>(*root) ^ (beyond ? sign : pair_bits{});
+    *reinterpret_cast<pair *>(out) = std::bit_cast<pair>(flipped) + pair{};  // no negative zeros
 }
 
 }  // namespace
@@ -91,7 +97,7 @@ void root_source_init(root_source *source, int64_t N, int64_t entries, scalar *r
     source->N = N;
     source->step_log2 = step_log2;
     source->octant = nullptr;
-    source->all = nullptr;
+    source->half_turn = nullptr;
     if (distinct > entries) return;
     const int64_t local_entries = sizeof source->local / (2 * sizeof(double));
     source->octant =
@@ -105,9 +111,9 @@ void root_source_init(root_source *source, int64_t N, int64_t entries, scalar *r
 
     if (!room || N % 8 != 0 || entries < N / 2) return;
     reflect_octant(source->octant, N, room);
-    for (int64_t eighth = 0; eighth < 8; ++eighth)
+    for (int64_t eighth = 0; eighth < 4; ++eighth)
         read_root(source, eighth * (N / 8), room + eighth * (N / 4));
-    source->all = room;
+    source->half_turn = room;
 }
 
 void root_source_release(root_source *source) {
@@ -130,8 +136,8 @@ void fill_roots(scalar *out, int64_t out_step, const root_source *source, int64_
     }
     const int64_t back = step - N;
     for (int64_t k = 0; k < count; ++k, out += 2 * out_step) {
-        if (source->all)
-            memcpy(out, source->all + 2 * u, complex_bytes);
+        if (source->half_turn)
+            read_half_turn(source->half_turn, N, u, out);
         else
             read_root(source, u, out);
         u += u + back < 0 ? step : back;

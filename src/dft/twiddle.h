@@ -3,6 +3,7 @@
 // W(t, N) = (cos 2 pi t/N, sin 2 pi t/N).
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "precision.h"
@@ -13,15 +14,19 @@ namespace lyr {
 // about every eighth entry. A root has the same bits whether it comes from there or alone.
 struct root_source {
     int64_t N;
-    int step_log2;      // reduced angles are multiples of this power of two
-    double *octant;     // W(i << step_log2, 4 * N); null: compute each root
-    const scalar *all;  // W(i, N), 0 <= i < N; null: derive each root from the octant
+    int step_log2;            // reduced angles are multiples of this power of two
+    double *octant;           // W(i << step_log2, 4 * N); null: compute each root
+    const scalar *half_turn;  // W(i, N), 0 <= i < N/2; null: derive each root from the octant
     double local[2 * 129];
 };
 
+constexpr size_t half_turn_bytes(int64_t N) {
+    return static_cast<size_t>(N / 2 * complex_bytes);
+}
+
 // Prepares the roots for about `entries` reads. Without memory the roots are computed one by one.
-// room: N complex numbers for the source's use until it is released, which make many reads twice as
-// fast, or null.
+// room: half_turn_bytes(N) bytes for the source's use until it is released, which make many reads
+// twice as fast, or null.
 void root_source_init(root_source *source, int64_t N, int64_t entries, scalar *room = nullptr);
 void root_source_release(root_source *source);
 
