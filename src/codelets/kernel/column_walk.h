@@ -92,9 +92,23 @@ LYR_INLINE void column_rest(stream<R> &in, stream<R> &out, int64_t count, Twiddl
     out.advance(count);
 }
 
+// Three butterflies that are left, in one vector.
+template <int R, int S, class V, class Twiddles>
+LYR_INLINE void column_three(stream<R> &in, stream<R> &out, Twiddles t) {
+    V x[R];
+    t.begin_butterfly();
+    unroll<R>(LYR_LAMBDA(auto q) { x[q] = t.multiply(V::template load_first<3>(in.at(q)), q); });
+    butterfly<S>(x);
+    unroll<R>(LYR_LAMBDA(auto p) { x[p].template store_first<3>(out.at(p)); });
+    in.advance(3);
+    out.advance(3);
+}
+
 template <int R, int S, class V>
 LYR_INLINE void column_runs(stream<R> &in, stream<R> &out, int64_t count) {
     count = column_run<R, S, V>(in, out, count, no_twiddles{});
+    if constexpr (takes_three<V>)
+        if (count == 3) return column_three<R, S, V>(in, out, no_twiddles{});
     if constexpr (has_parts<V>)
         column_rest<R, S, V>(in, out, count, no_twiddles{});
     else
@@ -145,6 +159,9 @@ LYR_INLINE int64_t twiddled_run(stream<R> &in, stream<R> &out, int64_t count,
 template <int R, int S, class V>
 LYR_INLINE void twiddled_rest(stream<R> &in, stream<R> &out, int64_t count,
                               const row_place &twiddles) {
+    if constexpr (takes_three<V>)
+        if (count == 3)
+            return column_three<R, S, V>(in, out, typename twiddle_choice<R, V>::type(twiddles));
     if constexpr (has_parts<V>) {
         if (count > 0)
             column_rest<R, S, V>(in, out, count, typename twiddle_choice<R, V>::type(twiddles));

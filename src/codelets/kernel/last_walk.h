@@ -11,8 +11,8 @@ enum class output { contiguous, scattered };
 
 // How the twiddle table has the numbers of a vector of rows: in groups for as many rows as lanes,
 // as ready vectors or plain (codelet_table::lanes), or row by row. With single lanes ready means
-// turned, where the target has that.
-enum class lane_order { ready, plain, rows };
+// turned, where the target has that. three_rows: three that are left, in one vector (takes_three).
+enum class lane_order { ready, plain, rows, three_rows };
 
 // The twiddles of input q (at least 1) for rows that begin at p.
 template <int R, class V, lane_order Order>
@@ -25,6 +25,8 @@ LYR_INLINE typename V::tw lane_twiddles(const scalar *p, int q) {
         return V::tw_lanes(p + 4 * V::lanes * (q - 1));
     else if constexpr (Order == lane_order::plain)
         return V::tw_plain(p + 2 * V::lanes * (q - 1));
+    else if constexpr (Order == lane_order::three_rows)
+        return V::tw_gather_three(p + 2 * (q - 1), 2 * (R - 1));
     else
         return V::tw_gather(p + 2 * (q - 1), 2 * (R - 1));
 }
@@ -35,7 +37,7 @@ constexpr int64_t lane_twiddle_numbers =
     ((V::lanes > 1 || turned_tables<V>)&&Order == lane_order::ready ? 4 : 2) * V::lanes *(R - 1);
 
 // Column Q of V::lanes rows, `row` real numbers apart; two columns at once where that is quicker.
-template <int Q, class V, int R>
+template <int Q, lane_order Order, class V, int R>
 LYR_INLINE void load_column(V (&x)[R], const scalar *in, int64_t row) {
     constexpr bool pairs = [] {
         if constexpr (V::lanes > 1)
@@ -43,10 +45,17 @@ LYR_INLINE void load_column(V (&x)[R], const scalar *in, int64_t row) {
         else
             return false;
     }();
-    if constexpr (!pairs || (Q == R - 1 && R % 2 == 1))
+    constexpr bool single = !pairs || (Q == R - 1 && R % 2 == 1);
+    if constexpr (Order == lane_order::three_rows) {
+        if constexpr (single)
+            x[Q] = V::gather_three(in + 2 * Q, row);
+        else if constexpr (Q % 2 == 0)
+            V::gather_three_pair(in + 2 * Q, row, x[Q], x[Q + 1]);
+    } else if constexpr (single) {
         x[Q] = V::gather(in + 2 * Q, row);
-    else if constexpr (Q % 2 == 0)
+    } else if constexpr (Q % 2 == 0) {
         V::gather_pair(in + 2 * Q, row, x[Q], x[Q + 1]);
+    }
 }
 
 // V::lanes rows: loads, twiddles, butterfly.
@@ -54,7 +63,7 @@ template <int R, int S, lane_order Order, class V>
 LYR_INLINE void butterfly_of_rows(V (&x)[R], const scalar *in, int64_t row,
                                   const scalar *twiddles) {
     unroll<R>(LYR_LAMBDA(auto q) {
-        load_column<q.value>(x, in, row);
+        load_column<q.value, Order>(x, in, row);
         if constexpr (q > 0) x[q] = cmul(x[q], lane_twiddles<R, V, Order>(twiddles, q));
     });
     butterfly<S>(x);
@@ -191,6 +200,13 @@ LYR_INLINE void walk_last(const stage *d, const scalar *in, scalar *out, int64_t
                     rest = last_run_by_lines<R, S, vec, groups>(in, to, rest, twiddles);
             rest = last_run<R, S, vec, groups, Out>(in, to, os, rest, twiddles);
         });
+    if constexpr (takes_three<vec> && Out == output::contiguous)
+        if (rest == 3) {
+            vec x[R];
+            butterfly_of_rows<R, S, lane_order::three_rows>(x, in, 2 * R, twiddles);
+            unroll<R>(LYR_LAMBDA(auto p) { x[p].template store_first<3>(to.at(p)); });
+            return;
+        }
     in_narrower_vectors<vec>(
         rest, LYR_LAMBDA(auto v, int64_t left) {
             return last_run<R, S, vector_of<decltype(v)>, lane_order::rows, Out>(in, to, os, left,

@@ -45,6 +45,9 @@
 //   load_part(p, n) store_part(p, n)
 //                                 the same for 0 < n < lanes known late, where that is as quick as
 //                                 a whole vector; otherwise there are none (has_parts)
+//   gather_three(p, s) gather_three_pair(p, s, a, b) tw_gather_three(p, s)
+//                                 three of four lanes, followed by a zero: where load_first<3> and
+//                                 store_first<3> cost less than a butterfly (takes_three)
 //   store_far(p)                  past the caches, where the processor has such stores; p is
 //   aligned
 //                                 to the vector's size. V::finish_far() when all is stored
@@ -131,6 +134,13 @@ template <class V>
 concept has_parts = requires(V a, const scalar *p, scalar *q, int64_t n) {
     {V::load_part(p, n)};
     a.store_part(q, n);
+};
+
+template <class V>
+concept takes_three = requires(V &a, const scalar *p, int64_t s) {
+    {V::gather_three(p, s)};
+    V::gather_three_pair(p, s, a, a);
+    {V::tw_gather_three(p, s)};
 };
 
 // Calls run(vector type, count) for the vectors V and, as long as something is left over, for those

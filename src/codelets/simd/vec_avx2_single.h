@@ -324,6 +324,16 @@ struct vec4 {
         a.v = _mm256_castpd_ps(_mm256_unpacklo_pd(even, odd));
         b.v = _mm256_castpd_ps(_mm256_unpackhi_pd(even, odd));
     }
+    LYR_INLINE static vec4 gather_three(const float *p, int64_t s) {
+        return {_mm256_insertf128_ps(_mm256_castps128_ps256(load_two(p, p + s)),
+                                     load_low(p + 2 * s), 1)};
+    }
+    LYR_INLINE static void gather_three_pair(const float *p, int64_t s, vec4 &a, vec4 &b) {
+        const __m256d even = _mm256_castps_pd(two_halves(p, p + 2 * s));
+        const __m256d odd = _mm256_castps_pd(_mm256_zextps128_ps256(_mm_loadu_ps(p + s)));
+        a.v = _mm256_castpd_ps(_mm256_unpacklo_pd(even, odd));
+        b.v = _mm256_castpd_ps(_mm256_unpackhi_pd(even, odd));
+    }
     LYR_INLINE void scatter(float *p, int64_t s) const {
         vec2{_mm256_castps256_ps128(v)}.scatter(p, s);
         vec2{_mm256_extractf128_ps(v, 1)}.scatter(p + 2 * s, s);
@@ -337,6 +347,9 @@ struct vec4 {
     LYR_INLINE static tw parts(__m256 w) { return {_mm256_moveldup_ps(w), _mm256_movehdup_ps(w)}; }
     LYR_INLINE static tw tw_plain(const float *p) { return parts(_mm256_loadu_ps(p)); }
     LYR_INLINE static tw tw_gather(const float *p, int64_t s) { return parts(gather(p, s).v); }
+    LYR_INLINE static tw tw_gather_three(const float *p, int64_t s) {
+        return parts(gather_three(p, s).v);
+    }
     LYR_INLINE static void join(float *p, const float *re, const float *im) {
         const __m256 x = _mm256_loadu_ps(re), y = _mm256_loadu_ps(im);
         const __m256 a = _mm256_unpacklo_ps(x, y), b = _mm256_unpackhi_ps(x, y);
