@@ -230,7 +230,7 @@ LYR_INLINE void butterfly(V (&x)[12]) {  // 48
     butterfly_coprime<S, 4, 3>(x);
 }
 
-// Whole transforms of single numbers (registers_2_30.cpp) and wide stages alone.
+// Whole transforms (registers_2_30.cpp, registers_32_144.cpp) and wide stages alone.
 template <int S, class V>
 LYR_INLINE void butterfly(V (&x)[14]) {  // 94
     butterfly_coprime<S, 2, 7>(x);
