@@ -44,21 +44,31 @@ constexpr size_t most_lists = 150;  // of one length; more are thinned out
 constexpr size_t most_factors = 6;
 
 const std::vector<int64_t> fitted_lengths = {
-    60,    72,    84,    90,    96,    100,   108,    120,    128,   132,   144,   150,   156,
-    160,   162,   168,   180,   189,   192,   200,    204,    208,   210,   216,   224,   228,
-    240,   243,   250,   252,   256,   264,   270,    276,    280,   288,   300,   312,   320,
-    324,   330,   336,   348,   350,   360,   363,    372,    378,   384,   390,   400,   408,
-    416,   420,   432,   441,   444,   448,   450,    462,    468,   480,   486,   494,   500,
-    504,   512,   540,   560,   576,   592,   600,    624,    625,   640,   660,   672,   700,
-    720,   736,   750,   756,   768,   780,   800,    810,    840,   880,   896,   900,   945,
-    960,   972,   990,   1000,  1008,  1024,  1050,   1056,   1080,  1120,  1152,  1200,  1215,
-    1248,  1260,  1280,  1296,  1320,  1344,  1350,   1400,   1440,  1500,  1512,  1536,  1568,
-    1600,  1620,  1680,  1728,  1792,  1800,  1920,   2000,   2016,  2048,  2100,  2160,  2187,
-    2304,  2400,  2500,  2520,  2560,  2592,  2688,   2880,   3000,  3072,  3125,  3240,  3360,
-    3456,  3600,  3840,  4000,  4096,  4200,  4608,   4800,   5000,  5040,  5120,  5400,  5760,
-    6000,  6144,  6400,  7168,  7200,  7680,  8000,   8192,   9000,  9216,  10000, 12000, 12288,
-    14400, 15360, 16384, 18000, 20000, 24576, 30000,  32768,  36000, 40000, 46656, 49152, 50000,
-    60000, 65536, 72000, 81920, 90000, 98304, 100000, 120000, 131072};
+    60,    64,    66,     70,     72,    75,    77,    78,    80,    81,    84,    88,    90,
+    91,    96,    98,     99,     100,   104,   105,   108,   110,   112,   117,   120,   125,
+    126,   128,   130,    132,    135,   140,   143,   144,   147,   150,   154,   156,   160,
+    162,   165,   168,    175,    176,   180,   182,   189,   192,   195,   196,   198,   200,
+    204,   208,   210,    216,    220,   224,   225,   228,   234,   240,   243,   245,   250,
+    252,   256,   260,    264,    270,   276,   280,   288,   294,   300,   308,   312,   315,
+    320,   324,   330,    336,    343,   348,   350,   352,   360,   363,   372,   375,   378,
+    384,   390,   392,    400,    405,   408,   416,   420,   432,   441,   444,   448,   450,
+    462,   468,   480,    486,    490,   494,   500,   504,   512,   525,   528,   540,   560,
+    567,   576,   588,    592,    600,   624,   625,   630,   640,   648,   660,   672,   675,
+    686,   700,   720,    729,    735,   736,   750,   756,   768,   780,   784,   800,   810,
+    840,   864,   875,    880,    882,   896,   900,   945,   960,   972,   980,   990,   1000,
+    1008,  1024,  1050,   1056,   1080,  1120,  1152,  1200,  1215,  1248,  1260,  1280,  1296,
+    1320,  1344,  1350,   1400,   1440,  1500,  1512,  1536,  1568,  1600,  1620,  1680,  1728,
+    1792,  1800,  1920,   2000,   2016,  2048,  2100,  2160,  2187,  2304,  2400,  2500,  2520,
+    2560,  2592,  2688,   2880,   3000,  3072,  3125,  3240,  3360,  3456,  3600,  3840,  4000,
+    4096,  4200,  4608,   4800,   5000,  5040,  5120,  5400,  5760,  6000,  6144,  6400,  7168,
+    7200,  7680,  8000,   8192,   9000,  9216,  10000, 12000, 12288, 14400, 15360, 16384, 18000,
+    20000, 24576, 30000,  32768,  36000, 40000, 46656, 49152, 50000, 60000, 65536, 72000, 81920,
+    90000, 98304, 100000, 120000, 131072};
+
+// How many of the modelled radices the active table has for single transforms.
+int radix_count(const lyr::codelet_table *table) {
+    return table->wide ? lyr::all_radix_count : lyr::modelled_radix_count;
+}
 
 void add_lists(int64_t rest, list &factors, std::vector<list> &lists) {
     if (rest == 1) {
@@ -66,7 +76,7 @@ void add_lists(int64_t rest, list &factors, std::vector<list> &lists) {
         return;
     }
     if (factors.size() == most_factors) return;
-    for (int i = 0; i < lyr::modelled_radix_count; ++i) {
+    for (int i = 0; i < radix_count(lyr::active_table()); ++i) {
         const uint8_t r = lyr::modelled_radices[i];
         if (rest % r != 0) continue;
         factors.push_back(r);
@@ -93,7 +103,7 @@ std::vector<list> lists_of(int64_t n) {
     // Those that judge asks for.
     for (const bool ours : {false, true}) {
         int64_t chosen[lyr::max_factors];
-        const int count = ours ? lyr::order_of_radices(lyr::active_table(), n, chosen)
+        const int count = ours ? lyr::order_with_wide_radices(lyr::active_table(), n, chosen)
                                : lyr::factorize_size(n, chosen);
         const list l(chosen, chosen + count);
         if (count > 1 && std::ranges::find(kept, l) == kept.end()) kept.push_back(l);
@@ -223,14 +233,15 @@ std::map<std::string, std::vector<timing>> read_times() {
     return times;
 }
 
-int64_t lanes_of(const std::string &target) {
+const lyr::codelet_table *table_of(const std::string &target) {
     for (const lyr::codelet_table *const *t = lyr::supported_tables(); *t; ++t)
-        if (target == (*t)->name) return (*t)->lanes;
-    return (target == "avx512" ? 64 : 32) / lyr::complex_bytes;
+        if (target == (*t)->name) return *t;
+    std::fprintf(stderr, "lyra-orders: no target %s here\n", target.c_str());
+    std::exit(1);
 }
 
-constexpr size_t cost_count = offsetof(lyr::stage_costs, ways) / sizeof(float);
-static_assert((cost_count + 1) * sizeof(float) == sizeof(lyr::stage_costs));
+constexpr size_t cost_count = offsetof(lyr::wide_costs, ways) / sizeof(float);
+static_assert((cost_count + 1) * sizeof(float) == sizeof(lyr::wide_costs));
 
 // Of this machine's first-level cache, whose sets repeat every 4096 bytes.
 float ways() {
@@ -238,7 +249,7 @@ float ways() {
     return static_cast<float>(count);
 }
 
-double modelled(const lyr::stage_costs &costs, int64_t lanes, int64_t n, const list &factors) {
+double modelled(const lyr::wide_costs &costs, int64_t lanes, int64_t n, const list &factors) {
     double sum = 0;
     int64_t L = 1;
     for (const int64_t f : factors) {
@@ -256,7 +267,7 @@ std::vector<double> parts_of(int64_t lanes, const timing &t) {
     for (size_t i = 0; i < cost_count; ++i) {
         float unit[cost_count] = {};
         unit[i] = 1;
-        lyr::stage_costs costs = {};
+        lyr::wide_costs costs = {};
         std::memcpy(&costs, unit, sizeof unit);
         costs.ways = ways();
         parts[i] = modelled(costs, lanes, t.n, t.factors);
@@ -266,7 +277,7 @@ std::vector<double> parts_of(int64_t lanes, const timing &t) {
 
 // Costs, none negative, that make the sum of squares of relative errors least; lists that are far
 // from the best one of their length count little. By coordinates, in turns (Hildreth, 1957).
-lyr::stage_costs fit(int64_t lanes, const std::vector<timing> &times) {
+lyr::wide_costs fit(int64_t lanes, const std::vector<timing> &times) {
     std::map<int64_t, double> best;
     for (const timing &t : times) {
         double &b = best.try_emplace(t.n, t.ns).first->second;
@@ -294,12 +305,12 @@ lyr::stage_costs fit(int64_t lanes, const std::vector<timing> &times) {
             for (size_t k = 0; k < cost_count; ++k) slope += square[i][k] * costs[k];
             costs[i] = std::max(0.0, costs[i] - slope / square[i][i]);
         }
-    lyr::stage_costs result = {};
+    lyr::wide_costs result = {};
     result.ways = ways();
     float *to = reinterpret_cast<float *>(&result);
     for (size_t i = 0; i < cost_count; ++i) to[i] = static_cast<float>(costs[i]);
     // A radix that was not measured at a place is not to be used there.
-    for (size_t i = 0; i < size_t{3} * lyr::modelled_radix_count; ++i)
+    for (size_t i = 0; i < size_t{3} * lyr::all_radix_count; ++i)
         if (square[i][i] == 0) to[i] = 1e6F;
     return result;
 }
@@ -311,10 +322,10 @@ void print_row(const char *name, const float *costs, int count) {
     std::printf("},\n");
 }
 
-void print(const lyr::stage_costs &c) {
-    print_row("first", c.first, lyr::modelled_radix_count);
-    print_row("middle", c.middle, lyr::modelled_radix_count);
-    print_row("last", c.last, lyr::modelled_radix_count);
+void print(const lyr::wide_costs &c, int radices) {
+    print_row("first", c.first, radices);
+    print_row("middle", c.middle, radices);
+    print_row("last", c.last, radices);
     std::printf("    .row = %.3fF,\n", static_cast<double>(c.row));
     print_row("collision_in", c.collision_in, 2);
     print_row("collision_out", c.collision_out, 2);
@@ -362,8 +373,9 @@ void judge(const char *name, const std::vector<timing> &times, bool each, F &&ch
 
 int fit_all() {
     for (const auto &[target, times] : read_times()) {
-        const int64_t lanes = lanes_of(target);
-        const lyr::stage_costs costs = fit(lanes, times);
+        const lyr::codelet_table *const table = table_of(target);
+        const int64_t lanes = table->lanes;
+        const lyr::wide_costs costs = fit(lanes, times);
         double square = 0;
         for (const timing &t : times) {
             const double error = modelled(costs, lanes, t.n, t.factors) / t.ns - 1;
@@ -371,7 +383,7 @@ int fit_all() {
         }
         std::printf("// %s: %zu lists, error of the model %.1f %%\n", target.c_str(), times.size(),
                     100 * std::sqrt(square / static_cast<double>(times.size())));
-        print(costs);
+        print(costs, radix_count(table));
         judge("model", times, true, [&](int64_t n, int64_t *factors) {
             return lyr::cheapest_order(costs, lanes, n, factors);
         });
@@ -381,12 +393,12 @@ int fit_all() {
 }
 
 int judge_all() {
-    for (const auto &[target, times] : read_times())
-        for (const lyr::codelet_table *const *t = lyr::supported_tables(); *t; ++t)
-            if (target == (*t)->name)
-                judge(target.c_str(), times, true, [&](int64_t n, int64_t *factors) {
-                    return lyr::order_of_radices(*t, n, factors);
-                });
+    for (const auto &[target, times] : read_times()) {
+        const lyr::codelet_table *const table = table_of(target);
+        judge(target.c_str(), times, true, [&](int64_t n, int64_t *factors) {
+            return lyr::order_with_wide_radices(table, n, factors);
+        });
+    }
     return 0;
 }
 

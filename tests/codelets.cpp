@@ -518,6 +518,8 @@ TEST(codelets, wide_stages) {
                     const bool backward = sign == +1;
                     check(1, rows, false, wide.first[backward]);
                     if (rows < 10) check(rows, 3, true, wide.middle[backward]);
+                    if (rows == 7 && test_scale == 1)  // a table of plain rows
+                        check(512 / (r - 1) + 1, rows, true, wide.middle[backward]);
                     check(rows, 1, true, wide.last[backward]);
                     if (testing::Test::HasFailure()) return;
                 }

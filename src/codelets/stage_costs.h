@@ -109,6 +109,25 @@ constexpr stage_costs single_costs_of_8_lanes = {
     .ways = 12,
 };
 
+// AVX2, single precision, Zen 4, November 2026.
+constexpr wide_costs single_wide_costs_of_4_lanes = {
+    .first = {0.47F,   0.87F,   0.95F,   1.92F,  2.01F, 3.42F,  2.64F,  4.81F,
+              4.63F,   11.21F,  4.79F,   16.76F, 8.80F, 43.99F, 56.54F, 82.29F,
+              124.17F, 142.62F, 222.37F, 11.64F, 9.59F, 18.00F, 24.42F},
+    .middle = {1.06F,   2.03F,   2.31F,   4.43F,  4.52F,  7.40F,  6.29F,  10.35F,
+               10.86F,  21.17F,  12.10F,  24.77F, 20.15F, 49.43F, 62.68F, 91.19F,
+               143.73F, 159.78F, 238.97F, 19.41F, 21.29F, 35.30F, 46.31F},
+    .last = {3.30F,   4.88F,   5.82F,   9.19F,  9.87F,  12.94F, 11.75F, 17.54F,
+             17.14F,  25.52F,  18.21F,  32.25F, 25.71F, 59.47F, 73.67F, 100.67F,
+             153.73F, 175.47F, 254.51F, 25.50F, 29.03F, 36.97F, 47.67F},
+    .row = 0.451F,
+    .collision_in = {0.12F, 0.41F},
+    .collision_out = {0.35F, 0.78F},
+    .pass_line = {0.12F, 0.33F},
+    .table_line = 0.154F,
+    .ways = 8,
+};
+
 // AArch64 with single lanes. Half of a cost are the cycles that a loop of the stage takes in a
 // model of Neoverse V2 (with complex-number instructions) or N1 (without), llvm-mca 19 on what g++
 // 12 makes of it; the other half are its instructions at the rate of such loops, 4.8 and 2.2 a

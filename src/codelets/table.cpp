@@ -138,8 +138,9 @@ constexpr const stage_costs *costs =
     : 2 * vec::lanes == line_complex ? (single ? &single_costs_of_4_lanes : &costs_of_2_lanes)
                                      : nullptr;
 
-constexpr const wide_costs &costs_with_wide =
-    turned_tables<vec> ? wide_costs_of_armv8 : wide_costs_of_complex;
+constexpr const wide_costs &costs_with_wide = vec::lanes > 1       ? single_wide_costs_of_4_lanes
+                                              : turned_tables<vec> ? wide_costs_of_armv8
+                                                                   : wide_costs_of_complex;
 constexpr const wide_stages *wide_list[wide_radix_count] = {&wide_14_15[0], &wide_14_15[1],
                                                             &wide_20_24[0], &wide_20_24[1]};
 

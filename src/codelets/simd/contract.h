@@ -64,9 +64,9 @@
 //                                 minus imaginary part to q in opposite order
 //
 // Targets define `vec` (native width), `vec1` (one complex number), and `accesses_per_pointer`: how
-// many steps from a pointer addressing reaches with registers to spare (see stream). Those with
-// registers for butterflies of up to 24 numbers have vec::wide_stages (has_wide_stages). Each
-// precision has a header for each target.
+// many steps from a pointer addressing reaches with registers to spare (see stream). Those that
+// stages of up to 24 numbers make quicker have vec::wide_stages (has_wide_stages). Each precision
+// has a header for each target.
 // Everything is inlined, and nothing but intrinsics and compiler vectors is used: a
 // function that the linker could share with another translation unit must not be compiled for a
 // special processor.

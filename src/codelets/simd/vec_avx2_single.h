@@ -265,7 +265,7 @@ LYR_INLINE __m256 alternating_256(float x, float y) {
 
 struct vec4 {
     static constexpr int lanes = 4, register_bits = 256;
-    static constexpr bool gathers_pairs = true;
+    static constexpr bool gathers_pairs = true, wide_stages = true;
     using half = vec2;
     __m256 v;
     struct tw {
