@@ -216,6 +216,7 @@ TEST(choice, solvers_and_executors) {
     };
     const bool one_lane = lyr::active_table()->lanes == 1;
     const with_caches sizes(lyr::usual_caches);
+    const with_first_level_cache cache(false);
 #define UNIT "solve_problem_dft_unit/execute_dft_unit"
 #define UNIT_GENERAL "solve_problem_dft_unit/execute_dft_unit_general"
 #define DIRECT "solve_problem_dft_direct/execute_dft_direct"
@@ -595,7 +596,44 @@ TEST(choice, sides_of_split_transforms) {
     lyr::plan_clear(&p);
 }
 
+// Vectors of half a line in double precision turn the results of first stages where the first-level
+// cache is small, unless others run the stages or nothing is gained.
+TEST(choice, turned_stages) {
+    constexpr struct {
+        const char *problem, *name;
+    } examples[] = {
+        {"ocf64", "execute_1d_turned_two"},
+        {"icb160", "execute_1d_turned_two"},
+        {"ocb200", "execute_1d_turned_three"},
+        {"ocf1024", "execute_1d_turned_three"},
+        {"icf1024", "execute_1d"},
+        {"ocf64:2:1", "execute_1d_two_stages"},
+        {"orf1440", "execute_1d_turned_three"},
+        {"ocf32768", "execute_1d_paired"},
+        {"oscf100", "execute_1d_two_stages"},
+        {"ocf34", "execute_1d_two_stages"},
+        {"ocf100*9", "execute_1d_turned_two"},
+        {"ocf1000*66", "execute_1d_turned_three"},
+        {"ocf100*3i", "execute_many_transpose"},
+    };
+    const with_caches sizes(lyr::usual_caches);
+    const with_first_level_cache cache(true);
+    for (const lyr::codelet_table *table : all_tables()) {
+        if (table->lanes != 2 || sizeof(lyr::scalar) != sizeof(double)) continue;
+        const with_table active(table);
+        for (const auto &[problem, name] : examples) {
+            const lyr_tools::problem p = problem_of(problem);
+            const lyr_tools::buffers b = buffers_of(p);
+            const plan_holder holder(make_plan(p, b));
+            const plan *leaf = holder.plan;
+            while (leaf->nchildren) leaf = leaf->children;
+            EXPECT_STREQ(leaf->execute_name, name) << problem;
+        }
+    }
+}
+
 TEST(choice, plans_as_text) {
+    const with_first_level_cache cache(false);
     const lyr_tools::problem p = problem_of("ocb30x160");
     const lyr_tools::buffers b = buffers_of(p);
     const plan_holder holder(make_plan(p, b));

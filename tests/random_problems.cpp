@@ -4,6 +4,7 @@
 #include <numeric>
 
 #include "batch/copy_transpose.h"
+#include "codelets/stage_pairs.h"
 #include "planner/cache_sizes.h"
 #include "support.h"
 
@@ -203,22 +204,54 @@ TEST(random_problems, usual_batches) {
 
 // The ways that depend on the first-level cache, with batches that pass the last-level one.
 TEST(random_problems, first_level_caches) {
-    const bool before = lyr::first_level_cache_is_small();
-    const lyr::cache_sizes caches = lyr::caches();
-    lyr::set_caches({1 << 16, 1 << 18});
+    const with_caches caches({1 << 16, 1 << 18});
     for (const lyr::codelet_table *table : all_tables()) {
         const with_table active(table);
         for (const bool small : {false, true}) {
-            lyr::set_small_first_level_cache(small);
+            const with_first_level_cache cache(small);
             for (const char *text :
-                 {"ocf2048", "icb2048", "ocb3072", "orf4096", "ocf4096", "icf5120", "ocf6144",
-                  "icb6144", "icf8192", "ocb8192*3", "ocf9216", "ocb10240", "orf24576", "orb32768",
-                  "icb990", "ocf2048*5", "icb3072*4"})
+                 {"ocf2048",  "icb2048",    "ocb3072",  "orf4096",   "ocf4096",   "icf5120",
+                  "ocf6144",  "icb6144",    "icf8192",  "ocb8192*3", "ocf9216",   "ocb10240",
+                  "orf24576", "orb32768",   "icb990",   "ocf2048*5", "icb3072*4", "icb50",
+                  "icf150",   "ocb64*99",   "icf96*99", "ocf360*99", "icb360*99", "ocb640*99",
+                  "icf1000",  "oscf1000",   "oscb150",  "orf2000",   "orb512",    "ocf193",
+                  "ocf96x64", "ocf360:1:2", "icb32768"})
                 check_problem(problem_of(text), constructor::automatic, 1);
+            for (const lyr::paired_stages &pairs : table->paired->lengths)
+                for (const char *kind : {"ocf", "ocb"})
+                    if (pairs.n != 0 && pairs.turned && small)
+                        check_problem(problem_of(kind + std::to_string(pairs.n)),
+                                      constructor::automatic, 1);
         }
     }
-    lyr::set_caches(caches);
-    lyr::set_small_first_level_cache(before);
+}
+
+// Turned stages give the bits of the same stages one by one, which batches past the caches run.
+TEST(random_problems, turned_batches) {
+    const with_first_level_cache cache(true);
+    const with_caches sizes({1 << 16, 1 << 18});
+    for (const lyr::codelet_table *table : all_tables()) {
+        const with_table active(table);
+        for (const lyr::paired_stages &pairs : table->paired->lengths) {
+            if (pairs.n == 0 || pairs.radices[3]) continue;
+            const int n = static_cast<int>(pairs.n), count = (1 << 19) / (16 * n) + 3;
+            std::vector<scalar> in(static_cast<size_t>(2 * n * count)), all(in.size()),
+                one(static_cast<size_t>(2 * n));
+            random_source random{static_cast<uint64_t>(n)};
+            for (scalar &x : in) x = static_cast<scalar>(random.uniform());
+            const plan_holder many(lyr_fft_plan_many_dft(1, &n, count, complexes(in.data()),
+                                                         nullptr, 1, n, complexes(all.data()),
+                                                         nullptr, 1, n, -1, LYR_FFT_ESTIMATE));
+            const plan_holder single(lyr_fft_plan_dft_1d(
+                n, complexes(in.data()), complexes(one.data()), -1, LYR_FFT_ESTIMATE));
+            lyr_fft_execute(many.plan);
+            for (const int i : {0, count / 2, count - 1}) {
+                const ptrdiff_t at = ptrdiff_t{2} * n * i;
+                lyr_fft_execute_dft(single.plan, complexes(in.data() + at), complexes(one.data()));
+                EXPECT_TRUE(std::equal(one.begin(), one.end(), all.begin() + at)) << n;
+            }
+        }
+    }
 }
 
 // Walks that see to whole lines, as in a cache of any shape, give the bits of those that do not.

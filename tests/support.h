@@ -73,6 +73,20 @@ class with_caches {
     lyr::cache_sizes before;
 };
 
+// Plans as on a processor whose first-level cache is small, or is not.
+class with_first_level_cache {
+  public:
+    explicit with_first_level_cache(bool small) : before(lyr::first_level_cache_is_small()) {
+        lyr::set_small_first_level_cache(small);
+    }
+    ~with_first_level_cache() { lyr::set_small_first_level_cache(before); }
+    with_first_level_cache(const with_first_level_cache &) = delete;
+    with_first_level_cache &operator=(const with_first_level_cache &) = delete;
+
+  private:
+    bool before;
+};
+
 // Reproducible numbers (splitmix64).
 struct random_source {
     uint64_t state;

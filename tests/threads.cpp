@@ -160,7 +160,7 @@ TEST(choices, batches) {
     EXPECT_EQ(dealt_out("ocf65*4", 4), "execute_many");
     EXPECT_EQ(dealt_out("ocf512*4", 4), "4: 4 of 1");
     EXPECT_EQ(dealt_out("ocf512*4", 1), "execute_many");
-    EXPECT_EQ(dealt_out("ocf512", 4), "execute_1d");
+    EXPECT_EQ(dealt_out("icf512", 4), "execute_1d");
     EXPECT_EQ(dealt_out("ocf30*100", 8), "8: 7 of 16");
     EXPECT_EQ(dealt_out("ocf30*10*20", 4), "4: 4 of 3");
     EXPECT_EQ(dealt_out("ocf40x40*2*20", 2), "2: 2 of 1");

@@ -10,6 +10,9 @@ namespace lyr {
 // a matrix of r1*r2 rows, pair_padding numbers longer than the r3*r4 that they hold, so that rows
 // do not all begin in the same cache sets. Or the matrix is turned, r3*r4 rows of r1*r2 and the
 // padding: then lanes never run along r4, so that whole lines are read and written all the way.
+// Shorter lengths have three stages, of which the last two are a pair, or two; the radices that
+// they do not have are 0. Their matrix is turned and without padding: nothing but whole vectors is
+// read and written all the way.
 struct paired_stages {
     int64_t n;
     int64_t radices[4];
@@ -17,13 +20,14 @@ struct paired_stages {
     void (*columns[2])(const stage *d, const scalar *in, scalar *matrix);
     void (*rows[2])(const stage *d, const scalar *matrix, scalar *out);
     // Only where the first-level cache is small, instead of a later entry of the same length.
-    // d[0].twiddles are those of the second and third stage for lanes along rows (fill_lanes).
+    // d[0].twiddles are those of all stages between first and last for lanes along rows
+    // (fill_lanes).
     bool turned;
 };
 inline constexpr int64_t pair_padding = 8;
 
 struct stage_pair_set {
-    paired_stages lengths[12];  // n is 0 where there is none
+    paired_stages lengths[80];  // n is 0 behind the last one
 };
 
 }  // namespace lyr

@@ -66,32 +66,77 @@ void execute_1d_paired(const plan *p, scalar *in, scalar *out, scalar *scratch) 
     b.pairs->rows[backward](stages, scratch, out);
 }
 
+// Two stages, turned in between.
+void execute_1d_turned_two(const plan *p, scalar *in, scalar *out, scalar *scratch) {
+    const stage *stages = two_stages_of(p->aux);
+    bookkeeping b;
+    memcpy(&b, p->solver_words, sizeof b);
+    const int backward = p->sign != -1;
+    b.pairs->columns[backward](stages, in, scratch);
+    b.pairs->rows[backward](stages, scratch, out);
+}
+
+// Three stages, turned after the first one, by way of the output. Batches may run them in place
+// though they were not planned so.
+void execute_1d_turned_three(const plan *p, scalar *in, scalar *out, scalar *scratch) {
+    if (in == out) return execute_1d(p, in, out, scratch);
+    const stage *stages = stages_of(p->aux).stages;
+    bookkeeping b;
+    memcpy(&b, p->solver_words, sizeof b);
+    const int backward = p->sign != -1;
+    b.pairs->columns[backward](stages, in, out);
+    b.pairs->rows[backward](stages, out, out);
+}
+
+// Whether the plan can run these stages. Parents that run the stages of short ones themselves have
+// orders of radices of their own; three stages gain nothing in place.
+bool suits(const plan *p, const paired_stages &pairs) {
+    const auto &[r1, r2, r3, r4] = pairs.radices;
+    if (pairs.turned && !first_level_cache_is_small()) return false;
+    if (r4 == 0 && p->shares_stages) return false;
+    return r4 != 0 || r3 == 0 || p->in != p->out;
+}
+
 const paired_stages *paired_stages_of(const plan *p) {
     const stage_pair_set *set = active_table()->paired;
     if (!unit_strides(p)) return nullptr;
-    for (const paired_stages &pairs : set->lengths)
-        if (pairs.n == p->dims[0].n && (!pairs.turned || first_level_cache_is_small()))
-            return &pairs;
+    for (const paired_stages &pairs : set->lengths) {
+        if (pairs.n == 0) break;
+        if (pairs.n == p->dims[0].n && suits(p, pairs)) return &pairs;
+    }
     return nullptr;
 }
 
 int solve_paired(plan *p, const paired_stages *pairs) {
     const auto &[r1, r2, r3, r4] = pairs->radices;
-    const int64_t rows = pairs->turned ? r3 * r4 : r1 * r2;
-    p->work_bytes = static_cast<uint64_t>(pairs->n + rows * pair_padding) * complex_bytes;
-    const int64_t entries = 2 * (r1 * (r2 - 1) + r1 * r2 * (r3 - 1));
-    scalar *lanes = build_stages(p, pairs->radices, 4, pairs->turned ? entries : 0);
+    const int count = r4 ? 4 : r3 ? 3 : 2;
+    const int64_t padded = count < 4 ? 0 : pairs->turned ? r3 * r4 : r1 * r2;
+    p->work_bytes = static_cast<uint64_t>(pairs->n + padded * pair_padding) * complex_bytes;
+    int64_t entries = 0, L = r1;
+    for (int s = 1; s < count - 1 && pairs->turned; L *= pairs->radices[s++])
+        entries += 2 * L * (pairs->radices[s] - 1);
+    scalar *lanes = build_stages(p, pairs->radices, count, entries);
     if (!lanes) return -1;
-    if (pairs->turned) {
+    if (entries) {
         stage *stages = stages_of(p->aux).stages;
         stages[0].twiddles = lanes;
-        fill_lanes(fill_lanes(lanes, stages[1]), stages[2]);
+        for (int s = 1; s < count - 1; ++s) lanes = fill_lanes(lanes, stages[s]);
     }
     const bookkeeping b = {pairs};
     memcpy(p->solver_words, &b, sizeof b);
-    p->execute_fn = execute_1d_paired;
-    p->execute_name = "execute_1d_paired";
-    p->form = pairs->turned ? plan_form::turned_stages : plan_form::paired_stages;
+    if (count == 2) {
+        p->execute_fn = execute_1d_turned_two;
+        p->execute_name = "execute_1d_turned_two";
+        p->form = plan_form::two_stages;
+    } else if (count == 3) {
+        p->execute_fn = execute_1d_turned_three;
+        p->execute_name = "execute_1d_turned_three";
+        p->form = plan_form::stages;
+    } else {
+        p->execute_fn = execute_1d_paired;
+        p->execute_name = "execute_1d_paired";
+        p->form = pairs->turned ? plan_form::turned_stages : plan_form::paired_stages;
+    }
     return 0;
 }
 

@@ -8,16 +8,17 @@
 namespace lyr::LYR_ISA {
 namespace {
 
+// Columns, or rows of a turned matrix, that a block holds.
 constexpr int64_t columns_at_once = 8;
 
 // The butterflies of the first stage that a few columns of the second one's matrix come from, with
 // the results in the order of that matrix.
-template <int R1, int R2, int S>
+template <int R1, int R2, int S, int64_t columns>
 LYR_INLINE void first_of_columns(int64_t m, const scalar *in, scalar *block) {
     for (int64_t j = 0; j < R2; ++j) {
         stream<R1> from(in + 2 * j * m, R2 * m);
-        stream<R1> to(block + 2 * j * columns_at_once, R2 * columns_at_once);
-        column_run<R1, S, vec>(from, to, columns_at_once, no_twiddles{});
+        stream<R1> to(block + 2 * j * columns, R2 * columns);
+        column_run<R1, S, vec>(from, to, columns, no_twiddles{});
     }
 }
 
@@ -29,7 +30,7 @@ void paired_columns(const stage *d, const scalar *in, scalar *matrix) {
     alignas(64) scalar block[2 * R1 * R2 * columns];
     const int64_t m = d[1].m, row = m + pair_padding;
     for (int64_t c = 0; c < m; c += columns) {
-        first_of_columns<R1, R2, S>(m, in + 2 * c, block);
+        first_of_columns<R1, R2, S, columns>(m, in + 2 * c, block);
         for (int64_t k = 0; k < R1; ++k) {
             stream<R2> from(block + 2 * k * R2 * columns, columns);
             stream<R2> to(matrix + 2 * (c + k * row), R1 * row);
@@ -95,15 +96,15 @@ void paired_rows(const stage *d, const scalar *matrix, scalar *out) {
 
 // As paired_columns, with the results of each column in a row of the matrix: lanes of the second
 // stage run along its rows.
-template <int R1, int R2, int S>
+template <int R1, int R2, int S, int64_t columns>
 void turned_columns(const stage *d, const scalar *in, scalar *matrix) {
-    constexpr int64_t columns = columns_at_once, row = R1 * R2 + pair_padding;
+    constexpr int64_t row = R1 * R2 + pair_padding;
     constexpr lane_order groups = lane_order::ready;
     static_assert(R1 % vec::lanes == 0);
     alignas(64) scalar block[2 * R1 * R2 * columns];
     const int64_t m = d[1].m;
     for (int64_t c = 0; c < m; c += columns) {
-        first_of_columns<R1, R2, S>(m, in + 2 * c, block);
+        first_of_columns<R1, R2, S, columns>(m, in + 2 * c, block);
         for (int64_t i = 0; i < columns; ++i) {
             const scalar *twiddles = d[0].twiddles;
             stream<R2> to(matrix + 2 * (c + i) * row, R1);
@@ -197,6 +198,86 @@ void turned_rows(const stage *d, const scalar *matrix, scalar *out) {
     }
 }
 
+// Butterflies of N neighbouring columns of R rows, `columns` numbers apart; column j becomes row j
+// of the matrix.
+template <class V, int R, int S, int N>
+LYR_INLINE void turn_columns(const scalar *in, int64_t columns, scalar *matrix) {
+    V x[R];
+    unroll<R>(LYR_LAMBDA(auto q) { x[q] = V::template load_first<N>(in + 2 * q * columns); });
+    butterfly<S>(x);
+    unroll<R / 2>(LYR_LAMBDA(auto k) {
+        V block[2] = {x[2 * k], x[2 * k + 1]};
+        transpose(block);
+        unroll<N>(LYR_LAMBDA(auto j) { block[j].store(matrix + 2 * (j * R + 2 * k)); });
+    });
+}
+
+// The first of two or three stages, turned.
+template <int R1, int m, int S>
+void turned_first(const stage *, const scalar *in, scalar *matrix) {
+    static_assert(vec::lanes == 2 && R1 % 2 == 0);
+    for (int64_t j = 0; j + 2 <= m; j += 2)
+        turn_columns<vec, R1, S, 2>(in + 2 * j, m, matrix + 2 * j * R1);
+    if constexpr (m % 2 == 1)
+        turn_columns<vec, R1, S, 1>(in + 2 * (m - 1), m, matrix + 2 * (m - 1) * R1);
+}
+
+// The second of two stages for that matrix, lanes along its columns.
+template <int R1, int R2, int S>
+void turned_last(const stage *d, const scalar *matrix, scalar *out) {
+    constexpr lane_order groups = lane_order::ready;
+    static_assert(!has_plain_groups(vec::lanes, R2, R1));
+    const scalar *twiddles = d[1].twiddles;
+    for (int64_t k = 0; k < R1; k += vec::lanes) {
+        vec x[R2];
+        unroll<R2>(LYR_LAMBDA(auto q) {
+            x[q] = vec::load(matrix + 2 * (q * R1 + k));
+            if constexpr (q > 0) x[q] = cmul(x[q], lane_twiddles<R2, vec, groups>(twiddles, q));
+        });
+        butterfly<S>(x);
+        unroll<R2>(LYR_LAMBDA(auto p) { x[p].store(out + 2 * (k + p * R1)); });
+        twiddles += lane_twiddle_numbers<R2, vec, groups>;
+    }
+}
+
+// The other two of three stages for that matrix, which may be the output itself: for two of its
+// columns at a time, whose places take the results; lanes run along these.
+template <int R1, int R2, int R3, int S>
+void turned_later(const stage *d, const scalar *matrix, scalar *out) {
+    constexpr lane_order groups = lane_order::ready;
+    static_assert(!has_plain_groups(vec::lanes, R3, R1 * R2));
+    alignas(64) scalar block[2 * vec::lanes * R2 * R3];
+    const scalar *factors = d[0].twiddles;
+    for (int64_t k = 0; k < R1; k += vec::lanes) {
+        for (int64_t j = 0; j < R3; ++j) {
+            const scalar *from = matrix + 2 * (j * R1 + k);
+            scalar *to = block + 2 * vec::lanes * j;
+            __asm__("" : "+r"(factors));  // no hoisting to the stack
+            vec x[R2];
+            unroll<R2>(LYR_LAMBDA(auto q) {
+                x[q] = vec::load(from + 2 * q * R1 * R3);
+                if constexpr (q > 0) x[q] = cmul(x[q], lane_twiddles<R2, vec, groups>(factors, q));
+            });
+            butterfly<S>(x);
+            unroll<R2>(LYR_LAMBDA(auto p) { x[p].store(to + 2 * vec::lanes * p * R3); });
+        }
+        factors += lane_twiddle_numbers<R2, vec, groups>;
+        for (int64_t i = 0; i < R2; ++i) {
+            const int64_t first = k + i * R1;
+            const scalar *from = block + 2 * vec::lanes * i * R3;
+            const scalar *twiddles =
+                d[2].twiddles + first / vec::lanes * lane_twiddle_numbers<R3, vec, groups>;
+            vec x[R3];
+            unroll<R3>(LYR_LAMBDA(auto q) {
+                x[q] = vec::load(from + 2 * vec::lanes * q);
+                if constexpr (q > 0) x[q] = cmul(x[q], lane_twiddles<R3, vec, groups>(twiddles, q));
+            });
+            butterfly<S>(x);
+            unroll<R3>(LYR_LAMBDA(auto p) { x[p].store(out + 2 * (first + p * R1 * R2)); });
+        }
+    }
+}
+
 template <int R1, int R2, int R3, int R4>
 constexpr paired_stages make_pairs() {
     return {R1 * R2 * R3 * R4,
@@ -206,12 +287,31 @@ constexpr paired_stages make_pairs() {
             false};
 }
 
-template <int R1, int R2, int R3, int R4>
+// Columns1 is how many columns turned_columns takes at a time.
+template <int R1, int R2, int R3, int R4, int64_t Columns1 = columns_at_once>
 constexpr paired_stages make_turned() {
     return {R1 * R2 * R3 * R4,
             {R1, R2, R3, R4},
-            {turned_columns<R1, R2, -1>, turned_columns<R1, R2, +1>},
+            {turned_columns<R1, R2, -1, Columns1>, turned_columns<R1, R2, +1, Columns1>},
             {turned_rows<R3, R4, -1>, turned_rows<R3, R4, +1>},
+            true};
+}
+
+template <int R1, int R2>
+constexpr paired_stages make_turned() {
+    return {R1 * R2,
+            {R1, R2, 0, 0},
+            {turned_first<R1, R2, -1>, turned_first<R1, R2, +1>},
+            {turned_last<R1, R2, -1>, turned_last<R1, R2, +1>},
+            true};
+}
+
+template <int R1, int R2, int R3>
+constexpr paired_stages make_turned() {
+    return {R1 * R2 * R3,
+            {R1, R2, R3, 0},
+            {turned_first<R1, R2 * R3, -1>, turned_first<R1, R2 * R3, +1>},
+            {turned_later<R1, R2, R3, -1>, turned_later<R1, R2, R3, +1>},
             true};
 }
 
