@@ -254,7 +254,7 @@ TEST(choice, solvers_and_executors) {
          "solve_problem_c2c_1d_bluestein/execute_1d_prime_bluestein_discrete(" TWO_STAGES ")"},
         {"ocf1763", "solve_problem_c2c_1d_bluestein/execute_1d_prime_bluestein(" STAGES ")"},
         {"ocf8000", STAGES},
-        {"ocf262144",
+        {"icf262144",
          "solve_problem_c2c_1d_large/execute_c2c_1d_large("
          "solve_problem_dft_many_transpose_rotate/execute_many_transpose_rotate "
          "solve_problem_dft_many_post_transpose/execute_many_post_transpose)"},
@@ -698,10 +698,15 @@ TEST(choice, two_passes_of_long_lengths) {
                       first = sizeof(scalar) == sizeof(double) ? 125000 : 180000;
     constexpr struct {
         int64_t lanes, nthreads, before, length;
-    } kinds[] = {
-        {1, 1, 8192, 16384},       {line / 2, 0, 32768, 65536},    {line, 1, 8192, 16384},
-        {2, 1, 875000, 900000},    {line, 1, first - 5000, first}, {1, 1, 4 * 3 << 16, 900000},
-        {line, 1, 2 * 2048, 6144}, {2, 2, 65535, 65536},           {2, 3, 65520, 100000}};
+    } kinds[] = {{1, 1, 8192, 16384},
+                 {line / 2, 0, line == 4 ? 32768 : 65536, line == 4 ? 65536 : 131072},
+                 {line, 1, 8192, 16384},
+                 {2, 1, 875000, 900000},
+                 {line, 1, first - 5000, first},
+                 {1, 1, 4 * 3 << 16, 900000},
+                 {line, 1, 2 * 2048, 6144},
+                 {2, 2, 65535, 65536},
+                 {2, 3, 65520, 100000}};
     for (const auto &[lanes, nthreads, before, length] : kinds) {
         EXPECT_FALSE(lyr::use_large_method(before, nthreads, lanes)) << before;
         EXPECT_TRUE(lyr::use_large_method(length, nthreads, lanes)) << length;

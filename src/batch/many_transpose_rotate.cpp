@@ -2,6 +2,9 @@
 // output multiplied by a root of the whole transform on its way to memory. Walked in slabs like
 // other interleaved batches; the last stage rotates.
 //
+// Where the matrix is to lie transposed, transforms are gathered a few at a time, run one by one
+// into the rows of the output, and rotated there while they are in the first-level cache.
+//
 // aux comes as the parent's rotation table, and is the stages that all slabs walk afterwards. Where
 // columns are long, a child runs on one column at a time instead.
 //
@@ -9,6 +12,7 @@
 #include <cstring>
 
 #include "api/memory.h"
+#include "batch/copy_transpose.h"
 #include "batch/slab_batch.h"
 #include "dft/four_step.h"
 #include "dft/stages.h"
@@ -95,6 +99,27 @@ void rotate_columns(const plan *p, const scalar *in, scalar *out, scalar *scratc
     }
 }
 
+// Transforms that are gathered at once: two lines of every row of the input.
+constexpr int64_t group = 2 * line_complex;
+
+void rotate_into_rows(const plan *p, const scalar *in, scalar *out, scalar *scratch, int64_t first,
+                      int64_t end) {
+    const bookkeeping b = read_bookkeeping(p);
+    const int64_t n = p->dims[0].n, is = p->dims[0].is, odist = p->howmany_dims[0].os;
+    const int64_t row = padded_row(n), together = b.factors->together;
+    const plan *child = p->children;
+    scalar *below = scratch + 2 * group * row;
+    for (int64_t j = first; j < end; ++j) {
+        const int64_t i = (j - first) % group;
+        if (i == 0)
+            copy_transpose_cpx(in + 2 * j, scratch, n, j + group < end ? group : end - j, is, row);
+        scalar *to = out + 2 * j * odist;
+        child->execute_fn(child, scratch + 2 * i * row, to, below);
+        b.list.table->products.rotate(to, b.factors->turns + 2 * n * (j / together),
+                                      b.factors->columns + 2 * n * (j % together), n);
+    }
+}
+
 // Longer columns run one by one. Measured.
 int64_t longest_slab(int64_t lanes) {
     return 2 * lanes == line_complex ? 4096 : 16384;
@@ -114,6 +139,10 @@ struct rotated_run {
     scalar *out, *scratch;
 };
 
+bool is_transposed(const plan *p) {
+    return p->howmany_dims[0].os != 1;
+}
+
 void run_chunk(const pool_task *task) {
     const auto [p, in, out, scratch] = *static_cast<const rotated_run *>(task->arg);
     const bookkeeping b = read_bookkeeping(p);
@@ -121,7 +150,9 @@ void run_chunk(const pool_task *task) {
     const int64_t chunk = task->chunk * b.factors->together, first = task->index * chunk;
     const int64_t end = first + chunk < columns ? first + chunk : columns;
     scalar *share = scratch + task->index * 2 * line_complex * b.scratch_lines;
-    if (b.list.count)
+    if (is_transposed(p))
+        rotate_into_rows(p, in, out, share, first, end);
+    else if (b.list.count)
         rotate_slabs(p, in, out, share, first, end);
     else
         rotate_columns(p, in, out, share, first, end);
@@ -150,7 +181,8 @@ int32_t solve_single_column(plan *p) {
     child->nthreads = 1;
     child->dims[0] = {p->dims[0].n, 1, 1};
     child->howmany_rank = 0;
-    child->in = child->out = scratch_array(p);
+    child->in = scratch_array(p);
+    child->out = is_transposed(p) ? p->out : child->in;
     return plan_solve(child);
 }
 
@@ -158,7 +190,7 @@ int32_t solve_single_column(plan *p) {
 
 int solve_problem_dft_many_transpose_rotate(plan *p) {
     if (p->kind != kind_rotated_batch || p->rank != 1 || p->howmany_rank > 1) return -1;
-    if (p->howmany_dims[0].is != 1 || p->howmany_dims[0].os != 1) return -1;
+    if (p->howmany_dims[0].is != 1) return -1;
 
     bookkeeping b = {};
     b.factors = static_cast<const rotation_table *>(p->aux);
@@ -167,7 +199,10 @@ int solve_problem_dft_many_transpose_rotate(plan *p) {
     p->nthreads = p->nthreads > 1 ? threads_for_plan(p->nthreads) : 1;
     const int64_t threads = chunks_of(slab_count(p, together), p->nthreads, 1).count;
     int64_t scratch;
-    if (n > max_radix && n < longest_slab(lanes) && part_above_37(n) == 1) {
+    if (is_transposed(p)) {
+        if (const int32_t status = solve_single_column(p)) return status;
+        scratch = group * padded_row(n) + child_scratch(p);
+    } else if (n > max_radix && n < longest_slab(lanes) && part_above_37(n) == 1) {
         if (!build_pass_stages(p, &b.list)) return -1;
         scratch = slab_scratch(b.list, together);
         b.far = p->far_output && b.list.table->finish_far;

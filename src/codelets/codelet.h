@@ -144,6 +144,8 @@ struct product_set {
     // The same with every element a row of h neighbouring numbers.
     void (*rows)(scalar *out, int64_t out_row, const scalar *in, int64_t in_row,
                  const scalar *factors, int64_t n, int64_t h);
+    // row[k] *= turns[k]*(1 + columns[k]), k < n.
+    void (*rotate)(scalar *row, const scalar *turns, const scalar *columns, int64_t n);
 };
 
 // Between n interleaved complex numbers and their parts in two arrays. No two arrays overlap.
@@ -166,12 +168,19 @@ inline bool has_ready_rows(int64_t lanes, int64_t r, int64_t L) {
 
 // Whether the groups of a last stage's twiddle table are plain (codelet_table::lanes): those of
 // tables that would, as ready vectors, take more than a third of a first-level cache of 48 KiB.
-// Narrower vectors gain only where the table leaves the second-level cache. Measured.
+// Narrower vectors gain only where the table takes a quarter of a second-level cache of 1 MiB.
+// Measured.
 constexpr bool may_have_plain_groups(int64_t lanes, int64_t r) {
-    return r <= (lanes == 1 ? 0 : lanes < line_complex ? 8 : common_radix_limit);
+    const int64_t largest = lanes == line_complex       ? common_radix_limit
+                            : 2 * lanes == line_complex ? 12
+                            : lanes > 1                 ? 8
+                                                        : 0;
+    return r <= largest;
 }
 constexpr bool has_plain_groups(int64_t lanes, int64_t r, int64_t L) {
-    const int64_t longest_ready = lanes < line_complex ? 384 << 10 : 16 << 10;
+    const int64_t longest_ready = lanes == line_complex       ? 16 << 10
+                                  : 2 * lanes == line_complex ? 256 << 10
+                                                              : 384 << 10;
     return may_have_plain_groups(lanes, r) && 2 * complex_bytes * L * (r - 1) > longest_ready;
 }
 

@@ -90,6 +90,21 @@ void rows(scalar *out, int64_t out_row, const scalar *in, int64_t in_row, const 
     }
 }
 
+void rotate(scalar *row, const scalar *turns, const scalar *columns, int64_t n) {
+    in_vectors<vec>(
+        n, LYR_LAMBDA(auto v, int64_t rest) {
+            using V = vector_of<decltype(v)>;
+            for (; rest >= V::lanes; rest -= V::lanes) {
+                const V z = cmul(V::load(row), V::tw_plain(turns));
+                (z + cmul(z, V::tw_plain(columns))).store(row);
+                row += 2 * V::lanes;
+                turns += 2 * V::lanes;
+                columns += 2 * V::lanes;
+            }
+            return rest;
+        });
+}
+
 void join(scalar *out, const scalar *re, const scalar *im, int64_t n) {
     int64_t k = 0;
     in_vectors<vec>(
@@ -168,7 +183,7 @@ const codelet_table table = {LYR_TEXT(LYR_ISA),
                              {&units_2_30, &units_32_144, &prime_units},
                              &dense_batches,
                              &real_units,
-                             {elements, rows},
+                             {elements, rows, rotate},
                              {join, part, part_rows},
                              &real_passes,
                              &r2r_passes,

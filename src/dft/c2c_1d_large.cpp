@@ -24,14 +24,19 @@ bool is_power_of_two(int64_t n) {
 bool use_large_method(int64_t n, int64_t nthreads, int64_t lanes) {
     if (n < 1) return false;
     if (nthreads >= 2 && n >= shortest_shared) return true;
-    const bool power_of_two = is_power_of_two(n);
+    constexpr bool single = sizeof(scalar) == sizeof(float);
+    struct {
+        int64_t powers_of_two, others;
+    } from = {262144, 900000};
     // Vectors of whole lines lose by stages whose streams fall into few cache sets, and by others
     // when arrays outgrow the second-level cache.
-    constexpr int64_t longest_stages = sizeof(scalar) == sizeof(double) ? 125000 : 180000;
     if (lanes == line_complex)
-        return n >= (power_of_two ? 16384 : n % 2048 == 0 ? 6144 : longest_stages);
-    if (power_of_two) return n > (lanes == 1 ? 8192 : is_half_line(lanes) ? 32768 : 131072);
-    return n >= 900000;
+        from = {16384, n % 2048 == 0 ? 6144 : single ? 180000 : 125000};
+    else if (is_half_line(lanes))
+        from = {single ? 131072 : 65536, single ? 900000 : 700000};
+    else if (lanes == 1)
+        from.powers_of_two = 16384;
+    return n >= (is_power_of_two(n) ? from.powers_of_two : from.others);
 }
 
 namespace {
