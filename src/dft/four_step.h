@@ -1,9 +1,10 @@
 // A long transform as two passes over memory: n = n1*n2, transforms of length n1 down the columns
 // of an n1 x n2 matrix, a rotation of every element, transforms of length n2 along its rows (the
 // four-step method: Gentleman and Sande, 1966; Bailey, 1990). Between the passes the matrix lies in
-// scratch memory, rows padded.
+// scratch memory, rows padded, or transposed in the output.
 //
-// Child 0 is the first pass, a rotated batch; child 1 the second, a batch with transposed output.
+// Child 0 is the first pass, a rotated batch; child 1 the second, a batch with transposed output, or
+// the columns of the output.
 #pragma once
 
 #include "codelets/select.h"
@@ -11,7 +12,7 @@
 namespace lyr {
 
 // Fills children, work_bytes and aux of the unit-stride one-dimensional problem p and sets its
-// executor; the caller gives the executor's name. 0, -1 when memory runs out, or what the planner
+// executor. 0, -1 when memory runs out, or what the planner
 // says.
 int build_four_step(plan *p, int64_t n1, int64_t n2);
 
@@ -22,6 +23,8 @@ int64_t padded_row(int64_t n2);
 // The factors of the first pass, W(sign*j*k, n1*n2) for column j and row k, of one level or two
 // (struct rotation), slab by slab. Two levels are n/together + n1*together numbers instead of n, of
 // which the second part stays in the cache.
+// Where the matrix lies transposed, `columns` are the factors less 1 of the first columns, n1
+// numbers for each, and `turns` always there.
 struct rotation_table {
     int64_t together;       // columns of a slab, but for the last one
     const scalar *columns;  // one level: a table for each slab
