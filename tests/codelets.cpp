@@ -7,6 +7,7 @@
 
 #include "codelets/select.h"
 #include "codelets/stage_costs.h"
+#include "codelets/stage_pairs.h"
 #include "dft/stages.h"
 #include "dft/twiddle.h"
 #include "support.h"
@@ -659,6 +660,56 @@ TEST(codelets, slab_stages) {
                                });
             }
     });
+}
+
+// Two stages at a time give the bits of the same stages one by one. But for the mirror images:
+// their factors are conjugates of others, and their outputs come from the second half of the
+// columns.
+void check_pairs(const lyr::paired_stages &pairs, const lyr_tools::problem &p, uint64_t seed) {
+    lyr_tools::buffers b = buffers_of(p);
+    const plan_holder holder(make_plan(p, b));
+    ASSERT_NE(holder.plan, nullptr);
+    ASSERT_EQ(holder.plan->form, pairs.form == lyr::pair_form::turned
+                                     ? lyr::plan_form::turned_stages
+                                     : lyr::plan_form::paired_stages);
+    const lyr::stage_list list = lyr::stages_of(holder.plan->aux);
+    ASSERT_EQ(list.count, 4);
+    const auto size = static_cast<size_t>(2 * pairs.n);
+    lyr_tools::fill_buffers(p, seed, b);
+    std::vector<scalar> from(b.in[0], b.in[0] + size), to(size);
+    for (int s = 0; s < 4; ++s) {
+        EXPECT_EQ(list.stages[s].r, pairs.radices[s]);
+        list.stages[s].codelet(&list.stages[s], from.data(), to.data());
+        from.swap(to);
+    }
+    lyr_fft_execute(holder.plan);
+    EXPECT_EQ(check_buffers(p, b), "");
+    const int64_t columns = pairs.radices[0] * pairs.radices[1];
+    double largest = 0;
+    for (const scalar x : from) largest = std::max(largest, std::abs(double{x}));
+    for (int64_t i = 0; i < 2 * pairs.n; ++i) {
+        const scalar x = b.out[0][i], y = from[static_cast<size_t>(i)];
+        const bool mirrored =
+            pairs.form == lyr::pair_form::mirrored && i / 2 % columns >= columns / 2;
+        ASSERT_LE(std::abs(double{x} - double{y}), mirrored ? 4 * roundoff * largest : 0)
+            << "number " << i / 2;
+    }
+}
+
+TEST(codelets, pairs_of_stages) {
+    for (const codelet_table *table : all_tables()) {
+        const with_table active(table);
+        for (const lyr::paired_stages &pairs : table->paired->lengths) {
+            if (pairs.radices[3] == 0) continue;  // not of four stages
+            const with_first_level_cache cache(pairs.form == lyr::pair_form::turned);
+            uint64_t seed = 0;
+            for (const char *kind : {"ocf", "ocb", "icf", "icb"}) {
+                const std::string text = kind + std::to_string(pairs.n);
+                SCOPED_TRACE(text + " with " + table->name);
+                check_pairs(pairs, problem_of(text), ++seed);
+            }
+        }
+    }
 }
 
 // Whether streams overflow the ways of a cache, next to counting lines in sets.

@@ -219,7 +219,7 @@ TEST(random_problems, first_level_caches) {
                 check_problem(problem_of(text), constructor::automatic, 1);
             for (const lyr::paired_stages &pairs : table->paired->lengths)
                 for (const char *kind : {"ocf", "ocb"})
-                    if (pairs.n != 0 && pairs.turned && small)
+                    if (pairs.n != 0 && pairs.form == lyr::pair_form::turned && small)
                         check_problem(problem_of(kind + std::to_string(pairs.n)),
                                       constructor::automatic, 1);
         }

@@ -1,4 +1,4 @@
-#include "codelets/kernel/pair_walk.h"
+#include "codelets/kernel/mirrored_walk.h"
 
 namespace lyr::LYR_ISA {
 
@@ -92,7 +92,7 @@ constexpr stage_pair_set turned_set() {
 // Not for single lanes without pairs of numbers, which lose less by memory, nor for 2048 numbers of
 // single precision, which fit into a first-level cache. Radices by timing; vectors of half a line
 // gain at 8192, too, in single precision.
-template <int Lanes>
+template <int Lanes, class V = vec>
 constexpr stage_pair_set make_set() {
     constexpr bool single = sizeof(scalar) == sizeof(float);
     if constexpr (Lanes > 1 && single && half_a_line)
@@ -103,6 +103,8 @@ constexpr stage_pair_set make_set() {
         return {{make_pairs<4, 8, 8, 8>(), make_pairs<8, 8, 8, 8>()}};
     else if constexpr (Lanes > 1)
         return turned_set<Lanes>();
+    else if constexpr (multiplies_by_conjugates<V>)
+        return {{make_mirrored<V, 8, 8, 8, 8>(), make_mirrored<V, 16, 8, 8, 8>()}};
     else if constexpr (moves_pairs<vec>)
         return {{make_pairs<8, 8, 8, 8>(), make_pairs<16, 8, 8, 8>()}};
     else

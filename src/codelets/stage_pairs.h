@@ -6,23 +6,33 @@
 
 namespace lyr {
 
-// Radices r1..r4 of a length of four stages (d: the first of them). Between the pairs the data is
-// a matrix of r1*r2 rows, pair_padding numbers longer than the r3*r4 that they hold, so that rows
-// do not all begin in the same cache sets. Or the matrix is turned, r3*r4 rows of r1*r2 and the
-// padding: then lanes never run along r4, so that whole lines are read and written all the way.
-// Shorter lengths have three stages, of which the last two are a pair, or two; the radices that
-// they do not have are 0. Their matrix is turned and without padding: nothing but whole vectors is
-// read and written all the way.
+// What lies between the pairs.
+enum class pair_form {
+    // A matrix of r1*r2 rows, pair_padding numbers longer than the r3*r4 that they hold, so that
+    // rows do not all begin in the same cache sets.
+    rows,
+    // r3*r4 rows of r1*r2 and the padding: lanes never run along r4, so that whole lines are read
+    // and written all the way. d[0].twiddles are those of all stages between first and last for
+    // lanes along rows (fill_lanes). Only where the first-level cache is small, instead of a later
+    // entry of the same length. Shorter lengths have three stages, of which the last two are a
+    // pair, or two; their rows have no padding.
+    turned,
+    // As the turned one of four stages, without padding, which the second pair may work on in
+    // place: the matrix lies in the output unless that is the input. d[0].twiddles are those of the
+    // third and last stage for half of the columns, the others are their mirror images
+    // (fill_mirrored).
+    mirrored,
+};
+
+// Radices r1..r4 of a length of four stages (d: the first of them); those that a turned length of
+// fewer stages does not have are 0.
 struct paired_stages {
     int64_t n;
     int64_t radices[4];
     // [0 forward, 1 backward]
     void (*columns[2])(const stage *d, const scalar *in, scalar *matrix);
     void (*rows[2])(const stage *d, const scalar *matrix, scalar *out);
-    // Only where the first-level cache is small, instead of a later entry of the same length.
-    // d[0].twiddles are those of all stages between first and last for lanes along rows
-    // (fill_lanes).
-    bool turned;
+    pair_form form;
 };
 inline constexpr int64_t pair_padding = 8;
 

@@ -56,14 +56,15 @@ struct bookkeeping {  // in solver_words
     const paired_stages *pairs;
 };
 
-// Two stages at a time, with padded rows in the scratch (codelets/stage_pairs.h).
+// Two stages at a time, with a matrix in between (codelets/stage_pairs.h).
 void execute_1d_paired(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     const stage *stages = stages_of(p->aux).stages;
     bookkeeping b;
     memcpy(&b, p->solver_words, sizeof b);
     const int backward = p->sign != -1;
-    b.pairs->columns[backward](stages, in, scratch);
-    b.pairs->rows[backward](stages, scratch, out);
+    scalar *matrix = b.pairs->form == pair_form::mirrored && in != out ? out : scratch;
+    b.pairs->columns[backward](stages, in, matrix);
+    b.pairs->rows[backward](stages, matrix, out);
 }
 
 // Two stages, turned in between.
@@ -92,7 +93,7 @@ void execute_1d_turned_three(const plan *p, scalar *in, scalar *out, scalar *scr
 // orders of radices of their own; three stages gain nothing in place.
 bool suits(const plan *p, const paired_stages &pairs) {
     const auto &[r1, r2, r3, r4] = pairs.radices;
-    if (pairs.turned && !first_level_cache_is_small()) return false;
+    if (pairs.form == pair_form::turned && !first_level_cache_is_small()) return false;
     if (r4 == 0 && p->shares_stages) return false;
     return r4 != 0 || r3 == 0 || p->in != p->out;
 }
@@ -110,17 +111,20 @@ const paired_stages *paired_stages_of(const plan *p) {
 int solve_paired(plan *p, const paired_stages *pairs) {
     const auto &[r1, r2, r3, r4] = pairs->radices;
     const int count = r4 ? 4 : r3 ? 3 : 2;
-    const int64_t padded = count < 4 ? 0 : pairs->turned ? r3 * r4 : r1 * r2;
+    const bool turned = pairs->form == pair_form::turned;
+    const bool mirrored = pairs->form == pair_form::mirrored;
+    const int64_t padded = count < 4 || mirrored ? 0 : turned ? r3 * r4 : r1 * r2;
     p->work_bytes = static_cast<uint64_t>(pairs->n + padded * pair_padding) * complex_bytes;
-    int64_t entries = 0, L = r1;
-    for (int s = 1; s < count - 1 && pairs->turned; L *= pairs->radices[s++])
+    int64_t entries = mirrored ? (r1 * r2 / 2 + 1) * (r3 - 1 + r3 * (r4 - 1)) : 0, L = r1;
+    for (int s = 1; s < count - 1 && turned; L *= pairs->radices[s++])
         entries += 2 * L * (pairs->radices[s] - 1);
-    scalar *lanes = build_stages(p, pairs->radices, count, entries);
-    if (!lanes) return -1;
+    scalar *table = build_stages(p, pairs->radices, count, entries);
+    if (!table) return -1;
     if (entries) {
         stage *stages = stages_of(p->aux).stages;
-        stages[0].twiddles = lanes;
-        for (int s = 1; s < count - 1; ++s) lanes = fill_lanes(lanes, stages[s]);
+        stages[0].twiddles = table;
+        if (mirrored) fill_mirrored(table, stages[2], stages[3]);
+        for (int s = 1; s < count - 1 && turned; ++s) table = fill_lanes(table, stages[s]);
     }
     const bookkeeping b = {pairs};
     memcpy(p->solver_words, &b, sizeof b);
@@ -135,7 +139,7 @@ int solve_paired(plan *p, const paired_stages *pairs) {
     } else {
         p->execute_fn = execute_1d_paired;
         p->execute_name = "execute_1d_paired";
-        p->form = pairs->turned ? plan_form::turned_stages : plan_form::paired_stages;
+        p->form = turned ? plan_form::turned_stages : plan_form::paired_stages;
     }
     return 0;
 }

@@ -184,6 +184,19 @@ scalar *fill_lanes(scalar *table, const stage &d) {
     return table;
 }
 
+void fill_mirrored(scalar *table, const stage &third, const stage &last) {
+    const int64_t L = third.L, columns = L / 2 + 1, entries = columns * (third.r - 1);
+    const int64_t step = doubled_rows(active_table(), last.r, last.L) ? 4 : 2;
+    memcpy(table, third.twiddles, static_cast<size_t>(entries * complex_bytes));
+    table += 2 * entries;
+    for (int64_t k = 0; k < columns; ++k)
+        for (int64_t p = 0; p < third.r; ++p) {
+            const scalar *w = last.twiddles + step * (k + p * L) * (last.r - 1);
+            for (int64_t q = 1; q < last.r; ++q, table += 2, w += step)
+                memcpy(table, w, complex_bytes);
+        }
+}
+
 void alternate_rows(scalar *table, int64_t r, int64_t L, int64_t lanes) {
     if (lanes == 1) return;
     const bool plain = has_plain_groups(lanes, r, L);

@@ -51,6 +51,11 @@ int32_t plan_solve_in_stages(plan *p);
 // number is a multiple of the lanes: twice as many complex numbers. Returns what is behind them.
 scalar *fill_lanes(scalar *table, const stage &d);
 
+// Writes the factors of the last two of four stages for half of the L columns of the third one's
+// matrix and one more: those of the third stage, then column by column those of the rows
+// k + p*L of the last one. Single lanes; (L/2 + 1)*(r - 1 + r*(r_last - 1)) numbers.
+void fill_mirrored(scalar *table, const stage &third, const stage &last);
+
 // Puts the rows of a last stage's twiddle table, radix r, into the order that split_last takes: of
 // each 2*lanes rows the even ones in one group, the odd ones in the next.
 void alternate_rows(scalar *table, int64_t r, int64_t L, int64_t lanes);

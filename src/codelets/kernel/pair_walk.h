@@ -13,7 +13,7 @@ constexpr int64_t columns_at_once = 8;
 
 // The butterflies of the first stage that a few columns of the second one's matrix come from, with
 // the results in the order of that matrix.
-template <int R1, int R2, int S, int64_t columns>
+template <int R1, int R2, int S, int64_t columns = columns_at_once>
 LYR_INLINE void first_of_columns(int64_t m, const scalar *in, scalar *block) {
     for (int64_t j = 0; j < R2; ++j) {
         stream<R1> from(in + 2 * j * m, R2 * m);
@@ -284,7 +284,7 @@ constexpr paired_stages make_pairs() {
             {R1, R2, R3, R4},
             {paired_columns<R1, R2, -1>, paired_columns<R1, R2, +1>},
             {paired_rows<R3, R4, -1>, paired_rows<R3, R4, +1>},
-            false};
+            pair_form::rows};
 }
 
 // Columns1 is how many columns turned_columns takes at a time.
@@ -294,7 +294,7 @@ constexpr paired_stages make_turned() {
             {R1, R2, R3, R4},
             {turned_columns<R1, R2, -1, Columns1>, turned_columns<R1, R2, +1, Columns1>},
             {turned_rows<R3, R4, -1>, turned_rows<R3, R4, +1>},
-            true};
+            pair_form::turned};
 }
 
 template <int R1, int R2>
@@ -303,7 +303,7 @@ constexpr paired_stages make_turned() {
             {R1, R2, 0, 0},
             {turned_first<R1, R2, -1>, turned_first<R1, R2, +1>},
             {turned_last<R1, R2, -1>, turned_last<R1, R2, +1>},
-            true};
+            pair_form::turned};
 }
 
 template <int R1, int R2, int R3>
@@ -312,7 +312,7 @@ constexpr paired_stages make_turned() {
             {R1, R2, R3, 0},
             {turned_first<R1, R2 * R3, -1>, turned_first<R1, R2 * R3, +1>},
             {turned_later<R1, R2, R3, -1>, turned_later<R1, R2, R3, +1>},
-            true};
+            pair_form::turned};
 }
 
 }  // namespace

@@ -1,0 +1,32 @@
+// Products by the conjugates of twiddle factors, for the target that has them as quickly as others:
+// with the complex-number instructions of Armv8.3-A. Not in the contract, as few walks need them.
+#pragma once
+
+#include LYR_ISA_HEADER
+
+namespace lyr::LYR_ISA {
+namespace {
+
+#if defined(__ARM_FEATURE_COMPLEX) && !defined(LYRA_SINGLE)
+// fcmla #270 adds (-i * Im n) * m.
+LYR_INLINE vec1 cmul_conj(vec1 a, twiddle w) {
+    return {vcmlaq_rot270_f64(vmulq_laneq_f64(a.v, w.v, 0), w.v, a.v)};
+}
+// Two neighbouring factors in one instruction, the numbers `Bytes` behind p.
+template <int Bytes>
+LYR_INLINE void load_factors(const double *p, twiddle &a, twiddle &b) {
+    vec1 x, y;
+    vec1::load_two<Bytes>(p, x, y);
+    a = twiddle::of(x.v);
+    b = twiddle::of(y.v);
+}
+#endif
+
+template <class V>
+concept multiplies_by_conjugates = requires(V a, typename V::tw w, const scalar *p) {
+    {cmul_conj(a, w)};
+    load_factors<0>(p, w, w);
+};
+
+}  // namespace
+}  // namespace lyr::LYR_ISA
