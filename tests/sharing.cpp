@@ -206,7 +206,6 @@ TEST(sharing, every_executor) {
                              "execute_1d_two_stages",
                              "execute_bufferization_walk",
                              "execute_c2c_1d_large",
-                             "execute_c2c_1d_large_by_output",
                              "execute_c2r_direct",
                              "execute_c2r_direct_unit",
                              "execute_c2r_many",
@@ -263,9 +262,7 @@ TEST(sharing, every_executor) {
         // targets store past caches.
         const bool of_several = name == std::string("execute_many_far_units") ||
                                 name == std::string("execute_many_post_transpose_copied");
-        const bool by_output = name == std::string("execute_c2c_1d_large_by_output");
-        const bool needed = by_output    ? 2 * lyr::active_table()->lanes == lyr::line_complex
-                            : of_several ? lyr::active_table()->lanes > 1
+        const bool needed = of_several ? lyr::active_table()->lanes > 1
                             : name == std::string("execute_many_past")
                                 ? lyr::far_batch_for(16) != nullptr
                                 : true;

@@ -14,18 +14,12 @@ namespace lyr {
 
 namespace {
 
+// The matrix between the passes lies in the output where no memory was asked for.
 void execute_c2c_1d_large(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     const plan *columns = &p->children[0], *rows = &p->children[1];
-    scalar *below = scratch_below(p, scratch);
-    columns->execute_fn(columns, in, scratch, below);
-    rows->execute_fn(rows, scratch, out, below);
-}
-
-// The matrix lies transposed in the output.
-void execute_c2c_1d_large_by_output(const plan *p, scalar *in, scalar *out, scalar *scratch) {
-    const plan *columns = &p->children[0], *rows = &p->children[1];
-    columns->execute_fn(columns, in, out, scratch);
-    rows->execute_fn(rows, out, out, scratch);
+    scalar *matrix = p->work_bytes ? scratch : out, *below = scratch_below(p, scratch);
+    columns->execute_fn(columns, in, matrix, below);
+    rows->execute_fn(rows, matrix, out, below);
 }
 
 plan *make_child(plan *child, const plan *p) {
@@ -216,8 +210,8 @@ rotation rotation_of_slab(const rotation_table *table, int64_t n1, int64_t colum
 
 int build_four_step(plan *p, int64_t n1, int64_t n2) {
     const bool by_output = is_by_output(p);
-    p->execute_fn = by_output ? execute_c2c_1d_large_by_output : execute_c2c_1d_large;
-    p->execute_name = by_output ? "execute_c2c_1d_large_by_output" : "execute_c2c_1d_large";
+    p->execute_fn = execute_c2c_1d_large;
+    p->execute_name = "execute_c2c_1d_large";
     p->nchildren = 2;
     p->children = plan_alloc_children(2);
     if (!p->children) return -1;
