@@ -1,6 +1,7 @@
 #include "dft/four_step.h"
 
 #include <cstdlib>
+#include <cstring>
 #include <numeric>
 
 #include "api/memory.h"
@@ -14,10 +15,17 @@ namespace lyr {
 
 namespace {
 
-// The matrix between the passes lies in the output where no memory was asked for.
 void execute_c2c_1d_large(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     const plan *columns = &p->children[0], *rows = &p->children[1];
-    scalar *matrix = p->work_bytes ? scratch : out, *below = scratch_below(p, scratch);
+    scalar *matrix = scratch, *below = scratch_below(p, scratch);
+    if (columns->howmany_dims[0].os != 1) {  // transposed in the output
+        matrix = out;
+        // A parent may run in place what was not planned so.
+        if (in == out) {
+            memcpy(scratch, in, static_cast<size_t>(p->dims[0].n * complex_bytes));
+            in = scratch;
+        }
+    }
     columns->execute_fn(columns, in, matrix, below);
     rows->execute_fn(rows, matrix, out, below);
 }
@@ -216,7 +224,7 @@ int build_four_step(plan *p, int64_t n1, int64_t n2) {
     p->children = plan_alloc_children(2);
     if (!p->children) return -1;
     const int64_t row = padded_row(n2);
-    p->work_bytes = by_output ? 0 : static_cast<uint64_t>(n1 * row) * complex_bytes;
+    p->work_bytes = static_cast<uint64_t>(n1 * (by_output ? n2 : row)) * complex_bytes;
     if (!(by_output ? build_turns_of_rows(p, n1, n2) : build_rotation(p, n1, n2))) return -1;
 
     plan *columns = make_child(&p->children[0], p), *rows = make_child(&p->children[1], p);
