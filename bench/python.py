@@ -7,7 +7,8 @@ times    one thread, on a processor that does nothing else: appends to the file 
          each problem with the median times in microseconds, ours and SciPy's, taken by turns in one
          process
 threads  the same for two workers next to one, both ours, on two such processors
-page     writes the plot, and the table of docs/python.md, from FIGURES
+page     writes the plot, and the table of docs/python.md, from FIGURES; of a problem that was
+         measured several times, the run with the median ratio
 """
 
 import re
@@ -111,7 +112,12 @@ def geometric_mean(numbers):
 
 def write_page(figures):
     facts, *rows = Path(figures).read_text().splitlines()
-    rows = [line.split("\t") for line in rows]
+    runs = {}
+    for line in rows:
+        row = line.split("\t")
+        runs.setdefault(tuple(row[:4]), []).append(row)
+    rows = [sorted(of_one, key=lambda row: float(row[4]) / float(row[5]))[len(of_one) // 2]
+            for of_one in runs.values()]
     found = {}
     for name, dtype, _, title, ours, theirs in rows:
         found.setdefault((name, title, dtype), []).append(float(ours) / float(theirs))
