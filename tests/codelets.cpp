@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <bit>
 #include <cmath>
+#include <complex>
 #include <cstring>
 #include <map>
 
@@ -710,6 +711,32 @@ TEST(codelets, pairs_of_stages) {
             }
         }
     }
+}
+
+// Rows of any length times two factors, and nothing behind them.
+TEST(codelets, rotated_rows) {
+    random_source random{23};
+    for (const codelet_table *table : all_tables())
+        for (size_t n = 0; n < 21; ++n) {
+            SCOPED_TRACE(std::to_string(n) + " with " + table->name);
+            std::vector<scalar> row(2 * n + 2), turns(2 * n), columns(2 * n);
+            for (std::vector<scalar> *numbers : {&row, &turns, &columns})
+                for (scalar &x : *numbers) x = static_cast<scalar>(2 * random.uniform());
+            const std::vector<scalar> before = row;
+            table->products.rotate(row.data(), turns.data(), columns.data(),
+                                   static_cast<int64_t>(n));
+            for (size_t k = 0; k < n; ++k) {
+                using wide_complex = std::complex<long double>;
+                const auto at = [k](const std::vector<scalar> &v) {
+                    return wide_complex(v[2 * k], v[2 * k + 1]);
+                };
+                const wide_complex error = wide_complex(row[2 * k], row[2 * k + 1]) -
+                                           at(before) * at(turns) * (at(columns) + 1.0L);
+                EXPECT_LT(std::abs(error), 16 * roundoff) << k;
+            }
+            EXPECT_TRUE(std::equal(row.begin() + 2 * static_cast<long>(n), row.end(),
+                                   before.begin() + 2 * static_cast<long>(n)));
+        }
 }
 
 // Whether streams overflow the ways of a cache, next to counting lines in sets.
