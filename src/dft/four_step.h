@@ -3,8 +3,8 @@
 // four-step method: Gentleman and Sande, 1966; Bailey, 1990). Between the passes the matrix lies in
 // scratch memory, rows padded, or transposed in the output.
 //
-// Child 0 is the first pass, a rotated batch; child 1 the second, a batch with transposed output, or
-// the columns of the output.
+// Child 0 is the first pass, a rotated batch; child 1 the second, a batch with transposed output,
+// or the columns of the output.
 #pragma once
 
 #include "codelets/select.h"

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <type_traits>
 
 #include "api/memory.h"
 
@@ -62,8 +63,8 @@ inline void read_root(const root_source *source, int64_t u, number *out) {
 }
 
 using pair __attribute__((vector_size(complex_bytes), aligned(scalar_bytes))) = scalar;
-using pair_bits __attribute__((vector_size(complex_bytes))) =
-    std::conditional_t<sizeof(scalar) == sizeof(double), uint64_t, uint32_t>;
+using number_bits = std::conditional_t<sizeof(scalar) == sizeof(double), uint64_t, uint32_t>;
+using pair_bits __attribute__((vector_size(complex_bytes), aligned(scalar_bytes))) = number_bits;
 
 // Reflects an octant of roots, W(u, N) for u = 0..N/8, into the three behind it. N is a multiple of
 // 8.
@@ -82,11 +83,11 @@ void reflect_octant(const double *octant, int64_t N, scalar *half_turn) {
 
 // W(u, N), 0 <= u < N, from those of the first half turn.
 inline void read_half_turn(const scalar *half_turn, int64_t N, int64_t u, scalar *out) {
-    constexpr pair_bits sign = std::bit_cast<pair_bits>(pair{scalar{-0.0}, scalar{-0.0}});
     const bool beyond = u >= N / 2;
-    const pair *root = reinterpret_cast<const pair *>(half_turn) + (beyond ? u - N / 2 : u);
-    const pair_bits flipped = std::bit_cast<pair_bits>(*root) ^ (beyond ? sign : pair_bits{});
-    *reinterpret_cast<pair *>(out) = std::bit_cast<pair>(flipped) + pair{};  // no negative zeros
+    const number_bits sign = number_bits{beyond} << (8 * scalar_bytes - 1);
+    const pair root = reinterpret_cast<const pair *>(half_turn)[beyond ? u - N / 2 : u];
+    const pair_bits turned = reinterpret_cast<pair_bits>(root) ^ pair_bits { sign, sign };
+    *reinterpret_cast<pair *>(out) = reinterpret_cast<pair>(turned) + pair{};  // no negative zeros
 }
 
 }  // namespace
