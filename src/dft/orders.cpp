@@ -22,7 +22,7 @@ float vectors(int32_t count, int32_t lanes) {
     const auto rest = static_cast<uint32_t>(count & (lanes - 1));
     const int shift = std::countr_zero(static_cast<uint32_t>(lanes));
     const auto full = static_cast<float>(count >> shift);
-    if (rest == 3 && lanes == 4 && 2 * lanes == line_complex) return full + 1.5F;
+    if (rest == 3 && lanes == 4 && lanes == line_complex / 2) return full + 1.5F;
     return full + static_cast<float>(std::popcount(rest));
 }
 
