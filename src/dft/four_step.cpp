@@ -133,36 +133,6 @@ void fill_turns(scalar *table, const rotation_shape &shape) {
 
 namespace {
 
-// What the first pass into rows of the output multiplies by: `together` rows of n1 factors less 1,
-// for the column that is the number of the row, and n1 factors for every column that is a multiple
-// of `together`.
-bool build_turns_of_rows(plan *p, int64_t n1, int64_t n2) {
-    constexpr int64_t together = 16, header = 64;
-    const int64_t n = n1 * n2, sign = p->sign == -1 ? -1 : +1;
-    const int64_t slabs = (n2 + together - 1) / together;
-    p->aux_bytes = static_cast<uint64_t>(header + (together + slabs) * n1 * complex_bytes);
-    p->aux = aligned_alloc_any(p->aux_bytes);
-    if (!p->aux) return false;
-    p->aux_owned = 1;
-    scalar *columns = advance(static_cast<scalar *>(p->aux), header);
-    scalar *at_slabs = columns + 2 * together * n1;
-    *static_cast<rotation_table *>(p->aux) = {together, columns, at_slabs};
-
-    small_turns small;
-    if (!make_small_turns(&small, n1 * together, n, sign)) return false;
-    for (int64_t i = 0; i < together; ++i)
-        for (int64_t k = 0; k < n1; ++k) small.read(i * k, columns + 2 * (i * n1 + k));
-    free(small.fine);
-
-    const int64_t common = std::gcd(n, together), step = together / common;
-    root_source roots;
-    root_source_init(&roots, n / common, slabs * n1);
-    for (int64_t s = 0; s < slabs; ++s)
-        fill_roots(at_slabs + 2 * s * n1, 1, &roots, 0, s * step, n1, sign);
-    root_source_release(&roots);
-    return true;
-}
-
 // Whether the matrix between the passes lies in the output. Vectors of half a line gain more by a
 // third array less in the caches than they lose by a pass over each row for its factors. Measured.
 bool is_by_output(const plan *p) {
@@ -174,13 +144,18 @@ bool is_by_output(const plan *p) {
 
 bool build_rotation(plan *p, int64_t n1, int64_t n2) {
     int64_t radices[max_factors];
-    const int64_t lanes = active_table()->lanes;
-    const int count = pass_radices(n1, lanes, radices);
-    const int64_t together = pass_width(n1, count, lanes), n = n1 * n2;
-    const int64_t slabs = (n2 + together - 1) / together;
-    const rotation_shape shape = {
-        n1, n2, p->sign == -1 ? -1 : +1, radices[count - 1], lanes, together, slabs};
-    const bool two_levels = has_two_levels(n, lanes);
+    const int64_t n = n1 * n2, sign = p->sign == -1 ? -1 : +1;
+    rotation_shape shape = {n1, n2, sign, n1, 1, 16, 0};  // rows of the output, one after another
+    const bool by_output = is_by_output(p);
+    if (!by_output) {
+        shape.lanes = active_table()->lanes;
+        const int count = pass_radices(n1, shape.lanes, radices);
+        shape.r = radices[count - 1];
+        shape.together = pass_width(n1, count, shape.lanes);
+    }
+    const int64_t together = shape.together, slabs = (n2 + together - 1) / together;
+    shape.slabs = slabs;
+    const bool two_levels = by_output || has_two_levels(n, shape.lanes);
     const int64_t tables = two_levels ? 1 : slabs, turns = two_levels ? slabs * n1 : 0;
     constexpr int64_t header = 64;
     p->aux_bytes = static_cast<uint64_t>(header + (tables * n1 * together + turns) * complex_bytes);
@@ -225,7 +200,7 @@ int build_four_step(plan *p, int64_t n1, int64_t n2) {
     if (!p->children) return -1;
     const int64_t row = padded_row(n2);
     p->work_bytes = static_cast<uint64_t>(n1 * (by_output ? n2 : row)) * complex_bytes;
-    if (!(by_output ? build_turns_of_rows(p, n1, n2) : build_rotation(p, n1, n2))) return -1;
+    if (!build_rotation(p, n1, n2)) return -1;
 
     plan *columns = make_child(&p->children[0], p), *rows = make_child(&p->children[1], p);
     columns->kind = kind_rotated_batch;
