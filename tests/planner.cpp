@@ -282,9 +282,6 @@ TEST(choice, solvers_and_executors) {
          "solve_problem_dft_many/execute_many(" STAGES "))"},
         {"ocf16*4096", "solve_problem_dft_many/execute_many(" UNIT ")",
          "solve_problem_dft_many/execute_many_direct(" DIRECT ")"},
-        {is_double ? "ocf16*4097" : "ocf16*8193",
-         "solve_problem_dft_many/execute_many_far_units(" UNIT ")",
-         "solve_problem_dft_many/execute_many_direct(" DIRECT ")"},
         {is_double ? "ocf1000*66" : "ocf1000*132",
          "solve_problem_dft_many/execute_many_far(" STAGES ")"},
         {is_double ? "icf1000*525" : "icf1000*1049",
@@ -630,6 +627,40 @@ TEST(choice, turned_stages) {
             EXPECT_STREQ(leaf->execute_name, name) << problem;
         }
     }
+}
+
+// What calls for the lines of later transforms, by vectors and caches.
+TEST(choice, batches_that_stream) {
+    const with_caches sizes(lyr::usual_caches);
+    for (const lyr::codelet_table *table : all_tables())
+        for (const bool small : {false, true}) {
+            const with_table active(table);
+            const with_first_level_cache cache(small);
+            const bool half_lines = 2 * table->lanes == lyr::line_complex;
+            const bool turns = small && is_double && table->lanes == 2;
+            const struct {
+                const char *problem, *name;
+            } examples[] = {
+                {is_double ? "ocf16*4097" : "ocf16*8193", table->lanes == 1 ? "execute_many_direct"
+                                                          : half_lines      ? "execute_many"
+                                                                       : "execute_many_far_units"},
+                {"ocf256*128", "execute_many"},
+                {is_double ? "ocf256*129" : "ocf256*257",
+                 turns ? "execute_many_ahead" : "execute_many"},
+                {"icf256*257", turns       ? "execute_many_ahead"
+                               : is_double ? "execute_many_far"
+                                           : "execute_many"},
+                {is_double ? "ocf1000*70" : "ocf1000*140",
+                 turns ? "execute_many_ahead" : "execute_many_far"},
+                {is_double ? "ocf1000*525" : "ocf1000*1049", "execute_many_copied"},
+            };
+            for (const auto &[problem, name] : examples) {
+                const lyr_tools::problem p = problem_of(problem);
+                const lyr_tools::buffers b = buffers_of(p);
+                const plan_holder holder(make_plan(p, b));
+                EXPECT_STREQ(holder.plan->execute_name, name) << problem << ' ' << table->name;
+            }
+        }
 }
 
 TEST(choice, plans_as_text) {

@@ -226,10 +226,9 @@ TEST(random_problems, first_level_caches) {
     }
 }
 
-// Turned stages give the bits of the same stages one by one, which batches past the caches run.
-TEST(random_problems, turned_batches) {
-    const with_first_level_cache cache(true);
-    const with_caches sizes({1 << 16, 1 << 18});
+// Turned stages give the bits of the same stages one by one, which batches past the last cache run,
+// also when they call for the next transform's lines.
+void check_turned_batches(int sign) {
     for (const lyr::codelet_table *table : all_tables()) {
         const with_table active(table);
         for (const lyr::paired_stages &pairs : table->paired->lengths) {
@@ -241,9 +240,9 @@ TEST(random_problems, turned_batches) {
             for (scalar &x : in) x = static_cast<scalar>(random.uniform());
             const plan_holder many(lyr_fft_plan_many_dft(1, &n, count, complexes(in.data()),
                                                          nullptr, 1, n, complexes(all.data()),
-                                                         nullptr, 1, n, -1, LYR_FFT_ESTIMATE));
+                                                         nullptr, 1, n, sign, LYR_FFT_ESTIMATE));
             const plan_holder single(lyr_fft_plan_dft_1d(
-                n, complexes(in.data()), complexes(one.data()), -1, LYR_FFT_ESTIMATE));
+                n, complexes(in.data()), complexes(one.data()), sign, LYR_FFT_ESTIMATE));
             lyr_fft_execute(many.plan);
             for (const int i : {0, count / 2, count - 1}) {
                 const ptrdiff_t at = ptrdiff_t{2} * n * i;
@@ -251,6 +250,14 @@ TEST(random_problems, turned_batches) {
                 EXPECT_TRUE(std::equal(one.begin(), one.end(), all.begin() + at)) << n;
             }
         }
+    }
+}
+
+TEST(random_problems, turned_batches) {
+    const with_first_level_cache cache(true);
+    for (const int64_t last : {1 << 18, 1 << 23}) {
+        const with_caches sizes({1 << 16, last});
+        for (const int sign : {-1, +1}) check_turned_batches(sign);
     }
 }
 

@@ -73,6 +73,7 @@ constexpr const char *shared_problems[] = {"ocf1*5",
                                            "ocf16*8400",
                                            "ocf1000*40",
                                            "ocf1000*140",
+                                           "ocf256*60",
                                            "ocf64*3*5i",
                                            "ocb30x64",
                                            "icf8x60x10",
@@ -223,6 +224,7 @@ TEST(sharing, every_executor) {
                              "execute_indirect_before",
                              "execute_inplace_buffered",
                              "execute_many",
+                             "execute_many_ahead",
                              "execute_many_copied",
                              "execute_many_direct",
                              "execute_many_far",
@@ -260,9 +262,13 @@ TEST(sharing, every_executor) {
                              "execute_type4_odd"}) {
         // Vectors of one number transform nothing in registers, and lie in as many lines; not all
         // targets store past caches.
-        const bool of_several = name == std::string("execute_many_far_units") ||
-                                name == std::string("execute_many_post_transpose_copied");
-        const bool needed = of_several ? lyr::active_table()->lanes > 1
+        const int64_t lanes = lyr::active_table()->lanes;
+        const bool needed = name == std::string("execute_many_post_transpose_copied") ? lanes > 1
+                            : name == std::string("execute_many_far_units")
+                                ? lanes > 1 && 2 * lanes != lyr::line_complex
+                            : name == std::string("execute_many_ahead")
+                                ? lanes == 2 && sizeof(lyr::scalar) == sizeof(double) &&
+                                      lyr::first_level_cache_is_small()
                             : name == std::string("execute_many_past")
                                 ? lyr::far_batch_for(16) != nullptr
                                 : true;

@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "codelets/select.h"
+#include "codelets/stage_pairs.h"
 #include "dft/stages.h"
 #include "planner/cache_sizes.h"
 #include "planner/places.h"
@@ -54,6 +55,12 @@ bool is_far(const plan *p) {
     return h > smallest_cache / bytes && h > caches().second / bytes;
 }
 
+// Whether the second-level cache cannot keep both arrays.
+bool exceeds_second_cache(const plan *p) {
+    const int64_t arrays = p->in == p->out ? 1 : 2;
+    return p->howmany_dims[0].n > caches().second / (arrays * p->dims[0].n * complex_bytes);
+}
+
 enum class access { read, write };
 
 template <access Access>
@@ -100,6 +107,23 @@ void execute_many_far_units(const plan *p, scalar *in, scalar *out, scalar *scra
         call_for<access::read>(advance(in, ahead * in_step), bytes);
         if (in != out) call_for<access::write>(advance(out, ahead * out_step), bytes);
         run(child, in, out, scratch);
+        in = advance(in, in_step);
+        out = advance(out, out_step);
+    }
+}
+
+// The same for turned stages, of which the last pass calls for lines as it goes.
+void execute_many_ahead(const plan *p, scalar *in, scalar *out, scalar *scratch) {
+    const paired_stages *pairs = pairs_of(p->children);
+    const auto [count, stages, table] = slab_stages_of(p->children);
+    const int backward = p->sign != -1;
+    const int64_t in_step = p->howmany_dims[0].is * complex_bytes,
+                  out_step = p->howmany_dims[0].os * complex_bytes;
+    for (int64_t i = 0; i < p->howmany_dims[0].n; ++i) {
+        scalar *const matrix = count == 2 || in == out ? scratch : out;
+        const next_arrays next = {advance(in, in_step), advance(out, out_step)};
+        pairs->columns[backward](stages, in, matrix);
+        pairs->rows_ahead[backward](stages, matrix, out, next);
         in = advance(in, in_step);
         out = advance(out, out_step);
     }
@@ -160,6 +184,12 @@ bool keeps_pairs(const plan *p) {
            !passes_last_cache(p);
 }
 
+// Vectors of half a line take so long over a transform that processors foresee the next one.
+// Measured.
+bool calls_for_units() {
+    return 2 * active_table()->lanes != line_complex;
+}
+
 // Copies of less than a page cost more than what they gain. Measured.
 bool is_better_copied(const plan *p) {
     constexpr int64_t page = 4096;
@@ -187,7 +217,7 @@ void choose_executor(plan *p) {
         p->execute_fn = execute_many_dense;
         p->execute_name = "execute_many_dense";
     } else if ((unit && (n > longest_across_batch || !codelets)) || keeps_pairs(p)) {
-        if (is_far(p)) {
+        if (is_far(p) && calls_for_units()) {
             p->execute_fn = execute_many_far_units;
             p->execute_name = "execute_many_far_units";
         }
@@ -197,6 +227,9 @@ void choose_executor(plan *p) {
         memcpy(p->solver_words, &codelet, sizeof codelet);
         p->execute_fn = execute_many_direct;
         p->execute_name = "execute_many_direct";
+    } else if (pairs_of(child) && exceeds_second_cache(p) && !passes_last_cache(p)) {
+        p->execute_fn = execute_many_ahead;
+        p->execute_name = "execute_many_ahead";
     } else if (unit_strides(p) && is_far(p)) {
         const auto [count, stages, table] = slab_stages_of(child);
         if (count == 0) return;

@@ -24,6 +24,12 @@ enum class pair_form {
     mirrored,
 };
 
+// Where the next transform of a batch lies.
+struct next_arrays {
+    const scalar *in;
+    scalar *out;
+};
+
 // Radices r1..r4 of a length of four stages (d: the first of them); those that a turned length of
 // fewer stages does not have are 0.
 struct paired_stages {
@@ -33,6 +39,9 @@ struct paired_stages {
     void (*columns[2])(const stage *d, const scalar *in, scalar *matrix);
     void (*rows[2])(const stage *d, const scalar *matrix, scalar *out);
     pair_form form;
+    // As rows, while the lines of the next transform are called for; null for four stages.
+    void (*rows_ahead[2])(const stage *d, const scalar *matrix, scalar *out,
+                          const next_arrays &next) = {};
 };
 inline constexpr int64_t pair_padding = 8;
 

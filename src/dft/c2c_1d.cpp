@@ -131,11 +131,11 @@ int solve_paired(plan *p, const paired_stages *pairs) {
     if (count == 2) {
         p->execute_fn = execute_1d_turned_two;
         p->execute_name = "execute_1d_turned_two";
-        p->form = plan_form::two_stages;
+        p->form = plan_form::turned_two;
     } else if (count == 3) {
         p->execute_fn = execute_1d_turned_three;
         p->execute_name = "execute_1d_turned_three";
-        p->form = plan_form::stages;
+        p->form = plan_form::turned_three;
     } else {
         p->execute_fn = execute_1d_paired;
         p->execute_name = "execute_1d_paired";
@@ -157,6 +157,13 @@ int64_t two_pass_split(int64_t n, int64_t first_radix) {
 }
 
 }  // namespace
+
+const paired_stages *pairs_of(const plan *p) {
+    if (p->form != plan_form::turned_two && p->form != plan_form::turned_three) return nullptr;
+    bookkeeping b;
+    memcpy(&b, p->solver_words, sizeof b);
+    return b.pairs;
+}
 
 int solve_problem_c2c_1d(plan *p) {
     if (p->split == 1) return -1;

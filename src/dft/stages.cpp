@@ -216,11 +216,11 @@ void alternate_rows(scalar *table, int64_t r, int64_t L, int64_t lanes) {
 
 slab_stages slab_stages_of(const plan *p) {
     slab_stages list = {0, nullptr, active_table()};
-    if (p->form == plan_form::two_stages) {
+    if (p->form == plan_form::two_stages || p->form == plan_form::turned_two) {
         list.count = 2;
         list.stages = two_stages_of(p->aux);
     } else if (p->form == plan_form::stages || p->form == plan_form::paired_stages ||
-               p->form == plan_form::turned_stages) {
+               p->form == plan_form::turned_stages || p->form == plan_form::turned_three) {
         list.count = stages_of(p->aux).count;
         list.stages = stages_of(p->aux).stages;
     }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "codelets/select.h"
+#include "codelets/stage_pairs.h"
 #include "dft/factorize.h"
 
 namespace lyr {
@@ -42,6 +43,9 @@ struct slab_stages {
     const codelet_table *table;
 };
 slab_stages slab_stages_of(const plan *p);
+
+// How a plan of two or three turned stages runs them; null for all others.
+const paired_stages *pairs_of(const plan *p);
 
 // As plan_solve, for a child whose stages are wanted: also where a shorter way than by stages
 // exists for one transform.

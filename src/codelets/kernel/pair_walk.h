@@ -222,13 +222,38 @@ void turned_first(const stage *, const scalar *in, scalar *matrix) {
         turn_columns<vec, R1, S, 1>(in + 2 * (m - 1), m, matrix + 2 * (m - 1) * R1);
 }
 
+// Calls for a few lines of the next transform with each butterfly of this one: a processor leaves
+// out what does not fit into its queue when a transform's lines are all called for at once.
+template <int64_t Numbers, int64_t Butterflies>
+struct calls_ahead {
+    static constexpr int64_t lines = (Numbers + line_complex - 1) / line_complex;
+    static constexpr int64_t at_once = (lines + Butterflies - 1) / Butterflies;
+    const scalar *in;
+    const scalar *out;
+
+    explicit calls_ahead(const next_arrays &next) : in(next.in), out(next.out) {}
+    LYR_INLINE void operator()() {
+        unroll<at_once>(LYR_LAMBDA(auto i) {
+            __builtin_prefetch(in + 2 * line_complex * i);
+            __builtin_prefetch(out + 2 * line_complex * i, 1);
+        });
+        in += 2 * line_complex * at_once;
+        out += 2 * line_complex * at_once;
+    }
+};
+
+struct no_calls {
+    LYR_INLINE void operator()() {}
+};
+
 // The second of two stages for that matrix, lanes along its columns.
-template <int R1, int R2, int S>
-void turned_last(const stage *d, const scalar *matrix, scalar *out) {
+template <int R1, int R2, int S, class Calls>
+LYR_INLINE void last_of_turned(const stage *d, const scalar *matrix, scalar *out, Calls call) {
     constexpr lane_order groups = lane_order::ready;
     static_assert(!has_plain_groups(vec::lanes, R2, R1));
     const scalar *twiddles = d[1].twiddles;
     for (int64_t k = 0; k < R1; k += vec::lanes) {
+        call();
         vec x[R2];
         unroll<R2>(LYR_LAMBDA(auto q) {
             x[q] = vec::load(matrix + 2 * (q * R1 + k));
@@ -240,10 +265,21 @@ void turned_last(const stage *d, const scalar *matrix, scalar *out) {
     }
 }
 
+template <int R1, int R2, int S>
+void turned_last(const stage *d, const scalar *matrix, scalar *out) {
+    last_of_turned<R1, R2, S>(d, matrix, out, no_calls{});
+}
+
+template <int R1, int R2, int S>
+void turned_last_ahead(const stage *d, const scalar *matrix, scalar *out, const next_arrays &next) {
+    constexpr int64_t butterflies = R1 / vec::lanes;
+    last_of_turned<R1, R2, S>(d, matrix, out, calls_ahead<R1 * R2, butterflies>(next));
+}
+
 // The other two of three stages for that matrix, which may be the output itself: for two of its
 // columns at a time, whose places take the results; lanes run along these.
-template <int R1, int R2, int R3, int S>
-void turned_later(const stage *d, const scalar *matrix, scalar *out) {
+template <int R1, int R2, int R3, int S, class Calls>
+LYR_INLINE void later_of_turned(const stage *d, const scalar *matrix, scalar *out, Calls call) {
     constexpr lane_order groups = lane_order::ready;
     static_assert(!has_plain_groups(vec::lanes, R3, R1 * R2));
     alignas(64) scalar block[2 * vec::lanes * R2 * R3];
@@ -253,6 +289,7 @@ void turned_later(const stage *d, const scalar *matrix, scalar *out) {
             const scalar *from = matrix + 2 * (j * R1 + k);
             scalar *to = block + 2 * vec::lanes * j;
             __asm__("" : "+r"(factors));  // no hoisting to the stack
+            call();
             vec x[R2];
             unroll<R2>(LYR_LAMBDA(auto q) {
                 x[q] = vec::load(from + 2 * q * R1 * R3);
@@ -267,6 +304,7 @@ void turned_later(const stage *d, const scalar *matrix, scalar *out) {
             const scalar *from = block + 2 * vec::lanes * i * R3;
             const scalar *twiddles =
                 d[2].twiddles + first / vec::lanes * lane_twiddle_numbers<R3, vec, groups>;
+            call();
             vec x[R3];
             unroll<R3>(LYR_LAMBDA(auto q) {
                 x[q] = vec::load(from + 2 * vec::lanes * q);
@@ -276,6 +314,18 @@ void turned_later(const stage *d, const scalar *matrix, scalar *out) {
             unroll<R3>(LYR_LAMBDA(auto p) { x[p].store(out + 2 * (first + p * R1 * R2)); });
         }
     }
+}
+
+template <int R1, int R2, int R3, int S>
+void turned_later(const stage *d, const scalar *matrix, scalar *out) {
+    later_of_turned<R1, R2, R3, S>(d, matrix, out, no_calls{});
+}
+
+template <int R1, int R2, int R3, int S>
+void turned_later_ahead(const stage *d, const scalar *matrix, scalar *out,
+                        const next_arrays &next) {
+    constexpr int64_t butterflies = R1 / vec::lanes * (R2 + R3);
+    later_of_turned<R1, R2, R3, S>(d, matrix, out, calls_ahead<R1 * R2 * R3, butterflies>(next));
 }
 
 template <int R1, int R2, int R3, int R4>
@@ -303,7 +353,8 @@ constexpr paired_stages make_turned() {
             {R1, R2, 0, 0},
             {turned_first<R1, R2, -1>, turned_first<R1, R2, +1>},
             {turned_last<R1, R2, -1>, turned_last<R1, R2, +1>},
-            pair_form::turned};
+            pair_form::turned,
+            {turned_last_ahead<R1, R2, -1>, turned_last_ahead<R1, R2, +1>}};
 }
 
 template <int R1, int R2, int R3>
@@ -312,7 +363,8 @@ constexpr paired_stages make_turned() {
             {R1, R2, R3, 0},
             {turned_first<R1, R2 * R3, -1>, turned_first<R1, R2 * R3, +1>},
             {turned_later<R1, R2, R3, -1>, turned_later<R1, R2, R3, +1>},
-            pair_form::turned};
+            pair_form::turned,
+            {turned_later_ahead<R1, R2, R3, -1>, turned_later_ahead<R1, R2, R3, +1>}};
 }
 
 }  // namespace
