@@ -2,7 +2,9 @@
 // fuse where the compiler sees them.
 #include "codelets/r2r_pass.h"
 
-#include "codelets/simd/reals.h"
+#include LYR_ISA_HEADER
+
+#include "codelets/simd/real_vec.h"
 
 namespace lyr::LYR_ISA {
 
@@ -12,14 +14,26 @@ constexpr scalar sqrt2 = 1.41421356237309504880;
 
 template <int W>
 struct complexes {
-    reals<W> re, im;
+    real_vec<W> re, im;
+
+    LYR_INLINE static complexes load(const scalar *p) {
+        complexes x;
+        load_pairs(p, x.re, x.im);
+        return x;
+    }
+    // Those that end with the one at p, last one first.
+    LYR_INLINE static complexes load_down(const scalar *p) {
+        complexes x;
+        load_pairs_down(p, x.re, x.im);
+        return x;
+    }
 };
 
 // Factor number i of a table.
 template <int W>
 LYR_INLINE complexes<W> factor(const r2r_pass &p, int64_t table, int64_t i) {
     const scalar *re = p.twiddles + 2 * table * p.count + i;
-    return {load<W>(re), load<W>(re + p.count)};
+    return {real_vec<W>::load(re), real_vec<W>::load(re + p.count)};
 }
 
 template <int W>
@@ -30,6 +44,21 @@ LYR_INLINE complexes<W> product(complexes<W> a, complexes<W> b) {
 template <int W>
 LYR_INLINE complexes<W> back_product(complexes<W> a, complexes<W> b) {
     return {a.re * b.re + a.im * b.im, a.im * b.re - a.re * b.im};
+}
+
+// Calls body.operator()<W>(i) so that the blocks i..i+W-1 cover 0..count-1; the last two may
+// overlap, so the pass must not read what it writes.
+template <int W = 2 * vec::lanes, class function>
+LYR_INLINE void cover(int64_t count, function body) {
+    if constexpr (W > 1) {
+        if (count < W) {
+            cover<W / 2>(count, body);
+            return;
+        }
+    }
+    int64_t i = 0;
+    for (; i + W <= count; i += W) body.template operator()<W>(i);
+    if (i < count) body.template operator()<W>(count - W);
 }
 
 // ---- Where the spectrum goes and comes from -----------------------------------------------------
@@ -43,21 +72,21 @@ struct r2hc {
 
     template <int W>
     LYR_INLINE static void put_up(scalar *out, int64_t n, int64_t k, complexes<W> y) {
-        store<W>(out + k, y.re);
-        store_down<W>(out + n - k, y.im);
+        y.re.store(out + k);
+        y.im.store_down(out + n - k);
     }
     template <int W>
     LYR_INLINE static void put_down(scalar *out, int64_t n, int64_t k, complexes<W> y) {
-        store_down<W>(out + k, y.re);
-        store<W>(out + n - k, y.im);
+        y.re.store_down(out + k);
+        y.im.store(out + n - k);
     }
     template <int W>
     LYR_INLINE static complexes<W> get_up(const scalar *in, int64_t n, int64_t k) {
-        return {load<W>(in + k), load_down<W>(in + n - k)};
+        return {real_vec<W>::load(in + k), real_vec<W>::load_down(in + n - k)};
     }
     template <int W>
     LYR_INLINE static complexes<W> get_down(const scalar *in, int64_t n, int64_t k) {
-        return {load_down<W>(in + k), load<W>(in + n - k)};
+        return {real_vec<W>::load_down(in + k), real_vec<W>::load(in + n - k)};
     }
 };
 using hc2r = r2hc;
@@ -113,21 +142,21 @@ struct rodft {
 
     template <int W>
     LYR_INLINE static void put_up(scalar *out, int64_t n, int64_t k, complexes<W> y) {
-        store_down<W>(out + n - 1 - k, y.re);
-        store<W>(out + k - 1, -y.im);
+        y.re.store_down(out + n - 1 - k);
+        (-y.im).store(out + k - 1);
     }
     template <int W>
     LYR_INLINE static void put_down(scalar *out, int64_t n, int64_t k, complexes<W> y) {
-        store<W>(out + n - 1 - k, y.re);
-        store_down<W>(out + k - 1, -y.im);
+        y.re.store(out + n - 1 - k);
+        (-y.im).store_down(out + k - 1);
     }
     template <int W>
     LYR_INLINE static complexes<W> get_up(const scalar *in, int64_t n, int64_t k) {
-        return {load_down<W>(in + n - 1 - k), -load<W>(in + k - 1)};
+        return {real_vec<W>::load_down(in + n - 1 - k), -real_vec<W>::load(in + k - 1)};
     }
     template <int W>
     LYR_INLINE static complexes<W> get_down(const scalar *in, int64_t n, int64_t k) {
-        return {load<W>(in + n - 1 - k), -load_down<W>(in + k - 1)};
+        return {real_vec<W>::load(in + n - 1 - k), -real_vec<W>::load_down(in + k - 1)};
     }
 };
 
@@ -142,10 +171,11 @@ void unfold(const r2r_pass &pass, const scalar *z, scalar *out) {
     out[kind::place(n, h)] = kind::last * (z[0] - z[1]);
     cover(p.count, [&]<int W>(int64_t i) {
         const int64_t k = i + 1;
-        const real_pair<W> a = load_pairs<W>(z + 2 * k), b = load_pairs_down<W>(z + 2 * (h - k));
+        const auto a = complexes<W>::load(z + 2 * k);
+        const auto b = complexes<W>::load_down(z + 2 * (h - k));
         const complexes<W> w = factor<W>(p, 0, i);
-        const complexes<W> e = {(a.a + b.a) * kind::scale, (a.b - b.b) * kind::scale};
-        const complexes<W> g = product<W>({a.b + b.b, b.a - a.a}, w);  // -i w (a - conj b)
+        const complexes<W> e = {scale(a.re + b.re, kind::scale), scale(a.im - b.im, kind::scale)};
+        const complexes<W> g = product<W>({a.im + b.im, b.re - a.re}, w);  // -i w (a - conj b)
         complexes<W> up = {e.re + g.re, e.im + g.im};
         complexes<W> down = {e.re - g.re, g.im - e.im};
         if constexpr (kind::rotates) {
@@ -177,8 +207,8 @@ void fold(const r2r_pass &pass, const scalar *in, scalar *z) {
         const complexes<W> e = {a.re + b.re, a.im - b.im};
         // i conj(w) (a - conj b)
         const complexes<W> g = back_product<W>({-(a.im + b.im), a.re - b.re}, factor<W>(p, 0, i));
-        store_pairs<W>(z + 2 * k, e.re + g.re, e.im + g.im);
-        store_pairs_down<W>(z + 2 * (h - k), e.re - g.re, g.im - e.im);
+        store_pairs(z + 2 * k, e.re + g.re, e.im + g.im);
+        store_pairs_down(z + 2 * (h - k), e.re - g.re, g.im - e.im);
     });
 }
 
@@ -190,11 +220,10 @@ void spread(const r2r_pass &pass, const scalar *y, scalar *out) {
     const int64_t n = p.n;
     out[kind::place(n, 0)] = kind::first * y[0];
     cover(n / 2, [&]<int W>(int64_t i) {
-        const real_pair<W> pair = load_pairs<W>(y + 2 * (i + 1));
-        complexes<W> x = {pair.a, pair.b};
+        auto x = complexes<W>::load(y + 2 * (i + 1));
         if constexpr (kind::rotates) {
             x = product<W>(x, factor<W>(p, 0, i));
-            x = {x.re * 2, x.im * 2};
+            x = {scale(x.re, 2), scale(x.im, 2)};
         }
         kind::template put_up<W>(out, n, i + 1, x);
     });
@@ -209,7 +238,7 @@ void collect(const r2r_pass &pass, const scalar *in, scalar *y) {
     cover(n / 2, [&]<int W>(int64_t i) {
         complexes<W> x = kind::template get_up<W>(in, n, i + 1);
         if constexpr (kind::rotates) x = back_product<W>(x, factor<W>(p, 0, i));
-        store_pairs<W>(y + 2 * (i + 1), x.re, x.im);
+        store_pairs(y + 2 * (i + 1), x.re, x.im);
     });
 }
 
@@ -226,9 +255,9 @@ void part_mirrored(const r2r_pass &pass, const scalar *in, scalar *out) {
     const r2r_pass p = pass;  // which the stores below cannot change
     const int64_t n = p.n;
     cover(n / 2, [&]<int W>(int64_t j) {
-        const real_pair<W> x = load_pairs<W>(in + 2 * j);
-        store<W>(out + j, x.a);
-        store_down<W>(out + n - 1 - j, turned<negate_odd>(x.b));
+        const auto x = complexes<W>::load(in + 2 * j);
+        x.re.store(out + j);
+        turned<negate_odd>(x.im).store_down(out + n - 1 - j);
     });
     if (n % 2 != 0) out[n / 2] = in[n - 1];
 }
@@ -238,8 +267,8 @@ void join_mirrored(const r2r_pass &pass, const scalar *in, scalar *out) {
     const r2r_pass p = pass;  // which the stores below cannot change
     const int64_t n = p.n;
     cover(n / 2, [&]<int W>(int64_t j) {
-        const reals<W> odd = load_down<W>(in + n - 1 - j);
-        store_pairs<W>(out + 2 * j, load<W>(in + j), turned<negate_odd>(odd));
+        const auto odd = real_vec<W>::load_down(in + n - 1 - j);
+        store_pairs(out + 2 * j, real_vec<W>::load(in + j), turned<negate_odd>(odd));
     });
     if (n % 2 != 0) out[n - 1] = in[n / 2];
 }
@@ -252,14 +281,14 @@ void type4_before(const r2r_pass &pass, const scalar *in, scalar *z) {
     const r2r_pass p = pass;  // which the stores below cannot change
     const int64_t n = p.n, h = n / 2;
     cover(p.count, [&]<int W>(int64_t j) {
-        const real_pair<W> x = load_pairs<W>(in + 2 * j);
-        const real_pair<W> y = load_pairs_down<W>(in + n - 2 - 2 * j);
-        const complexes<W> a = sine ? complexes<W>{y.b, x.a} : complexes<W>{x.a, y.b};
-        const complexes<W> b = sine ? complexes<W>{x.b, y.a} : complexes<W>{y.a, x.b};
+        const auto x = complexes<W>::load(in + 2 * j);
+        const auto y = complexes<W>::load_down(in + n - 2 - 2 * j);
+        const complexes<W> a = sine ? complexes<W>{y.im, x.re} : complexes<W>{x.re, y.im};
+        const complexes<W> b = sine ? complexes<W>{x.im, y.re} : complexes<W>{y.re, x.im};
         const complexes<W> up = product<W>(a, factor<W>(p, 0, j));
         const complexes<W> down = product<W>(b, factor<W>(p, 1, j));
-        store_pairs<W>(z + 2 * j, up.re, up.im);
-        store_pairs_down<W>(z + 2 * (h - 1 - j), down.re, down.im);
+        store_pairs(z + 2 * j, up.re, up.im);
+        store_pairs_down(z + 2 * (h - 1 - j), down.re, down.im);
     });
 }
 
@@ -268,13 +297,13 @@ void type4_after(const r2r_pass &pass, const scalar *z, scalar *out) {
     const r2r_pass p = pass;  // which the stores below cannot change
     const int64_t n = p.n, h = n / 2;
     cover(p.count, [&]<int W>(int64_t k) {
-        const real_pair<W> up = load_pairs<W>(z + 2 * k);
-        const real_pair<W> down = load_pairs_down<W>(z + 2 * (h - 1 - k));
-        const complexes<W> a = product<W>({up.a, up.b}, factor<W>(p, 0, k));
-        const complexes<W> b = product<W>({down.a, down.b}, factor<W>(p, 1, k));
+        const auto up = complexes<W>::load(z + 2 * k);
+        const auto down = complexes<W>::load_down(z + 2 * (h - 1 - k));
+        const auto a = product(up, factor<W>(p, 0, k));
+        const auto b = product(down, factor<W>(p, 1, k));
         constexpr scalar odd = sine ? 2 : -2;
-        store_pairs<W>(out + 2 * k, a.re * 2, b.im * odd);
-        store_pairs_down<W>(out + n - 2 - 2 * k, b.re * 2, a.im * odd);
+        store_pairs(out + 2 * k, scale(a.re, 2), scale(b.im, odd));
+        store_pairs_down(out + n - 2 - 2 * k, scale(b.re, 2), scale(a.im, odd));
     });
 }
 
@@ -285,9 +314,9 @@ void redft00_join(const r2r_pass &pass, const scalar *in, scalar *out) {
     const int64_t N = p.n, H = N / 2;
     const scalar *even = in, *odd = in + p.count;
     cover(H, [&]<int W>(int64_t k) {
-        const reals<W> a = load<W>(even + k), b = load<W>(odd + k);
-        store<W>(out + k, a + b);
-        store_down<W>(out + N - k, a - b);
+        const auto a = real_vec<W>::load(even + k), b = real_vec<W>::load(odd + k);
+        (a + b).store(out + k);
+        (a - b).store_down(out + N - k);
     });
     out[H] = even[H];
 }
@@ -297,9 +326,9 @@ void rodft00_join(const r2r_pass &pass, const scalar *in, scalar *out) {
     const int64_t N = p.n, H = N / 2;
     const scalar *even = in, *odd = in + p.count;
     cover(H - 1, [&]<int W>(int64_t k) {
-        const reals<W> a = load<W>(even + k), b = load<W>(odd + k);
-        store<W>(out + k, b + a);
-        store_down<W>(out + N - 2 - k, b - a);
+        const auto a = real_vec<W>::load(even + k), b = real_vec<W>::load(odd + k);
+        (b + a).store(out + k);
+        (b - a).store_down(out + N - 2 - k);
     });
     out[H - 1] = odd[H - 1];
 }
@@ -308,10 +337,13 @@ void rodft00_join(const r2r_pass &pass, const scalar *in, scalar *out) {
 
 // W outputs. Two sums, so that one addition need not wait for the one before.
 template <int n, int W>
-LYR_INLINE reals<W> row_sums(const scalar *x, const scalar *matrix) {
-    reals<W> even = load<W>(matrix) * x[0], odd = {};
+LYR_INLINE real_vec<W> row_sums(const scalar *x, const scalar *matrix) {
+    auto even = scale(real_vec<W>::load(matrix), x[0]), odd = real_vec<W>::zero();
 #pragma GCC unroll 32
-    for (int64_t j = 1; j < n; ++j) (j % 2 != 0 ? odd : even) += load<W>(matrix + j * n) * x[j];
+    for (int64_t j = 1; j < n; ++j) {
+        auto &sum = j % 2 != 0 ? odd : even;
+        sum = sum + scale(real_vec<W>::load(matrix + j * n), x[j]);
+    }
     return even + odd;
 }
 
@@ -322,7 +354,7 @@ void small(const r2r_small &pass, const scalar *in, scalar *out) {
     for (int j = 0; j < n; ++j) x[j] = in[j * is];
     const bool strided = os != 1;
     scalar *to = strided ? y : out;
-    cover(n, [&, m = matrix]<int W>(int64_t k) { store<W>(to + k, row_sums<n, W>(x, m + k)); });
+    cover(n, [&, m = matrix]<int W>(int64_t k) { row_sums<n, W>(x, m + k).store(to + k); });
     if (strided)
         for (int k = 0; k < n; ++k) out[k * os] = y[k];
 }

@@ -48,7 +48,7 @@ LYR_INLINE parts<W> fma_i(parts<W> a, parts<W> b, scalar s) {
 }
 template <int W>
 LYR_INLINE parts<W> cmul(parts<W> a, real_vec<W> re, real_vec<W> im) {
-    return {fma(-mul(a.im, im), a.re, re), fma(mul(a.re, im), a.im, re)};
+    return {fma(-(a.im * im), a.re, re), fma(a.re * im, a.im, re)};
 }
 
 // Between stages both parts lie in one array, the imaginary ones behind all real ones.
@@ -106,8 +106,7 @@ requires(W == 8) LYR_INLINE void load_block(real_vec<W> (&x)[W], const scalar *r
     unroll<2>(LYR_LAMBDA(auto half) {
         const auto load = LYR_LAMBDA(int i) {
             const scalar *row = rows + i * R + half * 4;
-            return __builtin_shufflevector(
-                real_vec<4>::load(row).v, real_vec<4>::load(row + 4 * R).v, 0, 1, 2, 3, 4, 5, 6, 7);
+            return load_halves<W>(row, row + 4 * R).v;
         };
         const auto a = load(0), b = load(1), c = load(2), d = load(3);
         const auto ab_even = __builtin_shufflevector(a, b, 0, 8, 1, 9, 4, 12, 5, 13);

@@ -94,7 +94,7 @@ struct unit_complex {
         if constexpr (Step > 0)
             store_pairs(c + 2 * k, re, im);
         else
-            store_pairs_reversed(c + 2 * (k - V::lanes + 1), re, im);
+            store_pairs_down(c + 2 * k, re, im);
         if (k == 0 || 2 * k == N) c[2 * k + 1] = 0;
     }
     template <int Step, class V>
@@ -102,7 +102,7 @@ struct unit_complex {
         if constexpr (Step > 0)
             load_pairs(c + 2 * k, re, im);
         else
-            load_pairs_reversed(c + 2 * (k - V::lanes + 1), re, im);
+            load_pairs_down(c + 2 * k, re, im);
         if (k == 0 || 2 * k == N) im.v[0] = 0;
     }
     LYR_INLINE void store_one(int k, scalar re, scalar im) const {
@@ -126,11 +126,11 @@ struct half_complex {
 #pragma GCC unroll 4
                 for (int l = 1; l < V::lanes; ++l) h[N - l] = im.v[l];
             } else {
-                reversed(im).store(h + N - k - V::lanes + 1);
+                im.store_down(h + N - k);
             }
         } else {
             im.store(h + N - k);  // at k = N/2 also a zero, which is replaced
-            reversed(re).store(h + k - V::lanes + 1);
+            re.store_down(h + k);
         }
     }
     template <int Step, class V>
@@ -140,12 +140,12 @@ struct half_complex {
             if (k == 0) {
                 im = V::of_lanes(LYR_LAMBDA(int l) { return l ? h[N - l] : scalar{0}; });
             } else {
-                im = reversed(V::load(h + N - k - V::lanes + 1));
+                im = V::load_down(h + N - k);
             }
         } else {
             im = V::load(h + N - k);
             if (k == N / 2) im.v[0] = 0;
-            re = reversed(V::load(h + k - V::lanes + 1));
+            re = V::load_down(h + k);
         }
     }
     LYR_INLINE void store_one(int k, scalar re, scalar im) const {
@@ -217,8 +217,8 @@ LYR_INLINE void forward_inside(const Reals &in, const Spectrum &out) {
     const auto turned = [](V & a, V & b, const typename inside_twiddles<N, W>::pair &t)
         __attribute__((always_inline)) {
         const V c = V::load(t.cosine), s = V::load(t.sine), x = a;
-        a = fma(mul(a, c), b, s);
-        b = fma(mul(b, c), x, -s);
+        a = fma(a * c, b, s);
+        b = fma(b * c, x, -s);
     };
 #pragma GCC unroll 4
     for (int g = 0; g < groups; ++g) {
@@ -263,8 +263,8 @@ LYR_INLINE void backward_inside(const Spectrum &in, const Reals &out) {
     const auto turned = [](V & a, V & b, const typename inside_twiddles<N, W>::pair &t)
         __attribute__((always_inline)) {
         const V c = V::load(t.cosine), s = V::load(t.sine), x = a;
-        a = fma(mul(a, c), b, -s);
-        b = fma(mul(b, c), x, s);
+        a = fma(a * c, b, -s);
+        b = fma(b * c, x, s);
     };
 #pragma GCC unroll 4
     for (int g = 0; g < groups; ++g) {

@@ -1,5 +1,6 @@
 // Vectors of real numbers: W numbers in a compiler vector, or one number. One header for all
-// targets: only the fused product needs to know the processor. The names are those of contract.h.
+// targets: only the fused product needs to know the processor, and shuffles are written so that
+// they stay within 128 bits where that is quicker. The names are those of contract.h.
 #pragma once
 
 #include <cstdint>
@@ -27,6 +28,16 @@ struct numbers_of<1> {
     using unaligned = scalar;
 };
 
+template <int... I>
+struct indices {};
+// count_to<W>::type has the indices 0..W-1.
+template <int W, int... I>
+struct count_to : count_to<W - 1, W - 1, I...> {};
+template <int... I>
+struct count_to<0, I...> {
+    using type = indices<I...>;
+};
+
 template <int W>
 struct real_vec {
     static constexpr int lanes = W;
@@ -42,18 +53,11 @@ struct real_vec {
     // Lane l is f(l).
     template <class F>
     LYR_INLINE static real_vec of_lanes(F f) {
-        if constexpr (W == 1)
-            return {f(0)};
-        else if constexpr (W == 2)
-            return {typename numbers_of<W>::type{f(0), f(1)}};
-        else if constexpr (W == 4)
-            return {typename numbers_of<W>::type{f(0), f(1), f(2), f(3)}};
-        else if constexpr (W == 8)
-            return {typename numbers_of<W>::type{f(0), f(1), f(2), f(3), f(4), f(5), f(6), f(7)}};
-        else
-            return {typename numbers_of<W>::type{f(0), f(1), f(2), f(3), f(4), f(5), f(6), f(7),
-                                                 f(8), f(9), f(10), f(11), f(12), f(13), f(14),
-                                                 f(15)}};
+        return of_lanes(f, typename count_to<W>::type{});
+    }
+    template <class F, int... I>
+    LYR_INLINE static real_vec of_lanes(F f, indices<I...>) {
+        return {typename numbers_of<W>::type{f(I)...}};
     }
     LYR_INLINE scalar lane(int l) const {
         if constexpr (W == 1)
@@ -61,6 +65,9 @@ struct real_vec {
         else
             return v[l];
     }
+    // The numbers that end at p, last one first.
+    LYR_INLINE static real_vec load_down(const scalar *p) { return reversed(load(p - (W - 1))); }
+    LYR_INLINE void store_down(scalar *p) const { reversed(*this).store(p - (W - 1)); }
     // Lane l at p + l*s.
     LYR_INLINE static real_vec gather(const scalar *p, int64_t s) {
         return of_lanes([=](int l) __attribute__((always_inline)) { return p[l * s]; });
@@ -88,7 +95,7 @@ LYR_INLINE real_vec<W> scale(real_vec<W> a, scalar s) {
     return {a.v * s};
 }
 template <int W>
-LYR_INLINE real_vec<W> mul(real_vec<W> a, real_vec<W> b) {
+LYR_INLINE real_vec<W> operator*(real_vec<W> a, real_vec<W> b) {
     return {a.v * b.v};
 }
 
@@ -180,6 +187,26 @@ LYR_INLINE real_vec<W> fms(real_vec<W> a, real_vec<W> b, scalar s) {
     return fma(-a, b, s);
 }
 
+// ---- The order of lanes -------------------------------------------------------------------------
+
+// Lane l is lane from(l) of x, or lane from(l) - W of y.
+template <int W, class F, int... L>
+LYR_INLINE real_vec<W> picked(real_vec<W> x, real_vec<W> y, F from, indices<L...>) {
+    return {__builtin_shufflevector(x.v, y.v, from(L)...)};
+}
+template <int W, class F>
+LYR_INLINE real_vec<W> picked(real_vec<W> x, real_vec<W> y, F from) {
+    return picked(x, y, from, typename count_to<W>::type{});
+}
+
+template <int W>
+LYR_INLINE real_vec<W> reversed(real_vec<W> a) {
+    if constexpr (W == 1)
+        return a;
+    else
+        return picked(a, a, [](int l) { return W - 1 - l; });
+}
+
 #define LYR_SHUFFLE(x, y, ...)                         \
     real_vec<sizeof(x.v) / scalar_bytes> {             \
         __builtin_shufflevector(x.v, y.v, __VA_ARGS__) \
@@ -257,94 +284,108 @@ LYR_INLINE void transpose(real_vec<8> (&x)[8]) {
 }
 #endif
 
-// The lanes in reverse order.
+#undef LYR_SHUFFLE
+
+// ---- Pairs --------------------------------------------------------------------------------------
+// W pairs from p on, of first members a and second members b; `down`: those that end with the one
+// at p, last one first.
+
+template <int W, int... L>
+LYR_INLINE real_vec<W> joined(real_vec<W / 2> a, real_vec<W / 2> b, indices<L...>) {
+    return {__builtin_shufflevector(a.v, b.v, L...)};
+}
+// W numbers, half of them from p and half from q: a load and an insertion from memory, no shuffle.
 template <int W>
-LYR_INLINE real_vec<W> reversed(real_vec<W> a) {
-    if constexpr (W == 2)
-        return LYR_SHUFFLE(a, a, 1, 0);
-    else if constexpr (W == 4)
-        return LYR_SHUFFLE(a, a, 3, 2, 1, 0);
-    else if constexpr (W == 8)
-        return LYR_SHUFFLE(a, a, 7, 6, 5, 4, 3, 2, 1, 0);
-    else
-        return a;
+LYR_INLINE real_vec<W> load_halves(const scalar *p, const scalar *q) {
+    using half = real_vec<W / 2>;
+    return joined<W>(half::load(p), half::load(q), typename count_to<W>::type{});
 }
 
-// W complex numbers at p from their parts, and back; the second pair with the last number first.
-LYR_INLINE void store_pairs(scalar *p, real_vec<2> re, real_vec<2> im) {
-    LYR_SHUFFLE(re, im, 0, 2).store(p);
-    LYR_SHUFFLE(re, im, 1, 3).store(p + 2);
+// Shuffles of 256 bits are quickest where no number moves from half to half. So loads fill the
+// halves of x and y such that these have all that is needed: lane l of the first members is lane
+// first_of_halves(l) of x and y, as in picked. Stores join pairs within 128 bits before they
+// exchange halves.
+template <int W>
+constexpr bool has_halves = W *scalar_bytes == 32;
+template <int W, bool down>
+constexpr int first_of_halves(int l) {
+    constexpr int half = W / 2, pairs = W / 4;  // in a half
+    const int pair = down ? pairs - 1 - l % pairs : l % pairs;
+    return l / half * half + l / pairs % 2 * W + 2 * pair;
 }
-LYR_INLINE void store_pairs_reversed(scalar *p, real_vec<2> re, real_vec<2> im) {
-    LYR_SHUFFLE(re, im, 1, 3).store(p);
-    LYR_SHUFFLE(re, im, 0, 2).store(p + 2);
+template <int W>
+constexpr int pairs_in_halves(int l) {
+    constexpr int half = W / 2;
+    return l / half * half + l % half / 2 + l % 2 * W;
 }
-#ifdef LYRA_SINGLE
-LYR_INLINE void store_pairs(scalar *p, real_vec<4> re, real_vec<4> im) {
-    LYR_SHUFFLE(re, im, 0, 4, 1, 5).store(p);
-    LYR_SHUFFLE(re, im, 2, 6, 3, 7).store(p + 4);
+template <int W>
+LYR_INLINE real_vec<W> lower_halves(real_vec<W> x, real_vec<W> y) {
+    return picked(x, y, [](int l) { return l % (W / 2) + l / (W / 2) * W; });
 }
-LYR_INLINE void store_pairs_reversed(scalar *p, real_vec<4> re, real_vec<4> im) {
-    LYR_SHUFFLE(re, im, 3, 7, 2, 6).store(p);
-    LYR_SHUFFLE(re, im, 1, 5, 0, 4).store(p + 4);
+template <int W>
+LYR_INLINE real_vec<W> upper_halves(real_vec<W> x, real_vec<W> y) {
+    return picked(x, y, [](int l) { return W / 2 + l % (W / 2) + l / (W / 2) * W; });
 }
-LYR_INLINE void load_pairs(const scalar *p, real_vec<4> &re, real_vec<4> &im) {
-    const auto a = real_vec<4>::load(p), b = real_vec<4>::load(p + 4);
-    re = LYR_SHUFFLE(a, b, 0, 2, 4, 6);
-    im = LYR_SHUFFLE(a, b, 1, 3, 5, 7);
+
+template <int W>
+LYR_INLINE void load_pairs(const scalar *p, real_vec<W> &a, real_vec<W> &b) {
+    if constexpr (W == 1) {
+        a = {p[0]};
+        b = {p[1]};
+    } else if constexpr (has_halves<W>) {
+        const auto x = load_halves<W>(p, p + W), y = load_halves<W>(p + W / 2, p + W + W / 2);
+        a = picked(x, y, [](int l) { return first_of_halves<W, false>(l); });
+        b = picked(x, y, [](int l) { return first_of_halves<W, false>(l) + 1; });
+    } else {
+        const auto x = real_vec<W>::load(p), y = real_vec<W>::load(p + W);
+        a = picked(x, y, [](int l) { return 2 * l; });
+        b = picked(x, y, [](int l) { return 2 * l + 1; });
+    }
 }
-LYR_INLINE void load_pairs_reversed(const scalar *p, real_vec<4> &re, real_vec<4> &im) {
-    const auto a = real_vec<4>::load(p), b = real_vec<4>::load(p + 4);
-    re = LYR_SHUFFLE(a, b, 6, 4, 2, 0);
-    im = LYR_SHUFFLE(a, b, 7, 5, 3, 1);
+template <int W>
+LYR_INLINE void load_pairs_down(const scalar *p, real_vec<W> &a, real_vec<W> &b) {
+    if constexpr (W == 1) {
+        load_pairs(p, a, b);
+    } else if constexpr (has_halves<W>) {
+        const scalar *last = p + 2 - W / 2, *before = last - W / 2;
+        const auto x = load_halves<W>(last, last - W), y = load_halves<W>(before, before - W);
+        a = picked(x, y, [](int l) { return first_of_halves<W, true>(l); });
+        b = picked(x, y, [](int l) { return first_of_halves<W, true>(l) + 1; });
+    } else {
+        const auto x = real_vec<W>::load(p + 2 - 2 * W), y = real_vec<W>::load(p + 2 - W);
+        a = picked(x, y, [](int l) { return 2 * (W - 1 - l); });
+        b = picked(x, y, [](int l) { return 2 * (W - 1 - l) + 1; });
+    }
 }
-#else
-LYR_INLINE void store_pairs(scalar *p, real_vec<4> re, real_vec<4> im) {
-    const auto even = LYR_SHUFFLE(re, im, 0, 4, 2, 6), odd = LYR_SHUFFLE(re, im, 1, 5, 3, 7);
-    LYR_SHUFFLE(even, odd, 0, 1, 4, 5).store(p);
-    LYR_SHUFFLE(even, odd, 2, 3, 6, 7).store(p + 4);
+template <int W>
+LYR_INLINE void store_pairs(scalar *p, real_vec<W> a, real_vec<W> b) {
+    if constexpr (W == 1) {
+        a.store(p);
+        b.store(p + 1);
+    } else if constexpr (has_halves<W>) {
+        const auto x = picked(a, b, [](int l) { return pairs_in_halves<W>(l); });
+        const auto y = picked(a, b, [](int l) { return pairs_in_halves<W>(l) + W / 4; });
+        lower_halves(x, y).store(p);
+        upper_halves(x, y).store(p + W);
+    } else {
+        picked(a, b, [](int l) { return l / 2 + l % 2 * W; }).store(p);
+        picked(a, b, [](int l) { return W / 2 + l / 2 + l % 2 * W; }).store(p + W);
+    }
 }
-LYR_INLINE void store_pairs_reversed(scalar *p, real_vec<4> re, real_vec<4> im) {
-    const auto even = LYR_SHUFFLE(re, im, 0, 4, 2, 6), odd = LYR_SHUFFLE(re, im, 1, 5, 3, 7);
-    LYR_SHUFFLE(odd, even, 2, 3, 6, 7).store(p);
-    LYR_SHUFFLE(odd, even, 0, 1, 4, 5).store(p + 4);
+template <int W>
+LYR_INLINE void store_pairs_down(scalar *p, real_vec<W> a, real_vec<W> b) {
+    if constexpr (W == 1) {
+        store_pairs(p, a, b);
+    } else if constexpr (has_halves<W> && W == 4) {
+        const auto x = picked(a, b, [](int l) { return pairs_in_halves<W>(l); });
+        const auto y = picked(a, b, [](int l) { return pairs_in_halves<W>(l) + 1; });
+        upper_halves(y, x).store(p - 6);
+        lower_halves(y, x).store(p - 2);
+    } else {
+        picked(a, b, [](int l) { return W - 1 - l / 2 + l % 2 * W; }).store(p + 2 - 2 * W);
+        picked(a, b, [](int l) { return W / 2 - 1 - l / 2 + l % 2 * W; }).store(p + 2 - W);
+    }
 }
-LYR_INLINE void load_pairs(const scalar *p, real_vec<2> &re, real_vec<2> &im) {
-    const auto a = real_vec<2>::load(p), b = real_vec<2>::load(p + 2);
-    re = LYR_SHUFFLE(a, b, 0, 2);
-    im = LYR_SHUFFLE(a, b, 1, 3);
-}
-LYR_INLINE void load_pairs_reversed(const scalar *p, real_vec<2> &re, real_vec<2> &im) {
-    const auto a = real_vec<2>::load(p), b = real_vec<2>::load(p + 2);
-    re = LYR_SHUFFLE(b, a, 0, 2);
-    im = LYR_SHUFFLE(b, a, 1, 3);
-}
-// Two numbers from p and two from q: a load and an insertion from memory, no shuffle.
-LYR_INLINE real_vec<4> load_halves(const scalar *p, const scalar *q) {
-    const auto a = real_vec<2>::load(p), b = real_vec<2>::load(q);
-    return {__builtin_shufflevector(a.v, b.v, 0, 1, 2, 3)};
-}
-LYR_INLINE void load_pairs(const scalar *p, real_vec<4> &re, real_vec<4> &im) {
-    const auto c = load_halves(p, p + 4), d = load_halves(p + 2, p + 6);
-    re = LYR_SHUFFLE(c, d, 0, 4, 2, 6);
-    im = LYR_SHUFFLE(c, d, 1, 5, 3, 7);
-}
-LYR_INLINE void load_pairs_reversed(const scalar *p, real_vec<4> &re, real_vec<4> &im) {
-    const auto c = load_halves(p + 6, p + 2), d = load_halves(p + 4, p);
-    re = LYR_SHUFFLE(c, d, 0, 4, 2, 6);
-    im = LYR_SHUFFLE(c, d, 1, 5, 3, 7);
-}
-#endif
-LYR_INLINE void store_pairs(scalar *p, real_vec<8> re, real_vec<8> im) {
-    LYR_SHUFFLE(re, im, 0, 8, 1, 9, 2, 10, 3, 11).store(p);
-    LYR_SHUFFLE(re, im, 4, 12, 5, 13, 6, 14, 7, 15).store(p + 8);
-}
-LYR_INLINE void load_pairs(const scalar *p, real_vec<8> &re, real_vec<8> &im) {
-    const auto a = real_vec<8>::load(p), b = real_vec<8>::load(p + 8);
-    re = LYR_SHUFFLE(a, b, 0, 2, 4, 6, 8, 10, 12, 14);
-    im = LYR_SHUFFLE(a, b, 1, 3, 5, 7, 9, 11, 13, 15);
-}
-#undef LYR_SHUFFLE
 
 }  // namespace
 }  // namespace lyr::LYR_ISA
