@@ -149,7 +149,7 @@ int solve_paired(plan *p, const paired_stages *pairs) {
 // cache sets, which costs vectors of half a line more than the rotation between two passes does;
 // vectors of a whole line or of one number lose nothing. Measured.
 int64_t two_pass_split(int64_t n, int64_t first_radix) {
-    if (n <= longest_modelled || 2 * active_table()->lanes != line_complex) return 0;
+    if (n <= longest_modelled || !is_half_line(active_table()->lanes)) return 0;
     const int64_t step = complex_bytes * (n / first_radix);
     if (first_radix * (step & -step) <= assumed_near_cache.bytes / 2) return 0;
     const int64_t n1 = split_large(n, active_table()->lanes);

@@ -50,7 +50,7 @@ namespace {
 // From here on the factors come in two levels: below, reading all of them costs narrow vectors less
 // than multiplying twice. Measured.
 bool has_two_levels(int64_t n, int64_t lanes) {
-    return n >= (lanes == line_complex ? 1 << 14 : 2 * lanes == line_complex ? 1 << 16 : 1 << 18);
+    return n >= (lanes == line_complex ? 1 << 14 : is_half_line(lanes) ? 1 << 16 : 1 << 18);
 }
 
 struct rotation_shape {
@@ -137,7 +137,7 @@ namespace {
 // third array less in the caches than they lose by a pass over each row for its factors. Measured.
 bool is_by_output(const plan *p) {
     constexpr int64_t shortest = 1 << 18;
-    return p->in != p->out && p->dims[0].n >= shortest && 2 * active_table()->lanes == line_complex;
+    return p->in != p->out && p->dims[0].n >= shortest && is_half_line(active_table()->lanes);
 }
 
 }  // namespace
