@@ -3,7 +3,7 @@
 // other interleaved batches; the last stage rotates.
 //
 // Where the matrix is to lie transposed, transforms are gathered a few at a time, run one by one
-// into the rows of the output, and rotated there while they are in the first-level cache.
+// into its rows, and rotated there while they are in the first-level cache.
 //
 // aux comes as the parent's rotation table, and is the stages that all slabs walk afterwards. Where
 // columns are long, a child runs on one column at a time instead.
