@@ -203,7 +203,8 @@ TEST(accuracy, lengths_to_ten_thousand) {
 
 // The two passes of a long transform with remainders, single columns, a first pass without a stage
 // list (16384) and one whose last radix has no rotating codelet (1369 = 37*37), with factors of one
-// level and two; stored past the caches, where outputs are whole lines and where they are not.
+// level and two; stored past the caches, where outputs are whole lines and where they are not; in
+// place.
 TEST(accuracy, two_passes_of_any_shape) {
     constexpr int64_t shapes[][2] = {{1369, 77}, {100, 90}, {96, 121},  {128, 1},    {64, 16},
                                      {64, 17},   {64, 5},   {1024, 40}, {16384, 12}, {16, 20},
@@ -211,13 +212,14 @@ TEST(accuracy, two_passes_of_any_shape) {
     const lyr::cache_sizes caches = lyr::caches();
     for (const lyr::codelet_table *table : all_tables()) {
         const with_table active(table);
-        for (size_t i = 0; i < 3 * std::size(shapes); ++i) {
-            const auto &[n1, n2] = shapes[i / 3];
-            const bool far = i % 3 != 0, misaligned = i % 3 == 2;
+        for (size_t i = 0; i < 4 * std::size(shapes); ++i) {
+            const auto &[n1, n2] = shapes[i / 4];
+            const bool far = i % 4 == 1 || i % 4 == 2, misaligned = i % 4 == 2;
             if (n1 * n2 * test_scale > 1000000) continue;
             SCOPED_TRACE(std::to_string(n1) + " x " + std::to_string(n2) + " with " + table->name +
-                         (far ? " far" : "") + (misaligned ? " misaligned" : ""));
-            const problem p = line_problem(n1 * n2, LYR_FFT_BACKWARD, layouts[0]);
+                         (far ? " far" : "") + (misaligned ? " misaligned" : "") +
+                         (i % 4 == 3 ? " in place" : ""));
+            const problem p = line_problem(n1 * n2, LYR_FFT_BACKWARD, layouts[i % 4 == 3 ? 2 : 0]);
             buffers b = buffers_of(p, misaligned);
             if (far) lyr::set_caches({1, 1});
             lyr::plan record = {};

@@ -83,6 +83,39 @@ void destroy_counted(lyr_fft_plan plan) {
     counting = false;
 }
 
+// Plans a problem once for each of its allocations, which fails. Whatever fails, there is no plan,
+// or its results are right, and nothing is left.
+void check_failing_plans(const char *text) {
+    const problem p = problem_of(text);
+    buffers b = buffers_of(p);
+    int64_t made = 0;
+    for (int64_t successes = 0;; ++successes) {
+        SCOPED_TRACE(std::string(text) + ", failure after " + std::to_string(successes));
+        live_blocks = 0;
+        const lyr_fft_plan plan = plan_with_failure(p, b, successes);
+        const bool failed_once = allocations > successes;
+        if (plan) {
+            ++made;
+            const lyr_tools::verdict v = verify(p, b, plan, 1);
+            EXPECT_TRUE(v.ok) << v.damage << " error " << v.error.l2;
+        } else {
+            EXPECT_LE(allocations, successes + 3) << "tries other ways without memory";
+        }
+        destroy_counted(plan);
+        EXPECT_EQ(live_blocks, 0) << "leaked";
+        if (!failed_once) {
+            EXPECT_TRUE(plan) << "no plan with all the memory it wants";
+            break;
+        }
+        // The record itself comes first, and nothing works without it.
+        if (successes == 0) {
+            EXPECT_FALSE(plan);
+        }
+        ASSERT_LT(successes, 1000);
+    }
+    EXPECT_GE(made, 1) << text;
+}
+
 TEST(allocation, every_allocation_of_a_plan_may_fail) {
     for (const char *text : {"ocf1",
                              "ocf16",
@@ -140,35 +173,17 @@ TEST(allocation, every_allocation_of_a_plan_may_fail) {
                              "ok9o01x40b",
                              "icf16:1:1*9:16:17",
                              "iscf16:1:1*9:17:16",
-                             "irf8:1:1*4:12:5"}) {
-        const problem p = problem_of(text);
-        buffers b = buffers_of(p);
-        int64_t made = 0;
-        for (int64_t successes = 0;; ++successes) {
-            SCOPED_TRACE(std::string(text) + ", failure after " + std::to_string(successes));
-            live_blocks = 0;
-            const lyr_fft_plan plan = plan_with_failure(p, b, successes);
-            const bool failed_once = allocations > successes;
-            if (plan) {
-                ++made;
-                const lyr_tools::verdict v = verify(p, b, plan, 1);
-                EXPECT_TRUE(v.ok) << v.damage << " error " << v.error.l2;
-            } else {
-                EXPECT_LE(allocations, successes + 3) << "tries other ways without memory";
-            }
-            destroy_counted(plan);
-            EXPECT_EQ(live_blocks, 0) << "leaked";
-            if (!failed_once) {
-                EXPECT_TRUE(plan) << "no plan with all the memory it wants";
-                break;
-            }
-            // The record itself comes first, and nothing works without it.
-            if (successes == 0) {
-                EXPECT_FALSE(plan);
-            }
-            ASSERT_LT(successes, 1000);
-        }
-        EXPECT_GE(made, 1) << text;
+                             "irf8:1:1*4:12:5"})
+        check_failing_plans(text);
+}
+
+// Two passes, with factors of one level and of two, begin at lengths of their own in every table.
+TEST(allocation, long_transforms_in_every_table) {
+    for (const lyr::codelet_table *table : all_tables()) {
+        const with_table active(table);
+        SCOPED_TRACE(table->name);
+        for (const char *text : {"ocf16384", "icb65536", "ocf262144"})
+            if (test_scale == 1 || problem_of(text).dims[0].n == 16384) check_failing_plans(text);
     }
 }
 

@@ -254,7 +254,7 @@ TEST(choice, solvers_and_executors) {
          "solve_problem_c2c_1d_bluestein/execute_1d_prime_bluestein_discrete(" TWO_STAGES ")"},
         {"ocf1763", "solve_problem_c2c_1d_bluestein/execute_1d_prime_bluestein(" STAGES ")"},
         {"ocf8000", STAGES},
-        {"icf262144",
+        {"icf131072",
          "solve_problem_c2c_1d_large/execute_c2c_1d_large("
          "solve_problem_dft_many_transpose_rotate/execute_many_transpose_rotate "
          "solve_problem_dft_many_post_transpose/execute_many_post_transpose)"},

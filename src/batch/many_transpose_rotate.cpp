@@ -3,7 +3,7 @@
 // other interleaved batches; the last stage rotates.
 //
 // Where the matrix is to lie transposed, transforms are gathered a few at a time, run one by one
-// into the rows of the output, and rotated there while they are in the first-level cache.
+// into its rows, and rotated there while they are in the first-level cache.
 //
 // aux comes as the parent's rotation table, and is the stages that all slabs walk afterwards. Where
 // columns are long, a child runs on one column at a time instead.
@@ -122,7 +122,7 @@ void rotate_into_rows(const plan *p, const scalar *in, scalar *out, scalar *scra
 
 // Longer columns run one by one. Measured.
 int64_t longest_slab(int64_t lanes) {
-    return 2 * lanes == line_complex ? 4096 : 16384;
+    return is_half_line(lanes) ? 4096 : 16384;
 }
 
 int64_t column_count(const plan *p) {
@@ -167,7 +167,7 @@ void execute_many_transpose_rotate(const plan *p, scalar *in, scalar *out, scala
 // Vectors of half a line read short columns faster as rows, copied in their order: a butterfly's
 // inputs are far apart. Others read each line once either way. Measured.
 bool copies_columns(int64_t n, int64_t lanes) {
-    return 2 * lanes == line_complex && n < 512;
+    return is_half_line(lanes) && n < 512;
 }
 
 // One column at a time.

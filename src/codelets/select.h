@@ -23,6 +23,12 @@ void set_active_table(const codelet_table *table);
 bool first_level_cache_is_small();
 void set_small_first_level_cache(bool small);
 
+// Whether so many lanes fill half of a cache line, as those of AVX2 do: many measured choices are
+// other ones for such vectors.
+constexpr bool is_half_line(int64_t lanes) {
+    return 2 * lanes == line_complex;
+}
+
 // The codelets of length n for the direction of the plan, or null.
 const codelet_set *codelets_for(const plan *p, int64_t n);
 

@@ -108,6 +108,13 @@ const paired_stages *paired_stages_of(const plan *p) {
     return nullptr;
 }
 
+int run_by(plan *p, executor execute, const char *name, plan_form form) {
+    p->execute_fn = execute;
+    p->execute_name = name;
+    p->form = form;
+    return 0;
+}
+
 int solve_paired(plan *p, const paired_stages *pairs) {
     const auto &[r1, r2, r3, r4] = pairs->radices;
     const int count = r4 ? 4 : r3 ? 3 : 2;
@@ -128,20 +135,13 @@ int solve_paired(plan *p, const paired_stages *pairs) {
     }
     const bookkeeping b = {pairs};
     memcpy(p->solver_words, &b, sizeof b);
-    if (count == 2) {
-        p->execute_fn = execute_1d_turned_two;
-        p->execute_name = "execute_1d_turned_two";
-        p->form = plan_form::turned_two;
-    } else if (count == 3) {
-        p->execute_fn = execute_1d_turned_three;
-        p->execute_name = "execute_1d_turned_three";
-        p->form = plan_form::turned_three;
-    } else {
-        p->execute_fn = execute_1d_paired;
-        p->execute_name = "execute_1d_paired";
-        p->form = turned ? plan_form::turned_stages : plan_form::paired_stages;
-    }
-    return 0;
+    if (count == 2)
+        return run_by(p, execute_1d_turned_two, "execute_1d_turned_two", plan_form::turned_two);
+    if (count == 3)
+        return run_by(p, execute_1d_turned_three, "execute_1d_turned_three",
+                      plan_form::turned_three);
+    return run_by(p, execute_1d_paired, "execute_1d_paired",
+                  turned ? plan_form::turned_stages : plan_form::paired_stages);
 }
 
 // n1 of n1*n2 for lengths that run as two passes, else 0: long ones whose first stage steps through
@@ -149,7 +149,7 @@ int solve_paired(plan *p, const paired_stages *pairs) {
 // cache sets, which costs vectors of half a line more than the rotation between two passes does;
 // vectors of a whole line or of one number lose nothing. Measured.
 int64_t two_pass_split(int64_t n, int64_t first_radix) {
-    if (n <= longest_modelled || 2 * active_table()->lanes != line_complex) return 0;
+    if (n <= longest_modelled || !is_half_line(active_table()->lanes)) return 0;
     const int64_t step = complex_bytes * (n / first_radix);
     if (first_radix * (step & -step) <= assumed_near_cache.bytes / 2) return 0;
     const int64_t n1 = split_large(n, active_table()->lanes);
@@ -184,20 +184,10 @@ int solve_problem_c2c_1d(plan *p) {
     p->work_bytes = static_cast<uint64_t>(p->dims[0].n) * complex_bytes * halves;
     if (!build_stages(p, factors, count, 0)) return -1;
 
-    if (count == 2) {
-        p->execute_fn = execute_1d_two_stages;
-        p->execute_name = "execute_1d_two_stages";
-        p->form = plan_form::two_stages;
-    } else if (unit_strides(p)) {
-        p->execute_fn = execute_1d;
-        p->execute_name = "execute_1d";
-        p->form = plan_form::stages;
-    } else {
-        p->execute_fn = execute_1d_discrete;
-        p->execute_name = "execute_1d_discrete";
-        p->form = plan_form::own_stages;
-    }
-    return 0;
+    if (count == 2)
+        return run_by(p, execute_1d_two_stages, "execute_1d_two_stages", plan_form::two_stages);
+    if (unit_strides(p)) return run_by(p, execute_1d, "execute_1d", plan_form::stages);
+    return run_by(p, execute_1d_discrete, "execute_1d_discrete", plan_form::own_stages);
 }
 
 }  // namespace lyr

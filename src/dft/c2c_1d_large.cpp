@@ -3,17 +3,13 @@
 
 #include <cmath>
 
-#include "codelets/codelet.h"
+#include "codelets/select.h"
 #include "dft/four_step.h"
 #include "planner/registry.h"
 
 namespace lyr {
 
 namespace {
-
-bool is_half_line(int64_t lanes) {
-    return 2 * lanes == line_complex;
-}
 
 bool is_power_of_two(int64_t n) {
     return (n & (n - 1)) == 0;

@@ -147,6 +147,7 @@ convolution *convolution_begin(plan *p, const int64_t *factors, int count, int64
     plan_copy_problem(child, p);
     child->kind = kind_complex;
     child->sign = -1;
+    child->in = child->out = scratch_array(p);
     child->rank = 1;
     child->dims[0] = {M, 1, 1};
     child->howmany_rank = 0;

@@ -1,7 +1,6 @@
 #include "dft/four_step.h"
 
 #include <cstdlib>
-#include <cstring>
 #include <numeric>
 
 #include "api/memory.h"
@@ -17,15 +16,7 @@ namespace {
 
 void execute_c2c_1d_large(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     const plan *columns = &p->children[0], *rows = &p->children[1];
-    scalar *matrix = scratch, *below = scratch_below(p, scratch);
-    if (columns->howmany_dims[0].os != 1) {  // transposed in the output
-        matrix = out;
-        // A parent may run in place what was not planned so.
-        if (in == out) {
-            memcpy(scratch, in, static_cast<size_t>(p->dims[0].n * complex_bytes));
-            in = scratch;
-        }
-    }
+    scalar *matrix = p->work_bytes ? scratch : out, *below = scratch_below(p, scratch);
     columns->execute_fn(columns, in, matrix, below);
     rows->execute_fn(rows, matrix, out, below);
 }
@@ -50,7 +41,7 @@ namespace {
 // From here on the factors come in two levels: below, reading all of them costs narrow vectors less
 // than multiplying twice. Measured.
 bool has_two_levels(int64_t n, int64_t lanes) {
-    return n >= (lanes == line_complex ? 1 << 14 : 2 * lanes == line_complex ? 1 << 16 : 1 << 18);
+    return n >= (lanes == line_complex ? 1 << 14 : is_half_line(lanes) ? 1 << 16 : 1 << 18);
 }
 
 struct rotation_shape {
@@ -133,11 +124,12 @@ void fill_turns(scalar *table, const rotation_shape &shape) {
 
 namespace {
 
-// Whether the matrix between the passes lies in the output. Vectors of half a line gain more by a
-// third array less in the caches than they lose by a pass over each row for its factors. Measured.
-bool is_by_output(const plan *p) {
+// Whether the matrix between the passes lies transposed: in the output or, in place, in scratch
+// memory. Vectors of half a line gain more by a third array less in the caches, and by walks along
+// memory, than they lose by a pass over each row for its factors. Measured.
+bool is_transposed(const plan *p) {
     constexpr int64_t shortest = 1 << 18;
-    return p->in != p->out && p->dims[0].n >= shortest && 2 * active_table()->lanes == line_complex;
+    return p->dims[0].n >= shortest && is_half_line(active_table()->lanes);
 }
 
 }  // namespace
@@ -145,9 +137,9 @@ bool is_by_output(const plan *p) {
 bool build_rotation(plan *p, int64_t n1, int64_t n2) {
     int64_t radices[max_factors];
     const int64_t n = n1 * n2, sign = p->sign == -1 ? -1 : +1;
-    rotation_shape shape = {n1, n2, sign, n1, 1, 16, 0};  // rows of the output, one after another
-    const bool by_output = is_by_output(p);
-    if (!by_output) {
+    rotation_shape shape = {n1, n2, sign, n1, 1, 16, 0};  // transposed rows, one after another
+    const bool transposed = is_transposed(p);
+    if (!transposed) {
         shape.lanes = active_table()->lanes;
         const int count = pass_radices(n1, shape.lanes, radices);
         shape.r = radices[count - 1];
@@ -155,7 +147,7 @@ bool build_rotation(plan *p, int64_t n1, int64_t n2) {
     }
     const int64_t together = shape.together, slabs = (n2 + together - 1) / together;
     shape.slabs = slabs;
-    const bool two_levels = by_output || has_two_levels(n, shape.lanes);
+    const bool two_levels = transposed || has_two_levels(n, shape.lanes);
     const int64_t tables = two_levels ? 1 : slabs, turns = two_levels ? slabs * n1 : 0;
     constexpr int64_t header = 64;
     p->aux_bytes = static_cast<uint64_t>(header + (tables * n1 * together + turns) * complex_bytes);
@@ -192,14 +184,15 @@ rotation rotation_of_slab(const rotation_table *table, int64_t n1, int64_t colum
 }
 
 int build_four_step(plan *p, int64_t n1, int64_t n2) {
-    const bool by_output = is_by_output(p);
+    const bool transposed = is_transposed(p), in_place = p->in == p->out;
     p->execute_fn = execute_c2c_1d_large;
     p->execute_name = "execute_c2c_1d_large";
     p->nchildren = 2;
     p->children = plan_alloc_children(2);
     if (!p->children) return -1;
-    const int64_t row = padded_row(n2);
-    p->work_bytes = static_cast<uint64_t>(n1 * (by_output ? n2 : row)) * complex_bytes;
+    const int64_t row = !transposed ? padded_row(n2) : in_place ? padded_row(n1) : n1;
+    if (!transposed || in_place)
+        p->work_bytes = static_cast<uint64_t>((transposed ? n2 : n1) * row) * complex_bytes;
     if (!build_rotation(p, n1, n2)) return -1;
 
     plan *columns = make_child(&p->children[0], p), *rows = make_child(&p->children[1], p);
@@ -207,21 +200,20 @@ int build_four_step(plan *p, int64_t n1, int64_t n2) {
     columns->aux = p->aux;
     columns->aux_bytes = p->aux_bytes;
     columns->aux_owned = 0;
-    if (by_output) {
+    if (p->work_bytes) columns->out = scratch_array(p);
+    rows->in = columns->out;
+    if (transposed) {
         columns->dims[0] = {n1, n2, 1};
-        columns->howmany_dims[0] = {n2, 1, n1};
+        columns->howmany_dims[0] = {n2, 1, row};
         columns->far_output = rows->far_output = 0;
-        rows->dims[0] = {n2, n1, n1};
+        rows->dims[0] = {n2, row, n1};
         rows->howmany_dims[0] = {n1, 1, 1};
-        rows->in = p->out;
     } else {
         columns->dims[0] = {n1, n2, row};
         columns->howmany_dims[0] = {n2, 1, 1};
-        columns->out = scratch_array(p);
         columns->far_output = static_cast<int64_t>(p->work_bytes) >= far_output_bytes() / 2 * 3;
         rows->dims[0] = {n2, 1, n1};
         rows->howmany_dims[0] = {n1, row, 1};
-        rows->in = scratch_array(p);
         rows->far_output = p->far_output;
     }
 

@@ -22,7 +22,7 @@ float vectors(int32_t count, int32_t lanes) {
     const auto rest = static_cast<uint32_t>(count & (lanes - 1));
     const int shift = std::countr_zero(static_cast<uint32_t>(lanes));
     const auto full = static_cast<float>(count >> shift);
-    if (rest == 3 && lanes == 4 && lanes == line_complex / 2) return full + 1.5F;
+    if (rest == 3 && lanes == 4 && is_half_line(lanes)) return full + 1.5F;
     return full + static_cast<float>(std::popcount(rest));
 }
 
@@ -230,9 +230,9 @@ template int cheapest_order(const wide_costs &, int64_t, int64_t, int64_t *);
 
 const stage_costs *costs_of(const codelet_table *table) {
     constexpr bool single = sizeof(scalar) == sizeof(float);
-    const bool half_lines = 2 * table->lanes == line_complex;
-    return half_lines && !single && first_level_cache_is_small() ? &near_costs_of_2_lanes
-                                                                 : table->costs;
+    return is_half_line(table->lanes) && !single && first_level_cache_is_small()
+               ? &near_costs_of_2_lanes
+               : table->costs;
 }
 
 // Orders for vectors of a quarter of a line, which have no costs: a last radix of 16 has fewer

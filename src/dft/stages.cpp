@@ -280,7 +280,7 @@ int pass_radices(int64_t n, int64_t lanes, int64_t *factors) {
 int64_t pass_width(int64_t n, int count, int64_t lanes) {
     constexpr int64_t one_page_of_rows = 256;
     if (lanes == line_complex) return n > 128 && n <= 512 && count > 2 ? 32 : 16;
-    if (2 * lanes == line_complex) return n < one_page_of_rows ? 8 : 16;
+    if (is_half_line(lanes)) return n < one_page_of_rows ? 8 : 16;
     return n < 2 * one_page_of_rows ? 8 : 16;
 }
 
