@@ -636,7 +636,7 @@ TEST(choice, batches_that_stream) {
         for (const bool small : {false, true}) {
             const with_table active(table);
             const with_first_level_cache cache(small);
-            const bool half_lines = 2 * table->lanes == lyr::line_complex;
+            const bool half_lines = lyr::is_half_line(table->lanes);
             const bool turns = small && is_double && table->lanes == 2;
             const struct {
                 const char *problem, *name;

@@ -265,7 +265,7 @@ TEST(sharing, every_executor) {
         const int64_t lanes = lyr::active_table()->lanes;
         const bool needed = name == std::string("execute_many_post_transpose_copied") ? lanes > 1
                             : name == std::string("execute_many_far_units")
-                                ? lanes > 1 && 2 * lanes != lyr::line_complex
+                                ? lanes > 1 && !lyr::is_half_line(lanes)
                             : name == std::string("execute_many_ahead")
                                 ? lanes == 2 && sizeof(lyr::scalar) == sizeof(double) &&
                                       lyr::first_level_cache_is_small()

@@ -187,7 +187,7 @@ bool keeps_pairs(const plan *p) {
 // Vectors of half a line take so long over a transform that processors foresee the next one.
 // Measured.
 bool calls_for_units() {
-    return 2 * active_table()->lanes != line_complex;
+    return !is_half_line(active_table()->lanes);
 }
 
 // Copies of less than a page cost more than what they gain. Measured.
@@ -232,7 +232,7 @@ void choose_executor(plan *p) {
         p->execute_name = "execute_many_ahead";
     } else if (unit_strides(p) && is_far(p)) {
         const auto [count, stages, table] = slab_stages_of(child);
-        if (count == 0) return;
+        if (count == 0 && child->form != plan_form::turned_stages) return;
         const stage_list list = {count, const_cast<stage *>(stages)};
         memcpy(p->solver_words, &list, sizeof list);
         if (is_better_copied(p)) {

@@ -84,6 +84,8 @@ constexpr stage_pair_set turned_set() {
              turned<Lanes, 8, 16, 10, 8>,
              turned<Lanes, 8, 16, 12, 8>,
              turned<Lanes, 8, 16, 16, 8>,
+             turned<Lanes, 16, 16, 10, 8, 4>,
+             turned<Lanes, 16, 16, 12, 8, 4>,
              turned<Lanes, 16, 16, 16, 8, 4>,
              make_pairs<4, 8, 8, 8>(),
              make_pairs<8, 8, 8, 8>()}};

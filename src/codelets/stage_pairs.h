@@ -12,10 +12,14 @@ enum class pair_form {
     // rows do not all begin in the same cache sets.
     rows,
     // r3*r4 rows of r1*r2 and the padding: lanes never run along r4, so that whole lines are read
-    // and written all the way. d[0].twiddles are those of all stages between first and last for
-    // lanes along rows (fill_lanes). Only where the first-level cache is small, instead of a later
-    // entry of the same length. Shorter lengths have three stages, of which the last two are a
-    // pair, or two; their rows have no padding.
+    // and written all the way. The first row is a column in front of the input's first one
+    // (columns_before): the third and last stage then take inputs before and behind input 0 whose
+    // factors are conjugates, and half of them do. Only where the first-level cache is small,
+    // instead of a later entry of the same length. d[0].twiddles are those of all stages behind the
+    // first, in the order of the walk (build_turned).
+    // Shorter lengths have three stages, of which the last two are a pair, or two. Their rows have
+    // no padding and the order of the columns; of three stages d[0].twiddles are those of the
+    // second one for lanes along rows (fill_lanes).
     turned,
     // As the turned one of four stages, without padding, which the second pair may work on in
     // place: the matrix lies in the output unless that is the input. d[0].twiddles are those of the
@@ -44,6 +48,21 @@ struct paired_stages {
                           const next_arrays &next) = {};
 };
 inline constexpr int64_t pair_padding = 8;
+
+// Columns, or rows of a turned matrix, that a block holds.
+inline constexpr int64_t columns_at_once = 8;
+
+// Inputs before input 0 of the last of four turned stages, radix r: whole lines of them.
+constexpr int64_t inputs_before(int64_t r) {
+    return r > 4 ? r / 2 : 0;
+}
+constexpr int64_t columns_before(int64_t r3, int64_t r4) {
+    return r4 * (r3 / 2) + inputs_before(r4);
+}
+// How many factors a butterfly of radix r has then; those before input 0 are their conjugates.
+constexpr int64_t factors_around(int64_t r, int64_t before) {
+    return before > r - 1 - before ? before : r - 1 - before;
+}
 
 struct stage_pair_set {
     paired_stages lengths[80];  // n is 0 behind the last one

@@ -115,24 +115,36 @@ int run_by(plan *p, executor execute, const char *name, plan_form form) {
     return 0;
 }
 
-int solve_paired(plan *p, const paired_stages *pairs) {
-    const auto &[r1, r2, r3, r4] = pairs->radices;
-    const int count = r4 ? 4 : r3 ? 3 : 2;
-    const bool turned = pairs->form == pair_form::turned;
-    const bool mirrored = pairs->form == pair_form::mirrored;
-    const int64_t padded = count < 4 || mirrored ? 0 : turned ? r3 * r4 : r1 * r2;
-    p->work_bytes = static_cast<uint64_t>(pairs->n + padded * pair_padding) * complex_bytes;
-    int64_t entries = mirrored ? (r1 * r2 / 2 + 1) * (r3 - 1 + r3 * (r4 - 1)) : 0, L = r1;
-    for (int s = 1; s < count - 1 && turned; L *= pairs->radices[s++])
-        entries += 2 * L * (pairs->radices[s] - 1);
-    scalar *table = build_stages(p, pairs->radices, count, entries);
+int build_tables(plan *p, const paired_stages &pairs, int count) {
+    const auto &[r1, r2, r3, r4] = pairs.radices;
+    const bool turned = pairs.form == pair_form::turned;
+    const bool mirrored = pairs.form == pair_form::mirrored;
+    if (turned && count == 4) return build_turned(p, pairs.radices);
+    int64_t entries = 0;
+    if (mirrored) entries = (r1 * r2 / 2 + 1) * (r3 - 1 + r3 * (r4 - 1));
+    if (turned && count == 3) entries = 2 * r1 * (r2 - 1);
+    scalar *table = build_stages(p, pairs.radices, count, entries);
     if (!table) return -1;
     if (entries) {
         stage *stages = stages_of(p->aux).stages;
         stages[0].twiddles = table;
-        if (mirrored) fill_mirrored(table, stages[2], stages[3]);
-        for (int s = 1; s < count - 1 && turned; ++s) table = fill_lanes(table, stages[s]);
+        if (mirrored)
+            fill_mirrored(table, stages[2], stages[3]);
+        else
+            fill_lanes(table, stages[1]);
     }
+    return 0;
+}
+
+int solve_paired(plan *p, const paired_stages *pairs) {
+    const auto &[r1, r2, r3, r4] = pairs->radices;
+    const int count = r4 ? 4 : r3 ? 3 : 2;
+    const bool turned = pairs->form == pair_form::turned;
+    const int64_t padded = count < 4 || pairs->form == pair_form::mirrored ? 0
+                           : turned                                        ? r3 * r4
+                                                                           : r1 * r2;
+    p->work_bytes = static_cast<uint64_t>(pairs->n + padded * pair_padding) * complex_bytes;
+    if (build_tables(p, *pairs, count) != 0) return -1;
     const bookkeeping b = {pairs};
     memcpy(p->solver_words, &b, sizeof b);
     if (count == 2)

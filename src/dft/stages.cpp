@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "api/memory.h"
+#include "codelets/stage_pairs.h"
 #include "dft/twiddle.h"
 #include "planner/registry.h"
 
@@ -169,6 +170,46 @@ scalar *build_stages(plan *p, const int64_t *factors, int count, int64_t extra) 
     return twiddles;
 }
 
+int build_turned(plan *p, const int64_t (&radices)[4]) {
+    const auto &[r1, r2, r3, r4] = radices;
+    const int64_t lanes = active_table()->lanes, sign = p->sign == -1 ? -1 : +1;
+    const int64_t L = r1 * r2, n = L * r3 * r4;
+    const int64_t third = factors_around(r3, r3 / 2), last = factors_around(r4, inputs_before(r4));
+    const int64_t tables = (8 + 4 * int64_t{sizeof(stage)} + 63) / 64 * 64;
+    const auto bytes = static_cast<uint64_t>(
+        tables + (2 * r1 * (r2 - 1) + L * (third + r3 * last)) * complex_bytes);
+    p->aux = aligned_alloc_any(bytes);
+    if (!p->aux) return -1;
+    p->aux_bytes = bytes;
+    p->aux_owned = 1;
+    char *block = static_cast<char *>(p->aux);
+    *reinterpret_cast<int64_t *>(block) = 4;
+    stage *stages = reinterpret_cast<stage *>(block + 8);
+    scalar *table = reinterpret_cast<scalar *>(block + tables);
+    for (int64_t s = 0, m = n, done = 1; s < 4; done *= radices[s++])
+        stages[s] = {nullptr, m /= radices[s], done, 1, 1, nullptr, radices[s], sign};
+    stages[0].twiddles = table;
+
+    root_source roots;
+    root_source_init(&roots, L, L);
+    fill_grouped_twiddles(table, &roots, r2, r1, sign, lanes, r1);
+    root_source_release(&roots);
+    table += 4 * r1 * (r2 - 1);
+    root_source_init(&roots, n, n);
+    const auto fill_row = [&](int64_t row, int64_t step, int64_t count) {
+        scalar *at = table + 2 * ((row - row % lanes) * count + row % lanes);
+        fill_roots(at, lanes, &roots, step, step, count, sign);
+    };
+    for (int64_t c = 0; c < L; c += columns_at_once) {
+        for (int64_t i = 0; i < columns_at_once; ++i) fill_row(i, (c + i) * r4, third);
+        table += 2 * columns_at_once * third;
+        for (int64_t k = c; k < n / r4; k += L, table += 2 * columns_at_once * last)
+            for (int64_t i = 0; i < columns_at_once; ++i) fill_row(i, k + i, last);
+    }
+    root_source_release(&roots);
+    return 0;
+}
+
 scalar *fill_lanes(scalar *table, const stage &d) {
     const int64_t lanes = active_table()->lanes, entries = d.r - 1;
     const bool ready = has_ready_rows(lanes, d.r, d.L);
@@ -220,7 +261,7 @@ slab_stages slab_stages_of(const plan *p) {
         list.count = 2;
         list.stages = two_stages_of(p->aux);
     } else if (p->form == plan_form::stages || p->form == plan_form::paired_stages ||
-               p->form == plan_form::turned_stages || p->form == plan_form::turned_three) {
+               p->form == plan_form::turned_three) {
         list.count = stages_of(p->aux).count;
         list.stages = stages_of(p->aux).stages;
     }

@@ -51,6 +51,12 @@ const paired_stages *pairs_of(const plan *p);
 // exists for one transform.
 int32_t plan_solve_in_stages(plan *p);
 
+// Builds the block for four turned stages (codelets/stage_pairs.h), whose tables only these read:
+// behind the count and four descriptors the factors of the second stage, lanes along its rows, then
+// for columns_at_once columns at a time those of the third stage, and those of the last one for the
+// rows that come of these columns: plain groups of as many columns as lanes. Returns 0 or -1.
+int build_turned(plan *p, const int64_t (&radices)[4]);
+
 // Writes the twiddles of a middle stage again, as ready vectors with lanes along the rows, whose
 // number is a multiple of the lanes: twice as many complex numbers. Returns what is behind them.
 scalar *fill_lanes(scalar *table, const stage &d);

@@ -28,7 +28,7 @@ enum class plan_form : int32_t {
     two_stages,         // one transform: stages in aux (two_stages_of)
     stages,             // one transform: stages in aux (stages_of)
     paired_stages,      // the same, executed two at a time
-    turned_stages,      // the same, turned in between (codelets/stage_pairs.h)
+    turned_stages,      // the same, turned in between: only its own executor can run them
     turned_two,         // two_stages, turned in between (pairs_of)
     turned_three,       // stages, three of them, turned after the first one (pairs_of)
     own_stages,         // stages in aux (stages_of), which only the plan's own executor can run

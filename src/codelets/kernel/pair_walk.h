@@ -3,19 +3,17 @@
 
 #include "codelets/kernel/column_walk.h"
 #include "codelets/kernel/last_walk.h"
+#include "codelets/simd/conjugates.h"
 #include "codelets/stage_pairs.h"
 
 namespace lyr::LYR_ISA {
 namespace {
 
-// Columns, or rows of a turned matrix, that a block holds.
-constexpr int64_t columns_at_once = 8;
-
 // The butterflies of the first stage that a few columns of the second one's matrix come from, with
 // the results in the order of that matrix.
 template <int R1, int R2, int S, int64_t columns = columns_at_once>
-LYR_INLINE void first_of_columns(int64_t m, const scalar *in, scalar *block) {
-    for (int64_t j = 0; j < R2; ++j) {
+LYR_INLINE void first_of_columns(int64_t m, const scalar *in, scalar *block, int64_t first = 0) {
+    for (int64_t j = first; j < R2; ++j) {
         stream<R1> from(in + 2 * j * m, R2 * m);
         stream<R1> to(block + 2 * j * columns, R2 * columns);
         column_run<R1, S, vec>(from, to, columns, no_twiddles{});
@@ -94,9 +92,29 @@ void paired_rows(const stage *d, const scalar *matrix, scalar *out) {
     }
 }
 
-// As paired_columns, with the results of each column in a row of the matrix: lanes of the second
-// stage run along its rows.
+// first_of_columns for columns that begin at column `first` of the input, in front of column 0
+// where that is negative: column -j is column m - j a row later, whose last number comes first.
 template <int R1, int R2, int S, int64_t columns>
+LYR_INLINE void first_of_shifted_columns(int64_t m, const scalar *in, int64_t first,
+                                         scalar *block) {
+    const scalar *from = in + 2 * first;
+    first_of_columns<R1, R2, S, columns>(m, from, block, first < 0);
+    if (first >= 0) return;
+    alignas(64) scalar numbers[2 * R1 * columns];
+    for (int64_t j = first; j < first + columns; ++j) {
+        const scalar *x = in + 2 * (j < 0 ? j + R1 * R2 * m : j);
+        numbers[2 * (j - first)] = x[0];
+        numbers[2 * (j - first) + 1] = x[1];
+    }
+    for (int64_t q = 1; q < R1; ++q)
+        __builtin_memcpy(numbers + 2 * q * columns, from + 2 * q * R2 * m, columns * complex_bytes);
+    stream<R1> numbers_of(numbers, columns), to(block, R2 * columns);
+    column_run<R1, S, vec>(numbers_of, to, columns, no_twiddles{});
+}
+
+// As paired_columns, with the results of each column in a row of the matrix: lanes of the second
+// stage run along its rows. The columns begin at column -before.
+template <int R1, int R2, int S, int64_t columns, int64_t before>
 void turned_columns(const stage *d, const scalar *in, scalar *matrix) {
     constexpr int64_t row = R1 * R2 + pair_padding;
     constexpr lane_order groups = lane_order::ready;
@@ -104,7 +122,7 @@ void turned_columns(const stage *d, const scalar *in, scalar *matrix) {
     alignas(64) scalar block[2 * R1 * R2 * columns];
     const int64_t m = d[1].m;
     for (int64_t c = 0; c < m; c += columns) {
-        first_of_columns<R1, R2, S, columns>(m, in + 2 * c, block);
+        first_of_shifted_columns<R1, R2, S, columns>(m, in, c - before, block);
         for (int64_t i = 0; i < columns; ++i) {
             const scalar *twiddles = d[0].twiddles;
             stream<R2> to(matrix + 2 * (c + i) * row, R1);
@@ -125,76 +143,98 @@ void turned_columns(const stage *d, const scalar *in, scalar *matrix) {
     }
 }
 
+// Where a butterfly takes the input at place i when its inputs begin at input -before.
+template <int R, int before>
+constexpr int place_around(int i) {
+    return (i + R - before) % R;
+}
+
+// Powers of the lanes' factors: number h is power h + 1. By reference where they are ready:
+// compilers copy them in halves.
+template <class V>
+struct ready_powers {
+    const typename V::tw *w;
+    LYR_INLINE const typename V::tw &operator[](int h) const { return w[h]; }
+};
+template <class V>
+struct plain_powers {
+    const scalar *w;
+    LYR_INLINE typename V::tw operator[](int h) const { return V::tw_plain(w + 2 * V::lanes * h); }
+};
+
+template <int R, int before, class Powers, class V>
+LYR_INLINE void multiply_around(V (&x)[R], const Powers &powers) {
+    unroll<factors_around(R, before)>(LYR_LAMBDA(auto h) {
+        constexpr int q = h + 1;
+        const auto &w = powers[h];
+        if constexpr (q < R - before) x[q] = cmul(x[q], w);
+        if constexpr (q <= before) x[R - q] = cmul_conj(x[R - q], w);
+    });
+}
+
 // A butterfly of the last stage, lanes along neighbouring rows of its matrix, from a block of
 // columns.
-template <int R, int S, lane_order Order, class V>
+template <int R, int S, class V>
 LYR_INLINE void butterfly_of_columns(V (&x)[R], const scalar *&in, const scalar *&twiddles) {
-    unroll<R>(LYR_LAMBDA(auto q) {
-        x[q] = V::load(in + 2 * columns_at_once * q);
-        if constexpr (q > 0) x[q] = cmul(x[q], lane_twiddles<R, V, Order>(twiddles, q));
+    constexpr int before = inputs_before(R);
+    unroll<R>(LYR_LAMBDA(auto i) {
+        x[place_around<R, before>(i)] = V::load(in + 2 * columns_at_once * i);
     });
+    multiply_around<R, before>(x, plain_powers<V>{twiddles});
     butterfly<S>(x);
     in += 2 * V::lanes;
-    twiddles += lane_twiddle_numbers<R, V, Order>;
+    twiddles += 2 * V::lanes * factors_around(R, before);
 }
 
 // The last two stages for a matrix that turned_columns made, for a few of its columns at a time:
 // lanes run along these in both. Outputs fall into few cache sets (column_run_by_lines).
-template <int R3, int R4, int S>
+template <int R1, int R2, int R3, int R4, int S>
 void turned_rows(const stage *d, const scalar *matrix, scalar *out) {
-    constexpr int64_t columns = columns_at_once, W = vec::lanes;
+    constexpr int64_t columns = columns_at_once, W = vec::lanes, L = R1 * R2;
+    constexpr int64_t row = L + pair_padding, factors = factors_around(R3, R3 / 2);
     constexpr bool by_lines = R4 > 4 && 2 * W == line_complex;
     alignas(64) scalar block[2 * R3 * R4 * columns], done[2 * W * R4];
-    const int64_t L = d[2].L, row = L + pair_padding;
-    const scalar *factors = d[0].twiddles + d[1].L * (d[1].r - 1) * 4;
+    const scalar *twiddles = d[0].twiddles + 4 * R1 * (R2 - 1);
     for (int64_t c = 0; c < L; c += columns) {
+        vec::tw ready[columns / W][factors];
+        for (int64_t i = 0; i < columns / W; ++i, twiddles += 2 * W * factors)
+            unroll<factors>(
+                LYR_LAMBDA(auto h) { ready[i][h] = vec::tw_plain(twiddles + 2 * W * h); });
         for (int64_t j = 0; j < R4; ++j) {
-            constexpr lane_order groups = lane_order::ready;
             stream<R3> from(matrix + 2 * (c + j * row), R4 * row);
             stream<R3> to(block + 2 * j * columns, R4 * columns);
-            const scalar *twiddles = factors + c / W * lane_twiddle_numbers<R3, vec, groups>;
-            for (int64_t i = 0; i < columns; i += W) {
+            for (int64_t i = 0; i < columns / W; ++i) {
                 vec x[R3];
-                unroll<R3>(LYR_LAMBDA(auto q) {
-                    x[q] = vec::load(from.at(q));
-                    if constexpr (q > 0)
-                        x[q] = cmul(x[q], lane_twiddles<R3, vec, groups>(twiddles, q));
-                });
+                unroll<R3>(
+                    LYR_LAMBDA(auto q) { x[place_around<R3, R3 / 2>(q)] = vec::load(from.at(q)); });
+                multiply_around<R3, R3 / 2>(x, ready_powers<vec>{ready[i]});
                 butterfly<S>(x);
                 unroll<R3>(LYR_LAMBDA(auto p) { x[p].store(to.at(p)); });
                 from.advance(W);
                 to.advance(W);
-                twiddles += lane_twiddle_numbers<R3, vec, groups>;
             }
         }
-        with_lane_order<R4>(
-            L * R3, LYR_LAMBDA(auto order) {
-                constexpr auto groups = static_cast<lane_order>(order.value);
-                for (int64_t p = 0; p < R3; ++p) {
-                    const int64_t first = c + p * L;
-                    const scalar *in = block + 2 * p * R4 * columns;
-                    const scalar *twiddles =
-                        d[3].twiddles + first / W * lane_twiddle_numbers<R4, vec, groups>;
-                    stream<R4> to(out + 2 * first, L * R3);
-                    for (int64_t i = 0; i < columns; i += by_lines ? 2 * W : W) {
-                        vec x[R4];
-                        butterfly_of_columns<R4, S, groups>(x, in, twiddles);
-                        if constexpr (by_lines) {
-                            unroll<R4>(LYR_LAMBDA(auto q) { x[q].store(done + 2 * W * q); });
-                            __asm__ volatile("" ::"r"(done) : "memory");
-                            butterfly_of_columns<R4, S, groups>(x, in, twiddles);
-                            unroll<R4>(LYR_LAMBDA(auto q) {
-                                vec::load(done + 2 * W * q).store(to.at(q));
-                                x[q].store(to.at(q) + 2 * W);
-                            });
-                            to.advance(2 * W);
-                        } else {
-                            unroll<R4>(LYR_LAMBDA(auto q) { x[q].store(to.at(q)); });
-                            to.advance(W);
-                        }
-                    }
+        for (int64_t p = 0; p < R3; ++p) {
+            const scalar *in = block + 2 * p * R4 * columns;
+            stream<R4> to(out + 2 * (c + p * L), L * R3);
+            for (int64_t i = 0; i < columns; i += by_lines ? 2 * W : W) {
+                vec x[R4];
+                butterfly_of_columns<R4, S>(x, in, twiddles);
+                if constexpr (by_lines) {
+                    unroll<R4>(LYR_LAMBDA(auto q) { x[q].store(done + 2 * W * q); });
+                    __asm__ volatile("" ::"r"(done) : "memory");
+                    butterfly_of_columns<R4, S>(x, in, twiddles);
+                    unroll<R4>(LYR_LAMBDA(auto q) {
+                        vec::load(done + 2 * W * q).store(to.at(q));
+                        x[q].store(to.at(q) + 2 * W);
+                    });
+                    to.advance(2 * W);
+                } else {
+                    unroll<R4>(LYR_LAMBDA(auto q) { x[q].store(to.at(q)); });
+                    to.advance(W);
                 }
-            });
+            }
+        }
     }
 }
 
@@ -340,10 +380,12 @@ constexpr paired_stages make_pairs() {
 // Columns1 is how many columns turned_columns takes at a time.
 template <int R1, int R2, int R3, int R4, int64_t Columns1 = columns_at_once>
 constexpr paired_stages make_turned() {
+    constexpr int64_t before = columns_before(R3, R4);
     return {R1 * R2 * R3 * R4,
             {R1, R2, R3, R4},
-            {turned_columns<R1, R2, -1, Columns1>, turned_columns<R1, R2, +1, Columns1>},
-            {turned_rows<R3, R4, -1>, turned_rows<R3, R4, +1>},
+            {turned_columns<R1, R2, -1, Columns1, before>,
+             turned_columns<R1, R2, +1, Columns1, before>},
+            {turned_rows<R1, R2, R3, R4, -1>, turned_rows<R1, R2, R3, R4, +1>},
             pair_form::turned};
 }
 

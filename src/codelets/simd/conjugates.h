@@ -1,11 +1,18 @@
-// Products by the conjugates of twiddle factors, for the target that has them as quickly as others:
-// with the complex-number instructions of Armv8.3-A. Not in the contract, as few walks need them.
+// Products by the conjugates of twiddle factors, for targets that have them as quickly as others:
+// AVX2, and the complex-number instructions of Armv8.3-A. Not in the contract, as few walks need
+// them.
 #pragma once
 
 #include LYR_ISA_HEADER
 
 namespace lyr::LYR_ISA {
 namespace {
+
+#if defined(__AVX2__) && !defined(__AVX512F__) && !defined(LYRA_SINGLE)
+LYR_INLINE vec2 cmul_conj(vec2 a, vec2::tw w) {
+    return {_mm256_fmsubadd_pd(a.v, w.re, _mm256_mul_pd(swapped(a), w.im))};
+}
+#endif
 
 #if defined(__ARM_FEATURE_COMPLEX) && !defined(LYRA_SINGLE)
 // fcmla #270 adds (-i * Im n) * m.
