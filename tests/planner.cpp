@@ -275,6 +275,7 @@ TEST(choice, solvers_and_executors) {
          "solve_problem_dft_many/execute_many("
          "solve_problem_c2c_1d_rader/execute_1d_rader_discrete(" TWO_STAGES "))"},
         {"ocf16:16:1*9:1:16", "solve_problem_dft_many/execute_many_direct(" DIRECT ")"},
+        {"ocf15:16:1*9:1:15", "solve_indirect_problem/execute_gathered(" UNIT ")"},
         {"ocf24:30:1*9:1:25", "solve_indirect_problem/execute_gathered(" UNIT ")"},
         {"ocf8000:2:1*3:20000:8000", "solve_indirect_problem/execute_gathered(" STAGES ")"},
         {"ocf8232:3:1*3:1:8232",

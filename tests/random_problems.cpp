@@ -1,6 +1,7 @@
 // Batches and several dimensions: random problems in random layouts. A failure names the problem
 // in the notation of the lyr-fft tool.
 #include <algorithm>
+#include <cstdio>
 #include <numeric>
 
 #include "batch/copy_transpose.h"
@@ -258,6 +259,24 @@ TEST(random_problems, turned_batches) {
     for (const int64_t last : {1 << 18, 1 << 23}) {
         const with_caches sizes({1 << 16, last});
         for (const int sign : {-1, +1}) check_turned_batches(sign);
+    }
+}
+
+// Short transforms from side by side to one after another, with all rests of vectors, and strided
+// ones.
+TEST(random_problems, short_columns_to_rows) {
+    for (const lyr::codelet_table *table : all_tables()) {
+        const with_table active(table);
+        for (int n = 2; n <= 17; ++n)
+            for (int h = 2; h <= (n % 4 == 0 ? 17 : 9); ++h) {
+                char columns[64], strided[64];
+                snprintf(columns, sizeof columns, "oc%c%d:%d:1*%d:1:%d", h % 2 ? 'f' : 'b', n,
+                         h + h % 3, h, n + h % 2);
+                snprintf(strided, sizeof strided, "oc%c%d:2:1*%d:%d:%d", h % 2 ? 'b' : 'f', n, h,
+                         2 * n + h % 3, n);
+                for (const char *text : {columns, strided})
+                    check_problem(problem_of(text), constructor::automatic, 1);
+            }
     }
 }
 

@@ -263,15 +263,14 @@ TEST(sharing, every_executor) {
         // Vectors of one number transform nothing in registers, and lie in as many lines; not all
         // targets store past caches.
         const int64_t lanes = lyr::active_table()->lanes;
-        const bool needed = name == std::string("execute_many_post_transpose_copied") ? lanes > 1
-                            : name == std::string("execute_many_far_units")
-                                ? lanes > 1 && !lyr::is_half_line(lanes)
-                            : name == std::string("execute_many_ahead")
-                                ? lanes == 2 && sizeof(lyr::scalar) == sizeof(double) &&
-                                      lyr::first_level_cache_is_small()
-                            : name == std::string("execute_many_past")
-                                ? lyr::far_batch_for(16) != nullptr
-                                : true;
+        const bool needed =
+            name == std::string("execute_many_post_transpose_copied") ? lanes > 1
+            : name == std::string("execute_many_far_units") ? lanes > 1 && !lyr::is_half_line(lanes)
+            : name == std::string("execute_many_ahead")
+                ? lanes == 2 && sizeof(lyr::scalar) == sizeof(double) &&
+                      lyr::first_level_cache_is_small()
+            : name == std::string("execute_many_past") ? lyr::far_batch_for(16) != nullptr
+                                                       : true;
         if (needed) {
             EXPECT_EQ(executors.count(name), 1u) << name;
         }

@@ -23,9 +23,12 @@ constexpr int64_t most_scratch_bytes = 512 << 10;
 // Others in groups of so many bytes: what is gathered by small stores is not loaded at once.
 constexpr int64_t strided_bytes = 8 << 10;
 
-// Shorter transforms are gathered by their codelets. Measured.
-int64_t shortest_gathered(int64_t idist) {
-    return idist != 1 && active_table()->lanes == line ? 16 : 17;
+// Short transforms are gathered by their codelets, if there are any: several at a time, as many as
+// a vector has lanes. Measured.
+int64_t shortest_gathered(const plan *p) {
+    const int64_t n = p->dims[0].n;
+    if (!codelets_for(p, n)) return n;
+    return p->howmany_dims[0].is != 1 && active_table()->lanes > 2 ? 16 : 17;
 }
 
 struct gathered_words {  // in solver_words
@@ -90,7 +93,7 @@ bool is_strided_batch(const plan *p) {
     if (p->rank != 1 || p->howmany_rank != 1 || p->in == p->out) return false;
     const auto [n, is, os] = p->dims[0];
     const auto [h, idist, odist] = p->howmany_dims[0];
-    return n >= shortest_gathered(idist) && is != 1 && os == 1 && h > 1 && odist >= n;
+    return n >= shortest_gathered(p) && is != 1 && os == 1 && h > 1 && odist >= n;
 }
 
 int solve_gathered(plan *p) {

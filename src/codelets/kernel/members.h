@@ -39,10 +39,45 @@ void first_unit(const stage *d, const scalar *in, scalar *out) {
     column_runs<R, S, vec>(from, to, d->m);
 }
 
+// Transforms side by side whose results lie one after another, as many as fit into h. Squares of
+// results are transposed in registers.
+template <int R, int S, class V>
+LYR_INLINE int64_t turning_run(stream<R> &in, scalar *&out, int64_t out_lane, int64_t h) {
+    constexpr int W = V::lanes, squares = W > 1 ? R / W : 0;
+    for (; h >= W; h -= W) {
+        V x[R];
+        unroll<R>(LYR_LAMBDA(auto q) { x[q] = V::load(in.at(q)); });
+        butterfly<S>(x);
+        if constexpr (squares > 0)
+            unroll<squares>(LYR_LAMBDA(auto b) {
+                V square[W];
+                unroll<W>(LYR_LAMBDA(auto i) { square[i] = x[b * W + i]; });
+                transpose(square);
+                unroll<W>(
+                    LYR_LAMBDA(auto i) { square[i].store(out + 2 * (i * out_lane + b * W)); });
+            });
+        unroll<R - squares * W>(LYR_LAMBDA(auto p) {
+            x[squares * W + p].scatter(out + 2 * (squares * W + p), 2 * out_lane);
+        });
+        in.advance(W);
+        out += 2 * W * out_lane;
+    }
+    return h;
+}
+
+// Longer transforms are gathered first.
+constexpr int longest_turned_at_once = 16;
+
 template <int R, int S>
 void direct_many(const scalar *in, int64_t in_step, int64_t in_lane, scalar *out, int64_t out_step,
                  int64_t out_lane, int64_t h) {
     stream<R> from(in, in_step), to(out, out_step);
+    if constexpr (R <= longest_turned_at_once && vec::lanes > 1)
+        if (in_lane == 1 && out_step == 1)
+            return in_vectors<vec>(
+                h, LYR_LAMBDA(auto v, int64_t rest) {
+                    return turning_run<R, S, vector_of<decltype(v)>>(from, out, out_lane, rest);
+                });
     in_vectors<vec>(
         h, LYR_LAMBDA(auto v, int64_t rest) {
             return strided_run<R, S, vector_of<decltype(v)>>(from, in_lane, to, out_lane, rest);
