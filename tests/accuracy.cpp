@@ -215,7 +215,7 @@ TEST(accuracy, two_passes_of_any_shape) {
         for (size_t i = 0; i < 4 * std::size(shapes); ++i) {
             const auto &[n1, n2] = shapes[i / 4];
             const bool far = i % 4 == 1 || i % 4 == 2, misaligned = i % 4 == 2;
-            if (n1 * n2 * test_scale > 1000000) continue;
+            if (n1 * n2 * test_scale > 1000000 || (test_scale > 1 && i % 4 == 3)) continue;
             SCOPED_TRACE(std::to_string(n1) + " x " + std::to_string(n2) + " with " + table->name +
                          (far ? " far" : "") + (misaligned ? " misaligned" : "") +
                          (i % 4 == 3 ? " in place" : ""));

@@ -179,11 +179,11 @@ TEST(allocation, every_allocation_of_a_plan_may_fail) {
 
 // Two passes, with factors of one level and of two, begin at lengths of their own in every table.
 TEST(allocation, long_transforms_in_every_table) {
+    if (test_scale > 1) return;
     for (const lyr::codelet_table *table : all_tables()) {
         const with_table active(table);
         SCOPED_TRACE(table->name);
-        for (const char *text : {"ocf16384", "icb65536", "ocf262144"})
-            if (test_scale == 1 || problem_of(text).dims[0].n == 16384) check_failing_plans(text);
+        for (const char *text : {"ocf16384", "icb65536", "ocf262144"}) check_failing_plans(text);
     }
 }
 

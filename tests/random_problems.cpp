@@ -463,15 +463,22 @@ TEST(random_problems, slices_of_columns) {
     EXPECT_EQ(different, 0);
 }
 
-// Tiles, their remainders, and all places in a cache line; the last shape is one that is stored
-// past the caches.
+// Tiles, their remainders, and all places in a cache line; the last shapes are large enough to be
+// stored past the caches, but rows of the last one begin anywhere in a line.
 TEST(random_problems, transposing_copies) {
     struct shape {
         int64_t rows, cols, src_stride, dst_stride;
     };
+    constexpr int64_t many = (64 << 10) / lyr::complex_bytes / 8 + 11;
     constexpr shape shapes[] = {
-        {1, 1, 1, 1},         {1, 9, 9, 1},         {8, 16, 16, 8},         {7, 17, 18, 11},
-        {300, 263, 270, 301}, {261, 515, 515, 261}, {523, 1009, 1010, 528},
+        {1, 1, 1, 1},
+        {1, 9, 9, 1},
+        {8, 16, 16, 8},
+        {7, 17, 18, 11},
+        {300, 263, 270, 301},
+        {261, 515, 515, 261},
+        {many, 1031, 1032, many + 5},
+        {many, 1031, 1032, many + 6},
     };
     for (const auto &[rows, cols, src_stride, dst_stride] : shapes)
         for (const int64_t offset : {0, 1, 2, 3, 5, 6})

@@ -6,6 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
@@ -15,6 +16,7 @@
 #include <thread>
 #include <vector>
 
+#include "api/memory.h"
 #include "codelets/select.h"
 #include "planner/scratch.h"
 #include "support.h"
@@ -275,6 +277,41 @@ TEST(sharing, every_executor) {
             EXPECT_EQ(executors.count(name), 1u) << name;
         }
     }
+}
+
+// Executions write nothing behind the scratch memory that plans ask for.
+TEST(sharing, scratch_is_enough) {
+    constexpr size_t fence = 1 << 16;
+    constexpr char untouched = 0x5a;
+    const auto check = [](const char *text) {
+        const problem p = problem_of(text);
+        buffers b = buffers_of(p);
+        const plan_holder holder(make_plan(p, b));
+        ASSERT_TRUE(holder.plan) << text;
+        const size_t bytes = holder.plan->scratch_bytes;
+        char *scratch = static_cast<char *>(lyr::aligned_alloc_any(bytes + fence));
+        ASSERT_TRUE(scratch);
+        memset(scratch, untouched, bytes + fence);
+        auto *memory = reinterpret_cast<scalar *>(scratch);
+        if (p.split)
+            holder.plan->execute_split_fn(holder.plan, b.in[0], b.in[1], b.out[0], b.out[1],
+                                          memory);
+        else
+            holder.plan->execute_fn(holder.plan, b.in[0], b.out[0], memory);
+        const char *end = scratch + bytes;
+        EXPECT_TRUE(std::all_of(end, end + fence, [](char c) { return c == untouched; })) << text;
+        lyr::aligned_free(scratch);
+    };
+    for (const lyr::codelet_table *table : all_tables()) {
+        const with_table active(table);
+        SCOPED_TRACE(table->name);
+        for (const char *text : shared_problems) check(text);
+        if (test_scale > 1) continue;
+        lyr_fft_plan_with_nthreads(3);
+        for (const char *text : {"icb262144", "ocf270000", "ocf1001*20i", "orb40x50"}) check(text);
+        lyr_fft_plan_with_nthreads(1);
+    }
+    lyr_fft_cleanup_threads();
 }
 
 // Columns of prime length, rows of half a spectrum apart: execute_bufferization. The rows lie on
