@@ -9,6 +9,7 @@
 #include <map>
 #include <numeric>
 #include <set>
+#include <span>
 
 #include "api/memory.h"
 #include "batch/bufferization.h"
@@ -594,12 +595,13 @@ TEST(choice, sides_of_split_transforms) {
     lyr::plan_clear(&p);
 }
 
-// Vectors of half a line in double precision turn the results of first stages where the first-level
-// cache is small, unless others run the stages or nothing is gained.
+// Vectors of half a line turn the results of first stages where the first-level cache is small,
+// unless others run the stages or nothing is gained.
 TEST(choice, turned_stages) {
-    constexpr struct {
+    struct example {
         const char *problem, *name;
-    } examples[] = {
+    };
+    constexpr example examples_of_double[] = {
         {"ocf64", "execute_1d_turned_two"},
         {"icb160", "execute_1d_turned_two"},
         {"ocb200", "execute_1d_turned_three"},
@@ -614,10 +616,24 @@ TEST(choice, turned_stages) {
         {"ocf1000*66", "execute_1d_turned_three"},
         {"ocf100*3i", "execute_many_transpose"},
     };
+    constexpr example examples_of_single[] = {
+        {"ocf140", "execute_1d_turned_two"},
+        {"icb256", "execute_1d_turned_two"},
+        {"ocb200", "execute_1d_turned_three"},
+        {"ocf1024", "execute_1d_turned_three"},
+        {"icf1024", "execute_1d"},
+        {"ocf140:2:1", "execute_1d_discrete"},
+        {"orf1440", "execute_1d_turned_three"},
+        {"ocf160", "execute_1d_two_stages"},
+        {"ocf256*9", "execute_1d_turned_two"},
+        {"ocf960*66", "execute_1d_turned_three"},
+    };
+    const auto examples = is_double ? std::span<const example>(examples_of_double)
+                                    : std::span<const example>(examples_of_single);
     const with_caches sizes(lyr::usual_caches);
     const with_first_level_cache cache(true);
     for (const lyr::codelet_table *table : all_tables()) {
-        if (table->lanes != 2 || sizeof(lyr::scalar) != sizeof(double)) continue;
+        if (!lyr::is_half_line(table->lanes)) continue;
         const with_table active(table);
         for (const auto &[problem, name] : examples) {
             const lyr_tools::problem p = problem_of(problem);
@@ -638,7 +654,7 @@ TEST(choice, batches_that_stream) {
             const with_table active(table);
             const with_first_level_cache cache(small);
             const bool half_lines = lyr::is_half_line(table->lanes);
-            const bool turns = small && is_double && table->lanes == 2;
+            const bool turns = small && half_lines;
             const struct {
                 const char *problem, *name;
             } examples[] = {
@@ -648,12 +664,12 @@ TEST(choice, batches_that_stream) {
                 {"ocf256*128", "execute_many"},
                 {is_double ? "ocf256*129" : "ocf256*257",
                  turns ? "execute_many_ahead" : "execute_many"},
-                {"icf256*257", turns       ? "execute_many_ahead"
-                               : is_double ? "execute_many_far"
-                                           : "execute_many"},
-                {is_double ? "ocf1000*70" : "ocf1000*140",
+                {"icf256*257", !is_double ? "execute_many"
+                               : turns    ? "execute_many_ahead"
+                                          : "execute_many_far"},
+                {is_double ? "ocf960*70" : "ocf960*140",
                  turns ? "execute_many_ahead" : "execute_many_far"},
-                {is_double ? "ocf1000*525" : "ocf1000*1049", "execute_many_copied"},
+                {is_double ? "ocf960*547" : "ocf960*1093", "execute_many_copied"},
             };
             for (const auto &[problem, name] : examples) {
                 const lyr_tools::problem p = problem_of(problem);

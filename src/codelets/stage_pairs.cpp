@@ -91,6 +91,31 @@ constexpr stage_pair_set turned_set() {
              make_pairs<8, 8, 8, 8>()}};
 }
 
+// Four lanes of single precision, whose first radices are multiples of four, by the same measure.
+template <int Lanes>
+constexpr stage_pair_set single_turned_set() {
+    return {{turned<Lanes, 20, 7>,     turned<Lanes, 12, 14>,    turned<Lanes, 16, 11>,
+             turned<Lanes, 12, 15>,    turned<Lanes, 16, 12>,    turned<Lanes, 16, 13>,
+             turned<Lanes, 16, 14>,    turned<Lanes, 16, 16>,    turned<Lanes, 24, 11>,
+             turned<Lanes, 20, 15>,    turned<Lanes, 24, 13>,    turned<Lanes, 8, 5, 5>,
+             turned<Lanes, 12, 3, 6>,  turned<Lanes, 12, 3, 7>,  turned<Lanes, 8, 5, 7>,
+             turned<Lanes, 12, 4, 6>,  turned<Lanes, 8, 5, 8>,   turned<Lanes, 12, 3, 9>,
+             turned<Lanes, 12, 4, 7>,  turned<Lanes, 8, 4, 11>,  turned<Lanes, 12, 5, 6>,
+             turned<Lanes, 12, 4, 8>,  turned<Lanes, 8, 7, 7>,   turned<Lanes, 12, 3, 11>,
+             turned<Lanes, 8, 5, 10>,  turned<Lanes, 8, 4, 13>,  turned<Lanes, 12, 5, 7>,
+             turned<Lanes, 12, 6, 6>,  turned<Lanes, 8, 7, 8>,   turned<Lanes, 12, 5, 8>,
+             turned<Lanes, 12, 6, 7>,  turned<Lanes, 8, 8, 8>,   turned<Lanes, 12, 4, 11>,
+             turned<Lanes, 12, 5, 9>,  turned<Lanes, 8, 7, 10>,  turned<Lanes, 12, 6, 8>,
+             turned<Lanes, 12, 7, 7>,  turned<Lanes, 12, 5, 10>, turned<Lanes, 12, 4, 13>,
+             turned<Lanes, 8, 8, 10>,  turned<Lanes, 12, 6, 9>,  turned<Lanes, 12, 7, 8>,
+             turned<Lanes, 12, 6, 10>, turned<Lanes, 12, 7, 9>,  turned<Lanes, 12, 8, 8>,
+             turned<Lanes, 8, 7, 14>,  turned<Lanes, 8, 10, 10>, turned<Lanes, 12, 7, 10>,
+             turned<Lanes, 12, 6, 12>, turned<Lanes, 8, 10, 11>, turned<Lanes, 8, 8, 14>,
+             turned<Lanes, 12, 5, 15>, turned<Lanes, 12, 8, 10>, turned<Lanes, 12, 9, 9>,
+             turned<Lanes, 12, 7, 12>, turned<Lanes, 16, 8, 8>,  make_pairs<8, 8, 4, 16>(),
+             make_pairs<8, 8, 16, 8>()}};
+}
+
 // Not for single lanes without pairs of numbers, which lose less by memory, nor for 2048 numbers of
 // single precision, which fit into a first-level cache. Radices by timing; vectors of half a line
 // gain at 8192, too, in single precision.
@@ -98,7 +123,7 @@ template <int Lanes, class V = vec>
 constexpr stage_pair_set make_set() {
     constexpr bool single = sizeof(scalar) == sizeof(float);
     if constexpr (Lanes > 1 && single && half_a_line)
-        return {{make_pairs<8, 8, 4, 16>(), make_pairs<8, 8, 16, 8>()}};
+        return single_turned_set<Lanes>();
     else if constexpr (Lanes > 1 && single)
         return {{make_pairs<8, 8, 8, 8>()}};
     else if constexpr (Lanes == line_complex)

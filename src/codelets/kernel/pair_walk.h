@@ -242,24 +242,32 @@ void turned_rows(const stage *d, const scalar *matrix, scalar *out) {
 // of the matrix.
 template <class V, int R, int S, int N>
 LYR_INLINE void turn_columns(const scalar *in, int64_t columns, scalar *matrix) {
+    constexpr int W = V::lanes;
+    static_assert(R % W == 0);
     V x[R];
-    unroll<R>(LYR_LAMBDA(auto q) { x[q] = V::template load_first<N>(in + 2 * q * columns); });
+    unroll<R>(LYR_LAMBDA(auto q) {
+        if constexpr (N == W)
+            x[q] = V::load(in + 2 * q * columns);
+        else
+            x[q] = V::template load_first<N>(in + 2 * q * columns);
+    });
     butterfly<S>(x);
-    unroll<R / 2>(LYR_LAMBDA(auto k) {
-        V block[2] = {x[2 * k], x[2 * k + 1]};
+    unroll<R / W>(LYR_LAMBDA(auto k) {
+        V block[W];
+        unroll<W>(LYR_LAMBDA(auto i) { block[i] = x[W * k + i]; });
         transpose(block);
-        unroll<N>(LYR_LAMBDA(auto j) { block[j].store(matrix + 2 * (j * R + 2 * k)); });
+        unroll<N>(LYR_LAMBDA(auto j) { block[j].store(matrix + 2 * (j * R + W * k)); });
     });
 }
 
 // The first of two or three stages, turned.
 template <int R1, int m, int S>
 void turned_first(const stage *, const scalar *in, scalar *matrix) {
-    static_assert(vec::lanes == 2 && R1 % 2 == 0);
-    for (int64_t j = 0; j + 2 <= m; j += 2)
-        turn_columns<vec, R1, S, 2>(in + 2 * j, m, matrix + 2 * j * R1);
-    if constexpr (m % 2 == 1)
-        turn_columns<vec, R1, S, 1>(in + 2 * (m - 1), m, matrix + 2 * (m - 1) * R1);
+    constexpr int64_t W = vec::lanes, rest = m % W;
+    for (int64_t j = 0; j + W <= m; j += W)
+        turn_columns<vec, R1, S, W>(in + 2 * j, m, matrix + 2 * j * R1);
+    if constexpr (rest != 0)
+        turn_columns<vec, R1, S, rest>(in + 2 * (m - rest), m, matrix + 2 * (m - rest) * R1);
 }
 
 // Calls for a few lines of the next transform with each butterfly of this one: a processor leaves
