@@ -75,7 +75,7 @@ constexpr const char *shared_problems[] = {"ocf1*5",
                                            "ocf16*8400",
                                            "ocf1000*40",
                                            "ocf1000*140",
-                                           "ocf256*60",
+                                           "ocf256*80",
                                            "ocf64*3*5i",
                                            "ocb30x64",
                                            "icf8x60x10",
@@ -269,8 +269,7 @@ TEST(sharing, every_executor) {
             name == std::string("execute_many_post_transpose_copied") ? lanes > 1
             : name == std::string("execute_many_far_units") ? lanes > 1 && !lyr::is_half_line(lanes)
             : name == std::string("execute_many_ahead")
-                ? lanes == 2 && sizeof(lyr::scalar) == sizeof(double) &&
-                      lyr::first_level_cache_is_small()
+                ? lyr::is_half_line(lanes) && lyr::first_level_cache_is_small()
             : name == std::string("execute_many_past") ? lyr::far_batch_for(16) != nullptr
                                                        : true;
         if (needed) {

@@ -65,7 +65,7 @@ constexpr int64_t factors_around(int64_t r, int64_t before) {
 }
 
 struct stage_pair_set {
-    paired_stages lengths[80];  // n is 0 behind the last one
+    paired_stages lengths[88];  // n is 0 behind the last one
 };
 
 }  // namespace lyr

@@ -11,7 +11,8 @@
 namespace lyr {
 
 // The distinct roots of one N > 0, 4*N below 2^63, so that a large table costs one sincos call for
-// about every eighth entry. A root has the same bits whether it comes from there or alone.
+// about every eighth entry. A root has the same bits whether it comes from there or alone, but for
+// those between the axes, where half turns and computing differ in the last place.
 struct root_source {
     int64_t N;
     int step_log2;            // reduced angles are multiples of this power of two
