@@ -184,8 +184,9 @@ int run(const options &o, int argc, char **argv) {
 int main(int argc, char **argv) {
     options o;
     CLI::App app{
-        "Errors of this library's results against transforms in quad precision, for random inputs: "
-        "|output - exact| / |exact| in units of 2^-53 sqrt(log2 points), mean and worst of "
+        "Errors of this library's results against transforms in quad precision "
+        "(lyra-accuracy-float: of single precision against extended precision), for random inputs: "
+        "|output - exact| / |exact| in units of 2^-53 (2^-24) sqrt(log2 points), mean and worst of "
         "classes. "
         "Exits with 1 when one is larger than promised."};
     app.option_defaults()->always_capture_default();

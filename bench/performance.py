@@ -3,10 +3,11 @@
 
     bench/performance.py FIGURES ROOT
 
-reads FIGURES/times.tsv (from lyra-bench --all-targets), FIGURES/accuracy-TARGET.tsv (from
-lyra-accuracy) and FIGURES/instructions.tsv (from bench/aarch64/count.py), as far as they exist, and
-puts them into ROOT/docs/performance/, the times divided by vector targets. From what that folder
-then holds, with figures of other targets and earlier runs, it draws plots and writes
+reads FIGURES/times.tsv (from lyra-bench --all-targets), FIGURES/times-single.tsv (the same in single
+precision), FIGURES/accuracy-TARGET.tsv (from lyra-accuracy) and FIGURES/instructions.tsv (from
+bench/aarch64/count.py), as far as they exist, and puts them into ROOT/docs/performance/, the times
+divided by vector targets. In single precision a target is called TARGET_single. From what that
+folder then holds, with figures of other targets and earlier runs, it draws plots and writes
 
     ROOT/docs/performance.md          means, plots, planning, accuracy
     ROOT/docs/performance-TARGET.md   every problem, for each vector target
@@ -74,6 +75,10 @@ OVERVIEW = [
 # Vector targets in the order of the report, and their names for people.
 TARGETS = {"avx512": "AVX-512", "avx2": "AVX2", "neon_fcma": "Advanced SIMD",
            "neon": "Advanced SIMD of Armv8.0", "generic128": "Portable vectors"}
+SINGLE = "_single"
+TARGETS |= {target + SINGLE: f"{name}, single precision" for target, name in TARGETS.items()}
+# Tables of times, and what is added to the names of their targets.
+TIMES = {"times.tsv": "", "times-single.tsv": SINGLE}
 SHORT = {"measure": "Debian's", "native": "native"}
 AHEAD = 1.05  # ratios above this are listed: less is within what two runs differ by
 MOST_LISTED = 15
@@ -174,7 +179,10 @@ def builds_text(targets):
     known = [dict(facts) for facts, _, _ in targets.values()]
     packaged = sorted({facts["fftw"] for facts in known})
     native = sorted({facts["native"] for facts in known if "native" in facts})
-    text = f"*Debian's* is FFTW as Debian packages it ({', '.join(packaged)}); "
+    text = f"*Debian's* is FFTW as Debian packages it ({', '.join(packaged)})"
+    if any(target.endswith(SINGLE) for target in targets):
+        text += ", in single precision its library for that"
+    text += "; "
     if native:
         return text + ("*native* is the same source built on the measured machine for its vector "
                        f"units ({', '.join(native)}).")
@@ -361,9 +369,11 @@ def accuracy_section(tables):
     text = "\n## Accuracy\n\n"
     if not tables:
         return text + "Not measured in this run.\n"
-    text += ("Errors |output - exact| / |exact| of random inputs, in units of 2⁻⁵³ √(log₂ N), with "
-             "|·| the root of the\nsum of squares. The exact transform is computed in quad "
-             "precision (113 bits). [Promises](promises.md#accuracy)\nhas bounds and reasons.\n\n")
+    text += wrapped("Errors |output - exact| / |exact| of random inputs, in units of 2⁻⁵³ √(log₂ N), "
+                    "2⁻²⁴ √(log₂ N) in single precision, with |·| the root of the sum of squares. "
+                    "The exact transform is computed in quad precision (113 bits), for single "
+                    "precision in extended precision (64 bits). [Promises](promises.md#accuracy) "
+                    "has bounds and reasons.") + "\n"
     classes = {}
     for target, (facts, rows) in tables.items():
         known = dict(facts)
@@ -571,9 +581,9 @@ def draw(target, figures, folder):
 # ---- Figures ------------------------------------------------------------------------------------
 
 
-def split_targets(path):
-    """The figures of one run as {target: text of its own table}. Rows of engines "lyra" and "single"
-    are of the target that the facts name, those with "-TARGET" behind of a further one."""
+def split_targets(path, suffix=""):
+    """The figures of one run as {target + suffix: text of its own table}. Rows of engines "lyra" and
+    "single" are of the target that the facts name, those with "-TARGET" behind of a further one."""
     facts, _, _ = read_figures(path)
     known = dict(facts)
     first = known["lyra"].partition(", target ")[2]
@@ -597,7 +607,17 @@ def split_targets(path):
                     cells[4] = engine
                     line = "\t".join(cells)
             kept.append(line)
-        tables[target] = "".join(line + "\n" for line in kept)
+        tables[target + suffix] = "".join(line + "\n" for line in kept)
+    return tables
+
+
+def targets_of_run(source):
+    """As split_targets, of all tables of times in a folder."""
+    tables = {}
+    for name, suffix in TIMES.items():
+        path = os.path.join(source, name)
+        if name == "times.tsv" or os.path.exists(path):
+            tables |= split_targets(path, suffix)
     return tables
 
 
@@ -628,7 +648,7 @@ def read_all(folder):
 def add_figures(source, folder):
     """Put the figures of a run in the place of earlier ones of the same targets."""
     os.makedirs(folder, exist_ok=True)
-    for target, text in split_targets(os.path.join(source, "times.tsv")).items():
+    for target, text in targets_of_run(source).items():
         with open(os.path.join(folder, f"times-{target}.tsv"), "w", encoding="utf-8") as file:
             file.write(text)
     for name in sorted(os.listdir(source)):
@@ -693,7 +713,7 @@ def main():
     try:
         match arguments.folder:
             case [source] if arguments.targets:
-                print(*split_targets(os.path.join(source, "times.tsv")))
+                print(*targets_of_run(source))
             case [root]:
                 write_pages(root)
             case [source, root]:
