@@ -228,7 +228,7 @@ TEST(choice, solvers_and_executors) {
 #define MANY_SPLIT "solve_problem_dft_many_split/execute_many_split"
 #define REARRANGED_INPLACE "solve_problem_rearrange_inplace/execute_rearrange_inplace"
 #define REARRANGED_OUTPLACE "solve_problem_rearrange_outplace/execute_rearrange_outplace"
-    constexpr example examples[] = {
+    const example examples[] = {
         {"ocf1", "solve_problem_nop/execute_nop"},
         {"ocf1:1:1*5:2:1", "solve_problem_nop/execute_nop"},
         {"ocf1:7:7", "solve_problem_nop/execute_nop"},
@@ -255,7 +255,7 @@ TEST(choice, solvers_and_executors) {
          "solve_problem_c2c_1d_bluestein/execute_1d_prime_bluestein_discrete(" TWO_STAGES ")"},
         {"ocf1763", "solve_problem_c2c_1d_bluestein/execute_1d_prime_bluestein(" STAGES ")"},
         {"ocf8000", STAGES},
-        {"icf131072",
+        {lyr::is_half_line(lyr::active_table()->lanes) ? "icf131072" : "icf262144",
          "solve_problem_c2c_1d_large/execute_c2c_1d_large("
          "solve_problem_dft_many_transpose_rotate/execute_many_transpose_rotate "
          "solve_problem_dft_many_post_transpose/execute_many_post_transpose)"},
