@@ -669,6 +669,8 @@ TEST(choice, batches_that_stream) {
                                           : "execute_many_far"},
                 {is_double ? "ocf960*70" : "ocf960*140",
                  turns ? "execute_many_ahead" : "execute_many_far"},
+                {is_double ? "ocf200*2622" : "ocf200*5243",
+                 turns ? "execute_many_far_turned" : "execute_many_far"},
                 {is_double ? "ocf960*547" : "ocf960*1093", "execute_many_copied"},
             };
             for (const auto &[problem, name] : examples) {

@@ -227,8 +227,8 @@ TEST(random_problems, first_level_caches) {
     }
 }
 
-// Turned stages give the bits of the same stages one by one, which batches past the last cache run,
-// also when they call for the next transform's lines.
+// Batches of turned stages give the bits of single ones, whether the next transform's lines are
+// called for between their passes or as they go, or each transform is copied to its place first.
 void check_turned_batches(int sign) {
     for (const lyr::codelet_table *table : all_tables()) {
         const with_table active(table);

@@ -76,6 +76,7 @@ constexpr const char *shared_problems[] = {"ocf1*5",
                                            "ocf1000*40",
                                            "ocf1000*140",
                                            "ocf256*80",
+                                           "ocf200*3000",
                                            "ocf64*3*5i",
                                            "ocb30x64",
                                            "icf8x60x10",
@@ -230,6 +231,7 @@ TEST(sharing, every_executor) {
                              "execute_many_copied",
                              "execute_many_direct",
                              "execute_many_far",
+                             "execute_many_far_turned",
                              "execute_many_far_units",
                              "execute_many_inside",
                              "execute_many_past",
@@ -268,7 +270,8 @@ TEST(sharing, every_executor) {
         const bool needed =
             name == std::string("execute_many_post_transpose_copied") ? lanes > 1
             : name == std::string("execute_many_far_units") ? lanes > 1 && !lyr::is_half_line(lanes)
-            : name == std::string("execute_many_ahead")
+            : name == std::string("execute_many_ahead") ||
+                    name == std::string("execute_many_far_turned")
                 ? lyr::is_half_line(lanes) && lyr::first_level_cache_is_small()
             : name == std::string("execute_many_past") ? lyr::far_batch_for(16) != nullptr
                                                        : true;

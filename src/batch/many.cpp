@@ -112,18 +112,31 @@ void execute_many_far_units(const plan *p, scalar *in, scalar *out, scalar *scra
     }
 }
 
-// The same for turned stages, of which the last pass calls for lines as it goes.
-void execute_many_ahead(const plan *p, scalar *in, scalar *out, scalar *scratch) {
+// The same for turned stages: between their passes, as above, or a few lines at a time as the last
+// pass goes.
+enum class calls { between_passes, as_it_goes };
+
+template <calls When>
+void execute_many_turned(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     const paired_stages *pairs = pairs_of(p->children);
-    const auto [count, stages, table] = slab_stages_of(p->children);
+    const bool two = pairs->radices[2] == 0;
+    void *block = p->children->aux;
+    const stage *stages = two ? two_stages_of(block) : stages_of(block).stages;
     const int backward = p->sign != -1;
+    const int64_t bytes = p->dims[0].n * complex_bytes;
     const int64_t in_step = p->howmany_dims[0].is * complex_bytes,
                   out_step = p->howmany_dims[0].os * complex_bytes;
     for (int64_t i = 0; i < p->howmany_dims[0].n; ++i) {
-        scalar *const matrix = count == 2 || in == out ? scratch : out;
+        scalar *const matrix = two || in == out ? scratch : out;
         const next_arrays next = {advance(in, in_step), advance(out, out_step)};
+        if (When == calls::between_passes && in != out) call_for<access::write>(out, bytes);
         pairs->columns[backward](stages, in, matrix);
-        pairs->rows_ahead[backward](stages, matrix, out, next);
+        if constexpr (When == calls::between_passes) {
+            call_for<access::read>(next.in, bytes);
+            pairs->rows[backward](stages, matrix, out);
+        } else {
+            pairs->rows_ahead[backward](stages, matrix, out, next);
+        }
         in = advance(in, in_step);
         out = advance(out, out_step);
     }
@@ -228,11 +241,14 @@ void choose_executor(plan *p) {
         p->execute_fn = execute_many_direct;
         p->execute_name = "execute_many_direct";
     } else if (pairs_of(child) && exceeds_second_cache(p) && !passes_last_cache(p)) {
-        p->execute_fn = execute_many_ahead;
+        p->execute_fn = execute_many_turned<calls::as_it_goes>;
         p->execute_name = "execute_many_ahead";
+    } else if (pairs_of(child) && passes_last_cache(p) && !is_better_copied(p)) {
+        p->execute_fn = execute_many_turned<calls::between_passes>;
+        p->execute_name = "execute_many_far_turned";
     } else if (unit_strides(p) && is_far(p)) {
         const auto [count, stages, table] = slab_stages_of(child);
-        if (count == 0 && child->form != plan_form::turned_stages) return;
+        if (count == 0 && child->form != plan_form::turned_stages && !pairs_of(child)) return;
         const stage_list list = {count, const_cast<stage *>(stages)};
         memcpy(p->solver_words, &list, sizeof list);
         if (is_better_copied(p)) {

@@ -18,8 +18,9 @@ enum class pair_form {
     // instead of a later entry of the same length. d[0].twiddles are those of all stages behind the
     // first, in the order of the walk (build_turned).
     // Shorter lengths have three stages, of which the last two are a pair, or two. Their rows have
-    // no padding and the order of the columns; of three stages d[0].twiddles are those of the
-    // second one for lanes along rows (fill_lanes).
+    // no padding. Those of three stages begin in front, too (inputs_before_third), and
+    // d[0].twiddles are those of the other two stages; those of two have the order of the columns
+    // and the tables of plain stages.
     turned,
     // As the turned one of four stages, without padding, which the second pair may work on in
     // place: the matrix lies in the output unless that is the input. d[0].twiddles are those of the
@@ -58,6 +59,10 @@ constexpr int64_t inputs_before(int64_t r) {
 }
 constexpr int64_t columns_before(int64_t r3, int64_t r4) {
     return r4 * (r3 / 2) + inputs_before(r4);
+}
+// The same for the last of three: a multiple of any target's lanes, where it gains. Measured.
+constexpr int inputs_before_third(int r) {
+    return r >= 7 && r <= 9 ? 4 : 0;
 }
 // How many factors a butterfly of radix r has then; those before input 0 are their conjugates.
 constexpr int64_t factors_around(int64_t r, int64_t before) {

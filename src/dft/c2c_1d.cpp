@@ -80,13 +80,13 @@ void execute_1d_turned_two(const plan *p, scalar *in, scalar *out, scalar *scrat
 // Three stages, turned after the first one, by way of the output. Batches may run them in place
 // though they were not planned so.
 void execute_1d_turned_three(const plan *p, scalar *in, scalar *out, scalar *scratch) {
-    if (in == out) return execute_1d(p, in, out, scratch);
     const stage *stages = stages_of(p->aux).stages;
     bookkeeping b;
     memcpy(&b, p->solver_words, sizeof b);
     const int backward = p->sign != -1;
-    b.pairs->columns[backward](stages, in, out);
-    b.pairs->rows[backward](stages, out, out);
+    scalar *matrix = in == out ? scratch : out;
+    b.pairs->columns[backward](stages, in, matrix);
+    b.pairs->rows[backward](stages, matrix, out);
 }
 
 // Whether the plan can run these stages. Parents that run the stages of short ones themselves have
@@ -117,21 +117,15 @@ int run_by(plan *p, executor execute, const char *name, plan_form form) {
 
 int build_tables(plan *p, const paired_stages &pairs, int count) {
     const auto &[r1, r2, r3, r4] = pairs.radices;
-    const bool turned = pairs.form == pair_form::turned;
+    if (pairs.form == pair_form::turned && count > 2) return build_turned(p, pairs.radices);
     const bool mirrored = pairs.form == pair_form::mirrored;
-    if (turned && count == 4) return build_turned(p, pairs.radices);
-    int64_t entries = 0;
-    if (mirrored) entries = (r1 * r2 / 2 + 1) * (r3 - 1 + r3 * (r4 - 1));
-    if (turned && count == 3) entries = 2 * r1 * (r2 - 1);
+    const int64_t entries = mirrored ? (r1 * r2 / 2 + 1) * (r3 - 1 + r3 * (r4 - 1)) : 0;
     scalar *table = build_stages(p, pairs.radices, count, entries);
     if (!table) return -1;
-    if (entries) {
+    if (mirrored) {
         stage *stages = stages_of(p->aux).stages;
         stages[0].twiddles = table;
-        if (mirrored)
-            fill_mirrored(table, stages[2], stages[3]);
-        else
-            fill_lanes(table, stages[1]);
+        fill_mirrored(table, stages[2], stages[3]);
     }
     return 0;
 }

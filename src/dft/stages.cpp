@@ -170,59 +170,94 @@ scalar *build_stages(plan *p, const int64_t *factors, int count, int64_t extra) 
     return twiddles;
 }
 
-int build_turned(plan *p, const int64_t (&radices)[4]) {
+namespace {
+
+// The factors of `lanes` neighbouring rows as ready vectors, powers 1 to count. Returns what is
+// behind them.
+scalar *fill_ready_rows(scalar *table, const root_source *roots, int64_t row, int64_t count,
+                        int64_t sign, int64_t lanes) {
+    scalar powers[2 * (max_radix - 1)];
+    for (int64_t lane = 0; lane < lanes; ++lane) {
+        fill_roots(powers, 1, roots, row + lane, row + lane, count, sign);
+        for (int64_t h = 0; h < count; ++h) {
+            scalar *re = table + 4 * lanes * h + 2 * lane, *im = re + 2 * lanes;
+            re[0] = re[1] = powers[2 * h];
+            im[0] = im[1] = powers[2 * h + 1];
+        }
+    }
+    return table + 4 * lanes * count;
+}
+
+// The third stage of three, in the order of the walk.
+void fill_third_of_turned(scalar *table, const root_source *roots, const int64_t (&radices)[4],
+                          int64_t sign, int64_t lanes) {
+    const auto &[r1, r2, r3, none] = radices;
+    const int64_t factors = factors_around(r3, inputs_before_third(static_cast<int>(r3)));
+    for (int64_t k = 0; k < r1; k += lanes)
+        for (int64_t i = 0; i < r2; ++i)
+            table = fill_ready_rows(table, roots, k + i * r1, factors, sign, lanes);
+}
+
+// The third and the last stage of four, for columns_at_once columns at a time: plain groups of as
+// many as lanes.
+void fill_second_pair_of_turned(scalar *table, const root_source *roots,
+                                const int64_t (&radices)[4], int64_t sign, int64_t lanes) {
     const auto &[r1, r2, r3, r4] = radices;
+    const int64_t L = r1 * r2, third = factors_around(r3, r3 / 2),
+                  last = factors_around(r4, inputs_before(r4));
+    const auto fill_row = [&](int64_t row, int64_t step, int64_t count) {
+        scalar *at = table + 2 * ((row - row % lanes) * count + row % lanes);
+        fill_roots(at, lanes, roots, step, step, count, sign);
+    };
+    for (int64_t c = 0; c < L; c += columns_at_once) {
+        for (int64_t i = 0; i < columns_at_once; ++i) fill_row(i, (c + i) * r4, third);
+        table += 2 * columns_at_once * third;
+        for (int64_t k = c; k < L * r3; k += L, table += 2 * columns_at_once * last)
+            for (int64_t i = 0; i < columns_at_once; ++i) fill_row(i, k + i, last);
+    }
+}
+
+int64_t later_factors_of_turned(const int64_t (&radices)[4]) {
+    const auto &[r1, r2, r3, r4] = radices;
+    const int64_t L = r1 * r2;
+    if (r4 == 0) return 2 * L * factors_around(r3, inputs_before_third(static_cast<int>(r3)));
+    return L * (factors_around(r3, r3 / 2) + r3 * factors_around(r4, inputs_before(r4)));
+}
+
+}  // namespace
+
+int build_turned(plan *p, const int64_t (&radices)[4]) {
+    const int64_t r1 = radices[0], r2 = radices[1], n = p->dims[0].n, count = radices[3] ? 4 : 3;
     const int64_t lanes = active_table()->lanes, sign = p->sign == -1 ? -1 : +1;
-    const int64_t L = r1 * r2, n = L * r3 * r4;
-    const int64_t third = factors_around(r3, r3 / 2), last = factors_around(r4, inputs_before(r4));
-    const int64_t tables = (8 + 4 * int64_t{sizeof(stage)} + 63) / 64 * 64;
+    const int64_t tables = (8 + count * int64_t{sizeof(stage)} + 63) / 64 * 64;
     const auto bytes = static_cast<uint64_t>(
-        tables + (2 * r1 * (r2 - 1) + L * (third + r3 * last)) * complex_bytes);
+        tables + (2 * r1 * (r2 - 1) + later_factors_of_turned(radices)) * complex_bytes);
     p->aux = aligned_alloc_any(bytes);
     if (!p->aux) return -1;
     p->aux_bytes = bytes;
     p->aux_owned = 1;
     char *block = static_cast<char *>(p->aux);
-    *reinterpret_cast<int64_t *>(block) = 4;
+    *reinterpret_cast<int64_t *>(block) = count;
     stage *stages = reinterpret_cast<stage *>(block + 8);
     scalar *table = reinterpret_cast<scalar *>(block + tables);
-    for (int64_t s = 0, m = n, done = 1; s < 4; done *= radices[s++])
+    for (int64_t s = 0, m = n, done = 1; s < count; done *= radices[s++])
         stages[s] = {nullptr, m /= radices[s], done, 1, 1, nullptr, radices[s], sign};
     stages[0].twiddles = table;
 
     root_source roots;
-    root_source_init(&roots, L, L);
-    fill_grouped_twiddles(table, &roots, r2, r1, sign, lanes, r1);
+    scalar *room = static_cast<scalar *>(planning_malloc(half_turn_bytes(n)));
+    root_source_init(&roots, r1 * r2, r1 * r2);
+    for (int64_t k = 0; k < r1; k += lanes)
+        table = fill_ready_rows(table, &roots, k, r2 - 1, sign, lanes);
     root_source_release(&roots);
-    table += 4 * r1 * (r2 - 1);
-    root_source_init(&roots, n, n);
-    const auto fill_row = [&](int64_t row, int64_t step, int64_t count) {
-        scalar *at = table + 2 * ((row - row % lanes) * count + row % lanes);
-        fill_roots(at, lanes, &roots, step, step, count, sign);
-    };
-    for (int64_t c = 0; c < L; c += columns_at_once) {
-        for (int64_t i = 0; i < columns_at_once; ++i) fill_row(i, (c + i) * r4, third);
-        table += 2 * columns_at_once * third;
-        for (int64_t k = c; k < n / r4; k += L, table += 2 * columns_at_once * last)
-            for (int64_t i = 0; i < columns_at_once; ++i) fill_row(i, k + i, last);
-    }
+    root_source_init(&roots, n, n, room);
+    if (count == 3)
+        fill_third_of_turned(table, &roots, radices, sign, lanes);
+    else
+        fill_second_pair_of_turned(table, &roots, radices, sign, lanes);
     root_source_release(&roots);
+    free(room);
     return 0;
-}
-
-scalar *fill_lanes(scalar *table, const stage &d) {
-    const int64_t lanes = active_table()->lanes, entries = d.r - 1;
-    const bool ready = has_ready_rows(lanes, d.r, d.L);
-    const int64_t step = ready ? 4 * lanes : 2, im = ready ? 2 * lanes : 1;
-    for (int64_t k = 0; k < d.L; k += lanes)
-        for (int64_t q = 0; q < entries; ++q, table += 4 * lanes)
-            for (int64_t lane = 0; lane < lanes; ++lane) {
-                const scalar *w = d.twiddles + ((k + lane) * entries + q) * step;
-                scalar *to = table + 2 * lane;
-                to[0] = to[1] = w[0];
-                to[2 * lanes] = to[2 * lanes + 1] = w[im];
-            }
-    return table;
 }
 
 void fill_mirrored(scalar *table, const stage &third, const stage &last) {
@@ -260,8 +295,7 @@ slab_stages slab_stages_of(const plan *p) {
     if (p->form == plan_form::two_stages || p->form == plan_form::turned_two) {
         list.count = 2;
         list.stages = two_stages_of(p->aux);
-    } else if (p->form == plan_form::stages || p->form == plan_form::paired_stages ||
-               p->form == plan_form::turned_three) {
+    } else if (p->form == plan_form::stages || p->form == plan_form::paired_stages) {
         list.count = stages_of(p->aux).count;
         list.stages = stages_of(p->aux).stages;
     }

@@ -30,7 +30,7 @@ enum class plan_form : int32_t {
     paired_stages,      // the same, executed two at a time
     turned_stages,      // the same, turned in between: only its own executor can run them
     turned_two,         // two_stages, turned in between (pairs_of)
-    turned_three,       // stages, three of them, turned after the first one (pairs_of)
+    turned_three,       // three stages, turned after the first one (pairs_of)
     own_stages,         // stages in aux (stages_of), which only the plan's own executor can run
     slabs,              // transforms side by side: a slab_batch in solver_words
     gathered_slabs,     // the same with input one after another

@@ -157,6 +157,10 @@ struct ready_powers {
     LYR_INLINE const typename V::tw &operator[](int h) const { return w[h]; }
 };
 template <class V>
+LYR_INLINE ready_powers<V> ready_powers_at(const scalar *table) {
+    return {reinterpret_cast<const typename V::tw *>(table)};
+}
+template <class V>
 struct plain_powers {
     const scalar *w;
     LYR_INLINE typename V::tw operator[](int h) const { return V::tw_plain(w + 2 * V::lanes * h); }
@@ -238,18 +242,20 @@ void turned_rows(const stage *d, const scalar *matrix, scalar *out) {
     }
 }
 
-// Butterflies of N neighbouring columns of R rows, `columns` numbers apart; column j becomes row j
-// of the matrix.
+// Butterflies of N neighbouring columns of R rows, `columns` numbers apart, of which the first one
+// may be elsewhere; column j becomes row j of the matrix.
 template <class V, int R, int S, int N>
-LYR_INLINE void turn_columns(const scalar *in, int64_t columns, scalar *matrix) {
+LYR_INLINE void turn_columns(const scalar *first_row, const scalar *in, int64_t columns,
+                             scalar *matrix) {
     constexpr int W = V::lanes;
     static_assert(R % W == 0);
     V x[R];
     unroll<R>(LYR_LAMBDA(auto q) {
+        const scalar *row = q == 0 ? first_row : in + 2 * q * columns;
         if constexpr (N == W)
-            x[q] = V::load(in + 2 * q * columns);
+            x[q] = V::load(row);
         else
-            x[q] = V::template load_first<N>(in + 2 * q * columns);
+            x[q] = V::template load_first<N>(row);
     });
     butterfly<S>(x);
     unroll<R / W>(LYR_LAMBDA(auto k) {
@@ -260,14 +266,20 @@ LYR_INLINE void turn_columns(const scalar *in, int64_t columns, scalar *matrix) 
     });
 }
 
-// The first of two or three stages, turned.
-template <int R1, int m, int S>
+// The first of two or three stages, turned. The m columns begin at column -before: column -j is
+// column m - j a row later, whose last number comes first.
+template <int R1, int m, int before, int S>
 void turned_first(const stage *, const scalar *in, scalar *matrix) {
-    constexpr int64_t W = vec::lanes, rest = m % W;
-    for (int64_t j = 0; j + W <= m; j += W)
-        turn_columns<vec, R1, S, W>(in + 2 * j, m, matrix + 2 * j * R1);
-    if constexpr (rest != 0)
-        turn_columns<vec, R1, S, rest>(in + 2 * (m - rest), m, matrix + 2 * (m - rest) * R1);
+    constexpr int64_t W = vec::lanes, rest = m % W, behind = m - before;
+    static_assert(before % W == 0);
+    for (int64_t j = -before; j < 0; j += W, matrix += 2 * W * R1)
+        turn_columns<vec, R1, S, W>(in + 2 * (j + R1 * m), in + 2 * j, m, matrix);
+    for (int64_t j = 0; j + W <= behind; j += W, matrix += 2 * W * R1)
+        turn_columns<vec, R1, S, W>(in + 2 * j, in + 2 * j, m, matrix);
+    if constexpr (rest != 0) {
+        const scalar *from = in + 2 * (behind - rest);
+        turn_columns<vec, R1, S, rest>(from, from, m, matrix);
+    }
 }
 
 // Calls for a few lines of the next transform with each butterfly of this one: a processor leaves
@@ -328,38 +340,37 @@ void turned_last_ahead(const stage *d, const scalar *matrix, scalar *out, const 
 // columns at a time, whose places take the results; lanes run along these.
 template <int R1, int R2, int R3, int S, class Calls>
 LYR_INLINE void later_of_turned(const stage *d, const scalar *matrix, scalar *out, Calls call) {
-    constexpr lane_order groups = lane_order::ready;
-    static_assert(!has_plain_groups(vec::lanes, R3, R1 * R2));
+    constexpr int before = inputs_before_third(R3);
+    constexpr int64_t factors = factors_around(R3, before);
     alignas(64) scalar block[2 * vec::lanes * R2 * R3];
-    const scalar *factors = d[0].twiddles;
+    const scalar *second = d[0].twiddles, *third = second + 4 * R1 * (R2 - 1);
     for (int64_t k = 0; k < R1; k += vec::lanes) {
         for (int64_t j = 0; j < R3; ++j) {
             const scalar *from = matrix + 2 * (j * R1 + k);
             scalar *to = block + 2 * vec::lanes * j;
-            __asm__("" : "+r"(factors));  // no hoisting to the stack
+            __asm__("" : "+r"(second));  // no hoisting to the stack
             call();
             vec x[R2];
             unroll<R2>(LYR_LAMBDA(auto q) {
                 x[q] = vec::load(from + 2 * q * R1 * R3);
-                if constexpr (q > 0) x[q] = cmul(x[q], lane_twiddles<R2, vec, groups>(factors, q));
+                if constexpr (q > 0)
+                    x[q] = cmul(x[q], lane_twiddles<R2, vec, lane_order::ready>(second, q));
             });
             butterfly<S>(x);
             unroll<R2>(LYR_LAMBDA(auto p) { x[p].store(to + 2 * vec::lanes * p * R3); });
         }
-        factors += lane_twiddle_numbers<R2, vec, groups>;
-        for (int64_t i = 0; i < R2; ++i) {
-            const int64_t first = k + i * R1;
+        second += 4 * vec::lanes * (R2 - 1);
+        for (int64_t i = 0; i < R2; ++i, third += 4 * vec::lanes * factors) {
             const scalar *from = block + 2 * vec::lanes * i * R3;
-            const scalar *twiddles =
-                d[2].twiddles + first / vec::lanes * lane_twiddle_numbers<R3, vec, groups>;
+            scalar *to = out + 2 * (k + i * R1);
             call();
             vec x[R3];
             unroll<R3>(LYR_LAMBDA(auto q) {
-                x[q] = vec::load(from + 2 * vec::lanes * q);
-                if constexpr (q > 0) x[q] = cmul(x[q], lane_twiddles<R3, vec, groups>(twiddles, q));
+                x[place_around<R3, before>(q)] = vec::load(from + 2 * vec::lanes * q);
             });
+            multiply_around<R3, before>(x, ready_powers_at<vec>(third));
             butterfly<S>(x);
-            unroll<R3>(LYR_LAMBDA(auto p) { x[p].store(out + 2 * (first + p * R1 * R2)); });
+            unroll<R3>(LYR_LAMBDA(auto p) { x[p].store(to + 2 * p * R1 * R2); });
         }
     }
 }
@@ -401,7 +412,7 @@ template <int R1, int R2>
 constexpr paired_stages make_turned() {
     return {R1 * R2,
             {R1, R2, 0, 0},
-            {turned_first<R1, R2, -1>, turned_first<R1, R2, +1>},
+            {turned_first<R1, R2, 0, -1>, turned_first<R1, R2, 0, +1>},
             {turned_last<R1, R2, -1>, turned_last<R1, R2, +1>},
             pair_form::turned,
             {turned_last_ahead<R1, R2, -1>, turned_last_ahead<R1, R2, +1>}};
@@ -409,9 +420,10 @@ constexpr paired_stages make_turned() {
 
 template <int R1, int R2, int R3>
 constexpr paired_stages make_turned() {
+    constexpr int before = inputs_before_third(R3);
     return {R1 * R2 * R3,
             {R1, R2, R3, 0},
-            {turned_first<R1, R2 * R3, -1>, turned_first<R1, R2 * R3, +1>},
+            {turned_first<R1, R2 * R3, before, -1>, turned_first<R1, R2 * R3, before, +1>},
             {turned_later<R1, R2, R3, -1>, turned_later<R1, R2, R3, +1>},
             pair_form::turned,
             {turned_later_ahead<R1, R2, R3, -1>, turned_later_ahead<R1, R2, R3, +1>}};

@@ -8,7 +8,11 @@
 namespace lyr::LYR_ISA {
 namespace {
 
-#if defined(__AVX2__) && !defined(__AVX512F__) && !defined(LYRA_SINGLE)
+#if defined(__AVX2__) && !defined(__AVX512F__) && defined(LYRA_SINGLE)
+LYR_INLINE vec4 cmul_conj(vec4 a, vec4::tw w) {
+    return {_mm256_fmsubadd_ps(a.v, w.re, _mm256_mul_ps(swapped(a.v), w.im))};
+}
+#elif defined(__AVX2__) && !defined(__AVX512F__)
 LYR_INLINE vec2 cmul_conj(vec2 a, vec2::tw w) {
     return {_mm256_fmsubadd_pd(a.v, w.re, _mm256_mul_pd(swapped(a), w.im))};
 }
