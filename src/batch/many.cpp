@@ -120,8 +120,7 @@ template <calls When>
 void execute_many_turned(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     const paired_stages *pairs = pairs_of(p->children);
     const bool two = pairs->radices[2] == 0;
-    void *block = p->children->aux;
-    const stage *stages = two ? two_stages_of(block) : stages_of(block).stages;
+    const stage *stages = stages_of(p->children->aux).stages;
     const int backward = p->sign != -1;
     const int64_t bytes = p->dims[0].n * complex_bytes;
     const int64_t in_step = p->howmany_dims[0].is * complex_bytes,

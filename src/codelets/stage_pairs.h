@@ -18,9 +18,8 @@ enum class pair_form {
     // instead of a later entry of the same length. d[0].twiddles are those of all stages behind the
     // first, in the order of the walk (build_turned).
     // Shorter lengths have three stages, of which the last two are a pair, or two. Their rows have
-    // no padding. Those of three stages begin in front, too (inputs_before_third), and
-    // d[0].twiddles are those of the other two stages; those of two have the order of the columns
-    // and the tables of plain stages.
+    // no padding. Those of three stages begin in front, too (inputs_before_third), those of two
+    // have the order of the columns.
     turned,
     // As the turned one of four stages, without padding, which the second pair may work on in
     // place: the matrix lies in the output unless that is the input. d[0].twiddles are those of the

@@ -69,7 +69,7 @@ void execute_1d_paired(const plan *p, scalar *in, scalar *out, scalar *scratch) 
 
 // Two stages, turned in between.
 void execute_1d_turned_two(const plan *p, scalar *in, scalar *out, scalar *scratch) {
-    const stage *stages = two_stages_of(p->aux);
+    const stage *stages = stages_of(p->aux).stages;
     bookkeeping b;
     memcpy(&b, p->solver_words, sizeof b);
     const int backward = p->sign != -1;
@@ -117,7 +117,7 @@ int run_by(plan *p, executor execute, const char *name, plan_form form) {
 
 int build_tables(plan *p, const paired_stages &pairs, int count) {
     const auto &[r1, r2, r3, r4] = pairs.radices;
-    if (pairs.form == pair_form::turned && count > 2) return build_turned(p, pairs.radices);
+    if (pairs.form == pair_form::turned) return build_turned(p, pairs.radices);
     const bool mirrored = pairs.form == pair_form::mirrored;
     const int64_t entries = mirrored ? (r1 * r2 / 2 + 1) * (r3 - 1 + r3 * (r4 - 1)) : 0;
     scalar *table = build_stages(p, pairs.radices, count, entries);

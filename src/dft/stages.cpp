@@ -172,8 +172,8 @@ scalar *build_stages(plan *p, const int64_t *factors, int count, int64_t extra) 
 
 namespace {
 
-// The factors of `lanes` neighbouring rows as ready vectors, powers 1 to count. Returns what is
-// behind them.
+// The factors of `lanes` neighbouring rows, powers 1 to count, as ready vectors whose imaginary
+// parts have the signs of those of i*w. Returns what is behind them.
 scalar *fill_ready_rows(scalar *table, const root_source *roots, int64_t row, int64_t count,
                         int64_t sign, int64_t lanes) {
     scalar powers[2 * (max_radix - 1)];
@@ -182,7 +182,8 @@ scalar *fill_ready_rows(scalar *table, const root_source *roots, int64_t row, in
         for (int64_t h = 0; h < count; ++h) {
             scalar *re = table + 4 * lanes * h + 2 * lane, *im = re + 2 * lanes;
             re[0] = re[1] = powers[2 * h];
-            im[0] = im[1] = powers[2 * h + 1];
+            im[0] = -powers[2 * h + 1];
+            im[1] = powers[2 * h + 1];
         }
     }
     return table + 4 * lanes * count;
@@ -220,6 +221,7 @@ void fill_second_pair_of_turned(scalar *table, const root_source *roots,
 int64_t later_factors_of_turned(const int64_t (&radices)[4]) {
     const auto &[r1, r2, r3, r4] = radices;
     const int64_t L = r1 * r2;
+    if (r3 == 0) return 0;
     if (r4 == 0) return 2 * L * factors_around(r3, inputs_before_third(static_cast<int>(r3)));
     return L * (factors_around(r3, r3 / 2) + r3 * factors_around(r4, inputs_before(r4)));
 }
@@ -227,7 +229,8 @@ int64_t later_factors_of_turned(const int64_t (&radices)[4]) {
 }  // namespace
 
 int build_turned(plan *p, const int64_t (&radices)[4]) {
-    const int64_t r1 = radices[0], r2 = radices[1], n = p->dims[0].n, count = radices[3] ? 4 : 3;
+    const int64_t r1 = radices[0], r2 = radices[1], n = p->dims[0].n;
+    const int64_t count = radices[3] ? 4 : radices[2] ? 3 : 2;
     const int64_t lanes = active_table()->lanes, sign = p->sign == -1 ? -1 : +1;
     const int64_t tables = (8 + count * int64_t{sizeof(stage)} + 63) / 64 * 64;
     const auto bytes = static_cast<uint64_t>(
@@ -246,10 +249,14 @@ int build_turned(plan *p, const int64_t (&radices)[4]) {
 
     root_source roots;
     scalar *room = static_cast<scalar *>(planning_malloc(half_turn_bytes(n)));
-    root_source_init(&roots, r1 * r2, r1 * r2);
+    root_source_init(&roots, r1 * r2, r1 * r2, room);
     for (int64_t k = 0; k < r1; k += lanes)
         table = fill_ready_rows(table, &roots, k, r2 - 1, sign, lanes);
     root_source_release(&roots);
+    if (count == 2) {
+        free(room);
+        return 0;
+    }
     root_source_init(&roots, n, n, room);
     if (count == 3)
         fill_third_of_turned(table, &roots, radices, sign, lanes);
@@ -292,7 +299,7 @@ void alternate_rows(scalar *table, int64_t r, int64_t L, int64_t lanes) {
 
 slab_stages slab_stages_of(const plan *p) {
     slab_stages list = {0, nullptr, active_table()};
-    if (p->form == plan_form::two_stages || p->form == plan_form::turned_two) {
+    if (p->form == plan_form::two_stages) {
         list.count = 2;
         list.stages = two_stages_of(p->aux);
     } else if (p->form == plan_form::stages || p->form == plan_form::paired_stages) {

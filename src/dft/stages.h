@@ -51,11 +51,11 @@ const paired_stages *pairs_of(const plan *p);
 // exists for one transform.
 int32_t plan_solve_in_stages(plan *p);
 
-// Builds the block for three or four turned stages (codelets/stage_pairs.h), whose tables only
-// these read: behind the count and the descriptors the factors of the second stage as ready
-// vectors, lanes along its rows, then those of the other stages in the order of the walk, where
-// half of a butterfly's factors may do for all (factors_around): of three stages ready vectors, of
-// four plain groups of as many columns as lanes. Returns 0 or -1.
+// Builds the block for turned stages (codelets/stage_pairs.h), whose tables only these read: behind
+// the count and the descriptors the factors of the second stage, lanes along its rows, then those
+// of the other stages in the order of the walk, where half of a butterfly's factors may do for all
+// (factors_around). They are ready vectors with the signs of products (codelets/simd/conjugates.h),
+// the last two of four stages plain groups of as many columns as lanes. Returns 0 or -1.
 int build_turned(plan *p, const int64_t (&radices)[4]);
 
 // Writes the factors of the last two of four stages for half of the L columns of the third one's

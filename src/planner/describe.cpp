@@ -47,11 +47,11 @@ stage_list stages_in(const plan *p) {
             return {batch.list.count, const_cast<stage *>(batch.list.stages)};
         }
         case plan_form::two_stages:
-        case plan_form::turned_two:
             return {2, two_stages_of(p->aux)};
         case plan_form::stages:
         case plan_form::paired_stages:
         case plan_form::turned_stages:
+        case plan_form::turned_two:
         case plan_form::turned_three:
         case plan_form::own_stages:
             return stages_of(p->aux);

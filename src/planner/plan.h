@@ -29,7 +29,7 @@ enum class plan_form : int32_t {
     stages,             // one transform: stages in aux (stages_of)
     paired_stages,      // the same, executed two at a time
     turned_stages,      // the same, turned in between: only its own executor can run them
-    turned_two,         // two_stages, turned in between (pairs_of)
+    turned_two,         // two stages, turned in between (pairs_of)
     turned_three,       // three stages, turned after the first one (pairs_of)
     own_stages,         // stages in aux (stages_of), which only the plan's own executor can run
     slabs,              // transforms side by side: a slab_batch in solver_words

@@ -112,37 +112,6 @@ LYR_INLINE void first_of_shifted_columns(int64_t m, const scalar *in, int64_t fi
     column_run<R1, S, vec>(numbers_of, to, columns, no_twiddles{});
 }
 
-// As paired_columns, with the results of each column in a row of the matrix: lanes of the second
-// stage run along its rows. The columns begin at column -before.
-template <int R1, int R2, int S, int64_t columns, int64_t before>
-void turned_columns(const stage *d, const scalar *in, scalar *matrix) {
-    constexpr int64_t row = R1 * R2 + pair_padding;
-    constexpr lane_order groups = lane_order::ready;
-    static_assert(R1 % vec::lanes == 0);
-    alignas(64) scalar block[2 * R1 * R2 * columns];
-    const int64_t m = d[1].m;
-    for (int64_t c = 0; c < m; c += columns) {
-        first_of_shifted_columns<R1, R2, S, columns>(m, in, c - before, block);
-        for (int64_t i = 0; i < columns; ++i) {
-            const scalar *twiddles = d[0].twiddles;
-            stream<R2> to(matrix + 2 * (c + i) * row, R1);
-            for (int64_t k = 0; k < R1; k += vec::lanes) {
-                const scalar *from = block + 2 * (k * R2 * columns + i);
-                vec x[R2];
-                unroll<R2>(LYR_LAMBDA(auto q) {
-                    x[q] = vec::gather(from + 2 * columns * q, 2 * R2 * columns);
-                    if constexpr (q > 0)
-                        x[q] = cmul(x[q], lane_twiddles<R2, vec, groups>(twiddles, q));
-                });
-                butterfly<S>(x);
-                unroll<R2>(LYR_LAMBDA(auto p) { x[p].store(to.at(p)); });
-                to.advance(vec::lanes);
-                twiddles += lane_twiddle_numbers<R2, vec, groups>;
-            }
-        }
-    }
-}
-
 // Where a butterfly takes the input at place i when its inputs begin at input -before.
 template <int R, int before>
 constexpr int place_around(int i) {
@@ -152,19 +121,61 @@ constexpr int place_around(int i) {
 // Powers of the lanes' factors: number h is power h + 1. By reference where they are ready:
 // compilers copy them in halves.
 template <class V>
+using ready_factor = decltype(alternating(typename V::tw{}));
+template <class V>
 struct ready_powers {
-    const typename V::tw *w;
-    LYR_INLINE const typename V::tw &operator[](int h) const { return w[h]; }
+    const ready_factor<V> *w;
+    LYR_INLINE const ready_factor<V> &operator[](int h) const { return w[h]; }
 };
 template <class V>
 LYR_INLINE ready_powers<V> ready_powers_at(const scalar *table) {
-    return {reinterpret_cast<const typename V::tw *>(table)};
+    return {reinterpret_cast<const ready_factor<V> *>(table)};
 }
+template <class V>
+constexpr int64_t ready_numbers = 4 * V::lanes;  // real numbers of a factor
 template <class V>
 struct plain_powers {
     const scalar *w;
     LYR_INLINE typename V::tw operator[](int h) const { return V::tw_plain(w + 2 * V::lanes * h); }
 };
+
+// The inputs of a butterfly, `step` apart, times ready factors.
+template <int R, class V>
+LYR_INLINE void load_multiplied(V (&x)[R], const scalar *in, int64_t step, const scalar *twiddles) {
+    unroll<R>(LYR_LAMBDA(auto q) {
+        x[q] = V::load(in + 2 * q * step);
+        if constexpr (q > 0) x[q] = cmul(x[q], ready_powers_at<V>(twiddles)[q - 1]);
+    });
+}
+
+// As paired_columns, with the results of each column in a row of the matrix: lanes of the second
+// stage run along its rows. The columns begin at column -before.
+template <int R1, int R2, int S, int64_t columns, int64_t before, class V = vec>
+void turned_columns(const stage *d, const scalar *in, scalar *matrix) {
+    constexpr int64_t row = R1 * R2 + pair_padding;
+    static_assert(R1 % V::lanes == 0);
+    alignas(64) scalar block[2 * R1 * R2 * columns];
+    const int64_t m = d[1].m;
+    for (int64_t c = 0; c < m; c += columns) {
+        first_of_shifted_columns<R1, R2, S, columns>(m, in, c - before, block);
+        for (int64_t i = 0; i < columns; ++i) {
+            const scalar *twiddles = d[0].twiddles;
+            stream<R2> to(matrix + 2 * (c + i) * row, R1);
+            for (int64_t k = 0; k < R1; k += V::lanes) {
+                const scalar *from = block + 2 * (k * R2 * columns + i);
+                V x[R2];
+                unroll<R2>(LYR_LAMBDA(auto q) {
+                    x[q] = V::gather(from + 2 * columns * q, 2 * R2 * columns);
+                    if constexpr (q > 0) x[q] = cmul(x[q], ready_powers_at<V>(twiddles)[q - 1]);
+                });
+                butterfly<S>(x);
+                unroll<R2>(LYR_LAMBDA(auto p) { x[p].store(to.at(p)); });
+                to.advance(V::lanes);
+                twiddles += ready_numbers<V> * (R2 - 1);
+            }
+        }
+    }
+}
 
 template <int R, int before, class Powers, class V>
 LYR_INLINE void multiply_around(V (&x)[R], const Powers &powers) {
@@ -192,26 +203,27 @@ LYR_INLINE void butterfly_of_columns(V (&x)[R], const scalar *&in, const scalar 
 
 // The last two stages for a matrix that turned_columns made, for a few of its columns at a time:
 // lanes run along these in both. Outputs fall into few cache sets (column_run_by_lines).
-template <int R1, int R2, int R3, int R4, int S>
+template <int R1, int R2, int R3, int R4, int S, class V = vec>
 void turned_rows(const stage *d, const scalar *matrix, scalar *out) {
-    constexpr int64_t columns = columns_at_once, W = vec::lanes, L = R1 * R2;
+    constexpr int64_t columns = columns_at_once, W = V::lanes, L = R1 * R2;
     constexpr int64_t row = L + pair_padding, factors = factors_around(R3, R3 / 2);
     constexpr bool by_lines = R4 > 4 && 2 * W == line_complex;
     alignas(64) scalar block[2 * R3 * R4 * columns], done[2 * W * R4];
     const scalar *twiddles = d[0].twiddles + 4 * R1 * (R2 - 1);
     for (int64_t c = 0; c < L; c += columns) {
-        vec::tw ready[columns / W][factors];
+        ready_factor<V> ready[columns / W][factors];
         for (int64_t i = 0; i < columns / W; ++i, twiddles += 2 * W * factors)
-            unroll<factors>(
-                LYR_LAMBDA(auto h) { ready[i][h] = vec::tw_plain(twiddles + 2 * W * h); });
+            unroll<factors>(LYR_LAMBDA(auto h) {
+                ready[i][h] = alternating(V::tw_plain(twiddles + 2 * W * h));
+            });
         for (int64_t j = 0; j < R4; ++j) {
             stream<R3> from(matrix + 2 * (c + j * row), R4 * row);
             stream<R3> to(block + 2 * j * columns, R4 * columns);
             for (int64_t i = 0; i < columns / W; ++i) {
-                vec x[R3];
+                V x[R3];
                 unroll<R3>(
-                    LYR_LAMBDA(auto q) { x[place_around<R3, R3 / 2>(q)] = vec::load(from.at(q)); });
-                multiply_around<R3, R3 / 2>(x, ready_powers<vec>{ready[i]});
+                    LYR_LAMBDA(auto q) { x[place_around<R3, R3 / 2>(q)] = V::load(from.at(q)); });
+                multiply_around<R3, R3 / 2>(x, ready_powers<V>{ready[i]});
                 butterfly<S>(x);
                 unroll<R3>(LYR_LAMBDA(auto p) { x[p].store(to.at(p)); });
                 from.advance(W);
@@ -222,14 +234,14 @@ void turned_rows(const stage *d, const scalar *matrix, scalar *out) {
             const scalar *in = block + 2 * p * R4 * columns;
             stream<R4> to(out + 2 * (c + p * L), L * R3);
             for (int64_t i = 0; i < columns; i += by_lines ? 2 * W : W) {
-                vec x[R4];
+                V x[R4];
                 butterfly_of_columns<R4, S>(x, in, twiddles);
                 if constexpr (by_lines) {
                     unroll<R4>(LYR_LAMBDA(auto q) { x[q].store(done + 2 * W * q); });
                     __asm__ volatile("" ::"r"(done) : "memory");
                     butterfly_of_columns<R4, S>(x, in, twiddles);
                     unroll<R4>(LYR_LAMBDA(auto q) {
-                        vec::load(done + 2 * W * q).store(to.at(q));
+                        V::load(done + 2 * W * q).store(to.at(q));
                         x[q].store(to.at(q) + 2 * W);
                     });
                     to.advance(2 * W);
@@ -307,21 +319,15 @@ struct no_calls {
 };
 
 // The second of two stages for that matrix, lanes along its columns.
-template <int R1, int R2, int S, class Calls>
+template <int R1, int R2, int S, class V = vec, class Calls>
 LYR_INLINE void last_of_turned(const stage *d, const scalar *matrix, scalar *out, Calls call) {
-    constexpr lane_order groups = lane_order::ready;
-    static_assert(!has_plain_groups(vec::lanes, R2, R1));
-    const scalar *twiddles = d[1].twiddles;
-    for (int64_t k = 0; k < R1; k += vec::lanes) {
+    const scalar *twiddles = d[0].twiddles;
+    for (int64_t k = 0; k < R1; k += V::lanes, twiddles += ready_numbers<V> * (R2 - 1)) {
         call();
-        vec x[R2];
-        unroll<R2>(LYR_LAMBDA(auto q) {
-            x[q] = vec::load(matrix + 2 * (q * R1 + k));
-            if constexpr (q > 0) x[q] = cmul(x[q], lane_twiddles<R2, vec, groups>(twiddles, q));
-        });
+        V x[R2];
+        load_multiplied(x, matrix + 2 * k, R1, twiddles);
         butterfly<S>(x);
         unroll<R2>(LYR_LAMBDA(auto p) { x[p].store(out + 2 * (k + p * R1)); });
-        twiddles += lane_twiddle_numbers<R2, vec, groups>;
     }
 }
 
@@ -338,37 +344,33 @@ void turned_last_ahead(const stage *d, const scalar *matrix, scalar *out, const 
 
 // The other two of three stages for that matrix, which may be the output itself: for two of its
 // columns at a time, whose places take the results; lanes run along these.
-template <int R1, int R2, int R3, int S, class Calls>
+template <int R1, int R2, int R3, int S, class V = vec, class Calls>
 LYR_INLINE void later_of_turned(const stage *d, const scalar *matrix, scalar *out, Calls call) {
     constexpr int before = inputs_before_third(R3);
     constexpr int64_t factors = factors_around(R3, before);
-    alignas(64) scalar block[2 * vec::lanes * R2 * R3];
+    alignas(64) scalar block[2 * V::lanes * R2 * R3];
     const scalar *second = d[0].twiddles, *third = second + 4 * R1 * (R2 - 1);
-    for (int64_t k = 0; k < R1; k += vec::lanes) {
+    for (int64_t k = 0; k < R1; k += V::lanes) {
         for (int64_t j = 0; j < R3; ++j) {
             const scalar *from = matrix + 2 * (j * R1 + k);
-            scalar *to = block + 2 * vec::lanes * j;
+            scalar *to = block + 2 * V::lanes * j;
             __asm__("" : "+r"(second));  // no hoisting to the stack
             call();
-            vec x[R2];
-            unroll<R2>(LYR_LAMBDA(auto q) {
-                x[q] = vec::load(from + 2 * q * R1 * R3);
-                if constexpr (q > 0)
-                    x[q] = cmul(x[q], lane_twiddles<R2, vec, lane_order::ready>(second, q));
-            });
+            V x[R2];
+            load_multiplied(x, from, R1 * R3, second);
             butterfly<S>(x);
-            unroll<R2>(LYR_LAMBDA(auto p) { x[p].store(to + 2 * vec::lanes * p * R3); });
+            unroll<R2>(LYR_LAMBDA(auto p) { x[p].store(to + 2 * V::lanes * p * R3); });
         }
-        second += 4 * vec::lanes * (R2 - 1);
-        for (int64_t i = 0; i < R2; ++i, third += 4 * vec::lanes * factors) {
-            const scalar *from = block + 2 * vec::lanes * i * R3;
+        second += ready_numbers<V> * (R2 - 1);
+        for (int64_t i = 0; i < R2; ++i, third += ready_numbers<V> * factors) {
+            const scalar *from = block + 2 * V::lanes * i * R3;
             scalar *to = out + 2 * (k + i * R1);
             call();
-            vec x[R3];
+            V x[R3];
             unroll<R3>(LYR_LAMBDA(auto q) {
-                x[place_around<R3, before>(q)] = vec::load(from + 2 * vec::lanes * q);
+                x[place_around<R3, before>(q)] = V::load(from + 2 * V::lanes * q);
             });
-            multiply_around<R3, before>(x, ready_powers_at<vec>(third));
+            multiply_around<R3, before>(x, ready_powers_at<V>(third));
             butterfly<S>(x);
             unroll<R3>(LYR_LAMBDA(auto p) { x[p].store(to + 2 * p * R1 * R2); });
         }

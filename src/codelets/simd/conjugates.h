@@ -8,13 +8,39 @@
 namespace lyr::LYR_ISA {
 namespace {
 
+// Factors with the signs of the parts of i*w in `im`, (-im, im): products need no alternating
+// addition, so that both of their multiplications begin at once.
 #if defined(__AVX2__) && !defined(__AVX512F__) && defined(LYRA_SINGLE)
 LYR_INLINE vec4 cmul_conj(vec4 a, vec4::tw w) {
     return {_mm256_fmsubadd_ps(a.v, w.re, _mm256_mul_ps(swapped(a.v), w.im))};
 }
+struct alternating_tw {
+    __m256 re, im;
+};
+LYR_INLINE alternating_tw alternating(vec4::tw w) {
+    return {w.re, _mm256_addsub_ps(_mm256_setzero_ps(), w.im)};
+}
+LYR_INLINE vec4 cmul(vec4 a, const alternating_tw &w) {
+    return {_mm256_fmadd_ps(swapped(a.v), w.im, _mm256_mul_ps(a.v, w.re))};
+}
+LYR_INLINE vec4 cmul_conj(vec4 a, const alternating_tw &w) {
+    return {_mm256_fnmadd_ps(swapped(a.v), w.im, _mm256_mul_ps(a.v, w.re))};
+}
 #elif defined(__AVX2__) && !defined(__AVX512F__)
 LYR_INLINE vec2 cmul_conj(vec2 a, vec2::tw w) {
     return {_mm256_fmsubadd_pd(a.v, w.re, _mm256_mul_pd(swapped(a), w.im))};
+}
+struct alternating_tw {
+    __m256d re, im;
+};
+LYR_INLINE alternating_tw alternating(vec2::tw w) {
+    return {w.re, _mm256_addsub_pd(_mm256_setzero_pd(), w.im)};
+}
+LYR_INLINE vec2 cmul(vec2 a, const alternating_tw &w) {
+    return {_mm256_fmadd_pd(swapped(a), w.im, _mm256_mul_pd(a.v, w.re))};
+}
+LYR_INLINE vec2 cmul_conj(vec2 a, const alternating_tw &w) {
+    return {_mm256_fnmadd_pd(swapped(a), w.im, _mm256_mul_pd(a.v, w.re))};
 }
 #endif
 
