@@ -164,14 +164,11 @@ bool build_rotation(plan *p, int64_t n1, int64_t n2) {
         fill_small_columns(columns, small, shape);
         free(small.fine);
     } else {
-        const size_t room_bytes = two_levels ? 0 : half_turn_bytes(n);
-        scalar *room = room_bytes ? static_cast<scalar *>(planning_malloc(room_bytes)) : nullptr;
         root_source roots;
-        root_source_init(&roots, n, tables * n1 * together, room);
+        root_source_init(&roots, n, tables * n1 * together);
         for (int64_t s = 0; s < tables; ++s)
             fill_columns(columns + 2 * s * n1 * together, &roots, shape, s * together);
         root_source_release(&roots);
-        free(room);
         if (two_levels) subtract_one(columns, n1 * together);
     }
     if (two_levels) fill_turns(at_slabs, shape);

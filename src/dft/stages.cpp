@@ -1,6 +1,5 @@
 #include "dft/stages.h"
 
-#include <cstdlib>
 #include <cstring>
 
 #include "api/memory.h"
@@ -135,8 +134,7 @@ scalar *build_stages(plan *p, const int64_t *factors, int count, int64_t extra) 
 
     const int64_t sign = p->sign == -1 ? -1 : +1;
     root_source roots;
-    scalar *room = count > 1 ? static_cast<scalar *>(planning_malloc(half_turn_bytes(n))) : nullptr;
-    root_source_init(&roots, n, n - factors[0], room);
+    root_source_init(&roots, n, n - factors[0]);
     int64_t L = 1, m = n;
     for (int s = 0; s < count; ++s) {
         const int64_t r = factors[s];
@@ -163,7 +161,6 @@ scalar *build_stages(plan *p, const int64_t *factors, int count, int64_t extra) 
         L *= r;
     }
     root_source_release(&roots);
-    free(room);
     memset(twiddles, 0, static_cast<size_t>(block + bytes - reinterpret_cast<char *>(twiddles)));
     stages[0].in_stride = p->dims[0].is;
     stages[count - 1].out_stride = p->dims[0].os;
@@ -248,22 +245,17 @@ int build_turned(plan *p, const int64_t (&radices)[4]) {
     stages[0].twiddles = table;
 
     root_source roots;
-    scalar *room = static_cast<scalar *>(planning_malloc(half_turn_bytes(n)));
-    root_source_init(&roots, r1 * r2, r1 * r2, room);
+    root_source_init(&roots, r1 * r2, r1 * r2);
     for (int64_t k = 0; k < r1; k += lanes)
         table = fill_ready_rows(table, &roots, k, r2 - 1, sign, lanes);
     root_source_release(&roots);
-    if (count == 2) {
-        free(room);
-        return 0;
-    }
-    root_source_init(&roots, n, n, room);
+    if (count == 2) return 0;
+    root_source_init(&roots, n, n);
     if (count == 3)
         fill_third_of_turned(table, &roots, radices, sign, lanes);
     else
         fill_second_pair_of_turned(table, &roots, radices, sign, lanes);
     root_source_release(&roots);
-    free(room);
     return 0;
 }
 

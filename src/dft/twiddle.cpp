@@ -1,18 +1,63 @@
 #include "dft/twiddle.h"
 
 #include <bit>
-#include <cmath>
 #include <cstdlib>
-#include <cstring>
-#include <type_traits>
 
 #include "api/memory.h"
+
+// Compiled without fusing multiplications and additions.
 
 namespace lyr {
 
 namespace {
 
-constexpr double two_pi = 6.283185307179586476925286766559;
+// A quarter turn, as a sum.
+constexpr double quarter_turn[2] = {1.57079632679489661923, 6.12323399573676603587e-17};
+
+void set_unit(root_source *source) {
+    // As many leading digits as N leaves room for: products with integers up to N are exact, and
+    // the first of them leaves a rest that is.
+    const auto N = static_cast<double>(source->N);
+    const auto dropped = static_cast<int>(std::bit_width(static_cast<uint64_t>(source->N)));
+    const uint64_t mask = ~uint64_t{0} << (dropped < 52 ? dropped : 52);
+    const double first = std::bit_cast<double>(std::bit_cast<uint64_t>(quarter_turn[0] / N) & mask);
+    source->unit[0] = first;
+    source->unit[1] = ((quarter_turn[0] - first * N) + quarter_turn[1]) / N;
+}
+
+constexpr double one_over_factorial(int n) {
+    double product = 1;
+    for (int i = 2; i <= n; ++i) product *= i;
+    return 1 / product;
+}
+
+using pair __attribute__((vector_size(2 * sizeof(double)))) = double;
+
+// Cosine and sine of angles of q units, q <= N/2, by Taylor's series. Angle and square are sums of
+// two numbers each, and what is small is added last (Dekker, 1971), so that little more is lost
+// than by rounding the results. number: a double or a pair of them.
+template <class number>
+inline void octant_roots(number q, const double (&unit)[2], number *cosine, number *sine) {
+    constexpr auto f = one_over_factorial;
+    const number product = q * unit[0], rest = q * unit[1];
+    const number x = product + rest, x_low = rest - (x - product);
+    const number z = x * x;
+
+    // x = t + low, t so short that its square is exact; x^2 = t^2 + low * (x + t).
+    constexpr double shift = 3 << 25;
+    const number t = (x + shift) - shift, low = (x - t) + x_low;
+    const number half_square = t * t * 0.5, near = 1 - half_square;
+    const number cosine_tail =
+        z * z *
+        (f(4) - z * (f(6) - z * (f(8) - z * (f(10) - z * (f(12) - z * (f(14) - z * f(16)))))));
+    *cosine = near + (((1 - near) - half_square) + (cosine_tail - low * (x + t) * 0.5));
+
+    const number sine_tail =
+        x * z *
+        (f(3) - z * (f(5) - z * (f(7) - z * (f(9) - z * (f(11) -
+                                                         z * (f(13) - z * (f(15) - z * f(17))))))));
+    *sine = x + (x_low * near - sine_tail);
+}
 
 // An angle of u/N turns as q/(4N) turns in the first octant and the way back: which of the root's
 // parts is the cosine, and their signs. Computed without branches: the quadrants of a table's
@@ -27,103 +72,94 @@ inline reduced_angle reduce(int64_t u, int64_t N) {
     int64_t q = 4 * u;
     const bool lower_half = q > 4 * N - q;
     q = lower_half ? 4 * N - q : q;
-    const bool quarter_turn = q > N;
-    q -= quarter_turn ? N : 0;
+    const bool beyond_quarter = q > N;
+    q -= beyond_quarter ? N : 0;
     const bool beyond_octant = q > N - q;
     q = beyond_octant ? N - q : q;
-    return {q, beyond_octant != quarter_turn, uint64_t{quarter_turn} << 63,
+    return {q, beyond_octant != beyond_quarter, uint64_t{beyond_quarter} << 63,
             uint64_t{lower_half} << 63};
-}
-
-inline void octant_root(int64_t q, int64_t N, double *out) {
-    const double x = two_pi * static_cast<double>(q) / static_cast<double>(4 * N);
-    sincos(x, out + 1, out);
 }
 
 inline double with_sign(double value, uint64_t sign) {
     return std::bit_cast<double>(std::bit_cast<uint64_t>(value) ^ sign);
 }
 
-template <class number>
-inline void restore(const reduced_angle &angle, const double *root, number *out) {
-    out[0] = static_cast<number>(with_sign(root[angle.exchange], angle.cosine_sign));
-    out[1] = static_cast<number>(with_sign(root[1 - angle.exchange], angle.sine_sign));
-}
-
-template <class number>
-inline void read_root(const root_source *source, int64_t u, number *out) {
+pair compute_root(const root_source *source, int64_t u) {
     const reduced_angle angle = reduce(u, source->N);
-    if (source->octant) {
-        restore(angle, source->octant + 2 * (angle.q >> source->step_log2), out);
-    } else {
-        double root[2] = {};
-        octant_root(angle.q, source->N, root);
-        restore(angle, root, out);
+    double root[2];
+    octant_roots(static_cast<double>(angle.q), source->unit, &root[0], &root[1]);
+    return pair{with_sign(root[angle.exchange], angle.cosine_sign),
+                with_sign(root[1 - angle.exchange], angle.sine_sign)};
+}
+
+// W(u, N) as the half turn's root of the same cosine.
+inline pair read_root(const root_source *source, int64_t u) {
+    const int64_t N = source->N;
+    const pair root = reinterpret_cast<const pair *>(source->half_turn)[u <= N - u ? u : N - u];
+    return u <= N - u ? root : root * pair{1, -1};
+}
+
+// A root of the first octant and the three that are its mirror images. Where two fall together the
+// last is as compute_root has it.
+inline void reflect(pair *half_turn, int64_t N, int64_t u, double c, double s) {
+    pair *const quarter = half_turn + N / 4;
+    quarter[N / 4 - u] = pair{-c, s};
+    quarter[u] = pair{-s, c};
+    quarter[-u] = pair{s, c};
+    half_turn[u] = pair{c, s};
+}
+
+void fill_half_turn(root_source *source) {
+    const int64_t N = source->N;
+    pair *const half_turn = reinterpret_cast<pair *>(source->half_turn);
+    if (N % 4 != 0) {
+        for (int64_t u = 0; u <= N / 2; ++u) half_turn[u] = compute_root(source, u);
+        return;
+    }
+    int64_t u = 0;
+    pair q = {0, 4}, c, s;
+    for (; u < N / 8; u += 2, q += 8) {
+        octant_roots(q, source->unit, &c, &s);
+        reflect(half_turn, N, u, c[0], s[0]);
+        reflect(half_turn, N, u + 1, c[1], s[1]);
+    }
+    if (u == N / 8) {
+        octant_roots(q, source->unit, &c, &s);
+        reflect(half_turn, N, u, c[0], s[0]);
     }
 }
 
-using pair __attribute__((vector_size(complex_bytes), aligned(scalar_bytes))) = scalar;
-using number_bits = std::conditional_t<sizeof(scalar) == sizeof(double), uint64_t, uint32_t>;
-using pair_bits __attribute__((vector_size(complex_bytes), aligned(scalar_bytes))) = number_bits;
-
-// Reflects an octant of roots, W(u, N) for u = 0..N/8, into the three behind it. N is a multiple of
-// 8.
-void reflect_octant(const double *octant, int64_t N, scalar *half_turn) {
-    pair *const begin = reinterpret_cast<pair *>(half_turn);
-    pair *const quarter = begin + N / 4, *const half = quarter + N / 4;
-    for (int64_t u = 1; u < N / 8; ++u) {
-        const auto c = static_cast<scalar>(octant[2 * u]);
-        const auto s = static_cast<scalar>(octant[2 * u + 1]);
-        begin[u] = pair{c, s};
-        quarter[-u] = pair{s, c};
-        quarter[u] = pair{-s, c};
-        half[-u] = pair{-c, s};
-    }
-}
-
-// W(u, N), 0 <= u < N, from those of the first half turn.
-inline void read_half_turn(const scalar *half_turn, int64_t N, int64_t u, scalar *out) {
-    const bool beyond = u >= N / 2;
-    const number_bits sign = number_bits{beyond} << (8 * scalar_bytes - 1);
-    const pair root = reinterpret_cast<const pair *>(half_turn)[beyond ? u - N / 2 : u];
-    const pair_bits turned = reinterpret_cast<pair_bits>(root) ^ pair_bits { sign, sign };
-    *reinterpret_cast<pair *>(out) = reinterpret_cast<pair>(turned) + pair{};  // no negative zeros
+template <class number>
+inline void store(number *out, pair root) {
+    out[0] = static_cast<number>(root[0]);
+    out[1] = static_cast<number>(root[1]);
 }
 
 }  // namespace
 
-void root_source_init(root_source *source, int64_t N, int64_t entries, scalar *room) {
-    const int step_log2 = N % 4 == 0 ? 2 : N % 2 == 0 ? 1 : 0;
-    const int64_t distinct = (N / 2 >> step_log2) + 1;
+void root_source_init(root_source *source, int64_t N, int64_t entries) {
+    const int64_t distinct = N / (N % 4 == 0 ? 8 : 2) + 1;
     source->N = N;
-    source->step_log2 = step_log2;
-    source->octant = nullptr;
+    set_unit(source);
     source->half_turn = nullptr;
     if (distinct > entries) return;
     const int64_t local_entries = sizeof source->local / (2 * sizeof(double));
-    source->octant =
-        distinct <= local_entries
+    source->half_turn =
+        N / 2 < local_entries
             ? source->local
-            : static_cast<double *>(planning_malloc(static_cast<size_t>(distinct) * 16));
-    if (!source->octant) return;
-    int64_t i = 0;  // at least one root is distinct
-    do octant_root(i << step_log2, N, source->octant + 2 * i);
-    while (++i < distinct);
-
-    if (!room || N % 8 != 0 || entries < N / 2) return;
-    reflect_octant(source->octant, N, room);
-    for (int64_t eighth = 0; eighth < 4; ++eighth)
-        read_root(source, eighth * (N / 8), room + eighth * (N / 4));
-    source->half_turn = room;
+            : static_cast<double *>(planning_malloc(static_cast<size_t>(N / 2 + 1) * sizeof(pair)));
+    if (source->half_turn) fill_half_turn(source);
 }
 
 void root_source_release(root_source *source) {
-    if (source->octant != source->local) free(source->octant);
+    if (source->half_turn != source->local) free(source->half_turn);
 }
 
 void root_of(const root_source *source, int64_t t, int64_t sign, double *out) {
-    const int64_t N = source->N, u = t < N ? t : t % N;
-    read_root(source, sign < 0 && u ? N - u : u, out);
+    const int64_t N = source->N;
+    int64_t u = t < N ? t : t % N;
+    if (sign < 0 && u) u = N - u;
+    store(out, source->half_turn ? read_root(source, u) : compute_root(source, u));
 }
 
 void fill_roots(scalar *out, int64_t out_step, const root_source *source, int64_t start,
@@ -131,17 +167,19 @@ void fill_roots(scalar *out, int64_t out_step, const root_source *source, int64_
     const int64_t N = source->N;
     if (step >= N) step %= N;  // divisions are slow
     int64_t u = start < N ? start : start % N;
-    if (sign < 0) {
-        step = step ? N - step : 0;
-        u = u ? N - u : 0;
-    }
-    const int64_t back = step - N;
-    for (int64_t k = 0; k < count; ++k, out += 2 * out_step) {
-        if (source->half_turn)
-            read_half_turn(source->half_turn, N, u, out);
-        else
-            read_root(source, u, out);
-        u += u + back < 0 ? step : back;
+    const pair *const half_turn = reinterpret_cast<const pair *>(source->half_turn);
+    const pair upper = {1, sign < 0 ? -1.0 : 1.0}, lower = {1, -upper[1]};
+    // Adding zero makes negative zeros positive.
+    for (int64_t k = 0; k < count; u -= N) {
+        if (!half_turn) {
+            for (; k < count && u < N; ++k, u += step, out += 2 * out_step)
+                store(out, compute_root(source, u) * upper + pair{});
+        } else {
+            for (; k < count && u <= N / 2; ++k, u += step, out += 2 * out_step)
+                store(out, half_turn[u] * upper + pair{});
+            for (; k < count && u < N; ++k, u += step, out += 2 * out_step)
+                store(out, half_turn[N - u] * lower + pair{});
+        }
     }
 }
 

@@ -1,6 +1,7 @@
-// Roots of unity. Every root comes from one sincos call on an angle that was reduced to the first
-// octant in exact integer arithmetic, so accuracy does not depend on the length.
-// W(t, N) = (cos 2 pi t/N, sin 2 pi t/N).
+// Roots of unity. Every root is computed alone, from an angle that was reduced to the first octant
+// in exact integer arithmetic, so accuracy does not depend on the length. Multiplications and
+// additions in a fixed order give the same bits on every processor. W(t, N) = (cos 2 pi t/N, sin 2
+// pi t/N).
 #pragma once
 
 #include <cstddef>
@@ -10,25 +11,17 @@
 
 namespace lyr {
 
-// The distinct roots of one N > 0, 4*N below 2^63, so that a large table costs one sincos call for
-// about every eighth entry. A root has the same bits whether it comes from there or alone, but for
-// those between the axes, where half turns and computing differ in the last place.
+// The roots of one N > 0, 4*N below 2^63, so that a large table computes about every eighth entry.
+// A root has the same bits whether it comes from there or alone.
 struct root_source {
     int64_t N;
-    int step_log2;            // reduced angles are multiples of this power of two
-    double *octant;           // W(i << step_log2, 4 * N); null: compute each root
-    const scalar *half_turn;  // W(i, N), 0 <= i < N/2; null: derive each root from the octant
-    double local[2 * 129];
+    double unit[2];     // 2 pi / (4 * N) as a sum; its first term times 0..N/2 is exact
+    double *half_turn;  // W(t, N), 0 <= t <= N/2; null: compute each root
+    alignas(16) double local[2 * 129];
 };
 
-constexpr size_t half_turn_bytes(int64_t N) {
-    return static_cast<size_t>(N / 2 * complex_bytes);
-}
-
 // Prepares the roots for about `entries` reads. Without memory the roots are computed one by one.
-// room: half_turn_bytes(N) bytes for the source's use until it is released, which make many reads
-// twice as fast, or null.
-void root_source_init(root_source *source, int64_t N, int64_t entries, scalar *room = nullptr);
+void root_source_init(root_source *source, int64_t N, int64_t entries);
 void root_source_release(root_source *source);
 
 // Writes W(sign*t, source->N), in double precision always. t >= 0.
