@@ -255,10 +255,14 @@ TEST(choice, solvers_and_executors) {
          "solve_problem_c2c_1d_bluestein/execute_1d_prime_bluestein_discrete(" TWO_STAGES ")"},
         {"ocf1763", "solve_problem_c2c_1d_bluestein/execute_1d_prime_bluestein(" STAGES ")"},
         {"ocf8000", STAGES},
-        {lyr::is_half_line(lyr::active_table()->lanes) ? "icf131072" : "icf262144",
-         "solve_problem_c2c_1d_large/execute_c2c_1d_large("
-         "solve_problem_dft_many_transpose_rotate/execute_many_transpose_rotate "
-         "solve_problem_dft_many_post_transpose/execute_many_post_transpose)"},
+        {"icf262144",
+         lyr::is_half_line(lyr::active_table()->lanes)
+             ? "solve_problem_c2c_1d_large/execute_c2c_1d_large("
+               "solve_problem_dft_many_transpose_rotate/execute_many_transpose_rotate(" STAGES ") "
+               "solve_problem_dft_many_transpose/execute_many_transpose)"
+             : "solve_problem_c2c_1d_large/execute_c2c_1d_large("
+               "solve_problem_dft_many_transpose_rotate/execute_many_transpose_rotate "
+               "solve_problem_dft_many_post_transpose/execute_many_post_transpose)"},
         {"ocf16384:2:1", "solve_problem_c2c_1d/execute_1d_discrete"},
         {"ocf100:1:40*40:100:1",
          "solve_problem_dft_many_post_transpose/execute_many_post_transpose"},
@@ -763,10 +767,13 @@ TEST(choice, two_passes_of_long_lengths) {
     }
     for (int k = 11; k < 62; ++k) {
         const int64_t n = int64_t{1} << k;
-        EXPECT_EQ(lyr::split_large(n, 1), int64_t{1} << k / 2) << k;
-        EXPECT_EQ(lyr::split_large(n, line), k == 16 ? 128 : int64_t{1} << k / 2) << k;
+        EXPECT_EQ(lyr::split_large(n, 1, false), int64_t{1} << k / 2) << k;
+        EXPECT_EQ(lyr::split_large(n, line, false), k == 16 ? 128 : int64_t{1} << k / 2) << k;
         const int64_t long_columns = int64_t{1} << (k + 1) / 2;
-        EXPECT_EQ(lyr::split_large(n, line / 2), k == 16 && line == 4 ? 512 : long_columns) << k;
+        EXPECT_EQ(lyr::split_large(n, line / 2, false), k == 16 && line == 4 ? 512 : long_columns)
+            << k;
+        EXPECT_EQ(lyr::split_large(n, line / 2, true), k == 16 || k == 17 ? 1024 : long_columns)
+            << k;
     }
     // Lines have 4 numbers, or 8.
     constexpr struct {
@@ -775,7 +782,7 @@ TEST(choice, two_passes_of_long_lengths) {
                   {531441, 729, 729}, {390625, 625, 625},    {823543, 343, 343},
                   {500000, 500, 625}, {1336336, 1156, 578}};
     for (const auto &[n, of_four, of_eight] : splits)
-        EXPECT_EQ(lyr::split_large(n, line), line == 4 ? of_four : of_eight) << n;
+        EXPECT_EQ(lyr::split_large(n, line, false), line == 4 ? of_four : of_eight) << n;
 }
 
 TEST(choice, slab_widths) {

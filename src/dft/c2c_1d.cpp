@@ -154,11 +154,12 @@ int solve_paired(plan *p, const paired_stages *pairs) {
 // memory in multiples of a large power of two. All streams of a butterfly then fall into a few
 // cache sets, which costs vectors of half a line more than the rotation between two passes does;
 // vectors of a whole line or of one number lose nothing. Measured.
-int64_t two_pass_split(int64_t n, int64_t first_radix) {
+int64_t two_pass_split(const plan *p, int64_t first_radix) {
+    const int64_t n = p->dims[0].n;
     if (n <= longest_modelled || !is_half_line(active_table()->lanes)) return 0;
     const int64_t step = complex_bytes * (n / first_radix);
     if (first_radix * (step & -step) <= assumed_near_cache.bytes / 2) return 0;
-    const int64_t n1 = split_large(n, active_table()->lanes);
+    const int64_t n1 = split_large(n, active_table()->lanes, transposes_matrix(p));
     return n1 > max_radix ? n1 : 0;
 }
 
@@ -183,7 +184,7 @@ int solve_problem_c2c_1d(plan *p) {
     const int count = alone ? order_with_wide_radices(active_table(), p->dims[0].n, factors)
                             : order_of_radices(active_table(), p->dims[0].n, factors);
     if (count < 1 || part_above_37(p->dims[0].n) != 1) return -1;
-    const int64_t n1 = unit_strides(p) ? two_pass_split(p->dims[0].n, factors[0]) : 0;
+    const int64_t n1 = unit_strides(p) ? two_pass_split(p, factors[0]) : 0;
     if (n1) return build_four_step(p, n1, p->dims[0].n / n1);
 
     const uint64_t halves = unit_strides(p) ? 1 : 2;

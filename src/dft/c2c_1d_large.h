@@ -15,7 +15,8 @@ inline constexpr int64_t shortest_shared = 65536;
 // n1 of n = n1*n2 for two passes, at least 1, n a product of primes up to 37: a divisor of n up to
 // its square root and, if possible, not below half of that; both multiples of 4 if possible, else
 // at least n2. Columns then fill vectors, and rows of the output whole lines. For powers of two and
-// vectors of half a line it may be twice the root.
-int64_t split_large(int64_t n, int64_t lanes);
+// vectors of half a line it may be twice the root, or four times where the matrix between the
+// passes lies transposed.
+int64_t split_large(int64_t n, int64_t lanes, bool transposed);
 
 }  // namespace lyr

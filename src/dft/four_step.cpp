@@ -122,23 +122,19 @@ void fill_turns(scalar *table, const rotation_shape &shape) {
 
 }  // namespace
 
-namespace {
-
-// Whether the matrix between the passes lies transposed: in the output or, in place, in scratch
-// memory. Vectors of half a line gain more by a third array less in the caches, and by walks along
-// memory, than they lose by a pass over each row for its factors. Measured.
-bool is_transposed(const plan *p) {
-    constexpr int64_t shortest = 1 << 18;
+// Vectors of half a line gain more by a third array less in the caches, and by walks along memory,
+// than they lose by a pass over each row for its factors; threads from where arrays outgrow their
+// second-level caches. Measured.
+bool transposes_matrix(const plan *p) {
+    const int64_t shortest = p->nthreads > 1 ? 1 << 17 : 1 << 16;
     return p->dims[0].n >= shortest && is_half_line(active_table()->lanes);
 }
-
-}  // namespace
 
 bool build_rotation(plan *p, int64_t n1, int64_t n2) {
     int64_t radices[max_factors];
     const int64_t n = n1 * n2, sign = p->sign == -1 ? -1 : +1;
     rotation_shape shape = {n1, n2, sign, n1, 1, 16, 0};  // transposed rows, one after another
-    const bool transposed = is_transposed(p);
+    const bool transposed = transposes_matrix(p);
     if (!transposed) {
         shape.lanes = active_table()->lanes;
         const int count = pass_radices(n1, shape.lanes, radices);
@@ -181,7 +177,7 @@ rotation rotation_of_slab(const rotation_table *table, int64_t n1, int64_t colum
 }
 
 int build_four_step(plan *p, int64_t n1, int64_t n2) {
-    const bool transposed = is_transposed(p), in_place = p->in == p->out;
+    const bool transposed = transposes_matrix(p), in_place = p->in == p->out;
     p->execute_fn = execute_c2c_1d_large;
     p->execute_name = "execute_c2c_1d_large";
     p->nchildren = 2;

@@ -11,6 +11,9 @@
 
 namespace lyr {
 
+// Whether the matrix of a long transform lies transposed.
+bool transposes_matrix(const plan *p);
+
 // Fills children, work_bytes and aux of the unit-stride one-dimensional problem p and sets its
 // executor. 0, -1 when memory runs out, or what the planner
 // says.
