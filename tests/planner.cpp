@@ -281,7 +281,7 @@ TEST(choice, solvers_and_executors) {
          "solve_problem_c2c_1d_rader/execute_1d_rader_discrete(" TWO_STAGES "))"},
         {"ocf16:16:1*9:1:16", "solve_problem_dft_many/execute_many_direct(" DIRECT ")"},
         {"ocf15:16:1*9:1:15", "solve_indirect_problem/execute_gathered(" UNIT ")"},
-        {"ocf24:30:1*9:1:25", "solve_indirect_problem/execute_gathered(" UNIT ")"},
+        {"ocf21:30:1*9:1:25", "solve_indirect_problem/execute_gathered(" UNIT ")"},
         {"ocf8000:2:1*3:20000:8000", "solve_indirect_problem/execute_gathered(" STAGES ")"},
         {"ocf8232:3:1*3:1:8232",
          "solve_indirect_problem/execute_indirect_before("
@@ -648,6 +648,34 @@ TEST(choice, turned_stages) {
             EXPECT_STREQ(leaf->execute_name, name) << problem;
         }
     }
+}
+
+// Turned stages read transforms side by side where they lie, unless a butterfly's inputs fall into
+// one set of the first-level cache while its columns do not.
+TEST(choice, turned_columns) {
+    const with_caches sizes(lyr::usual_caches);
+    for (const lyr::codelet_table *table : all_tables())
+        for (const bool small : {false, true}) {
+            const with_table active(table);
+            const with_first_level_cache cache(small);
+            const bool turns = small && lyr::is_half_line(table->lanes);
+            const struct {
+                const char *problem;
+                bool beside;
+            } examples[] = {{"ocf64:1040:1*1024:1:64", true},   {"ocb32:33:1*9:1:40", true},
+                            {"ocf200:300:1*3:1:200", true},     {"ocb1024:512:1*256:1:1024", true},
+                            {"ocf256:512:1*256:1:256", true},   {"ocf256:288:1*256:1:256", false},
+                            {"ocf62:100:1*100:1:62", false},    {"ocf64:2:1*100:128:64", false},
+                            {"ocf8000:2:1*3:20000:8000", false}};
+            for (const auto &[problem, beside] : examples) {
+                const lyr_tools::problem p = problem_of(problem);
+                const lyr_tools::buffers b = buffers_of(p);
+                const plan_holder holder(make_plan(p, b));
+                EXPECT_STREQ(holder.plan->execute_name,
+                             turns && beside ? "execute_turned_beside" : "execute_gathered")
+                    << problem << ' ' << table->name;
+            }
+        }
 }
 
 // What calls for the lines of later transforms, by vectors and caches.

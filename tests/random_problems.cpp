@@ -262,6 +262,43 @@ TEST(random_problems, turned_batches) {
     }
 }
 
+// Turned stages of transforms side by side: groups with all rests, in both directions, strides that
+// fall into all sets of a cache, few, or one. The same bits wherever in a line the input begins.
+TEST(random_problems, turned_columns_to_rows) {
+    const with_first_level_cache cache(true);
+    for (const lyr::codelet_table *table : all_tables()) {
+        const with_table active(table);
+        for (const lyr::paired_stages &pairs : table->paired->lengths) {
+            if (pairs.n == 0 || pairs.radices[3]) continue;
+            const int n = static_cast<int>(pairs.n);
+            for (int h : {2 + n % 7, 17 + n % 15})
+                for (const int stride : {h + n % 3, 32, 512}) {
+                    char text[64];
+                    snprintf(text, sizeof text, "oc%c%d:%d:1*%d:1:%d", n / 2 % 2 ? 'f' : 'b', n,
+                             stride, h, n + h % 3);
+                    check_problem(problem_of(text), constructor::automatic, 1);
+                }
+            const int h = 13 + n % 5, stride = h + 7;
+            const auto numbers = static_cast<size_t>(n * stride), results = size_t(n * h);
+            std::vector<scalar> in(2 * (numbers + lyr::line_complex)), expected(2 * results),
+                out(2 * results);
+            const plan_holder plan(lyr_fft_plan_many_dft(1, &n, h, complexes(in.data()), nullptr,
+                                                         stride, 1, complexes(out.data()), nullptr,
+                                                         1, n, -1, LYR_FFT_ESTIMATE));
+            for (size_t first = 0; first < size_t{lyr::line_complex}; ++first) {
+                random_source random{static_cast<uint64_t>(n)};
+                scalar *const from = in.data() + 2 * first;
+                for (size_t i = 0; i < 2 * numbers; ++i)
+                    from[i] = static_cast<scalar>(random.uniform());
+                scalar *const to = first == 0 ? expected.data() : out.data();
+                lyr_fft_execute_dft(plan.plan, complexes(from), complexes(to));
+                if (first == 0) continue;
+                EXPECT_EQ(out, expected) << n << ", " << first << " numbers behind";
+            }
+        }
+    }
+}
+
 // Short transforms from side by side to one after another, with all rests of vectors, and strided
 // ones.
 TEST(random_problems, short_columns_to_rows) {

@@ -78,6 +78,9 @@ constexpr const char *shared_problems[] = {"ocf1*5",
                                            "ocf256*80",
                                            "ocf200*3000",
                                            "ocf64*3*5i",
+                                           "ocf64:70:1*61:1:64",
+                                           "ocb200:70:1*61:1:201",
+                                           "ocf62:2:1*9:130:62",
                                            "ocb30x64",
                                            "icf8x60x10",
                                            "icf256x256",
@@ -262,6 +265,7 @@ TEST(sharing, every_executor) {
                              "execute_split_plane",
                              "execute_split_rows",
                              "execute_split_stages",
+                             "execute_turned_beside",
                              "execute_type1_halves",
                              "execute_type4_odd"}) {
         // Vectors of one number transform nothing in registers, and lie in as many lines; not all
@@ -271,7 +275,8 @@ TEST(sharing, every_executor) {
             name == std::string("execute_many_post_transpose_copied") ? lanes > 1
             : name == std::string("execute_many_far_units") ? lanes > 1 && !lyr::is_half_line(lanes)
             : name == std::string("execute_many_ahead") ||
-                    name == std::string("execute_many_far_turned")
+                    name == std::string("execute_many_far_turned") ||
+                    name == std::string("execute_turned_beside")
                 ? lyr::is_half_line(lanes) && lyr::first_level_cache_is_small()
             : name == std::string("execute_many_past") ? lyr::far_batch_for(16) != nullptr
                                                        : true;

@@ -64,6 +64,23 @@ void copy_tiles(const element *src, element *dst, int64_t rows, int64_t cols, in
 // input are called for in advance, as they are too far apart for the processor to foresee them.
 constexpr int64_t strip_height = line_complex, strip_width = 2 * line_complex, rows_ahead = 8;
 
+constexpr int64_t pairs_at_once = 16 / complex_bytes;  // in 16 bytes, which move in one piece
+
+// As many numbers of as many rows, the first and the last of them given.
+__attribute__((always_inline)) inline void copy_square(const pair *first, const pair *last,
+                                                       pair *dst, int64_t dst_stride) {
+    if constexpr (pairs_at_once == 1) {
+        *dst = *first;
+    } else {
+        typedef int64_t two_pairs
+            __attribute__((vector_size(16), aligned(scalar_bytes), may_alias));
+        const two_pairs a = *reinterpret_cast<const two_pairs *>(first),
+                        b = *reinterpret_cast<const two_pairs *>(last);
+        *reinterpret_cast<two_pairs *>(dst) = two_pairs{a[0], b[0]};
+        *reinterpret_cast<two_pairs *>(dst + dst_stride) = two_pairs{a[1], b[1]};
+    }
+}
+
 __attribute__((always_inline)) inline void copy_strip_tile(const pair *src, pair *dst,
                                                            int64_t src_stride, int64_t dst_stride,
                                                            const pair *later) {
@@ -74,10 +91,11 @@ __attribute__((always_inline)) inline void copy_strip_tile(const pair *src, pair
             __builtin_prefetch(later + i * src_stride + j);
     }
 #pragma GCC unroll 16
-    for (int64_t j = 0; j < strip_width; ++j) {
+    for (int64_t j = 0; j < strip_width; j += pairs_at_once) {
 #pragma GCC unroll 8
-        for (int64_t i = 0; i < strip_height; ++i) dst[i] = row[i][j];
-        dst += dst_stride;
+        for (int64_t i = 0; i < strip_height; i += pairs_at_once)
+            copy_square(row[i] + j, row[i + pairs_at_once - 1] + j, dst + i, dst_stride);
+        dst += pairs_at_once * dst_stride;
         // Or all distances would be kept, in more registers than there are.
         __asm__("" : "+r"(dst));
     }
@@ -114,7 +132,6 @@ void copy_strips(const pair *src, pair *dst, int64_t rows, int64_t cols, int64_t
 constexpr int64_t far_bytes = int64_t{1} << 23;
 
 constexpr int64_t far_height = 16, far_width = 2 * line_complex;
-constexpr int64_t pairs_at_once = 16 / complex_bytes;
 
 void store_far(pair *to, const pair *from, int64_t n) {
     for (int64_t k = 0; k + pairs_at_once <= n; k += pairs_at_once)

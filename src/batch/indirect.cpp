@@ -9,6 +9,8 @@
 #include "batch/bufferization.h"
 #include "batch/copy_transpose.h"
 #include "codelets/select.h"
+#include "codelets/stage_pairs.h"
+#include "dft/stages.h"
 #include "planner/registry.h"
 
 namespace lyr {
@@ -36,14 +38,30 @@ struct gathered_words {  // in solver_words
     int64_t row;         // complex numbers from one of them to the next
 };
 
-typedef scalar unaligned_pair
-    __attribute__((vector_size(complex_bytes), aligned(scalar_bytes), may_alias));
+struct turned_words {  // in solver_words
+    int64_t group;     // transforms
+    int64_t before;    // columns in front of the first one
+    int64_t ahead;     // columns
+    int64_t row;       // complex numbers from a matrix to the next in scratch memory, else 0
+};
+
+// Two words: the parts of one number, or two numbers of single precision.
+typedef int64_t unaligned_word __attribute__((aligned(scalar_bytes), may_alias));
+typedef int64_t two_words __attribute__((vector_size(16), aligned(scalar_bytes), may_alias));
 
 void copy_strided(const scalar *in, scalar *out, int64_t n, int64_t is) {
+    constexpr int64_t numbers = 16 / complex_bytes;
+    int64_t e = 0;
 #pragma GCC unroll 4
-    for (int64_t e = 0; e < n; ++e)
-        *reinterpret_cast<unaligned_pair *>(out + 2 * e) =
-            *reinterpret_cast<const unaligned_pair *>(in + 2 * e * is);
+    for (; e + numbers <= n; e += numbers, in += 2 * numbers * is) {
+        auto &to = *reinterpret_cast<two_words *>(out + 2 * e);
+        if constexpr (numbers == 1)
+            to = *reinterpret_cast<const two_words *>(in);
+        else
+            to = two_words{*reinterpret_cast<const unaligned_word *>(in),
+                           *reinterpret_cast<const unaligned_word *>(in + 2 * is)};
+    }
+    if (e < n) memcpy(out + 2 * e, in, complex_bytes);
 }
 
 void gather(const plan *p, const gathered_words &words, const scalar *in, scalar *rows,
@@ -82,6 +100,31 @@ void execute_gathered(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     }
 }
 
+// Transforms side by side of turned stages: the first one reads them where they lie. Matrices of
+// two stages are in scratch memory, those of three in the output.
+void execute_turned_beside(const plan *p, scalar *in, scalar *out, scalar *scratch) {
+    turned_words words;
+    memcpy(&words, p->solver_words, sizeof words);
+    const auto [n, is, os] = p->dims[0];
+    const auto [h, idist, odist] = p->howmany_dims[0];
+    const paired_stages *pairs = pairs_of(p->children);
+    const stage *stages = stages_of(p->children->aux).stages;
+    const int backward = p->sign != -1;
+    const int64_t row = words.row ? words.row : odist;
+    int64_t group = before_line(in);
+    if (group == 0 || group > words.group) group = words.group;
+    for (int64_t left = h; left > 0; left -= group, group = words.group) {
+        if (group > left) group = left;
+        scalar *matrix = words.row ? scratch : out;
+        pairs->columns_beside[backward](n, words.before, {in, is, matrix, row, group, words.ahead});
+        for (int64_t j = 0; j < group; ++j) {
+            pairs->rows[backward](stages, matrix + 2 * j * row, out);
+            out += 2 * odist;
+        }
+        in += 2 * group;
+    }
+}
+
 // Rows begin with a cache line, and do not all begin in the same cache sets.
 int64_t row_of(int64_t n) {
     const int64_t lines = (n + line - 1) / line;
@@ -94,6 +137,31 @@ bool is_strided_batch(const plan *p) {
     const auto [n, is, os] = p->dims[0];
     const auto [h, idist, odist] = p->howmany_dims[0];
     return n >= shortest_gathered(p) && is != 1 && os == 1 && h > 1 && odist >= n;
+}
+
+// Whether the first of turned stages had better read input that is `is` apart. Not where all
+// inputs of a butterfly fall into one set, twice as many as it has ways. Measured.
+bool falls_into_one_set(int64_t step) {
+    return step % (assumed_near_cache.way() / complex_bytes) == 0;
+}
+bool reads_beside(const paired_stages *pairs, int64_t is) {
+    if (!pairs) return false;
+    const int64_t r1 = pairs->radices[0];
+    return r1 < 2 * assumed_near_cache.ways || !falls_into_one_set(pairs->n / r1 * is) ||
+           falls_into_one_set(is);
+}
+
+// Input is called for one column ahead; where the first-level cache could not keep the lines of
+// neighbouring columns, as much ahead as the next transforms are. Measured.
+void run_beside(plan *p, const paired_stages &pairs, const gathered_words &gathered) {
+    const auto &[r1, r2, r3, r4] = pairs.radices;
+    const turned_words words = {gathered.group, r3 ? inputs_before_third(static_cast<int>(r3)) : 0,
+                                falls_into_one_set(p->dims[0].is) ? pairs.n / r1 : 1,
+                                r3 ? 0 : gathered.row};
+    memcpy(p->solver_words, &words, sizeof words);
+    if (r3) p->work_bytes = 0;
+    p->execute_fn = execute_turned_beside;
+    p->execute_name = "execute_turned_beside";
 }
 
 int solve_gathered(plan *p) {
@@ -121,7 +189,11 @@ int solve_gathered(plan *p) {
     plan_drop_batch_dimension(child);
     child->dims[0].is = 1;
     child->in = scratch_array(p);
-    return plan_solve(child);
+    const paired_stages *pairs = idist == 1 ? turned_pairs_for(child) : nullptr;
+    if (!reads_beside(pairs, is)) return plan_solve(child);
+    if (const int32_t status = plan_solve_in_stages(child)) return status;
+    run_beside(p, *pairs, words);
+    return 0;
 }
 
 // ---- By way of the output -----------------------------------------------------------------------

@@ -9,10 +9,18 @@ template <int Lanes, int... Radices>
 [[maybe_unused]] constexpr paired_stages turned = make_turned<Radices...>();
 
 // Two lanes of double precision. The quickest radices of those tried, measured with a first-level
-// cache of 32 KiB; lengths that gained less than a fiftieth have no entry.
+// cache of 32 KiB; lengths that gained less than a fiftieth have no entry. Lengths up to 48 are for
+// transforms side by side: one at a time they run in registers.
 template <int Lanes>
 constexpr stage_pair_set turned_set() {
-    return {{turned<Lanes, 10, 5>,
+    return {{turned<Lanes, 6, 4>,
+             turned<Lanes, 6, 5>,
+             turned<Lanes, 8, 4>,
+             turned<Lanes, 6, 6>,
+             turned<Lanes, 10, 4>,
+             turned<Lanes, 6, 7>,
+             turned<Lanes, 12, 4>,
+             turned<Lanes, 10, 5>,
              turned<Lanes, 6, 9>,
              turned<Lanes, 6, 10>,
              turned<Lanes, 8, 8>,
@@ -95,9 +103,16 @@ constexpr stage_pair_set turned_set() {
 }
 
 // Four lanes of single precision, whose first radices are multiples of four, by the same measure.
+// Those up to 144 but for 140 are for transforms side by side.
 template <int Lanes>
 constexpr stage_pair_set single_turned_set() {
-    return {{turned<Lanes, 20, 7>,     turned<Lanes, 12, 14>,    turned<Lanes, 16, 11>,
+    return {{turned<Lanes, 8, 3>,      turned<Lanes, 8, 4>,      turned<Lanes, 12, 3>,
+             turned<Lanes, 8, 5>,      turned<Lanes, 12, 4>,     turned<Lanes, 8, 7>,
+             turned<Lanes, 12, 5>,     turned<Lanes, 8, 8>,      turned<Lanes, 8, 9>,
+             turned<Lanes, 8, 10>,     turned<Lanes, 12, 7>,     turned<Lanes, 12, 8>,
+             turned<Lanes, 20, 5>,     turned<Lanes, 12, 9>,     turned<Lanes, 16, 7>,
+             turned<Lanes, 12, 10>,    turned<Lanes, 16, 8>,     turned<Lanes, 20, 7>,
+             turned<Lanes, 12, 12>,    turned<Lanes, 12, 14>,    turned<Lanes, 16, 11>,
              turned<Lanes, 12, 15>,    turned<Lanes, 16, 12>,    turned<Lanes, 16, 13>,
              turned<Lanes, 16, 14>,    turned<Lanes, 16, 16>,    turned<Lanes, 24, 11>,
              turned<Lanes, 20, 15>,    turned<Lanes, 24, 13>,    turned<Lanes, 8, 5, 5>,

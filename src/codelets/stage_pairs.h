@@ -34,6 +34,18 @@ struct next_arrays {
     scalar *out;
 };
 
+// Transforms side by side: number e of transform j is in[e*is + j]. Their matrices are `row`
+// numbers apart.
+struct neighbours {
+    const scalar *in;
+    int64_t is;
+    scalar *matrix;
+    int64_t row;
+    int64_t count;
+    // How many columns ahead the input is called for; from the last ones on at the next transforms.
+    int64_t ahead;
+};
+
 // Radices r1..r4 of a length of four stages (d: the first of them); those that a turned length of
 // fewer stages does not have are 0.
 struct paired_stages {
@@ -46,6 +58,9 @@ struct paired_stages {
     // As rows, while the lines of the next transform are called for; null for four stages.
     void (*rows_ahead[2])(const stage *d, const scalar *matrix, scalar *out,
                           const next_arrays &next) = {};
+    // As columns, for several transforms of this length whose columns begin at column -before; null
+    // for four stages.
+    void (*columns_beside[2])(int64_t n, int64_t before, const neighbours &b) = {};
 };
 inline constexpr int64_t pair_padding = 8;
 

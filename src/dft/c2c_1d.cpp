@@ -172,6 +172,11 @@ const paired_stages *pairs_of(const plan *p) {
     return b.pairs;
 }
 
+const paired_stages *turned_pairs_for(const plan *p) {
+    const paired_stages *pairs = paired_stages_of(p);
+    return pairs && pairs->radices[3] == 0 ? pairs : nullptr;
+}
+
 int solve_problem_c2c_1d(plan *p) {
     if (p->split == 1) return -1;
     if (p->kind != kind_complex) return -1;

@@ -46,6 +46,8 @@ slab_stages slab_stages_of(const plan *p);
 
 // How a plan of two or three turned stages runs them; null for all others.
 const paired_stages *pairs_of(const plan *p);
+// The ones that plan_solve_in_stages would choose for the problem of p.
+const paired_stages *turned_pairs_for(const plan *p);
 
 // As plan_solve, for a child whose stages are wanted: also where a shorter way than by stages
 // exists for one transform.

@@ -254,13 +254,25 @@ void turned_rows(const stage *d, const scalar *matrix, scalar *out) {
     }
 }
 
+// The results of N butterflies, a lane each, which become rows of a matrix.
+template <int N, int R, class V>
+LYR_INLINE void store_turned(const V (&x)[R], scalar *out, int64_t row) {
+    constexpr int W = V::lanes;
+    static_assert(R % W == 0);
+    unroll<R / W>(LYR_LAMBDA(auto k) {
+        V block[W];
+        unroll<W>(LYR_LAMBDA(auto i) { block[i] = x[W * k + i]; });
+        if constexpr (W > 1) transpose(block);
+        unroll<N>(LYR_LAMBDA(auto i) { block[i].store(out + 2 * (i * row + W * k)); });
+    });
+}
+
 // Butterflies of N neighbouring columns of R rows, `columns` numbers apart, of which the first one
 // may be elsewhere; column j becomes row j of the matrix.
 template <class V, int R, int S, int N>
 LYR_INLINE void turn_columns(const scalar *first_row, const scalar *in, int64_t columns,
                              scalar *matrix) {
     constexpr int W = V::lanes;
-    static_assert(R % W == 0);
     V x[R];
     unroll<R>(LYR_LAMBDA(auto q) {
         const scalar *row = q == 0 ? first_row : in + 2 * q * columns;
@@ -270,12 +282,7 @@ LYR_INLINE void turn_columns(const scalar *first_row, const scalar *in, int64_t 
             x[q] = V::template load_first<N>(row);
     });
     butterfly<S>(x);
-    unroll<R / W>(LYR_LAMBDA(auto k) {
-        V block[W];
-        unroll<W>(LYR_LAMBDA(auto i) { block[i] = x[W * k + i]; });
-        transpose(block);
-        unroll<N>(LYR_LAMBDA(auto j) { block[j].store(matrix + 2 * (j * R + W * k)); });
-    });
+    store_turned<N>(x, matrix, R);
 }
 
 // The first of two or three stages, turned. The m columns begin at column -before: column -j is
@@ -291,6 +298,45 @@ void turned_first(const stage *, const scalar *in, scalar *matrix) {
     if constexpr (rest != 0) {
         const scalar *from = in + 2 * (behind - rest);
         turn_columns<vec, R1, S, rest>(from, from, m, matrix);
+    }
+}
+
+// As turned_first for n numbers each, with lanes along transforms side by side.
+template <class V, int R, int S>
+LYR_INLINE int64_t turn_neighbours(stream<R> &in, const scalar *&first_input, int64_t ahead,
+                                   scalar *&out, int64_t row, int64_t count) {
+    constexpr int W = V::lanes;
+    for (; count >= W; count -= W) {
+        V x[R];
+        unroll<R>(LYR_LAMBDA(auto q) { x[q] = V::load(q == 0 ? first_input : in.at(q)); });
+        unroll<R>(LYR_LAMBDA(auto q) { __builtin_prefetch(in.at(q) + 2 * ahead); });
+        butterfly<S>(x);
+        store_turned<W>(x, out, row);
+        in.advance(W);
+        first_input += 2 * W;
+        out += 2 * W * row;
+    }
+    return count;
+}
+
+template <int R1, int S>
+void turned_beside(int64_t n, int64_t before, const neighbours &some) {
+    const int64_t m = n / R1, behind = m - before, is = some.is, count = some.count;
+    const scalar *first_input = some.in + 2 * (n - before) * is;
+    stream<R1> in(some.in - 2 * before * is, m * is);
+    scalar *matrix = some.matrix;
+    for (int64_t j = -before; j < behind; ++j, matrix += 2 * R1) {
+        if (j == 0) first_input = some.in;
+        const int64_t next = some.ahead * is, at_next_ones = next - m * is + count;
+        const int64_t ahead = j + some.ahead < behind ? next : at_next_ones;
+        scalar *out = matrix;
+        in_vectors<vec>(
+            count, LYR_LAMBDA(auto v, int64_t rest) {
+                return turn_neighbours<vector_of<decltype(v)>, R1, S>(in, first_input, ahead, out,
+                                                                      some.row, rest);
+            });
+        in.advance(is - count);
+        first_input += 2 * (is - count);
     }
 }
 
@@ -417,7 +463,8 @@ constexpr paired_stages make_turned() {
             {turned_first<R1, R2, 0, -1>, turned_first<R1, R2, 0, +1>},
             {turned_last<R1, R2, -1>, turned_last<R1, R2, +1>},
             pair_form::turned,
-            {turned_last_ahead<R1, R2, -1>, turned_last_ahead<R1, R2, +1>}};
+            {turned_last_ahead<R1, R2, -1>, turned_last_ahead<R1, R2, +1>},
+            {turned_beside<R1, -1>, turned_beside<R1, +1>}};
 }
 
 template <int R1, int R2, int R3>
@@ -428,7 +475,8 @@ constexpr paired_stages make_turned() {
             {turned_first<R1, R2 * R3, before, -1>, turned_first<R1, R2 * R3, before, +1>},
             {turned_later<R1, R2, R3, -1>, turned_later<R1, R2, R3, +1>},
             pair_form::turned,
-            {turned_later_ahead<R1, R2, R3, -1>, turned_later_ahead<R1, R2, R3, +1>}};
+            {turned_later_ahead<R1, R2, R3, -1>, turned_later_ahead<R1, R2, R3, +1>},
+            {turned_beside<R1, -1>, turned_beside<R1, +1>}};
 }
 
 }  // namespace
