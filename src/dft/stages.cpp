@@ -53,12 +53,16 @@ int64_t doubled_rows(const codelet_table *target, int64_t r, int64_t L) {
 void fill_grouped_twiddles(scalar *table, const root_source *roots, int64_t r, int64_t L,
                            int64_t sign, int64_t lanes, int64_t doubled) {
     const int64_t grouped = L - L % lanes;
-    for (int64_t k = 0; k < grouped && !doubled; ++k) {
-        scalar *at = table + 2 * ((k - k % lanes) * (r - 1) + k % lanes);
-        fill_roots(at, lanes, roots, k, k, r - 1, sign);
-    }
-    // Ready vectors by inputs, many rows at once: radices are small.
+    // By inputs, many rows at once: radices are small.
     constexpr int64_t most_rows = 64;
+    for (int64_t k = 0; k < grouped && !doubled; k += most_rows) {
+        const int64_t groups = (grouped - k < most_rows ? grouped - k : most_rows) / lanes;
+        for (int64_t q = 1; q < r; ++q)
+            for (int64_t lane = 0; lane < lanes; ++lane) {
+                scalar *at = table + 2 * (k * (r - 1) + lanes * (q - 1) + lane);
+                fill_roots(at, lanes * (r - 1), roots, (k + lane) * q, lanes * q, groups, sign);
+            }
+    }
     scalar column[2 * most_rows];
     for (int64_t k = 0; k < doubled; k += most_rows) {
         const int64_t rows = doubled - k < most_rows ? doubled - k : most_rows;

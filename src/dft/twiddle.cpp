@@ -47,15 +47,15 @@ inline void octant_roots(number q, const double (&unit)[2], number *cosine, numb
     constexpr double shift = 3 << 25;
     const number t = (x + shift) - shift, low = (x - t) + x_low;
     const number half_square = t * t * 0.5, near = 1 - half_square;
-    const number cosine_tail =
-        z * z *
-        (f(4) - z * (f(6) - z * (f(8) - z * (f(10) - z * (f(12) - z * (f(14) - z * f(16)))))));
+    // Every other power on its own: shorter chains of dependent operations.
+    const number zz = z * z;
+    const number cosine_tail = zz * ((f(4) + zz * (f(8) + zz * (f(12) + zz * f(16)))) -
+                                     z * (f(6) + zz * (f(10) + zz * f(14))));
     *cosine = near + (((1 - near) - half_square) + (cosine_tail - low * (x + t) * 0.5));
 
-    const number sine_tail =
-        x * z *
-        (f(3) - z * (f(5) - z * (f(7) - z * (f(9) - z * (f(11) -
-                                                         z * (f(13) - z * (f(15) - z * f(17))))))));
+    const number sine_tail = x * z *
+                             ((f(3) + zz * (f(7) + zz * (f(11) + zz * f(15)))) -
+                              z * (f(5) + zz * (f(9) + zz * (f(13) + zz * f(17)))));
     *sine = x + (x_low * near - sine_tail);
 }
 
@@ -84,12 +84,17 @@ inline double with_sign(double value, uint64_t sign) {
     return std::bit_cast<double>(std::bit_cast<uint64_t>(value) ^ sign);
 }
 
-pair compute_root(const root_source *source, int64_t u) {
-    const reduced_angle angle = reduce(u, source->N);
-    double root[2];
-    octant_roots(static_cast<double>(angle.q), source->unit, &root[0], &root[1]);
+inline pair restore(const reduced_angle &angle, double c, double s) {
+    const double root[2] = {c, s};
     return pair{with_sign(root[angle.exchange], angle.cosine_sign),
                 with_sign(root[1 - angle.exchange], angle.sine_sign)};
+}
+
+pair compute_root(const root_source *source, int64_t u) {
+    const reduced_angle angle = reduce(u, source->N);
+    double c, s;
+    octant_roots(static_cast<double>(angle.q), source->unit, &c, &s);
+    return restore(angle, c, s);
 }
 
 // W(u, N) as the half turn's root of the same cosine.
@@ -109,11 +114,29 @@ inline void reflect(pair *half_turn, int64_t N, int64_t u, double c, double s) {
     half_turn[u] = pair{c, s};
 }
 
+// N is no multiple of 4: an even one leaves the mirror images of a quarter turn. The last pair may
+// end behind the half turn.
+void fill_half_turn_singly(pair *half_turn, const root_source *source) {
+    const int64_t N = source->N;
+    const bool even = N % 2 == 0;
+    for (int64_t u = 0; u <= N / (even ? 4 : 2); u += 2) {
+        const reduced_angle angles[2] = {reduce(u, N), reduce(u + 1, N)};
+        const pair q = {static_cast<double>(angles[0].q), static_cast<double>(angles[1].q)};
+        pair c, s;
+        octant_roots(q, source->unit, &c, &s);
+        for (int i = 0; i < 2; ++i) {
+            const pair root = restore(angles[i], c[i], s[i]);
+            half_turn[u + i] = root;
+            if (even) half_turn[N / 2 - u - i] = pair{-root[0], root[1]};
+        }
+    }
+}
+
 void fill_half_turn(root_source *source) {
     const int64_t N = source->N;
     pair *const half_turn = reinterpret_cast<pair *>(source->half_turn);
     if (N % 4 != 0) {
-        for (int64_t u = 0; u <= N / 2; ++u) half_turn[u] = compute_root(source, u);
+        fill_half_turn_singly(half_turn, source);
         return;
     }
     int64_t u = 0;
@@ -143,11 +166,12 @@ void root_source_init(root_source *source, int64_t N, int64_t entries) {
     set_unit(source);
     source->half_turn = nullptr;
     if (distinct > entries) return;
+    const int64_t table_entries = N / 2 + 2;
     const int64_t local_entries = sizeof source->local / (2 * sizeof(double));
-    source->half_turn =
-        N / 2 < local_entries
-            ? source->local
-            : static_cast<double *>(planning_malloc(static_cast<size_t>(N / 2 + 1) * sizeof(pair)));
+    source->half_turn = table_entries <= local_entries
+                            ? source->local
+                            : static_cast<double *>(planning_malloc(
+                                  static_cast<size_t>(table_entries) * sizeof(pair)));
     if (source->half_turn) fill_half_turn(source);
 }
 

@@ -17,7 +17,7 @@ struct root_source {
     int64_t N;
     double unit[2];     // 2 pi / (4 * N) as a sum; its first term times 0..N/2 is exact
     double *half_turn;  // W(t, N), 0 <= t <= N/2; null: compute each root
-    alignas(16) double local[2 * 129];
+    alignas(16) double local[2 * 130];
 };
 
 // Prepares the roots for about `entries` reads. Without memory the roots are computed one by one.
