@@ -67,8 +67,12 @@ void fill_chirp(scalar *chirp, int64_t p, int64_t sign) {
     root_source_init(&roots, 2 * p, p);
     int64_t square = 0;  // k^2 mod 2p
     for (int64_t k = 0; k < p; ++k) {
-        fill_roots(chirp + 2 * k, 1, &roots, square, 0, 1, sign);
-        square = (square + 2 * k + 1) % (2 * p);
+        double root[2];
+        root_of(&roots, square, sign, root);
+        chirp[2 * k] = static_cast<scalar>(root[0]);
+        chirp[2 * k + 1] = static_cast<scalar>(root[1]);
+        square += 2 * k + 1;
+        if (square >= 2 * p) square -= 2 * p;
     }
     root_source_release(&roots);
 }
@@ -76,7 +80,7 @@ void fill_chirp(scalar *chirp, int64_t p, int64_t sign) {
 void fill_filter(scalar *filter, const scalar *chirp, int64_t p, int64_t M) {
     const auto length = static_cast<scalar>(M);
     for (int64_t k = 0; k < p; ++k) {
-        scalar *ahead = filter + 2 * k, *behind = filter + 2 * ((M - k) % M);
+        scalar *ahead = filter + 2 * k, *behind = filter + 2 * (k ? M - k : 0);
         ahead[0] = behind[0] = chirp[2 * k] / length;
         ahead[1] = behind[1] = -chirp[2 * k + 1] / length;
     }

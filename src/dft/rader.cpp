@@ -99,19 +99,16 @@ void run_one_by_one(const plan *p, const convolution *c, const convolution_block
 // The powers of g, and the filter W(sign*g^-k, p)/(p - 1).
 void fill_tables(uint32_t *powers, scalar *filter, int64_t p, int64_t sign) {
     const int64_t g = find_generator(p);
-    const int64_t inverse = mod_pow(g, p - 2, p);
     const auto length = static_cast<double>(p - 1);
     root_source roots;
     root_source_init(&roots, p, p - 1);
-    int64_t power = 1, inverse_power = 1;
-    for (int64_t k = 0; k < p - 1; ++k) {
+    for (int64_t k = 0, power = 1; k < p - 1; ++k, power = mod_multiply(power, g, p))
         powers[k] = static_cast<uint32_t>(power);
+    for (int64_t k = 0; k < p - 1; ++k) {
         double root[2];
-        root_of(&roots, inverse_power, sign, root);
+        root_of(&roots, powers[k ? p - 1 - k : 0], sign, root);
         filter[2 * k] = static_cast<scalar>(root[0] / length);
         filter[2 * k + 1] = static_cast<scalar>(root[1] / length);
-        power = mod_multiply(power, g, p);
-        inverse_power = mod_multiply(inverse_power, inverse, p);
     }
     root_source_release(&roots);
 }
