@@ -154,7 +154,7 @@ bool reads_beside(const paired_stages *pairs, int64_t is) {
 // Input is called for one column ahead; where the first-level cache could not keep the lines of
 // neighbouring columns, as much ahead as the next transforms are. Measured.
 void run_beside(plan *p, const paired_stages &pairs, const gathered_words &gathered) {
-    const auto &[r1, r2, r3, r4] = pairs.radices;
+    const int64_t r1 = pairs.radices[0], r3 = pairs.radices[2];
     const turned_words words = {gathered.group, r3 ? inputs_before_third(static_cast<int>(r3)) : 0,
                                 falls_into_one_set(p->dims[0].is) ? pairs.n / r1 : 1,
                                 r3 ? 0 : gathered.row};

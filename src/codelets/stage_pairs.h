@@ -11,18 +11,20 @@ enum class pair_form {
     // A matrix of r1*r2 rows, pair_padding numbers longer than the r3*r4 that they hold, so that
     // rows do not all begin in the same cache sets.
     rows,
-    // r3*r4 rows of r1*r2 and the padding: lanes never run along r4, so that whole lines are read
-    // and written all the way. The first row is a column in front of the input's first one
-    // (columns_before): the third and last stage then take inputs before and behind input 0 whose
-    // factors are conjugates, and half of them do. Only where the first-level cache is small,
-    // instead of a later entry of the same length. d[0].twiddles are those of all stages behind the
-    // first, in the order of the walk (build_turned).
+    // Four or five stages: rows of r1 numbers, results of one butterfly of the first stage each
+    // (struct turned_blocks). Lanes run along these rows in all later stages, which work in place:
+    // never along memory that is to be transposed, and none has a pass over more streams than the
+    // cache has sets for. The first row is a column in front of the input's first one
+    // (columns_before): the last stage but one and the last one then take inputs before and behind
+    // input 0 whose factors are conjugates, and half of them do. Only where the first-level cache
+    // is small, instead of a later entry of the same length. d[0].twiddles are those of all stages
+    // behind the first, in the order of the walk (build_turned).
     // Shorter lengths have three stages, of which the last two are a pair, or two. Their rows have
     // no padding. Those of three stages begin in front, too (inputs_before_third), those of two
     // have the order of the columns.
     turned,
-    // As the turned one of four stages, without padding, which the second pair may work on in
-    // place: the matrix lies in the output unless that is the input. d[0].twiddles are those of the
+    // r3*r4 rows of r1*r2, which the second pair may work on in place: the matrix lies in the
+    // output unless that is the input. d[0].twiddles are those of the
     // third and last stage for half of the columns, the others are their mirror images
     // (fill_mirrored).
     mirrored,
@@ -46,33 +48,48 @@ struct neighbours {
     int64_t ahead;
 };
 
-// Radices r1..r4 of a length of four stages (d: the first of them); those that a turned length of
-// fewer stages does not have are 0.
+// Radices r1, r2.. of the stages of a length (d: the first of them); those that it does not have
+// are 0.
+inline constexpr int most_paired_stages = 5;
 struct paired_stages {
     int64_t n;
-    int64_t radices[4];
+    int64_t radices[most_paired_stages];
     // [0 forward, 1 backward]
     void (*columns[2])(const stage *d, const scalar *in, scalar *matrix);
-    void (*rows[2])(const stage *d, const scalar *matrix, scalar *out);
+    void (*rows[2])(const stage *d, scalar *matrix, scalar *out);
     pair_form form;
-    // As rows, while the lines of the next transform are called for; null for four stages.
+    // As rows, while the lines of the next transform are called for; null for more than three
+    // stages.
     void (*rows_ahead[2])(const stage *d, const scalar *matrix, scalar *out,
                           const next_arrays &next) = {};
     // As columns, for several transforms of this length whose columns begin at column -before; null
-    // for four stages.
+    // for more than three stages.
     void (*columns_beside[2])(int64_t n, int64_t before, const neighbours &b) = {};
 };
 inline constexpr int64_t pair_padding = 8;
 
-// Columns, or rows of a turned matrix, that a block holds.
+// The matrix of four or five turned stages: the rows that the last two stages work on are a block,
+// the blocks that a third of five does are a group (four stages: a block). Padding behind both: the
+// inputs of a butterfly are then not all in the same cache sets.
+struct turned_blocks {
+    int64_t rows, in_group, groups;
+
+    constexpr int64_t block(int64_t row) const { return rows * row + pair_padding; }
+    constexpr int64_t group(int64_t row) const { return in_group * block(row) + pair_padding; }
+};
+
+// Outputs of so many bytes are called for before turned stages store them. Measured.
+inline constexpr int64_t called_for_bytes = 256 << 10;
+
+// Columns that a block of a pair of stages holds.
 inline constexpr int64_t columns_at_once = 8;
 
-// Inputs before input 0 of the last of four turned stages, radix r: whole lines of them.
+// Inputs before input 0 of the last of four or five turned stages, radix r.
 constexpr int64_t inputs_before(int64_t r) {
     return r > 4 ? r / 2 : 0;
 }
-constexpr int64_t columns_before(int64_t r3, int64_t r4) {
-    return r4 * (r3 / 2) + inputs_before(r4);
+constexpr int64_t columns_before(int64_t before_last, int64_t last) {
+    return last * (before_last / 2) + inputs_before(last);
 }
 // The same for the last of three: a multiple of any target's lanes, where it gains. Measured.
 constexpr int inputs_before_third(int r) {
@@ -84,7 +101,7 @@ constexpr int64_t factors_around(int64_t r, int64_t before) {
 }
 
 struct stage_pair_set {
-    paired_stages lengths[88];  // n is 0 behind the last one
+    paired_stages lengths[96];  // n is 0 behind the last one
 };
 
 }  // namespace lyr

@@ -92,7 +92,7 @@ void execute_1d_turned_three(const plan *p, scalar *in, scalar *out, scalar *scr
 // Whether the plan can run these stages. Parents that run the stages of short ones themselves have
 // orders of radices of their own; three stages gain nothing in place.
 bool suits(const plan *p, const paired_stages &pairs) {
-    const auto &[r1, r2, r3, r4] = pairs.radices;
+    const auto &[r1, r2, r3, r4, r5] = pairs.radices;
     if (pairs.form == pair_form::turned && !first_level_cache_is_small()) return false;
     if (r4 == 0 && p->shares_stages) return false;
     return r4 != 0 || r3 == 0 || p->in != p->out;
@@ -116,7 +116,7 @@ int run_by(plan *p, executor execute, const char *name, plan_form form) {
 }
 
 int build_tables(plan *p, const paired_stages &pairs, int count) {
-    const auto &[r1, r2, r3, r4] = pairs.radices;
+    const auto &[r1, r2, r3, r4, r5] = pairs.radices;
     if (pairs.form == pair_form::turned) return build_turned(p, pairs.radices);
     const bool mirrored = pairs.form == pair_form::mirrored;
     const int64_t entries = mirrored ? (r1 * r2 / 2 + 1) * (r3 - 1 + r3 * (r4 - 1)) : 0;
@@ -130,14 +130,20 @@ int build_tables(plan *p, const paired_stages &pairs, int count) {
     return 0;
 }
 
+// Complex numbers of the matrix between the passes.
+int64_t matrix_numbers(const paired_stages &pairs) {
+    const auto &[r1, r2, r3, r4, r5] = pairs.radices;
+    if (r4 == 0 || pairs.form == pair_form::mirrored) return pairs.n;
+    if (pairs.form == pair_form::rows) return r1 * r2 * (r3 * r4 + pair_padding);
+    const turned_blocks blocks =
+        r5 ? turned_blocks{r4 * r5, r3, r2} : turned_blocks{r3 * r4, 1, r2};
+    return r2 * blocks.group(r1);
+}
+
 int solve_paired(plan *p, const paired_stages *pairs) {
-    const auto &[r1, r2, r3, r4] = pairs->radices;
-    const int count = r4 ? 4 : r3 ? 3 : 2;
+    const int count = pairs->radices[3] ? 4 : pairs->radices[2] ? 3 : 2;
     const bool turned = pairs->form == pair_form::turned;
-    const int64_t padded = count < 4 || pairs->form == pair_form::mirrored ? 0
-                           : turned                                        ? r3 * r4
-                                                                           : r1 * r2;
-    p->work_bytes = static_cast<uint64_t>(pairs->n + padded * pair_padding) * complex_bytes;
+    p->work_bytes = static_cast<uint64_t>(matrix_numbers(*pairs)) * complex_bytes;
     if (build_tables(p, *pairs, count) != 0) return -1;
     const bookkeeping b = {pairs};
     memcpy(p->solver_words, &b, sizeof b);
@@ -175,6 +181,11 @@ const paired_stages *pairs_of(const plan *p) {
 const paired_stages *turned_pairs_for(const plan *p) {
     const paired_stages *pairs = paired_stages_of(p);
     return pairs && pairs->radices[3] == 0 ? pairs : nullptr;
+}
+
+bool has_turned_blocks(const plan *p) {
+    const paired_stages *pairs = paired_stages_of(p);
+    return pairs && pairs->form == pair_form::turned && pairs->radices[3] != 0;
 }
 
 int solve_problem_c2c_1d(plan *p) {

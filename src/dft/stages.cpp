@@ -190,52 +190,79 @@ scalar *fill_ready_rows(scalar *table, const root_source *roots, int64_t row, in
     return table + 4 * lanes * count;
 }
 
+using paired_radices = int64_t[most_paired_stages];
+
+// The stages of turned ones from the third on, behind the L rows of the stages before them. Of four
+// the third is left out: five have one more in the middle.
+struct later_radices {
+    int64_t L, middle, before_last, last;
+};
+later_radices later_of(const paired_radices &radices) {
+    const auto &[r1, r2, r3, r4, r5] = radices;
+    if (r5) return {r1 * r2 * r3, r3, r4, r5};
+    return {r1 * r2, 1, r3, r4};
+}
+
+// Factors of neighbouring rows of a stage, r1 of them at a time, in the order of the rows.
+scalar *fill_ready_stage(scalar *table, const root_source *roots, int64_t rows, int64_t r,
+                         int64_t sign, int64_t lanes) {
+    for (int64_t k = 0; k < rows; k += lanes)
+        table = fill_ready_rows(table, roots, k, r - 1, sign, lanes);
+    return table;
+}
+
 // The third stage of three, in the order of the walk.
-void fill_third_of_turned(scalar *table, const root_source *roots, const int64_t (&radices)[4],
+void fill_third_of_turned(scalar *table, const root_source *roots, const paired_radices &radices,
                           int64_t sign, int64_t lanes) {
-    const auto &[r1, r2, r3, none] = radices;
+    const int64_t r1 = radices[0], r2 = radices[1], r3 = radices[2];
     const int64_t factors = factors_around(r3, inputs_before_third(static_cast<int>(r3)));
     for (int64_t k = 0; k < r1; k += lanes)
         for (int64_t i = 0; i < r2; ++i)
             table = fill_ready_rows(table, roots, k + i * r1, factors, sign, lanes);
 }
 
-// The third and the last stage of four, for columns_at_once columns at a time: plain groups of as
+// The last two stages of four or five, for the r1 columns of a block at a time: plain groups of as
 // many as lanes.
-void fill_second_pair_of_turned(scalar *table, const root_source *roots,
-                                const int64_t (&radices)[4], int64_t sign, int64_t lanes) {
-    const auto &[r1, r2, r3, r4] = radices;
-    const int64_t L = r1 * r2, third = factors_around(r3, r3 / 2),
-                  last = factors_around(r4, inputs_before(r4));
+void fill_last_of_turned(scalar *table, const root_source *roots, const paired_radices &radices,
+                         int64_t sign, int64_t lanes) {
+    const auto &[L, middle, r3, r4] = later_of(radices);
+    const int64_t r1 = radices[0], r2 = radices[1];
+    const int64_t third = factors_around(r3, r3 / 2), last = factors_around(r4, inputs_before(r4));
     const auto fill_row = [&](int64_t row, int64_t step, int64_t count) {
         scalar *at = table + 2 * ((row - row % lanes) * count + row % lanes);
         fill_roots(at, lanes, roots, step, step, count, sign);
     };
-    for (int64_t c = 0; c < L; c += columns_at_once) {
-        for (int64_t i = 0; i < columns_at_once; ++i) fill_row(i, (c + i) * r4, third);
-        table += 2 * columns_at_once * third;
-        for (int64_t k = c; k < L * r3; k += L, table += 2 * columns_at_once * last)
-            for (int64_t i = 0; i < columns_at_once; ++i) fill_row(i, k + i, last);
+    for (int64_t block = 0; block < r2 * middle; ++block) {
+        const int64_t c = r1 * (block / middle + block % middle * r2);
+        for (int64_t i = 0; i < r1; ++i) fill_row(i, (c + i) * r4, third);
+        table += 2 * r1 * third;
+        for (int64_t k = c; k < L * r3; k += L, table += 2 * r1 * last)
+            for (int64_t i = 0; i < r1; ++i) fill_row(i, k + i, last);
     }
 }
 
-int64_t later_factors_of_turned(const int64_t (&radices)[4]) {
-    const auto &[r1, r2, r3, r4] = radices;
-    const int64_t L = r1 * r2;
-    if (r3 == 0) return 0;
-    if (r4 == 0) return 2 * L * factors_around(r3, inputs_before_third(static_cast<int>(r3)));
-    return L * (factors_around(r3, r3 / 2) + r3 * factors_around(r4, inputs_before(r4)));
+// Complex numbers that the factors of turned stages take.
+int64_t factors_of_turned(const paired_radices &radices) {
+    const int64_t r1 = radices[0], r2 = radices[1], r3 = radices[2];
+    const int64_t second = 2 * r1 * (r2 - 1);
+    if (r3 == 0) return second;
+    if (radices[3] == 0)
+        return second + 2 * r1 * r2 * factors_around(r3, inputs_before_third(static_cast<int>(r3)));
+    const auto &[L, middle, before_last, last] = later_of(radices);
+    return second + 2 * r1 * r2 * (middle - 1) +
+           L * (factors_around(before_last, before_last / 2) +
+                before_last * factors_around(last, inputs_before(last)));
 }
 
 }  // namespace
 
-int build_turned(plan *p, const int64_t (&radices)[4]) {
-    const int64_t r1 = radices[0], r2 = radices[1], n = p->dims[0].n;
-    const int64_t count = radices[3] ? 4 : radices[2] ? 3 : 2;
+int build_turned(plan *p, const int64_t (&radices)[most_paired_stages]) {
+    const int64_t r1 = radices[0], r2 = radices[1], r3 = radices[2], n = p->dims[0].n;
+    int64_t count = 2;
+    while (count < most_paired_stages && radices[count]) ++count;
     const int64_t lanes = active_table()->lanes, sign = p->sign == -1 ? -1 : +1;
     const int64_t tables = (8 + count * int64_t{sizeof(stage)} + 63) / 64 * 64;
-    const auto bytes = static_cast<uint64_t>(
-        tables + (2 * r1 * (r2 - 1) + later_factors_of_turned(radices)) * complex_bytes);
+    const auto bytes = static_cast<uint64_t>(tables + factors_of_turned(radices) * complex_bytes);
     p->aux = aligned_alloc_any(bytes);
     if (!p->aux) return -1;
     p->aux_bytes = bytes;
@@ -250,15 +277,19 @@ int build_turned(plan *p, const int64_t (&radices)[4]) {
 
     root_source roots;
     root_source_init(&roots, r1 * r2, r1 * r2);
-    for (int64_t k = 0; k < r1; k += lanes)
-        table = fill_ready_rows(table, &roots, k, r2 - 1, sign, lanes);
+    table = fill_ready_stage(table, &roots, r1, r2, sign, lanes);
     root_source_release(&roots);
     if (count == 2) return 0;
+    if (count == 5) {
+        root_source_init(&roots, r1 * r2 * r3, r1 * r2 * r3);
+        table = fill_ready_stage(table, &roots, r1 * r2, r3, sign, lanes);
+        root_source_release(&roots);
+    }
     root_source_init(&roots, n, n);
     if (count == 3)
         fill_third_of_turned(table, &roots, radices, sign, lanes);
     else
-        fill_second_pair_of_turned(table, &roots, radices, sign, lanes);
+        fill_last_of_turned(table, &roots, radices, sign, lanes);
     root_source_release(&roots);
     return 0;
 }

@@ -48,6 +48,8 @@ slab_stages slab_stages_of(const plan *p);
 const paired_stages *pairs_of(const plan *p);
 // The ones that plan_solve_in_stages would choose for the problem of p.
 const paired_stages *turned_pairs_for(const plan *p);
+// Whether the problem of p has an order of four or five turned stages.
+bool has_turned_blocks(const plan *p);
 
 // As plan_solve, for a child whose stages are wanted: also where a shorter way than by stages
 // exists for one transform.
@@ -58,7 +60,7 @@ int32_t plan_solve_in_stages(plan *p);
 // of the other stages in the order of the walk, where half of a butterfly's factors may do for all
 // (factors_around). They are ready vectors with the signs of products (codelets/simd/conjugates.h),
 // the last two of four stages plain groups of as many columns as lanes. Returns 0 or -1.
-int build_turned(plan *p, const int64_t (&radices)[4]);
+int build_turned(plan *p, const int64_t (&radices)[most_paired_stages]);
 
 // Writes the factors of the last two of four stages for half of the L columns of the third one's
 // matrix and one more: those of the third stage, then column by column those of the rows

@@ -32,7 +32,8 @@ LYR_INLINE void first_of_a_line(int64_t m, const scalar *in, scalar *block) {
     }
 }
 
-// As turned_columns, from the last columns to the first: the second pair begins with the rows that
+// As paired_columns, with the results of each column in a row of the matrix, from the last columns
+// to the first: the second pair begins with the rows that
 // are written last.
 template <int R1, int R2, int S, class V>
 void dense_columns(const stage *d, const scalar *in, scalar *matrix) {
@@ -153,7 +154,7 @@ LYR_INLINE void rows_of_a_line(const scalar *matrix, scalar *out, const scalar *
 // The last two stages, for two lines of columns at a time whose factors are the same. `out` may be
 // `matrix`: a line's results take the places of what they come from.
 template <int R3, int R4, int S, int64_t K, class V>
-void mirrored_rows(const stage *d, const scalar *matrix, scalar *out) {
+void mirrored_rows(const stage *d, scalar *matrix, scalar *out) {
     constexpr int64_t columns = columns_of_a_line, half = block_step / 2;
     static_assert(K % block_step == 0);
     alignas(64) scalar room[2 * (R4 + 1) * block_step];

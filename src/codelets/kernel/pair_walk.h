@@ -11,9 +11,9 @@ namespace {
 
 // The butterflies of the first stage that a few columns of the second one's matrix come from, with
 // the results in the order of that matrix.
-template <int R1, int R2, int S, int64_t columns = columns_at_once>
-LYR_INLINE void first_of_columns(int64_t m, const scalar *in, scalar *block, int64_t first = 0) {
-    for (int64_t j = first; j < R2; ++j) {
+template <int R1, int R2, int S, int64_t columns>
+LYR_INLINE void first_of_columns(int64_t m, const scalar *in, scalar *block) {
+    for (int64_t j = 0; j < R2; ++j) {
         stream<R1> from(in + 2 * j * m, R2 * m);
         stream<R1> to(block + 2 * j * columns, R2 * columns);
         column_run<R1, S, vec>(from, to, columns, no_twiddles{});
@@ -58,7 +58,7 @@ LYR_INLINE void store_rows_in_pairs(const stream<R> &out, const scalar *in, int6
 // The last two stages, for a few rows of the matrix at a time. Lanes of the last one run along
 // these rows.
 template <int R3, int R4, int S>
-void paired_rows(const stage *d, const scalar *matrix, scalar *out) {
+void paired_rows(const stage *d, scalar *matrix, scalar *out) {
     constexpr int64_t rows = vec::lanes > 4 ? vec::lanes : 4, m = R3 * R4, row = m + pair_padding;
     alignas(64) scalar block[2 * rows * m];
     const int64_t L = d[2].L;
@@ -90,26 +90,6 @@ void paired_rows(const stage *d, const scalar *matrix, scalar *out) {
                 }
             });
     }
-}
-
-// first_of_columns for columns that begin at column `first` of the input, in front of column 0
-// where that is negative: column -j is column m - j a row later, whose last number comes first.
-template <int R1, int R2, int S, int64_t columns>
-LYR_INLINE void first_of_shifted_columns(int64_t m, const scalar *in, int64_t first,
-                                         scalar *block) {
-    const scalar *from = in + 2 * first;
-    first_of_columns<R1, R2, S, columns>(m, from, block, first < 0);
-    if (first >= 0) return;
-    alignas(64) scalar numbers[2 * R1 * columns];
-    for (int64_t j = first; j < first + columns; ++j) {
-        const scalar *x = in + 2 * (j < 0 ? j + R1 * R2 * m : j);
-        numbers[2 * (j - first)] = x[0];
-        numbers[2 * (j - first) + 1] = x[1];
-    }
-    for (int64_t q = 1; q < R1; ++q)
-        __builtin_memcpy(numbers + 2 * q * columns, from + 2 * q * R2 * m, columns * complex_bytes);
-    stream<R1> numbers_of(numbers, columns), to(block, R2 * columns);
-    column_run<R1, S, vec>(numbers_of, to, columns, no_twiddles{});
 }
 
 // Where a butterfly takes the input at place i when its inputs begin at input -before.
@@ -148,35 +128,6 @@ LYR_INLINE void load_multiplied(V (&x)[R], const scalar *in, int64_t step, const
     });
 }
 
-// As paired_columns, with the results of each column in a row of the matrix: lanes of the second
-// stage run along its rows. The columns begin at column -before.
-template <int R1, int R2, int S, int64_t columns, int64_t before, class V = vec>
-void turned_columns(const stage *d, const scalar *in, scalar *matrix) {
-    constexpr int64_t row = R1 * R2 + pair_padding;
-    static_assert(R1 % V::lanes == 0);
-    alignas(64) scalar block[2 * R1 * R2 * columns];
-    const int64_t m = d[1].m;
-    for (int64_t c = 0; c < m; c += columns) {
-        first_of_shifted_columns<R1, R2, S, columns>(m, in, c - before, block);
-        for (int64_t i = 0; i < columns; ++i) {
-            const scalar *twiddles = d[0].twiddles;
-            stream<R2> to(matrix + 2 * (c + i) * row, R1);
-            for (int64_t k = 0; k < R1; k += V::lanes) {
-                const scalar *from = block + 2 * (k * R2 * columns + i);
-                V x[R2];
-                unroll<R2>(LYR_LAMBDA(auto q) {
-                    x[q] = V::gather(from + 2 * columns * q, 2 * R2 * columns);
-                    if constexpr (q > 0) x[q] = cmul(x[q], ready_powers_at<V>(twiddles)[q - 1]);
-                });
-                butterfly<S>(x);
-                unroll<R2>(LYR_LAMBDA(auto p) { x[p].store(to.at(p)); });
-                to.advance(V::lanes);
-                twiddles += ready_numbers<V> * (R2 - 1);
-            }
-        }
-    }
-}
-
 template <int R, int before, class Powers, class V>
 LYR_INLINE void multiply_around(V (&x)[R], const Powers &powers) {
     unroll<factors_around(R, before)>(LYR_LAMBDA(auto h) {
@@ -187,71 +138,15 @@ LYR_INLINE void multiply_around(V (&x)[R], const Powers &powers) {
     });
 }
 
-// A butterfly of the last stage, lanes along neighbouring rows of its matrix, from a block of
-// columns.
-template <int R, int S, class V>
+// A butterfly of the last stage, whose inputs are `row` numbers apart.
+template <int64_t row, int R, int S, class V>
 LYR_INLINE void butterfly_of_columns(V (&x)[R], const scalar *&in, const scalar *&twiddles) {
     constexpr int before = inputs_before(R);
-    unroll<R>(LYR_LAMBDA(auto i) {
-        x[place_around<R, before>(i)] = V::load(in + 2 * columns_at_once * i);
-    });
+    unroll<R>(LYR_LAMBDA(auto i) { x[place_around<R, before>(i)] = V::load(in + 2 * row * i); });
     multiply_around<R, before>(x, plain_powers<V>{twiddles});
     butterfly<S>(x);
     in += 2 * V::lanes;
     twiddles += 2 * V::lanes * factors_around(R, before);
-}
-
-// The last two stages for a matrix that turned_columns made, for a few of its columns at a time:
-// lanes run along these in both. Outputs fall into few cache sets (column_run_by_lines).
-template <int R1, int R2, int R3, int R4, int S, class V = vec>
-void turned_rows(const stage *d, const scalar *matrix, scalar *out) {
-    constexpr int64_t columns = columns_at_once, W = V::lanes, L = R1 * R2;
-    constexpr int64_t row = L + pair_padding, factors = factors_around(R3, R3 / 2);
-    constexpr bool by_lines = R4 > 4 && 2 * W == line_complex;
-    alignas(64) scalar block[2 * R3 * R4 * columns], done[2 * W * R4];
-    const scalar *twiddles = d[0].twiddles + 4 * R1 * (R2 - 1);
-    for (int64_t c = 0; c < L; c += columns) {
-        ready_factor<V> ready[columns / W][factors];
-        for (int64_t i = 0; i < columns / W; ++i, twiddles += 2 * W * factors)
-            unroll<factors>(LYR_LAMBDA(auto h) {
-                ready[i][h] = alternating(V::tw_plain(twiddles + 2 * W * h));
-            });
-        for (int64_t j = 0; j < R4; ++j) {
-            stream<R3> from(matrix + 2 * (c + j * row), R4 * row);
-            stream<R3> to(block + 2 * j * columns, R4 * columns);
-            for (int64_t i = 0; i < columns / W; ++i) {
-                V x[R3];
-                unroll<R3>(
-                    LYR_LAMBDA(auto q) { x[place_around<R3, R3 / 2>(q)] = V::load(from.at(q)); });
-                multiply_around<R3, R3 / 2>(x, ready_powers<V>{ready[i]});
-                butterfly<S>(x);
-                unroll<R3>(LYR_LAMBDA(auto p) { x[p].store(to.at(p)); });
-                from.advance(W);
-                to.advance(W);
-            }
-        }
-        for (int64_t p = 0; p < R3; ++p) {
-            const scalar *in = block + 2 * p * R4 * columns;
-            stream<R4> to(out + 2 * (c + p * L), L * R3);
-            for (int64_t i = 0; i < columns; i += by_lines ? 2 * W : W) {
-                V x[R4];
-                butterfly_of_columns<R4, S>(x, in, twiddles);
-                if constexpr (by_lines) {
-                    unroll<R4>(LYR_LAMBDA(auto q) { x[q].store(done + 2 * W * q); });
-                    __asm__ volatile("" ::"r"(done) : "memory");
-                    butterfly_of_columns<R4, S>(x, in, twiddles);
-                    unroll<R4>(LYR_LAMBDA(auto q) {
-                        V::load(done + 2 * W * q).store(to.at(q));
-                        x[q].store(to.at(q) + 2 * W);
-                    });
-                    to.advance(2 * W);
-                } else {
-                    unroll<R4>(LYR_LAMBDA(auto q) { x[q].store(to.at(q)); });
-                    to.advance(W);
-                }
-            }
-        }
-    }
 }
 
 // The results of N butterflies, a lane each, which become rows of a matrix.
@@ -378,7 +273,7 @@ LYR_INLINE void last_of_turned(const stage *d, const scalar *matrix, scalar *out
 }
 
 template <int R1, int R2, int S>
-void turned_last(const stage *d, const scalar *matrix, scalar *out) {
+void turned_last(const stage *d, scalar *matrix, scalar *out) {
     last_of_turned<R1, R2, S>(d, matrix, out, no_calls{});
 }
 
@@ -424,7 +319,7 @@ LYR_INLINE void later_of_turned(const stage *d, const scalar *matrix, scalar *ou
 }
 
 template <int R1, int R2, int R3, int S>
-void turned_later(const stage *d, const scalar *matrix, scalar *out) {
+void turned_later(const stage *d, scalar *matrix, scalar *out) {
     later_of_turned<R1, R2, R3, S>(d, matrix, out, no_calls{});
 }
 
@@ -433,6 +328,125 @@ void turned_later_ahead(const stage *d, const scalar *matrix, scalar *out,
                         const next_arrays &next) {
     constexpr int64_t butterflies = R1 / vec::lanes * (R2 + R3);
     later_of_turned<R1, R2, R3, S>(d, matrix, out, calls_ahead<R1 * R2 * R3, butterflies>(next));
+}
+
+// The first of four or five turned stages. Column j becomes row j of the matrix, the first one
+// being column -before, as in turned_first.
+template <int R1, int S>
+__attribute__((noinline)) void turned_first_of_blocks(const scalar *in, int64_t m, int64_t before,
+                                                      scalar *matrix, const turned_blocks &blocks) {
+    constexpr int64_t W = vec::lanes;
+    int64_t j = -before;
+    for (int64_t group = 0; group < blocks.groups; ++group, matrix += 2 * pair_padding)
+        for (int64_t b = 0; b < blocks.in_group; ++b, matrix += 2 * pair_padding)
+            for (const int64_t end = j + blocks.rows; j < end; j += W, matrix += 2 * W * R1) {
+                const scalar *from = in + 2 * j;
+                turn_columns<vec, R1, S, W>(j < 0 ? from + 2 * R1 * m : from, from, m, matrix);
+            }
+}
+
+// A later stage of these, in place: lanes run along the rows of R1 numbers. The inputs of a
+// butterfly are `step` apart, its factors those of the numbers of a row.
+template <int R1, int R, int S, class V = vec>
+__attribute__((noinline)) void turned_middle(scalar *x0, int64_t step, int64_t blocks, int64_t rows,
+                                             const scalar *twiddles) {
+    stream<R> to(x0, step);
+    for (int64_t b = 0; b < blocks; ++b) {
+        for (int64_t j = 0; j < rows; ++j) {
+            const scalar *factors = twiddles;
+            __asm__("" : "+r"(factors));  // no hoisting to the stack
+            unroll<R1 / V::lanes>(LYR_LAMBDA(auto i) {
+                V x[R];
+                unroll<R>(LYR_LAMBDA(auto q) {
+                    x[q] = V::load(to.at(q));
+                    if constexpr (q > 0) {
+                        constexpr int number = (R - 1) * i + q - 1;
+                        x[q] = cmul(x[q], ready_powers_at<V>(factors)[number]);
+                    }
+                });
+                butterfly<S>(x);
+                unroll<R>(LYR_LAMBDA(auto p) { x[p].store(to.at(p)); });
+                to.advance(V::lanes);
+            });
+        }
+        to.advance(pair_padding);
+    }
+}
+
+// The last two of these stages for a block of R3*R4 rows, whose places take the results of the
+// first one. Outputs are `step` apart, which fall into few cache sets (column_run_by_lines); where
+// Calls they are called for.
+template <int R1, int R3, int R4, int S, bool Calls, class V = vec>
+LYR_INLINE void last_of_block(scalar *block, scalar *out, int64_t step, const scalar *&twiddles) {
+    constexpr int64_t W = V::lanes, factors = factors_around(R3, R3 / 2);
+    constexpr bool by_lines = R4 > 4 && 2 * W == line_complex;
+    alignas(64) scalar done[2 * W * R4];
+    ready_factor<V> ready[R1 / W][factors];
+    for (int64_t i = 0; i < R1 / W; ++i, twiddles += 2 * W * factors)
+        unroll<factors>(
+            LYR_LAMBDA(auto h) { ready[i][h] = alternating(V::tw_plain(twiddles + 2 * W * h)); });
+    stream<R3> rows(block, R4 * R1);
+    for (int64_t j = 0; j < R4; ++j)
+        for (int64_t i = 0; i < R1 / W; ++i) {
+            V x[R3];
+            unroll<R3>(
+                LYR_LAMBDA(auto q) { x[place_around<R3, R3 / 2>(q)] = V::load(rows.at(q)); });
+            multiply_around<R3, R3 / 2>(x, ready_powers<V>{ready[i]});
+            butterfly<S>(x);
+            unroll<R3>(LYR_LAMBDA(auto p) { x[p].store(rows.at(p)); });
+            rows.advance(W);
+        }
+    for (int64_t p = 0; p < R3; ++p) {
+        const scalar *in = block + 2 * p * R4 * R1;
+        stream<R4> to(out + 2 * p * step, step * R3);
+        for (int64_t i = 0; i < R1; i += by_lines ? 2 * W : W) {
+            if constexpr (Calls && by_lines)
+                unroll<R4>(LYR_LAMBDA(auto q) { __builtin_prefetch(to.at(q), 1); });
+            V x[R4];
+            butterfly_of_columns<R1, R4, S>(x, in, twiddles);
+            if constexpr (by_lines) {
+                unroll<R4>(LYR_LAMBDA(auto q) { x[q].store(done + 2 * W * q); });
+                __asm__ volatile("" ::"r"(done) : "memory");
+                butterfly_of_columns<R1, R4, S>(x, in, twiddles);
+                unroll<R4>(LYR_LAMBDA(auto q) {
+                    V::load(done + 2 * W * q).store(to.at(q));
+                    x[q].store(to.at(q) + 2 * W);
+                });
+                to.advance(2 * W);
+            } else {
+                unroll<R4>(LYR_LAMBDA(auto q) { x[q].store(to.at(q)); });
+                to.advance(W);
+            }
+        }
+    }
+}
+
+// The first two of four or five stages; R3 is 1 where there are four.
+template <int R1, int R2, int R3, int R4, int R5, int S>
+void turned_columns(const stage *d, const scalar *in, scalar *matrix) {
+    constexpr turned_blocks blocks = {R4 * R5, R3, R2};
+    static_assert(blocks.rows % vec::lanes == 0 && columns_before(R4, R5) % vec::lanes == 0);
+    turned_first_of_blocks<R1, S>(in, d[0].m, columns_before(R4, R5), matrix, blocks);
+    turned_middle<R1, R2, S>(matrix, blocks.group(R1), blocks.in_group, blocks.rows, d[0].twiddles);
+}
+
+// The others, a group of blocks after the other.
+template <int R1, int R2, int R3, int R4, int R5, int S>
+void turned_rows(const stage *d, scalar *matrix, scalar *out) {
+    constexpr turned_blocks blocks = {R4 * R5, R3, R2};
+    constexpr bool calls = R1 * R2 * R3 * R4 * R5 * complex_bytes <= called_for_bytes;
+    const scalar *third = d[0].twiddles + 4 * R1 * (R2 - 1);
+    const scalar *last = third + 4 * R1 * R2 * (R3 - 1);
+    for (int64_t k = 0; k < R2; ++k) {
+        if constexpr (R3 > 1) {
+            turned_middle<R1, R3, S>(matrix, blocks.block(R1), 1, blocks.rows, third);
+            third += 4 * R1 * (R3 - 1);
+        }
+        for (int64_t i = 0; i < R3; ++i)
+            last_of_block<R1, R4, R5, S, calls>(matrix + 2 * i * blocks.block(R1),
+                                                out + 2 * R1 * (k + i * R2), R1 * R2 * R3, last);
+        matrix += 2 * blocks.group(R1);
+    }
 }
 
 template <int R1, int R2, int R3, int R4>
@@ -444,22 +458,30 @@ constexpr paired_stages make_pairs() {
             pair_form::rows};
 }
 
-// Columns1 is how many columns turned_columns takes at a time.
-template <int R1, int R2, int R3, int R4, int64_t Columns1 = columns_at_once>
-constexpr paired_stages make_turned() {
-    constexpr int64_t before = columns_before(R3, R4);
-    return {R1 * R2 * R3 * R4,
-            {R1, R2, R3, R4},
-            {turned_columns<R1, R2, -1, Columns1, before>,
-             turned_columns<R1, R2, +1, Columns1, before>},
-            {turned_rows<R1, R2, R3, R4, -1>, turned_rows<R1, R2, R3, R4, +1>},
+template <int R1, int R2, int R3, int R4, int R5>
+constexpr paired_stages turned_in_blocks(const int64_t (&radices)[5]) {
+    const auto &[r1, r2, r3, r4, r5] = radices;
+    return {R1 * R2 * R3 * R4 * R5,
+            {r1, r2, r3, r4, r5},
+            {turned_columns<R1, R2, R3, R4, R5, -1>, turned_columns<R1, R2, R3, R4, R5, +1>},
+            {turned_rows<R1, R2, R3, R4, R5, -1>, turned_rows<R1, R2, R3, R4, R5, +1>},
             pair_form::turned};
+}
+
+template <int R1, int R2, int R3, int R4>
+constexpr paired_stages make_turned() {
+    return turned_in_blocks<R1, R2, 1, R3, R4>({R1, R2, R3, R4, 0});
+}
+
+template <int R1, int R2, int R3, int R4, int R5>
+constexpr paired_stages make_turned() {
+    return turned_in_blocks<R1, R2, R3, R4, R5>({R1, R2, R3, R4, R5});
 }
 
 template <int R1, int R2>
 constexpr paired_stages make_turned() {
     return {R1 * R2,
-            {R1, R2, 0, 0},
+            {R1, R2},
             {turned_first<R1, R2, 0, -1>, turned_first<R1, R2, 0, +1>},
             {turned_last<R1, R2, -1>, turned_last<R1, R2, +1>},
             pair_form::turned,
@@ -471,7 +493,7 @@ template <int R1, int R2, int R3>
 constexpr paired_stages make_turned() {
     constexpr int before = inputs_before_third(R3);
     return {R1 * R2 * R3,
-            {R1, R2, R3, 0},
+            {R1, R2, R3},
             {turned_first<R1, R2 * R3, before, -1>, turned_first<R1, R2 * R3, before, +1>},
             {turned_later<R1, R2, R3, -1>, turned_later<R1, R2, R3, +1>},
             pair_form::turned,
