@@ -60,6 +60,7 @@ constexpr const char *shared_problems[] = {"ocf1*5",
                                            "ocf16384",
                                            "icf65536",
                                            "ocf262144",
+                                           "icf147456",
                                            "ocf41",
                                            "ocb83:2:3",
                                            "ocf1009",
@@ -210,6 +211,7 @@ TEST(sharing, every_executor) {
                              "execute_1d_r2c_odd",
                              "execute_1d_rader",
                              "execute_1d_rader_discrete",
+                             "execute_1d_turned_multithread",
                              "execute_1d_two_stages",
                              "execute_bufferization_walk",
                              "execute_c2c_1d_large",
@@ -274,7 +276,8 @@ TEST(sharing, every_executor) {
         const bool needed =
             name == std::string("execute_many_post_transpose_copied") ? lanes > 1
             : name == std::string("execute_many_far_units") ? lanes > 1 && !lyr::is_half_line(lanes)
-            : name == std::string("execute_many_ahead") ||
+            : name == std::string("execute_1d_turned_multithread") ||
+                    name == std::string("execute_many_ahead") ||
                     name == std::string("execute_many_far_turned") ||
                     name == std::string("execute_turned_beside")
                 ? lyr::is_half_line(lanes) && lyr::first_level_cache_is_small()

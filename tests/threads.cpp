@@ -1055,11 +1055,13 @@ TEST(transforms, any_number_of_threads) {
             check_threaded(text, threads);
         }
     }
-    for (const lyr::codelet_table *table : all_tables()) {
-        const with_table active(table);
-        for (const char *text : {"ocf65536", "icb64x64", "ocf60*100i"})
-            if (!emulated || point_count(problem_of(text)) <= 8000) check_threaded(text, 3);
-    }
+    for (const lyr::codelet_table *table : all_tables())
+        for (const bool small : {false, true}) {
+            const with_table active(table);
+            const with_first_level_cache cache(small);
+            for (const char *text : {"ocf65536", "icb100000", "icb64x64", "ocf60*100i"})
+                if (!emulated || point_count(problem_of(text)) <= 8000) check_threaded(text, 3);
+        }
     lyr_fft_cleanup_threads();
 }
 

@@ -48,6 +48,15 @@ struct neighbours {
     int64_t ahead;
 };
 
+// Parts of turned stages from block, or group of blocks, `begin` on (struct turned_blocks): the
+// first stage's for any blocks, the second's for blocks of every group, those of the others for
+// groups. Each begins when all parts of the one before are done.
+struct stage_parts {
+    void (*first)(const stage *d, const scalar *in, scalar *matrix, int64_t begin, int64_t end);
+    void (*second)(const stage *d, scalar *matrix, int64_t begin, int64_t end);
+    void (*later)(const stage *d, scalar *matrix, scalar *out, int64_t begin, int64_t end);
+};
+
 // Radices r1, r2.. of the stages of a length (d: the first of them); those that it does not have
 // are 0.
 inline constexpr int most_paired_stages = 5;
@@ -65,6 +74,7 @@ struct paired_stages {
     // As columns, for several transforms of this length whose columns begin at column -before; null
     // for more than three stages.
     void (*columns_beside[2])(int64_t n, int64_t before, const neighbours &b) = {};
+    stage_parts parts[2] = {};  // of four and five turned stages, which threads may share
 };
 inline constexpr int64_t pair_padding = 8;
 
@@ -76,6 +86,9 @@ struct turned_blocks {
 
     constexpr int64_t block(int64_t row) const { return rows * row + pair_padding; }
     constexpr int64_t group(int64_t row) const { return in_group * block(row) + pair_padding; }
+    constexpr int64_t place(int64_t row, int64_t b) const {
+        return b / in_group * group(row) + b % in_group * block(row);
+    }
 };
 
 // Outputs of so many bytes are called for before turned stages store them. Measured.
@@ -84,12 +97,16 @@ inline constexpr int64_t called_for_bytes = 256 << 10;
 // Columns that a block of a pair of stages holds.
 inline constexpr int64_t columns_at_once = 8;
 
-// Inputs before input 0 of the last of four or five turned stages, radix r.
+// Inputs before input 0 of the last of four or five turned stages and of the one before it, radix
+// r: about half of them, and even, so that vectors begin in front of the first column or at it.
+constexpr int64_t inputs_before_last_but_one(int64_t r) {
+    return r / 4 * 2;
+}
 constexpr int64_t inputs_before(int64_t r) {
-    return r > 4 ? r / 2 : 0;
+    return r > 4 ? r / 4 * 2 : 0;
 }
 constexpr int64_t columns_before(int64_t before_last, int64_t last) {
-    return last * (before_last / 2) + inputs_before(last);
+    return last * inputs_before_last_but_one(before_last) + inputs_before(last);
 }
 // The same for the last of three: a multiple of any target's lanes, where it gains. Measured.
 constexpr int inputs_before_third(int r) {
@@ -101,7 +118,7 @@ constexpr int64_t factors_around(int64_t r, int64_t before) {
 }
 
 struct stage_pair_set {
-    paired_stages lengths[96];  // n is 0 behind the last one
+    paired_stages lengths[128];  // n is 0 behind the last one
 };
 
 }  // namespace lyr

@@ -13,6 +13,7 @@
 #include "dft/orders.h"
 #include "dft/stages.h"
 #include "planner/registry.h"
+#include "threads/pool.h"
 
 namespace lyr {
 
@@ -89,6 +90,68 @@ void execute_1d_turned_three(const plan *p, scalar *in, scalar *out, scalar *scr
     b.pairs->rows[backward](stages, matrix, out);
 }
 
+// Five turned stages, which threads share (struct stage_parts).
+struct shared_run {
+    const plan *p;
+    const stage *stages;
+    const paired_stages *pairs;
+    scalar *in, *out, *matrix;
+    int64_t blocks_in_group, groups;
+
+    const stage_parts &parts() const { return pairs->parts[p->sign != -1]; }
+    void share(int64_t items, work_function fn) {
+        thread_pool_run(items, p->nthreads, 1, fn, this);
+    }
+};
+
+struct share_of_run {
+    shared_run *run;
+    int64_t begin, end;
+};
+
+share_of_run share_of(const pool_task *task, int64_t items) {
+    const int64_t begin = task->index * task->chunk, end = begin + task->chunk;
+    return {static_cast<shared_run *>(task->arg), begin, end < items ? end : items};
+}
+
+int64_t all_blocks(const pool_task *task) {
+    const auto *run = static_cast<const shared_run *>(task->arg);
+    return run->blocks_in_group * run->groups;
+}
+
+void share_first(const pool_task *task) {
+    const auto [run, begin, end] = share_of(task, all_blocks(task));
+    run->parts().first(run->stages, run->in, run->matrix, begin, end);
+}
+
+void share_second(const pool_task *task) {
+    const auto [run, begin, end] =
+        share_of(task, static_cast<const shared_run *>(task->arg)->blocks_in_group);
+    run->parts().second(run->stages, run->matrix, begin, end);
+}
+
+void share_later(const pool_task *task) {
+    const auto [run, begin, end] =
+        share_of(task, static_cast<const shared_run *>(task->arg)->groups);
+    run->parts().later(run->stages, run->matrix, run->out, begin, end);
+}
+
+void execute_1d_turned_multithread(const plan *p, scalar *in, scalar *out, scalar *scratch) {
+    bookkeeping b;
+    memcpy(&b, p->solver_words, sizeof b);
+    shared_run run = {p,
+                      stages_of(p->aux).stages,
+                      b.pairs,
+                      in,
+                      out,
+                      scratch,
+                      b.pairs->radices[2],
+                      b.pairs->radices[1]};
+    run.share(run.blocks_in_group * run.groups, share_first);
+    run.share(run.blocks_in_group, share_second);
+    run.share(run.groups, share_later);
+}
+
 // Whether the plan can run these stages. Parents that run the stages of short ones themselves have
 // orders of radices of their own; three stages gain nothing in place.
 bool suits(const plan *p, const paired_stages &pairs) {
@@ -140,6 +203,12 @@ int64_t matrix_numbers(const paired_stages &pairs) {
     return r2 * blocks.group(r1);
 }
 
+// Whether threads share the stages, which several of them can by groups of blocks.
+bool shares_blocks(const plan *p, const paired_stages &pairs) {
+    return p->nthreads > 1 && p->nthreads <= pairs.radices[1] && p->dims[0].n >= shortest_shared &&
+           pairs.form == pair_form::turned && pairs.radices[4] != 0;
+}
+
 int solve_paired(plan *p, const paired_stages *pairs) {
     const int count = pairs->radices[3] ? 4 : pairs->radices[2] ? 3 : 2;
     const bool turned = pairs->form == pair_form::turned;
@@ -152,6 +221,9 @@ int solve_paired(plan *p, const paired_stages *pairs) {
     if (count == 3)
         return run_by(p, execute_1d_turned_three, "execute_1d_turned_three",
                       plan_form::turned_three);
+    if (shares_blocks(p, *pairs))
+        return run_by(p, execute_1d_turned_multithread, "execute_1d_turned_multithread",
+                      plan_form::turned_stages);
     return run_by(p, execute_1d_paired, "execute_1d_paired",
                   turned ? plan_form::turned_stages : plan_form::paired_stages);
 }
@@ -183,9 +255,10 @@ const paired_stages *turned_pairs_for(const plan *p) {
     return pairs && pairs->radices[3] == 0 ? pairs : nullptr;
 }
 
-bool has_turned_blocks(const plan *p) {
+bool suits_turned_blocks(const plan *p) {
     const paired_stages *pairs = paired_stages_of(p);
-    return pairs && pairs->form == pair_form::turned && pairs->radices[3] != 0;
+    if (!pairs || pairs->form != pair_form::turned || pairs->radices[3] == 0) return false;
+    return p->nthreads < 2 || shares_blocks(p, *pairs);
 }
 
 int solve_problem_c2c_1d(plan *p) {

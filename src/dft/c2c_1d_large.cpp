@@ -86,7 +86,7 @@ int solve_problem_c2c_1d_large(plan *p) {
     if (!unit_strides(p)) return -1;
     const int64_t n = p->dims[0].n, lanes = active_table()->lanes;
     if (!use_large_method(n, p->nthreads, lanes)) return -1;
-    if (p->nthreads < 2 && has_turned_blocks(p)) return -1;
+    if (suits_turned_blocks(p)) return -1;
     const int64_t n1 = split_large(n, lanes, transposes_matrix(p));
     if (n1 <= max_radix) return -1;
     return build_four_step(p, n1, n / n1);

@@ -227,7 +227,8 @@ void fill_last_of_turned(scalar *table, const root_source *roots, const paired_r
                          int64_t sign, int64_t lanes) {
     const auto &[L, middle, r3, r4] = later_of(radices);
     const int64_t r1 = radices[0], r2 = radices[1];
-    const int64_t third = factors_around(r3, r3 / 2), last = factors_around(r4, inputs_before(r4));
+    const int64_t third = factors_around(r3, inputs_before_last_but_one(r3)),
+                  last = factors_around(r4, inputs_before(r4));
     const auto fill_row = [&](int64_t row, int64_t step, int64_t count) {
         scalar *at = table + 2 * ((row - row % lanes) * count + row % lanes);
         fill_roots(at, lanes, roots, step, step, count, sign);
@@ -250,7 +251,7 @@ int64_t factors_of_turned(const paired_radices &radices) {
         return second + 2 * r1 * r2 * factors_around(r3, inputs_before_third(static_cast<int>(r3)));
     const auto &[L, middle, before_last, last] = later_of(radices);
     return second + 2 * r1 * r2 * (middle - 1) +
-           L * (factors_around(before_last, before_last / 2) +
+           L * (factors_around(before_last, inputs_before_last_but_one(before_last)) +
                 before_last * factors_around(last, inputs_before(last)));
 }
 

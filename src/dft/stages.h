@@ -48,8 +48,8 @@ slab_stages slab_stages_of(const plan *p);
 const paired_stages *pairs_of(const plan *p);
 // The ones that plan_solve_in_stages would choose for the problem of p.
 const paired_stages *turned_pairs_for(const plan *p);
-// Whether the problem of p has an order of four or five turned stages.
-bool has_turned_blocks(const plan *p);
+// Whether the problem of p had better run in four or five turned stages than as two passes.
+bool suits_turned_blocks(const plan *p);
 
 // As plan_solve, for a child whose stages are wanted: also where a shorter way than by stages
 // exists for one transform.

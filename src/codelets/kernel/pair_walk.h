@@ -330,19 +330,21 @@ void turned_later_ahead(const stage *d, const scalar *matrix, scalar *out,
     later_of_turned<R1, R2, R3, S>(d, matrix, out, calls_ahead<R1 * R2 * R3, butterflies>(next));
 }
 
-// The first of four or five turned stages. Column j becomes row j of the matrix, the first one
-// being column -before, as in turned_first.
+// The first of four or five turned stages, for the rows of these blocks. Column j becomes row j of
+// the matrix, the first one being column -before, as in turned_first.
 template <int R1, int S>
 __attribute__((noinline)) void turned_first_of_blocks(const scalar *in, int64_t m, int64_t before,
-                                                      scalar *matrix, const turned_blocks &blocks) {
+                                                      scalar *matrix, const turned_blocks &blocks,
+                                                      int64_t begin, int64_t end) {
     constexpr int64_t W = vec::lanes;
-    int64_t j = -before;
-    for (int64_t group = 0; group < blocks.groups; ++group, matrix += 2 * pair_padding)
-        for (int64_t b = 0; b < blocks.in_group; ++b, matrix += 2 * pair_padding)
-            for (const int64_t end = j + blocks.rows; j < end; j += W, matrix += 2 * W * R1) {
-                const scalar *from = in + 2 * j;
-                turn_columns<vec, R1, S, W>(j < 0 ? from + 2 * R1 * m : from, from, m, matrix);
-            }
+    for (int64_t b = begin; b < end; ++b) {
+        int64_t j = b * blocks.rows - before;
+        scalar *row = matrix + 2 * blocks.place(R1, b);
+        for (const int64_t behind = j + blocks.rows; j < behind; j += W, row += 2 * W * R1) {
+            const scalar *from = in + 2 * j;
+            turn_columns<vec, R1, S, W>(j < 0 ? from + 2 * R1 * m : from, from, m, row);
+        }
+    }
 }
 
 // A later stage of these, in place: lanes run along the rows of R1 numbers. The inputs of a
@@ -378,8 +380,9 @@ __attribute__((noinline)) void turned_middle(scalar *x0, int64_t step, int64_t b
 // Calls they are called for.
 template <int R1, int R3, int R4, int S, bool Calls, class V = vec>
 LYR_INLINE void last_of_block(scalar *block, scalar *out, int64_t step, const scalar *&twiddles) {
-    constexpr int64_t W = V::lanes, factors = factors_around(R3, R3 / 2);
-    constexpr bool by_lines = R4 > 4 && 2 * W == line_complex;
+    constexpr int64_t W = V::lanes, before = inputs_before_last_but_one(R3);
+    constexpr int64_t factors = factors_around(R3, before);
+    constexpr bool by_lines = R4 > 4 && 2 * W == line_complex && R1 % (2 * W) == 0;
     alignas(64) scalar done[2 * W * R4];
     ready_factor<V> ready[R1 / W][factors];
     for (int64_t i = 0; i < R1 / W; ++i, twiddles += 2 * W * factors)
@@ -390,8 +393,8 @@ LYR_INLINE void last_of_block(scalar *block, scalar *out, int64_t step, const sc
         for (int64_t i = 0; i < R1 / W; ++i) {
             V x[R3];
             unroll<R3>(
-                LYR_LAMBDA(auto q) { x[place_around<R3, R3 / 2>(q)] = V::load(rows.at(q)); });
-            multiply_around<R3, R3 / 2>(x, ready_powers<V>{ready[i]});
+                LYR_LAMBDA(auto q) { x[place_around<R3, before>(q)] = V::load(rows.at(q)); });
+            multiply_around<R3, before>(x, ready_powers<V>{ready[i]});
             butterfly<S>(x);
             unroll<R3>(LYR_LAMBDA(auto p) { x[p].store(rows.at(p)); });
             rows.advance(W);
@@ -421,33 +424,46 @@ LYR_INLINE void last_of_block(scalar *block, scalar *out, int64_t step, const sc
     }
 }
 
-// The first two of four or five stages; R3 is 1 where there are four.
+// Four or five stages; R3 is 1 where there are four.
 template <int R1, int R2, int R3, int R4, int R5, int S>
-void turned_columns(const stage *d, const scalar *in, scalar *matrix) {
-    constexpr turned_blocks blocks = {R4 * R5, R3, R2};
-    static_assert(blocks.rows % vec::lanes == 0 && columns_before(R4, R5) % vec::lanes == 0);
-    turned_first_of_blocks<R1, S>(in, d[0].m, columns_before(R4, R5), matrix, blocks);
-    turned_middle<R1, R2, S>(matrix, blocks.group(R1), blocks.in_group, blocks.rows, d[0].twiddles);
-}
+struct stages_of_blocks {
+    static constexpr turned_blocks blocks = {R4 * R5, R3, R2};
+    static constexpr int64_t before = columns_before(R4, R5);
+    static_assert(blocks.rows % vec::lanes == 0 && before % vec::lanes == 0);
 
-// The others, a group of blocks after the other.
-template <int R1, int R2, int R3, int R4, int R5, int S>
-void turned_rows(const stage *d, scalar *matrix, scalar *out) {
-    constexpr turned_blocks blocks = {R4 * R5, R3, R2};
-    constexpr bool calls = R1 * R2 * R3 * R4 * R5 * complex_bytes <= called_for_bytes;
-    const scalar *third = d[0].twiddles + 4 * R1 * (R2 - 1);
-    const scalar *last = third + 4 * R1 * R2 * (R3 - 1);
-    for (int64_t k = 0; k < R2; ++k) {
-        if constexpr (R3 > 1) {
-            turned_middle<R1, R3, S>(matrix, blocks.block(R1), 1, blocks.rows, third);
-            third += 4 * R1 * (R3 - 1);
-        }
-        for (int64_t i = 0; i < R3; ++i)
-            last_of_block<R1, R4, R5, S, calls>(matrix + 2 * i * blocks.block(R1),
-                                                out + 2 * R1 * (k + i * R2), R1 * R2 * R3, last);
-        matrix += 2 * blocks.group(R1);
+    static void first(const stage *d, const scalar *in, scalar *matrix, int64_t begin,
+                      int64_t end) {
+        turned_first_of_blocks<R1, S>(in, d[0].m, before, matrix, blocks, begin, end);
     }
-}
+    static void second(const stage *d, scalar *matrix, int64_t begin, int64_t end) {
+        turned_middle<R1, R2, S>(matrix + 2 * begin * blocks.block(R1), blocks.group(R1),
+                                 end - begin, blocks.rows, d[0].twiddles);
+    }
+    // The others, a group of blocks after the other.
+    static void later(const stage *d, scalar *matrix, scalar *out, int64_t begin, int64_t end) {
+        constexpr bool calls = R1 * R2 * R3 * R4 * R5 * complex_bytes <= called_for_bytes;
+        constexpr int64_t factors = factors_around(R4, inputs_before_last_but_one(R4)) +
+                                    R4 * factors_around(R5, inputs_before(R5));
+        const scalar *third = d[0].twiddles + 4 * R1 * (R2 - 1);
+        const scalar *last = third + 4 * R1 * R2 * (R3 - 1) + 2 * R1 * factors * R3 * begin;
+        for (int64_t k = begin; k < end; ++k) {
+            scalar *group = matrix + 2 * k * blocks.group(R1);
+            if constexpr (R3 > 1)
+                turned_middle<R1, R3, S>(group, blocks.block(R1), 1, blocks.rows,
+                                         third + 4 * R1 * (R3 - 1) * k);
+            for (int64_t i = 0; i < R3; ++i)
+                last_of_block<R1, R4, R5, S, calls>(group + 2 * i * blocks.block(R1),
+                                                    out + 2 * R1 * (k + i * R2), R1 * R2 * R3,
+                                                    last);
+        }
+    }
+    static void columns(const stage *d, const scalar *in, scalar *matrix) {
+        first(d, in, matrix, 0, R2 * R3);
+        second(d, matrix, 0, R3);
+    }
+    static void rows(const stage *d, scalar *matrix, scalar *out) { later(d, matrix, out, 0, R2); }
+    static constexpr stage_parts parts = {first, second, later};
+};
 
 template <int R1, int R2, int R3, int R4>
 constexpr paired_stages make_pairs() {
@@ -461,11 +477,16 @@ constexpr paired_stages make_pairs() {
 template <int R1, int R2, int R3, int R4, int R5>
 constexpr paired_stages turned_in_blocks(const int64_t (&radices)[5]) {
     const auto &[r1, r2, r3, r4, r5] = radices;
+    using forward = stages_of_blocks<R1, R2, R3, R4, R5, -1>;
+    using backward = stages_of_blocks<R1, R2, R3, R4, R5, +1>;
     return {R1 * R2 * R3 * R4 * R5,
             {r1, r2, r3, r4, r5},
-            {turned_columns<R1, R2, R3, R4, R5, -1>, turned_columns<R1, R2, R3, R4, R5, +1>},
-            {turned_rows<R1, R2, R3, R4, R5, -1>, turned_rows<R1, R2, R3, R4, R5, +1>},
-            pair_form::turned};
+            {forward::columns, backward::columns},
+            {forward::rows, backward::rows},
+            pair_form::turned,
+            {},
+            {},
+            {forward::parts, backward::parts}};
 }
 
 template <int R1, int R2, int R3, int R4>
