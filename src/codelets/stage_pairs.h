@@ -12,9 +12,8 @@ enum class pair_form {
     // rows do not all begin in the same cache sets.
     rows,
     // Four or five stages: rows of r1 numbers, results of one butterfly of the first stage each
-    // (struct turned_blocks). Lanes run along these rows in all later stages, which work in place:
-    // never along memory that is to be transposed, and none has a pass over more streams than the
-    // cache has sets for. The first row is a column in front of the input's first one
+    // (struct turned_blocks). Lanes run along these rows in all later stages, which work in place
+    // and transpose nothing. The first row is a column in front of the input's first one
     // (columns_before): the last stage but one and the last one then take inputs before and behind
     // input 0 whose factors are conjugates, and half of them do. Only where the first-level cache
     // is small, instead of a later entry of the same length. d[0].twiddles are those of all stages
@@ -24,9 +23,8 @@ enum class pair_form {
     // have the order of the columns.
     turned,
     // r3*r4 rows of r1*r2, which the second pair may work on in place: the matrix lies in the
-    // output unless that is the input. d[0].twiddles are those of the
-    // third and last stage for half of the columns, the others are their mirror images
-    // (fill_mirrored).
+    // output unless that is the input. d[0].twiddles are those of the third and last stage for half
+    // of the columns, the others are their mirror images (fill_mirrored).
     mirrored,
 };
 
