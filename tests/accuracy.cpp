@@ -114,16 +114,25 @@ TEST(accuracy, the_best_supported_table_is_active) {
 #endif
 }
 
-// Every element is rounded about once.
+// Every element is rounded about once, of both kinds of filters.
 TEST(accuracy, spectra_of_roots) {
     constexpr int64_t N = 94;
     random_source random{7};
-    for (const int64_t M : {1, 2, 3, 4, 8, 12, 22, 35, 74, 96, 210, 256}) {
+    const auto check = [&](int64_t M, lyr::reflection kind) {
         std::vector<int64_t> exponents(static_cast<size_t>(M));
-        for (int64_t &e : exponents)
-            e = std::max(int64_t{-1}, static_cast<int64_t>(random.uniform() * N));
+        for (int64_t k = 0; k < M; ++k) {
+            int64_t &e = exponents[static_cast<size_t>(k)];
+            if (kind == lyr::reflection::same) {
+                e = std::max(int64_t{-1}, static_cast<int64_t>(random.uniform() * N));
+                if (2 * k > M) e = exponents[static_cast<size_t>(M - k)];
+            } else {
+                e = static_cast<int64_t>(random.uniform() * N / 2) + N / 2;
+                if (2 * k >= M) e = N - exponents[static_cast<size_t>(k - M / 2)];
+            }
+        }
         std::vector<scalar> spectrum(static_cast<size_t>(2 * M));
-        ASSERT_TRUE(lyr::wide_spectrum_of_roots(spectrum.data(), exponents.data(), N, M, 7.0));
+        ASSERT_TRUE(
+            lyr::wide_spectrum_of_roots(spectrum.data(), exponents.data(), N, M, 7.0, kind));
         for (int64_t j = 0; j < M; ++j) {
             long double re = 0, im = 0;
             for (int64_t k = 0; k < M; ++k) {
@@ -140,6 +149,10 @@ TEST(accuracy, spectra_of_roots) {
             EXPECT_LE(std::abs(at[0] - re), roundoff * std::abs(re) + rest) << M << " " << j;
             EXPECT_LE(std::abs(at[1] - im), roundoff * std::abs(im) + rest) << M << " " << j;
         }
+    };
+    for (const int64_t M : {1, 2, 3, 4, 8, 12, 22, 35, 74, 96, 210, 256}) {
+        check(M, lyr::reflection::same);
+        if (M % 2 == 0) check(M, lyr::reflection::alternating_conjugate);
     }
 }
 

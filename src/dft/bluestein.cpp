@@ -77,12 +77,14 @@ void fill_chirp(scalar *chirp, int64_t p, int64_t sign) {
     root_source_release(&roots);
 }
 
-void fill_filter(scalar *filter, const scalar *chirp, int64_t p, int64_t M) {
-    const auto length = static_cast<scalar>(M);
+void fill_filter(const convolution *c, const filter_roots &exact, scalar *filter) {
+    const auto divisor = static_cast<scalar>(exact.divisor);
+    const int64_t p = c->p, M = c->M;
+    memset(filter + 2 * p, 0, static_cast<size_t>(complex_bytes * (M - 2 * p + 1)));
     for (int64_t k = 0; k < p; ++k) {
         scalar *ahead = filter + 2 * k, *behind = filter + 2 * (k ? M - k : 0);
-        ahead[0] = behind[0] = chirp[2 * k] / length;
-        ahead[1] = behind[1] = -chirp[2 * k + 1] / length;
+        ahead[0] = behind[0] = c->chirp[2 * k] / divisor;
+        ahead[1] = behind[1] = -c->chirp[2 * k + 1] / divisor;
     }
 }
 
@@ -178,14 +180,14 @@ int solve_problem_c2c_1d_bluestein(plan *p) {
     int32_t status;
     convolution *c = convolution_begin(p, factors, count, M, M + size, &status);
     if (!c) return status;
-    scalar *filter = const_cast<scalar *>(c->filter), *chirp = filter + 2 * M;
+    scalar *chirp = const_cast<scalar *>(c->filter) + 2 * M;
     c->chirp = chirp;
     c->run = c->list.count ? run_side_by_side : run_one_by_one;
     fill_chirp(chirp, size, p->sign == -1 ? -1 : +1);
-    fill_filter(filter, chirp, size, M);
-    const filter_roots exact = {2 * size, static_cast<double>(M),
-                                p->sign == -1 ? filter_exponent<-1> : filter_exponent<+1>};
-    return convolution_finish(p, filter, exact, "execute_1d_prime_bluestein",
+    const filter_roots exact = {2 * size, static_cast<double>(M), reflection::same,
+                                p->sign == -1 ? filter_exponent<-1> : filter_exponent<+1>,
+                                fill_filter};
+    return convolution_finish(p, exact, "execute_1d_prime_bluestein",
                               "execute_1d_prime_bluestein_discrete");
 }
 

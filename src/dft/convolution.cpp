@@ -4,7 +4,6 @@
 
 #include "api/memory.h"
 #include "dft/twiddle.h"
-#include "dft/wide.h"
 
 namespace lyr {
 
@@ -82,40 +81,54 @@ bool compute_spectrum(const convolution *c, const filter_roots &exact, scalar *s
     if (!has_wide_numbers || c->M > longest_precise) return false;
     int64_t exponents[longest_precise];
     for (int64_t k = 0; k < c->M; ++k) exponents[k] = exact.exponent(c, k);
-    return wide_spectrum_of_roots(spectrum, exponents, exact.N, c->M, exact.divisor);
+    return wide_spectrum_of_roots(spectrum, exponents, exact.N, c->M, exact.divisor, exact.kind);
 }
 
-// The filter's spectrum, in place. Its error would be a quarter of that of every result: the mean
-// of the spectra of a few rotations of the filter, whose rounding errors are independent, has half
-// of it.
-bool transform_filter(plan *p, const convolution *c, scalar *mean) {
-    const int64_t M = c->M;
-    const int64_t rotations = M <= 1 << 16 ? 4 : 1;  // planning is to take milliseconds
-    const auto bytes = static_cast<size_t>(complex_bytes * M);
+// Each element becomes the mean of itself and what the element opposite says that it is.
+void average_reflections(scalar *spectrum, int64_t M, reflection kind) {
+    const bool conjugate = kind == reflection::alternating_conjugate;
+    for (int64_t j = 1; 2 * j <= M; ++j) {
+        const scalar re = conjugate && j % 2 ? -1 : 1, im = conjugate ? -re : 1;
+        scalar *a = spectrum + 2 * j, *b = spectrum + 2 * (M - j);
+        a[0] = (a[0] + re * b[0]) / 2;
+        a[1] = (a[1] + im * b[1]) / 2;
+        b[0] = re * a[0];
+        b[1] = im * a[1];
+    }
+}
+
+// The filter's spectrum. Its error would be a quarter of that of every result: the mean of the
+// spectra of the filter and a rotation of it and of their reflections, whose rounding errors are
+// independent, has half of it.
+bool transform_filter(const plan *p, const convolution *c, const filter_roots &exact,
+                      scalar *spectrum) {
+    const int64_t M = c->M, shift = M / 2 + 1;
+    const bool twice = M > 1 && M <= 1 << 16;  // planning is to take milliseconds
     const plan *child = p->children;
-    // The filter, the turns and a spectrum, each from a multiple of 64 bytes on, scratch for the
-    // child.
+    // The filter, and the turns that follow from its rotation, each from a multiple of 64 bytes on,
+    // scratch for the child.
     const int64_t room = (M + line - 1) / line * 2 * line;
     scalar *filter = static_cast<scalar *>(
-        aligned_alloc_zero(static_cast<uint64_t>(3 * room) * scalar_bytes + child->scratch_bytes));
+        aligned_alloc_zero(static_cast<uint64_t>(2 * room) * scalar_bytes + child->scratch_bytes));
     if (!filter) return false;
-    scalar *turns = filter + room, *spectrum = turns + room, *scratch = spectrum + room;
-    root_source roots;
-    root_source_init(&roots, M, rotations * M);
-    memcpy(filter, mean, bytes);
-    child->execute_fn(child, mean, mean, scratch);
-    for (int64_t i = 1; i < rotations; ++i) {
-        const int64_t shift = i * (M / rotations + 1) % M;
-        memcpy(spectrum, filter + 2 * shift, static_cast<size_t>(complex_bytes * (M - shift)));
-        memcpy(spectrum + 2 * (M - shift), filter, static_cast<size_t>(complex_bytes * shift));
-        child->execute_fn(child, spectrum, spectrum, scratch);
-        fill_twiddle_row(turns + 2, &roots, M, shift, -1);
-        turns[0] = 1;
-        c->products.elements(spectrum, 1, spectrum, 1, turns, M);
-        for (int64_t k = 0; k < 2 * M; ++k) mean[k] += spectrum[k];
+    scalar *turns = filter + room, *scratch = turns + room;
+    exact.fill(c, exact, spectrum);
+    if (twice) {
+        memcpy(filter, spectrum + 2 * shift, static_cast<size_t>(complex_bytes * (M - shift)));
+        memcpy(filter + 2 * (M - shift), spectrum, static_cast<size_t>(complex_bytes * shift));
     }
-    for (int64_t k = 0; k < 2 * M; ++k) mean[k] /= static_cast<scalar>(rotations);
-    root_source_release(&roots);
+    child->execute_fn(child, spectrum, spectrum, scratch);
+    if (twice) {
+        child->execute_fn(child, filter, filter, scratch);
+        root_source roots;
+        root_source_init(&roots, M, M);
+        fill_twiddle_row(turns + 2, &roots, M, shift, -1);
+        root_source_release(&roots);
+        turns[0] = 1;
+        c->products.elements(filter, 1, filter, 1, turns, M);
+        for (int64_t k = 0; k < 2 * M; ++k) spectrum[k] = (spectrum[k] + filter[k]) / 2;
+    }
+    average_reflections(spectrum, M, exact.kind);
     aligned_free(filter);
     return true;
 }
@@ -166,10 +179,12 @@ convolution *convolution_begin(plan *p, const int64_t *factors, int count, int64
     return c;
 }
 
-int32_t convolution_finish(plan *p, scalar *filter, const filter_roots &exact,
-                           const char *unit_name, const char *general_name) {
+int32_t convolution_finish(plan *p, const filter_roots &exact, const char *unit_name,
+                           const char *general_name) {
     const convolution *c = convolution_of(p);
-    if (!compute_spectrum(c, exact, filter) && !transform_filter(p, c, filter)) return -1;
+    scalar *spectrum = const_cast<scalar *>(c->filter);
+    if (!compute_spectrum(c, exact, spectrum) && !transform_filter(p, c, exact, spectrum))
+        return -1;
     p->execute_fn = unit_strides(p) ? execute_unit : execute_general;
     p->execute_name = unit_strides(p) ? unit_name : general_name;
     p->form = plan_form::own_stages;

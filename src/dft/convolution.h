@@ -10,6 +10,7 @@
 
 #include "codelets/select.h"
 #include "dft/stages.h"
+#include "dft/wide.h"
 
 namespace lyr {
 
@@ -48,16 +49,19 @@ convolution *convolution_begin(plan *p, const int64_t *factors, int count, int64
                                int32_t *status);
 
 // What the filter is: element k is W(exponent(k), N)/divisor, or zero where the exponent is
-// negative. Exact, so that its spectrum can be computed in more than double precision.
+// negative. Exact, so that its spectrum can be computed in more than the library's precision.
 struct filter_roots {
     int64_t N;
     double divisor;
+    reflection kind;  // of the spectrum
     int64_t (*exponent)(const convolution *, int64_t k);
+    // Writes the same filter, rounded.
+    void (*fill)(const convolution *, const filter_roots &, scalar *filter);
 };
 
-// Transforms the filter in place and sets the executor. 0, or -1 when memory runs out.
-int32_t convolution_finish(plan *p, scalar *filter, const filter_roots &exact,
-                           const char *unit_name, const char *general_name);
+// Computes the filter's spectrum and sets the executor. 0, or -1 when memory runs out.
+int32_t convolution_finish(plan *p, const filter_roots &exact, const char *unit_name,
+                           const char *general_name);
 
 // Forward transforms of the vectors of `width` blocks.
 void convolution_transform(const plan *p, const convolution *c, scalar *vectors, int64_t width);

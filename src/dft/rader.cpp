@@ -97,18 +97,20 @@ void run_one_by_one(const plan *p, const convolution *c, const convolution_block
 }
 
 // The powers of g, and the filter W(sign*g^-k, p)/(p - 1).
-void fill_tables(uint32_t *powers, scalar *filter, int64_t p, int64_t sign) {
+void fill_powers(uint32_t *powers, int64_t p) {
     const int64_t g = find_generator(p);
-    const auto length = static_cast<double>(p - 1);
-    root_source roots;
-    root_source_init(&roots, p, p - 1);
     for (int64_t k = 0, power = 1; k < p - 1; ++k, power = mod_multiply(power, g, p))
         powers[k] = static_cast<uint32_t>(power);
-    for (int64_t k = 0; k < p - 1; ++k) {
+}
+
+void fill_filter(const convolution *c, const filter_roots &exact, scalar *filter) {
+    root_source roots;
+    root_source_init(&roots, c->p, c->M);
+    for (int64_t k = 0; k < c->M; ++k) {
         double root[2];
-        root_of(&roots, powers[k ? p - 1 - k : 0], sign, root);
-        filter[2 * k] = static_cast<scalar>(root[0] / length);
-        filter[2 * k + 1] = static_cast<scalar>(root[1] / length);
+        root_of(&roots, exact.exponent(c, k), +1, root);
+        filter[2 * k] = static_cast<scalar>(root[0] / exact.divisor);
+        filter[2 * k + 1] = static_cast<scalar>(root[1] / exact.divisor);
     }
     root_source_release(&roots);
 }
@@ -184,14 +186,15 @@ int solve_problem_c2c_1d_rader(plan *p) {
     convolution *c = convolution_begin(p, factors, count, M,
                                        M + (M + powers_in_number - 1) / powers_in_number, &status);
     if (!c) return status;
-    scalar *filter = const_cast<scalar *>(c->filter);
-    uint32_t *powers = reinterpret_cast<uint32_t *>(filter + 2 * M);
+    uint32_t *powers = reinterpret_cast<uint32_t *>(const_cast<scalar *>(c->filter) + 2 * M);
     c->powers = powers;
     c->run = c->list.count ? run_side_by_side : run_one_by_one;
-    fill_tables(powers, filter, prime, p->sign == -1 ? -1 : +1);
-    const filter_roots exact = {prime, static_cast<double>(M),
-                                p->sign == -1 ? filter_exponent<-1> : filter_exponent<+1>};
-    return convolution_finish(p, filter, exact, "execute_1d_rader", "execute_1d_rader_discrete");
+    fill_powers(powers, prime);
+    // g^(M/2) is -1, so that element k + M/2 of the filter is the conjugate of element k.
+    const filter_roots exact = {prime, static_cast<double>(M), reflection::alternating_conjugate,
+                                p->sign == -1 ? filter_exponent<-1> : filter_exponent<+1>,
+                                fill_filter};
+    return convolution_finish(p, exact, "execute_1d_rader", "execute_1d_rader_discrete");
 }
 
 }  // namespace lyr
