@@ -13,6 +13,7 @@
 
 #include "api/memory.h"
 #include "batch/bufferization.h"
+#include "batch/copy_transpose.h"
 #include "batch/slab_batch.h"
 #include "codelets/split_stages.h"
 #include "dft/bluestein.h"
@@ -293,7 +294,8 @@ TEST(choice, solvers_and_executors) {
         {is_double ? "icf1000*525" : "icf1000*1049",
          "solve_problem_dft_many/execute_many_far(" STAGES ")"},
         {is_double ? "ocf1000*525" : "ocf1000*1049",
-         "solve_problem_dft_many/execute_many_copied(" STAGES ")"},
+         lyr::has_copies_past ? "solve_problem_dft_many/execute_many_past_copied(" STAGES ")"
+                              : "solve_problem_dft_many/execute_many_copied(" STAGES ")"},
         {"icf4*200000", "solve_problem_dft_many/execute_many_dense(" UNIT ")",
          "solve_problem_dft_many/execute_many_direct(" DIRECT ")"},
 
@@ -377,6 +379,9 @@ void collect_executors(const plan *p, std::map<std::string, std::set<const void 
     for (int k = 0; k < p->nchildren; ++k) collect_executors(&p->children[k], by_name);
 }
 
+constexpr const char *copied_batch =
+    lyr::has_copies_past ? "execute_many_past_copied" : "execute_many_copied";
+
 // A chunk is too large for the last-level cache when all of them are.
 TEST(choice, chunks_share_the_last_level_cache) {
     const with_caches sizes(lyr::usual_caches);
@@ -390,7 +395,7 @@ TEST(choice, chunks_share_the_last_level_cache) {
             ASSERT_NE(holder.plan, nullptr);
             std::map<std::string, std::set<const void *>> executors;
             collect_executors(holder.plan, executors);
-            EXPECT_EQ(executors.count("execute_many_copied"), count > fits ? 1U : 0U)
+            EXPECT_EQ(executors.count(copied_batch), count > fits ? 1U : 0U)
                 << threads << " " << count;
         }
 }
@@ -703,7 +708,7 @@ TEST(choice, batches_that_stream) {
                  turns ? "execute_many_ahead" : "execute_many_far"},
                 {is_double ? "ocf200*2622" : "ocf200*5243",
                  turns ? "execute_many_far_turned" : "execute_many_far"},
-                {is_double ? "ocf960*547" : "ocf960*1093", "execute_many_copied"},
+                {is_double ? "ocf960*547" : "ocf960*1093", copied_batch},
             };
             for (const auto &[problem, name] : examples) {
                 const lyr_tools::problem p = problem_of(problem);

@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "api/memory.h"
+#include "batch/copy_transpose.h"
 #include "codelets/select.h"
 #include "planner/scratch.h"
 #include "support.h"
@@ -240,6 +241,7 @@ TEST(sharing, every_executor) {
                              "execute_many_far_units",
                              "execute_many_inside",
                              "execute_many_past",
+                             "execute_many_past_copied",
                              "execute_many_post_transpose",
                              "execute_many_post_transpose_copied",
                              "execute_many_post_transpose_inplace",
@@ -281,8 +283,9 @@ TEST(sharing, every_executor) {
                     name == std::string("execute_many_far_turned") ||
                     name == std::string("execute_turned_beside")
                 ? lyr::is_half_line(lanes) && lyr::first_level_cache_is_small()
-            : name == std::string("execute_many_past") ? lyr::far_batch_for(16) != nullptr
-                                                       : true;
+            : name == std::string("execute_many_past")        ? lyr::far_batch_for(16) != nullptr
+            : name == std::string("execute_many_past_copied") ? lyr::has_copies_past
+                                                              : true;
         if (needed) {
             EXPECT_EQ(executors.count(name), 1u) << name;
         }

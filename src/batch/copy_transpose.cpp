@@ -1,5 +1,7 @@
 #include "batch/copy_transpose.h"
 
+#include <cstring>
+
 #if defined(__SSE2__)
     #include <emmintrin.h>
 #endif
@@ -179,13 +181,12 @@ bool copy_far(const pair *src, pair *dst, int64_t rows, int64_t cols, int64_t sr
             else
                 copy_rest(from, to, r, c, src_stride, dst_stride);
         });
-    _mm_sfence();
+    finish_copies_past();
     return true;
 }
 
 #else
 
-// Other processors notice by themselves that whole lines are written.
 bool copy_far(const pair *, pair *, int64_t, int64_t, int64_t, int64_t) {
     return false;
 }
@@ -205,6 +206,35 @@ void copy_transpose_cpx(const scalar *src, scalar *dst, int64_t rows, int64_t co
 void copy_transpose_real(const scalar *src, scalar *dst, int64_t rows, int64_t cols,
                          int64_t src_stride, int64_t dst_stride) {
     copy_tiles(src, dst, rows, cols, src_stride, dst_stride);
+}
+
+void copy_past(const scalar *src, scalar *dst, int64_t n, [[maybe_unused]] const scalar *next) {
+    const auto copy = [=](int64_t first, int64_t behind) {
+        memcpy(dst + 2 * first, src + 2 * first,
+               static_cast<size_t>((behind - first) * complex_bytes));
+    };
+    int64_t head = n, end = n;
+#if defined(__SSE2__)
+    const bool aligned = reinterpret_cast<uintptr_t>(dst) % complex_bytes == 0;
+    if (aligned) head = smaller(elements_to_next_line(reinterpret_cast<const pair *>(dst)), n);
+    end = head + (n - head) / line_complex * line_complex;
+    for (int64_t k = head; k < end; k += line_complex) {
+        if (next) __builtin_prefetch(next + 2 * k, 0, 2);
+        const double *from = reinterpret_cast<const double *>(src + 2 * k);
+        double *to = reinterpret_cast<double *>(dst + 2 * k);
+        __m128d x[4];
+        for (int i = 0; i < 4; ++i) x[i] = _mm_loadu_pd(from + 2 * i);
+        for (int i = 0; i < 4; ++i) _mm_stream_pd(to + 2 * i, x[i]);
+    }
+#endif
+    copy(0, head);
+    copy(end, n);
+}
+
+void finish_copies_past() {
+#if defined(__SSE2__)
+    _mm_sfence();
+#endif
 }
 
 }  // namespace lyr

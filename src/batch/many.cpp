@@ -1,6 +1,7 @@
 // The general batch: a loop over the outermost batch dimension around a child plan for the rest.
 #include <cstring>
 
+#include "batch/copy_transpose.h"
 #include "codelets/select.h"
 #include "codelets/stage_pairs.h"
 #include "dft/stages.h"
@@ -155,6 +156,46 @@ void execute_many_copied(const plan *p, scalar *in, scalar *out, scalar *scratch
     }
 }
 
+// The same where the output is not read again soon: each transform takes place in scratch memory
+// and is copied past the caches, which saves reading the lines that it is copied to. Those of the
+// next one are called for meanwhile, or by the last pass.
+template <bool Turned>
+void execute_many_past_copied(const plan *p, scalar *in, scalar *out, scalar *scratch) {
+    const plan *child = p->children;
+    const int64_t n = p->dims[0].n;
+    scalar *const result = scratch, *const below = scratch_below(p, scratch);
+    for (int64_t i = 0; i < p->howmany_dims[0].n; ++i) {
+        const scalar *next = in + 2 * p->howmany_dims[0].is;
+        if constexpr (Turned) {
+            const paired_stages *pairs = pairs_of(child);
+            const stage *stages = stages_of(child->aux).stages;
+            const int backward = p->sign != -1;
+            scalar *const matrix = pairs->radices[2] == 0 ? below : result;
+            pairs->columns[backward](stages, in, matrix);
+            pairs->rows_ahead[backward](stages, matrix, result, {next, matrix});
+            copy_past(result, out, n, nullptr);
+        } else {
+            child->execute_fn(child, in, result, below);
+            copy_past(result, out, n, next);
+        }
+        in += 2 * p->howmany_dims[0].is;
+        out += 2 * p->howmany_dims[0].os;
+    }
+    finish_copies_past();
+}
+
+void copy_past_caches(plan *p) {
+    p->work_bytes = static_cast<uint64_t>(p->dims[0].n) * complex_bytes;
+    p->execute_fn =
+        pairs_of(p->children) ? execute_many_past_copied<true> : execute_many_past_copied<false>;
+    p->execute_name = "execute_many_past_copied";
+}
+
+// Longer ones gain nothing. Measured.
+bool is_copied_past(const plan *p) {
+    return has_copies_past && p->far_output && p->dims[0].n <= 2 * caches().second / complex_bytes;
+}
+
 struct past_words {  // in solver_words
     const dense_batch *past;
     const dense_batch *near;  // null: the child one by one
@@ -250,7 +291,9 @@ void choose_executor(plan *p) {
         if (count == 0 && child->form != plan_form::turned_stages && !pairs_of(child)) return;
         const stage_list list = {count, const_cast<stage *>(stages)};
         memcpy(p->solver_words, &list, sizeof list);
-        if (is_better_copied(p)) {
+        if (is_better_copied(p) && is_copied_past(p)) {
+            copy_past_caches(p);
+        } else if (is_better_copied(p)) {
             p->execute_fn = execute_many_copied;
             p->execute_name = "execute_many_copied";
         } else {
