@@ -260,7 +260,9 @@ TEST(choice, solvers_and_executors) {
          lyr::is_half_line(lyr::active_table()->lanes)
              ? "solve_problem_c2c_1d_large/execute_c2c_1d_large("
                "solve_problem_dft_many_transpose_rotate/execute_many_transpose_rotate(" STAGES ") "
-               "solve_problem_dft_many_transpose/execute_many_transpose)"
+               "solve_bufferized_problem/execute_bufferization_walk("
+               "solve_indirect_problem/execute_indirect_before("
+               "solve_problem_dft_many/execute_many(" STAGES "))))"
              : "solve_problem_c2c_1d_large/execute_c2c_1d_large("
                "solve_problem_dft_many_transpose_rotate/execute_many_transpose_rotate "
                "solve_problem_dft_many_post_transpose/execute_many_post_transpose)"},

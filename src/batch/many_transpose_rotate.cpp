@@ -3,7 +3,8 @@
 // other interleaved batches; the last stage rotates.
 //
 // Where the matrix is to lie transposed, transforms are gathered a few at a time, run one by one
-// into its rows, and rotated there while they are in the first-level cache.
+// into its rows, and rotated there while they are in the first-level cache. In place, which square
+// matrices may be, what these rows hold of later columns changes places with what is gathered.
 //
 // aux comes as the parent's rotation table, and is the stages that all slabs walk afterwards. Where
 // columns are long, a child runs on one column at a time instead.
@@ -102,21 +103,62 @@ void rotate_columns(const plan *p, const scalar *in, scalar *out, scalar *scratc
 // Transforms that are gathered at once: two lines of every row of the input.
 constexpr int64_t group = 2 * line_complex;
 
+// Multiplies a row by its factors. The lines of the next one are called for meanwhile, unless that
+// is null: its transform would wait for them.
+void rotate_row(const bookkeeping &b, int64_t j, int64_t n, scalar *row, const scalar *next) {
+    constexpr int64_t piece = 8 * line_complex;
+    const int64_t together = b.factors->together;
+    const scalar *turns = b.factors->turns + 2 * n * (j / together);
+    const scalar *columns = b.factors->columns + 2 * n * (j % together);
+    for (int64_t e = 0; e < n; e += piece) {
+        if (next)
+            for (int64_t line = e; line < e + piece; line += line_complex)
+                __builtin_prefetch(next + 2 * line, 1);
+        b.list.table->products.rotate(row + 2 * e, turns + 2 * e, columns + 2 * e,
+                                      e + piece < n ? piece : n - e);
+    }
+}
+
+// Gathers columns j .. j + group - 1 of a square matrix of n rows into `rows`. Their elements of
+// earlier rows, by then transformed, are in rows j .. j + group - 1 already. The elements of later
+// columns, which these rows still hold, take the places of those gathered.
+void exchange_columns(scalar *matrix, int64_t n, int64_t j, scalar *rows, int64_t row) {
+    constexpr int64_t ahead = 2 * group;
+    scalar *const here = matrix + 2 * (j * n + j);
+    for (int64_t i = 0; i < group; ++i)
+        memcpy(rows + 2 * i * row, matrix + 2 * (j + i) * n,
+               static_cast<size_t>(j * complex_bytes));
+    copy_transpose_cpx(here, rows + 2 * j, group, group, n, row);
+    for (int64_t k = group; k < n - j; ++k) {
+        scalar *const column = here + 2 * k * n;
+        if (k + ahead < n - j) {
+            __builtin_prefetch(column + 2 * ahead * n, 1);
+            __builtin_prefetch(column + 2 * (ahead * n + line_complex), 1);
+        }
+        for (int64_t i = 0; i < group; ++i) {
+            memcpy(rows + 2 * (i * row + j + k), column + 2 * i, complex_bytes);
+            memcpy(column + 2 * i, here + 2 * (i * n + k), complex_bytes);
+        }
+    }
+}
+
 void rotate_into_rows(const plan *p, const scalar *in, scalar *out, scalar *scratch, int64_t first,
                       int64_t end) {
     const bookkeeping b = read_bookkeeping(p);
     const int64_t n = p->dims[0].n, is = p->dims[0].is, odist = p->howmany_dims[0].os;
-    const int64_t row = padded_row(n), together = b.factors->together;
+    const int64_t row = padded_row(n);
     const plan *child = p->children;
+    const bool in_place = p->in == p->out;  // a square matrix
     scalar *below = scratch + 2 * group * row;
     for (int64_t j = first; j < end; ++j) {
         const int64_t i = (j - first) % group;
-        if (i == 0)
+        if (i == 0 && in_place)
+            exchange_columns(out, n, j, scratch, row);
+        else if (i == 0)
             copy_transpose_cpx(in + 2 * j, scratch, n, j + group < end ? group : end - j, is, row);
         scalar *to = out + 2 * j * odist;
         child->execute_fn(child, scratch + 2 * i * row, to, below);
-        b.list.table->products.rotate(to, b.factors->turns + 2 * n * (j / together),
-                                      b.factors->columns + 2 * n * (j % together), n);
+        rotate_row(b, j, n, to, in_place ? nullptr : to + 2 * odist);
     }
 }
 

@@ -176,8 +176,19 @@ rotation rotation_of_slab(const rotation_table *table, int64_t n1, int64_t colum
     return {table->columns, table->turns + 2 * n1 * (column / table->together), table->together};
 }
 
+namespace {
+
+// Whether both passes can work in place: the first one exchanges squares of two lines.
+bool stays_in_place(const plan *p, int64_t n1, int64_t n2) {
+    return transposes_matrix(p) && p->in == p->out && p->nthreads < 2 && n1 == n2 &&
+           n1 % (2 * line_complex) == 0;
+}
+
+}  // namespace
+
 int build_four_step(plan *p, int64_t n1, int64_t n2) {
-    const bool transposed = transposes_matrix(p), in_place = p->in == p->out;
+    const bool transposed = transposes_matrix(p);
+    const bool in_place = p->in == p->out && !stays_in_place(p, n1, n2);
     p->execute_fn = execute_c2c_1d_large;
     p->execute_name = "execute_c2c_1d_large";
     p->nchildren = 2;

@@ -1,7 +1,8 @@
 // A long transform as two passes over memory: n = n1*n2, transforms of length n1 down the columns
 // of an n1 x n2 matrix, a rotation of every element, transforms of length n2 along its rows (the
 // four-step method: Gentleman and Sande, 1966; Bailey, 1990). Between the passes the matrix lies in
-// scratch memory, rows padded, or transposed in the output, in place in scratch memory.
+// scratch memory, rows padded, or transposed in the output, in place in scratch memory unless it is
+// square.
 //
 // Child 0 is the first pass, a rotated batch; child 1 the second, a batch with transposed output,
 // or the columns of the transposed matrix.
