@@ -237,13 +237,10 @@ void fill_last_of_turned(scalar *table, const root_source *roots, const paired_r
         const int64_t c = r1 * (block / middle + block % middle * r2);
         for (int64_t i = 0; i < r1; ++i) fill_row(i, (c + i) * r4, third);
         table += 2 * r1 * third;
-        for (int64_t i = 0; i < r1; ++i)
-            for (int64_t h = 0; h < last; ++h) {
-                const int64_t q = h + 1, vector = i / lanes * last + h;
-                fill_roots(table + 2 * (lanes * vector + i % lanes), r1 * last, roots, q * (c + i),
-                           q * L, r3, sign);
-            }
-        table += 2 * r1 * last * r3;
+        for (int64_t p = 0; p < r3; ++p, table += 2 * r1 * last)
+            for (int64_t h = 0; h < last; ++h)
+                fill_root_vectors(table + 2 * lanes * h, lanes, last * lanes, roots,
+                                  (h + 1) * (c + p * L), h + 1, r1, sign);
     }
 }
 

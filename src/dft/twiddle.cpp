@@ -207,6 +207,38 @@ void fill_roots(scalar *out, int64_t out_step, const root_source *source, int64_
     }
 }
 
+namespace {
+
+// Adding zero makes negative zeros positive.
+template <int lanes>
+void copy_root_vectors(scalar *out, int64_t out_step, const pair *root, int64_t ahead, pair turn,
+                       int64_t vectors) {
+    for (int64_t k = 0; k < vectors; ++k, out += 2 * out_step)
+        for (int lane = 0; lane < lanes; ++lane, root += ahead)
+            store(out + 2 * lane, *root * turn + pair{});
+}
+
+}  // namespace
+
+void fill_root_vectors(scalar *out, int64_t lanes, int64_t out_step, const root_source *source,
+                       int64_t start, int64_t step, int64_t count, int64_t sign) {
+    const int64_t half = source->N / 2, end = start + (count - 1) * step;
+    const pair *const half_turn = reinterpret_cast<const pair *>(source->half_turn);
+    if (!half_turn || (start <= half && half < end)) {
+        for (int64_t k = 0; k < count; k += lanes, out += 2 * out_step)
+            fill_roots(out, 1, source, start + k * step, step, lanes, sign);
+        return;
+    }
+    const bool lower = start > half;
+    const pair turn = {1, (sign < 0) != lower ? -1.0 : 1.0};
+    const pair *root = half_turn + (lower ? source->N - start : start);
+    const int64_t ahead = lower ? -step : step;
+    const auto copy = lanes == 2   ? copy_root_vectors<2>
+                      : lanes == 4 ? copy_root_vectors<4>
+                                   : copy_root_vectors<8>;
+    copy(out, out_step, root, ahead, turn, count / lanes);
+}
+
 void fill_twiddle_row(scalar *row, const root_source *source, int64_t r, int64_t step,
                       int64_t sign) {
     fill_roots(row, 1, source, step, step, r - 1, sign);

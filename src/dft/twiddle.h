@@ -32,6 +32,11 @@ void root_of(const root_source *source, int64_t t, int64_t sign, double *out);
 void fill_roots(scalar *out, int64_t out_step, const root_source *source, int64_t start,
                 int64_t step, int64_t count, int64_t sign);
 
+// The same for a few neighbouring roots, in vectors of so many that are out_step complex numbers
+// apart. `count` is a multiple of lanes, all roots are within a turn.
+void fill_root_vectors(scalar *out, int64_t lanes, int64_t out_step, const root_source *source,
+                       int64_t start, int64_t step, int64_t count, int64_t sign);
+
 // Writes W(sign*step*k, source->N), k = 1..r-1. step >= 0.
 void fill_twiddle_row(scalar *row, const root_source *source, int64_t r, int64_t step,
                       int64_t sign);
