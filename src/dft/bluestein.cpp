@@ -30,8 +30,8 @@ void run_side_by_side(const plan *p, const convolution *c, const convolution_blo
     }
     memset(vectors + 2 * c->p * w, 0, static_cast<size_t>(complex_bytes * (c->M - c->p) * w));
     convolution_transform(p, c, vectors, w);
-    convolution_filter(c, vectors, w);
-    convolution_transform(p, c, vectors, w);
+    convolution_filter(c, spectra_of(c, vectors), w);
+    convolution_return(p, c, vectors, w);
     // Element k of the result is in row -k mod M. Blocks side by side have stages behind them, so
     // that their output is side by side too.
     c->products.rows(at.out, at.out_step, vectors, w, c->chirp, 1, w);
@@ -50,8 +50,8 @@ void run_one_by_one(const plan *p, const convolution *c, const convolution_block
     for (int64_t j = 0; j < at.width; ++j)
         memset(vectors + 2 * (j * M + size), 0, static_cast<size_t>(complex_bytes * (M - size)));
     convolution_transform(p, c, vectors, at.width);
-    convolution_filter(c, vectors, at.width);
-    convolution_transform(p, c, vectors, at.width);
+    convolution_filter(c, spectra_of(c, vectors), at.width);
+    convolution_return(p, c, vectors, at.width);
     for (int64_t j = 0; j < at.width; ++j)
         c->products.elements(at.out + 2 * j * at.out_lane, at.out_step, vectors + 2 * j * M, 1,
                              c->chirp, 1);

@@ -160,7 +160,8 @@ convolution *convolution_begin(plan *p, const int64_t *factors, int count, int64
     plan_copy_problem(child, p);
     child->kind = kind_complex;
     child->sign = -1;
-    child->in = child->out = scratch_array(p);
+    child->in = scratch_array(p);
+    child->out = m == 1 ? scratch_array(p, 1) : child->in;
     child->rank = 1;
     child->dims[0] = {M, 1, 1};
     child->howmany_rank = 0;
@@ -174,7 +175,10 @@ convolution *convolution_begin(plan *p, const int64_t *factors, int count, int64
     const int64_t scratch = c->list.count ? slab_scratch(c->list, c->width) : 0;
     const int64_t stage_scratch = unit_strides(p) ? n : 2 * n;
     c->vectors = (stage_scratch + line - 1) / line * line;
-    p->work_bytes = static_cast<uint64_t>(c->vectors + M * c->width + scratch) * complex_bytes;
+    // Others take no longer in place, for which they need not have been planned.
+    if (child->form == plan_form::turned_three) c->spectra = (M + line - 1) / line * line;
+    p->work_bytes =
+        static_cast<uint64_t>(c->vectors + c->spectra + M * c->width + scratch) * complex_bytes;
     *status = 0;
     return c;
 }
@@ -191,26 +195,38 @@ int32_t convolution_finish(plan *p, const filter_roots &exact, const char *unit_
     return 0;
 }
 
-void convolution_transform(const plan *p, const convolution *c, scalar *vectors, int64_t width) {
+namespace {
+
+void transform_blocks(const plan *p, const convolution *c, scalar *vectors, scalar *from,
+                      scalar *to, int64_t width) {
     if (c->list.count) {
-        walk_slab(c->list, {vectors, width, 1, vectors, width, width},
-                  vectors + 2 * c->M * c->width);
+        walk_slab(c->list, {from, width, 1, to, width, width}, vectors + 2 * c->M * c->width);
         return;
     }
     const plan *child = p->children;
     scalar *scratch = scratch_below(p, vectors - 2 * c->vectors);
     for (int64_t j = 0; j < width; ++j)
-        child->execute_fn(child, vectors + 2 * j * c->M, vectors + 2 * j * c->M, scratch);
+        child->execute_fn(child, from + 2 * j * c->M, to + 2 * j * c->M, scratch);
 }
 
-void convolution_filter(const convolution *c, scalar *vectors, int64_t width) {
+}  // namespace
+
+void convolution_transform(const plan *p, const convolution *c, scalar *vectors, int64_t width) {
+    transform_blocks(p, c, vectors, vectors, spectra_of(c, vectors), width);
+}
+
+void convolution_return(const plan *p, const convolution *c, scalar *vectors, int64_t width) {
+    transform_blocks(p, c, vectors, spectra_of(c, vectors), vectors, width);
+}
+
+void convolution_filter(const convolution *c, scalar *spectra, int64_t width) {
     if (c->list.count) {
-        c->products.rows(vectors, width, vectors, width, c->filter, c->M, width);
+        c->products.rows(spectra, width, spectra, width, c->filter, c->M, width);
         return;
     }
     for (int64_t j = 0; j < width; ++j) {
-        scalar *vector = vectors + 2 * j * c->M;
-        c->products.elements(vector, 1, vector, 1, c->filter, c->M);
+        scalar *spectrum = spectra + 2 * j * c->M;
+        c->products.elements(spectrum, 1, spectrum, 1, c->filter, c->M);
     }
 }
 

@@ -35,8 +35,10 @@ struct convolution {
     product_set products;
     int64_t width;  // blocks at a time
     // Where in scratch memory their vectors are: element e of block j at e*width + j (side by side)
-    // or e + j*M. Behind width*M numbers: the scratch of walk_slab, or of child 0.
+    // or e + j*M. Behind width*M numbers, twice as many where spectra have places of their own: the
+    // scratch of walk_slab, or of child 0.
     int64_t vectors;
+    int64_t spectra;         // from the vectors to their spectra; 0 where they take their places
     const scalar *filter;    // M complex numbers
     const scalar *chirp;     // Bluestein: p complex numbers
     const uint32_t *powers;  // Rader: g^k mod p, k < p - 1
@@ -63,10 +65,18 @@ struct filter_roots {
 int32_t convolution_finish(plan *p, const filter_roots &exact, const char *unit_name,
                            const char *general_name);
 
-// Forward transforms of the vectors of `width` blocks.
+// Where the spectra of the vectors of blocks belong.
+inline scalar *spectra_of(const convolution *c, scalar *vectors) {
+    return vectors + 2 * c->spectra;
+}
+
+// Forward transforms of the vectors of `width` blocks to their spectra.
 void convolution_transform(const plan *p, const convolution *c, scalar *vectors, int64_t width);
 
-// Multiplies them by the filter.
-void convolution_filter(const convolution *c, scalar *vectors, int64_t width);
+// Multiplies spectra by the filter.
+void convolution_filter(const convolution *c, scalar *spectra, int64_t width);
+
+// Forward transforms of the spectra to the vectors.
+void convolution_return(const plan *p, const convolution *c, scalar *vectors, int64_t width);
 
 }  // namespace lyr

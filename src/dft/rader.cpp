@@ -34,14 +34,15 @@ void run_side_by_side(const plan *p, const convolution *c, const convolution_blo
         scalar *to = vectors + 2 * k * w;
         for (int64_t j = 0; j < w; ++j) copy_number(to + 2 * j, from + 2 * j * at.in_lane);
     }
+    scalar *const spectra = spectra_of(c, vectors);
     convolution_transform(p, c, vectors, w);
     for (int64_t i = 0; i < 2 * w; ++i) {
         const int64_t place = i / 2 * 2 * at.out_lane + i % 2;
-        at.out[place] = first[i] + vectors[i];
+        at.out[place] = first[i] + spectra[i];
     }
-    convolution_filter(c, vectors, w);
-    for (int64_t i = 0; i < 2 * w; ++i) vectors[i] += first[i];
-    convolution_transform(p, c, vectors, w);
+    convolution_filter(c, spectra, w);
+    for (int64_t i = 0; i < 2 * w; ++i) spectra[i] += first[i];
+    convolution_return(p, c, vectors, w);
     for (int64_t k = 0; k < M; ++k)
         memcpy(at.out + 2 * at.out_step * c->powers[k], vectors + 2 * k * w,
                static_cast<size_t>(complex_bytes * w));
@@ -73,19 +74,20 @@ void run_one_by_one(const plan *p, const convolution *c, const convolution_block
                 copy_number(vectors + 2 * (j * M + k),
                             at.in + 2 * (c->powers[k] * at.in_step + j * at.in_lane));
     }
+    scalar *const spectra = spectra_of(c, vectors);
     convolution_transform(p, c, vectors, at.width);
     for (int64_t j = 0; j < at.width; ++j) {
-        const scalar *x = first + 2 * j, *sum = vectors + 2 * j * M;
+        const scalar *x = first + 2 * j, *sum = spectra + 2 * j * M;
         scalar *out = at.out + 2 * j * at.out_lane;
         out[0] = x[0] + sum[0];
         out[1] = x[1] + sum[1];
     }
-    convolution_filter(c, vectors, at.width);
+    convolution_filter(c, spectra, at.width);
     for (int64_t j = 0; j < at.width; ++j) {
-        vectors[2 * j * M] += first[2 * j];
-        vectors[2 * j * M + 1] += first[2 * j + 1];
+        spectra[2 * j * M] += first[2 * j];
+        spectra[2 * j * M + 1] += first[2 * j + 1];
     }
-    convolution_transform(p, c, vectors, at.width);
+    convolution_return(p, c, vectors, at.width);
     if (at.width == 1 && at.out_step == 1) {
         scatter_powers(at.out, vectors, c->powers, M);
     } else {
