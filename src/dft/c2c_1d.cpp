@@ -255,6 +255,11 @@ const paired_stages *turned_pairs_for(const plan *p) {
     return pairs && pairs->radices[3] == 0 ? pairs : nullptr;
 }
 
+bool suits_turned_three(const plan *p) {
+    const paired_stages *pairs = turned_pairs_for(p);
+    return pairs && pairs->radices[2] != 0;
+}
+
 bool suits_turned_blocks(const plan *p) {
     const paired_stages *pairs = paired_stages_of(p);
     if (!pairs || pairs->form != pair_form::turned || pairs->radices[3] == 0) return false;

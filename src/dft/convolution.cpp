@@ -161,11 +161,15 @@ convolution *convolution_begin(plan *p, const int64_t *factors, int count, int64
     child->kind = kind_complex;
     child->sign = -1;
     child->in = scratch_array(p);
-    child->out = m == 1 ? scratch_array(p, 1) : child->in;
+    child->out = scratch_array(p, 1);
     child->rank = 1;
     child->dims[0] = {M, 1, 1};
     child->howmany_rank = 0;
     child->shares_stages = m != 1;
+    if (suits_turned_three(child))
+        c->spectra = (M + line - 1) / line * line;
+    else
+        child->out = child->in;
     if ((*status = m == 1 ? plan_solve(child) : plan_solve_in_stages(child)) != 0) return nullptr;
 
     *status = -1;
@@ -175,8 +179,6 @@ convolution *convolution_begin(plan *p, const int64_t *factors, int count, int64
     const int64_t scratch = c->list.count ? slab_scratch(c->list, c->width) : 0;
     const int64_t stage_scratch = unit_strides(p) ? n : 2 * n;
     c->vectors = (stage_scratch + line - 1) / line * line;
-    // Others take no longer in place, for which they need not have been planned.
-    if (child->form == plan_form::turned_three) c->spectra = (M + line - 1) / line * line;
     p->work_bytes =
         static_cast<uint64_t>(c->vectors + c->spectra + M * c->width + scratch) * complex_bytes;
     *status = 0;

@@ -50,6 +50,8 @@ const paired_stages *pairs_of(const plan *p);
 const paired_stages *turned_pairs_for(const plan *p);
 // Whether the problem of p had better run in four or five turned stages than as two passes.
 bool suits_turned_blocks(const plan *p);
+// Whether three turned stages solve it, out of place: in place these gain nothing.
+bool suits_turned_three(const plan *p);
 
 // As plan_solve, for a child whose stages are wanted: also where a shorter way than by stages
 // exists for one transform.

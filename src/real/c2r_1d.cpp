@@ -19,8 +19,9 @@ void begin(const plan *p, const scalar *in, int64_t is, scalar *z) {
 
 void execute_1d_c2r(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     const plan *child = p->children;
-    begin(p, in, 1, out);
-    child->execute_fn(child, out, out, scratch_below(p, scratch));
+    scalar *const z = p->work_bytes ? scratch : out;
+    begin(p, in, 1, z);
+    child->execute_fn(child, z, out, scratch_below(p, scratch));
 }
 
 void execute_1d_c2r_multithread(const plan *p, scalar *in, scalar *out, scalar *scratch) {

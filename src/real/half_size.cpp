@@ -5,6 +5,7 @@
 #include "api/memory.h"
 #include "codelets/select.h"
 #include "dft/c2c_1d_large.h"
+#include "dft/stages.h"
 #include "dft/twiddle.h"
 #include "threads/pool.h"
 
@@ -49,10 +50,10 @@ bool allocate_tables(plan *p, int64_t h) {
     return true;
 }
 
-int make_complex_child(plan *p, int64_t n, scalar *in, scalar *out) {
+bool make_complex_child(plan *p, int64_t n, scalar *in, scalar *out) {
     p->nchildren = 1;
     p->children = plan_alloc_children(1);
-    if (!p->children) return -1;
+    if (!p->children) return false;
     plan *child = p->children;
     plan_copy_problem(child, p);
     child->kind = kind_complex;
@@ -60,7 +61,7 @@ int make_complex_child(plan *p, int64_t n, scalar *in, scalar *out) {
     child->in = in;
     child->out = out;
     if (out == p->out && p->kind == kind_c2r) child->far_output = p->far_output;
-    return plan_solve(child);
+    return true;
 }
 
 }  // namespace
@@ -106,7 +107,7 @@ int build_half_size(plan *p, const real_executors &executors) {
         p->execute_name = executors.odd_name;
         p->work_bytes = static_cast<uint64_t>(n) * complex_bytes;
         scalar *work = scratch_array(p);
-        return make_complex_child(p, n, work, work);
+        return make_complex_child(p, n, work, work) ? plan_solve(p->children) : -1;
     }
     const int64_t h = n / 2;
     const real_pass_set *passes = active_table()->real_passes;
@@ -125,7 +126,16 @@ int build_half_size(plan *p, const real_executors &executors) {
     }
     scalar *to = unit_strides(p) ? p->out : scratch_array(p);
     scalar *from = unit_strides(p) && p->kind == kind_r2c ? p->in : to;
-    return make_complex_child(p, h, from, to);
+    if (!make_complex_child(p, h, from, to)) return -1;
+    plan *child = p->children;
+    if (unit_strides(p) && p->kind == kind_c2r && !threaded) {
+        child->in = scratch_array(p);
+        if (suits_turned_three(child))
+            p->work_bytes = static_cast<uint64_t>(h) * complex_bytes;
+        else
+            child->in = to;
+    }
+    return plan_solve(child);
 }
 
 void run_real_pass(const plan *p, const scalar *in, int64_t in_step, scalar *out, int64_t out_step,

@@ -18,8 +18,9 @@ struct real_executors {
 // Fills aux, the child and the executor of a one-dimensional problem, and reserves scratch:
 //   odd n    scratch: n complex numbers; the child transforms them in place
 //   even n   aux: the factors of real_pass, in two levels for long ones of stride 1; the child
-//            transforms h complex numbers: out of place only from a real input of stride 1;
-//            scratch: h complex numbers when a stride is not 1
+//            transforms h complex numbers: out of place only from a real input of stride 1, or
+//            to a real output of stride 1 from scratch memory where that gains;
+//            scratch: h complex numbers then, and when a stride is not 1
 // Long transforms of stride 1 whose plan may use threads get the threaded executor, and the thread
 // count that it has to use. Returns 0, -1 without memory, or what the planner says of the child.
 int build_half_size(plan *p, const real_executors &executors);
