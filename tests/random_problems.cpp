@@ -446,6 +446,31 @@ TEST(random_problems, results_past_the_caches) {
     }
 }
 
+// Longer ones, which are copied past the caches: of any length, with gaps, wherever in a line the
+// output begins, on one thread and on several.
+TEST(random_problems, results_copied_past_the_caches) {
+    if (!lyr::has_copies_past) GTEST_SKIP() << "no stores past the caches";
+    const with_caches sizes({512 << 10, 1 << 20});
+    for (const lyr::codelet_table *table : all_tables()) {
+        const with_table active(table);
+        for (const char *lengths : {"cf1000", "cb1024", "cf768", "cf1001", "cf4096", "rf1000",
+                                    "rb1000", "rf1026", "rb2048"})
+            for (const int threads : {1, 2}) {
+                lyr_fft_plan_with_nthreads(threads);
+                problem p = problem_of(std::string("o") + lengths + "*2");
+                const int64_t n = p.dims[0].n;
+                p.batch[0] = {(5 << 17) / (n * lyr::scalar_bytes), n + n % 4, n + n % 3 + 4};
+                const buffers b = buffers_of(p);
+                const plan_holder holder(make_plan(p, b, constructor::guru64));
+                ASSERT_NE(holder.plan, nullptr);
+                const lyr::plan *batch = threads == 1 ? holder.plan : holder.plan->children;
+                EXPECT_STREQ(batch->execute_name, "execute_many_past_copied") << lengths;
+                check_problem(p, constructor::guru64, static_cast<uint64_t>(n));
+            }
+        lyr_fft_plan_with_nthreads(1);
+    }
+}
+
 // The sizes of caches decide on the way through memory alone.
 TEST(random_problems, any_caches_same_bits) {
     for (const lyr::codelet_table *table : all_tables()) {

@@ -210,18 +210,19 @@ void copy_transpose_real(const scalar *src, scalar *dst, int64_t rows, int64_t c
 
 void copy_past(const scalar *src, scalar *dst, int64_t n, [[maybe_unused]] const scalar *next) {
     const auto copy = [=](int64_t first, int64_t behind) {
-        memcpy(dst + 2 * first, src + 2 * first,
-               static_cast<size_t>((behind - first) * complex_bytes));
+        memcpy(dst + first, src + first, static_cast<size_t>((behind - first) * scalar_bytes));
     };
     int64_t head = n, end = n;
 #if defined(__SSE2__)
-    const bool aligned = reinterpret_cast<uintptr_t>(dst) % complex_bytes == 0;
-    if (aligned) head = smaller(elements_to_next_line(reinterpret_cast<const pair *>(dst)), n);
-    end = head + (n - head) / line_complex * line_complex;
-    for (int64_t k = head; k < end; k += line_complex) {
-        if (next) __builtin_prefetch(next + 2 * k, 0, 2);
-        const double *from = reinterpret_cast<const double *>(src + 2 * k);
-        double *to = reinterpret_cast<double *>(dst + 2 * k);
+    constexpr int64_t line = line_bytes / scalar_bytes;
+    const uintptr_t to_line = -reinterpret_cast<uintptr_t>(dst) % line_bytes;
+    if (to_line % scalar_bytes == 0)
+        head = smaller(static_cast<int64_t>(to_line) / scalar_bytes, n);
+    end = head + (n - head) / line * line;
+    for (int64_t k = head; k < end; k += line) {
+        if (next) __builtin_prefetch(next + k, 0, 2);
+        const double *from = reinterpret_cast<const double *>(src + k);
+        double *to = reinterpret_cast<double *>(dst + k);
         __m128d x[4];
         for (int i = 0; i < 4; ++i) x[i] = _mm_loadu_pd(from + 2 * i);
         for (int i = 0; i < 4; ++i) _mm_stream_pd(to + 2 * i, x[i]);

@@ -24,9 +24,9 @@ inline constexpr bool has_copies_past = true;
 inline constexpr bool has_copies_past = false;
 #endif
 
-// Copies n complex numbers to where no cache keeps them, if there is such a way;
-// finish_copies_past makes such copies visible to other threads before later stores. As many
-// numbers are called for into the second-level cache, from `next` on unless that is null.
+// Copies n real numbers to where no cache keeps them, if there is such a way; finish_copies_past
+// makes such copies visible to other threads before later stores. As many numbers are called for
+// into the second-level cache, from `next` on unless that is null.
 void copy_past(const scalar *src, scalar *dst, int64_t n, const scalar *next);
 void finish_copies_past();
 

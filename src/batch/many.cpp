@@ -156,16 +156,25 @@ void execute_many_copied(const plan *p, scalar *in, scalar *out, scalar *scratch
     }
 }
 
+// Real numbers of a result.
+int64_t numbers_of_result(const plan *p) {
+    const int64_t n = p->dims[0].n;
+    if (p->kind == kind_complex) return 2 * n;
+    return p->kind == kind_r2c ? n / 2 * 2 + 2 : n;
+}
+
 // The same where the output is not read again soon: each transform takes place in scratch memory
 // and is copied past the caches, which saves reading the lines that it is copied to. Those of the
 // next one are called for meanwhile, or by the last pass.
 template <bool Turned>
 void execute_many_past_copied(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     const plan *child = p->children;
-    const int64_t n = p->dims[0].n;
+    const int64_t numbers = numbers_of_result(p);
+    const int64_t in_step = p->howmany_dims[0].is * input_element_bytes(p);
+    const int64_t out_step = p->howmany_dims[0].os * output_element_bytes(p);
     scalar *const result = scratch, *const below = scratch_below(p, scratch);
     for (int64_t i = 0; i < p->howmany_dims[0].n; ++i) {
-        const scalar *next = in + 2 * p->howmany_dims[0].is;
+        scalar *const next = advance(in, in_step);
         if constexpr (Turned) {
             const paired_stages *pairs = pairs_of(child);
             const stage *stages = stages_of(child->aux).stages;
@@ -173,22 +182,35 @@ void execute_many_past_copied(const plan *p, scalar *in, scalar *out, scalar *sc
             scalar *const matrix = pairs->radices[2] == 0 ? below : result;
             pairs->columns[backward](stages, in, matrix);
             pairs->rows_ahead[backward](stages, matrix, result, {next, matrix});
-            copy_past(result, out, n, nullptr);
+            copy_past(result, out, numbers, nullptr);
         } else {
             child->execute_fn(child, in, result, below);
-            copy_past(result, out, n, next);
+            copy_past(result, out, numbers, next);
         }
-        in += 2 * p->howmany_dims[0].is;
-        out += 2 * p->howmany_dims[0].os;
+        in = next;
+        out = advance(out, out_step);
     }
     finish_copies_past();
 }
 
 void copy_past_caches(plan *p) {
-    p->work_bytes = static_cast<uint64_t>(p->dims[0].n) * complex_bytes;
+    p->work_bytes = static_cast<uint64_t>(numbers_of_result(p)) * scalar_bytes;
     p->execute_fn =
         pairs_of(p->children) ? execute_many_past_copied<true> : execute_many_past_copied<false>;
     p->execute_name = "execute_many_past_copied";
+}
+
+// Batches between real and complex numbers, of even counts, that are better copied so. Measured.
+bool is_real_copied_past(const plan *p) {
+    constexpr int64_t shortest = 2 << 10, longest_share = 16;
+    const bool real = p->kind == kind_r2c || p->kind == kind_c2r;
+    if (!has_copies_past || !p->far_output || !real || p->rank != 1 || p->howmany_rank != 1 ||
+        p->in == p->out || p->dims[0].n % 2 != 0 || p->dims[0].is != 1 || p->dims[0].os != 1)
+        return false;
+    const int64_t peers = p->peers > 1 ? p->peers : 1;
+    const int64_t bytes = numbers_of_result(p) * scalar_bytes;
+    return bytes >= shortest && bytes <= caches().second / longest_share &&
+           p->howmany_dims[0].n > far_output_bytes() / peers / bytes;
 }
 
 // Longer ones gain nothing. Measured.
@@ -326,6 +348,7 @@ int solve_problem_dft_many(plan *p) {
     child->far_output = p->far_output;
     if (const int32_t status = plan_solve(child)) return status;
     if (p->kind == kind_complex && p->rank == 1 && p->howmany_rank == 1) choose_executor(p);
+    if (is_real_copied_past(p)) copy_past_caches(p);
     return 0;
 }
 
