@@ -224,8 +224,8 @@ void copy_past(const scalar *src, scalar *dst, int64_t n, [[maybe_unused]] const
         const double *from = reinterpret_cast<const double *>(src + k);
         double *to = reinterpret_cast<double *>(dst + k);
         __m128d x[4];
-        for (int i = 0; i < 4; ++i) x[i] = _mm_loadu_pd(from + 2 * i);
-        for (int i = 0; i < 4; ++i) _mm_stream_pd(to + 2 * i, x[i]);
+        for (int64_t i = 0; i < 4; ++i) x[i] = _mm_loadu_pd(from + 2 * i);
+        for (int64_t i = 0; i < 4; ++i) _mm_stream_pd(to + 2 * i, x[i]);
     }
 #endif
     copy(0, head);

@@ -210,11 +210,11 @@ void fill_roots(scalar *out, int64_t out_step, const root_source *source, int64_
 namespace {
 
 // Adding zero makes negative zeros positive.
-template <int lanes>
+template <int64_t lanes>
 void copy_root_vectors(scalar *out, int64_t out_step, const pair *root, int64_t ahead, pair turn,
                        int64_t vectors) {
     for (int64_t k = 0; k < vectors; ++k, out += 2 * out_step)
-        for (int lane = 0; lane < lanes; ++lane, root += ahead)
+        for (int64_t lane = 0; lane < lanes; ++lane, root += ahead)
             store(out + 2 * lane, *root * turn + pair{});
 }
 
