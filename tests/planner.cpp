@@ -217,6 +217,7 @@ TEST(choice, solvers_and_executors) {
         const char *with_one_lane = names;
     };
     const bool one_lane = lyr::active_table()->lanes == 1;
+    const bool dense_16 = lyr::dense_batch_for(16) != nullptr;
     const with_caches sizes(lyr::usual_caches);
     const with_first_level_cache cache(false);
 #define UNIT "solve_problem_dft_unit/execute_dft_unit"
@@ -289,7 +290,9 @@ TEST(choice, solvers_and_executors) {
         {"ocf8232:3:1*3:1:8232",
          "solve_indirect_problem/execute_indirect_before("
          "solve_problem_dft_many/execute_many(" STAGES "))"},
-        {"ocf16*4096", "solve_problem_dft_many/execute_many(" UNIT ")",
+        {"ocf16*4096",
+         dense_16 ? "solve_problem_dft_many/execute_many_dense(" UNIT ")"
+                  : "solve_problem_dft_many/execute_many(" UNIT ")",
          "solve_problem_dft_many/execute_many_direct(" DIRECT ")"},
         {is_double ? "ocf1000*66" : "ocf1000*132",
          "solve_problem_dft_many/execute_many_far(" STAGES ")"},
@@ -303,13 +306,17 @@ TEST(choice, solvers_and_executors) {
 
         {"ocf16*8i", SLAB},
         {"icf100*8i", SLAB},
-        {"ocf16*8", "solve_problem_dft_many/execute_many(" UNIT ")",
+        {"ocf16*8",
+         dense_16 ? "solve_problem_dft_many/execute_many_dense(" UNIT ")"
+                  : "solve_problem_dft_many/execute_many(" UNIT ")",
          "solve_problem_dft_many/execute_many_direct(" DIRECT ")"},
         {"ocf64*5*8i", "solve_problem_dft_many/execute_many(" SLAB ")"},
         {"ocf12x16*8i", "solve_problem_many_inside/execute_many_inside(" SLAB " " SLAB ")"},
         {"ocf12x16",
-         "solve_problem_multidimension/execute_multidimension("
-         "solve_problem_dft_many/execute_many(" UNIT ") " SLAB ")",
+         dense_16 ? "solve_problem_multidimension/execute_multidimension("
+                    "solve_problem_dft_many/execute_many_dense(" UNIT ") " SLAB ")"
+                  : "solve_problem_multidimension/execute_multidimension("
+                    "solve_problem_dft_many/execute_many(" UNIT ") " SLAB ")",
          "solve_problem_multidimension/execute_multidimension("
          "solve_problem_dft_many/execute_many_direct(" DIRECT ") " SLAB ")"},
         {"icf16:2:1*9:32:32", "solve_problem_dft_many/execute_many_direct(" DIRECT ")"},
@@ -697,9 +704,11 @@ TEST(choice, batches_that_stream) {
             const struct {
                 const char *problem, *name;
             } examples[] = {
-                {is_double ? "ocf16*4097" : "ocf16*8193", table->lanes == 1 ? "execute_many_direct"
-                                                          : half_lines      ? "execute_many"
-                                                                       : "execute_many_far_units"},
+                {is_double ? "ocf16*4097" : "ocf16*8193",
+                 lyr::dense_batch_for(16) ? "execute_many_dense"
+                 : table->lanes == 1      ? "execute_many_direct"
+                 : half_lines             ? "execute_many"
+                                          : "execute_many_far_units"},
                 {"ocf256*128", "execute_many"},
                 {is_double ? "ocf256*129" : "ocf256*257",
                  turns ? "execute_many_ahead" : "execute_many"},

@@ -3,6 +3,8 @@
 #include "codelets/codelet.h"
 #include "codelets/kernel/butterfly.h"
 #include "codelets/kernel/on_stack.h"
+#include "codelets/kernel/registers.h"
+#include "codelets/simd/balanced.h"
 
 namespace lyr::LYR_ISA {
 namespace {
@@ -66,10 +68,28 @@ constexpr dense_batch list_for_four[] = {batch<Half, 3>,
                                          batch<Half, 12>,
                                          {}};
 
+// One transform after another, for one whose call would cost too much.
+template <class V, int A, int B, int S>
+[[maybe_unused]] void one_by_one(const scalar *in, scalar *out, int64_t h) {
+    for (; h > 0; --h) {
+        transform_in_registers<V, A, B, S>(whole_numbers{in, out});
+        in += 2 * A * B;
+        out += 2 * A * B;
+    }
+}
 template <class V>
-constexpr dense_batch list_for_two[] = {batch<V, 3>,  batch<V, 4>,  batch<V, 5>,  batch<V, 6>,
-                                        batch<V, 7>,  batch<V, 8>,  batch<V, 9>,  batch<V, 10>,
-                                        batch<V, 11>, batch<V, 12>, batch<V, 13>, {}};
+constexpr dense_batch batch_of_16() {
+    if constexpr (has_balanced<V>)
+        return {16, {one_by_one<balanced, 4, 4, -1>, one_by_one<balanced, 4, 4, +1>}};
+    else
+        return {};
+}
+
+template <class V>
+constexpr dense_batch list_for_two[] = {
+    batch<V, 3>, batch<V, 4>,  batch<V, 5>,  batch<V, 6>,  batch<V, 7>,  batch<V, 8>,
+    batch<V, 9>, batch<V, 10>, batch<V, 11>, batch<V, 12>, batch<V, 13>, batch_of_16<V>(),
+    {}};
 
 // Single lanes that move pairs of numbers.
 template <class V>
