@@ -709,6 +709,8 @@ TEST(choice, batches_that_stream) {
                  : table->lanes == 1      ? "execute_many_direct"
                  : half_lines             ? "execute_many"
                                           : "execute_many_far_units"},
+                {is_double ? "ocf64*24" : "ocf64*48",
+                 lyr::dense_batch_for(64) ? "execute_many_dense" : "execute_many"},
                 {"ocf256*128", "execute_many"},
                 {is_double ? "ocf256*129" : "ocf256*257",
                  turns ? "execute_many_ahead" : "execute_many"},

@@ -56,6 +56,12 @@ bool is_far(const plan *p) {
     return h > smallest_cache / bytes && h > caches().second / bytes;
 }
 
+// Whether the first-level cache keeps both arrays, or most of them.
+bool is_near(const plan *p) {
+    constexpr int64_t most_bytes = 48 << 10;
+    return p->howmany_dims[0].n <= most_bytes / 2 / (p->dims[0].n * complex_bytes);
+}
+
 // Whether the second-level cache cannot keep both arrays.
 bool exceeds_second_cache(const plan *p) {
     const int64_t arrays = p->in == p->out ? 1 : 2;
@@ -286,7 +292,7 @@ void choose_executor(plan *p) {
         memcpy(p->solver_words, &words, sizeof words);
         p->execute_fn = execute_many_past;
         p->execute_name = "execute_many_past";
-    } else if (dense && unit && idist == n && odist == n) {
+    } else if (dense && (unit || (unit_strides(p) && is_near(p))) && idist == n && odist == n) {
         const dense_words words = {dense};
         memcpy(p->solver_words, &words, sizeof words);
         p->execute_fn = execute_many_dense;

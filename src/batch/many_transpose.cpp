@@ -4,7 +4,8 @@
 //
 // The batch is walked in slabs of neighbouring transforms. The first stage reads the input and the
 // last one writes the output directly, at their strides; between them the slab lives in scratch
-// memory:  n * slab complex numbers for two stages, twice that for more, none for one.
+// memory: n * slab complex numbers for two stages, twice that for more, none for one. Two stages of
+// a small batch out of place do without: what lies between them is in the output.
 #include "batch/slab_batch.h"
 #include "planner/registry.h"
 

@@ -63,7 +63,7 @@ void walk_slab_batch(const plan *p, const scalar *in, int64_t in_row, int64_t in
         const int64_t width = first + b.width <= h ? b.width : h - first;
         walk_slab(b.list,
                   {in + 2 * first * in_lane, in_row, in_lane, out + 2 * first, p->dims[0].os, width,
-                   nullptr, b.far != 0},
+                   nullptr, b.far != 0, p->in != p->out},
                   scratch);
     }
     if (b.far) b.list.table->finish_far();

@@ -77,19 +77,35 @@ template <class V, int A, int B, int S>
         out += 2 * A * B;
     }
 }
-template <class V>
-constexpr dense_batch batch_of_16() {
-    if constexpr (has_balanced<V>)
-        return {16, {one_by_one<balanced, 4, 4, -1>, one_by_one<balanced, 4, 4, +1>}};
-    else
+// Those that adders are what they wait for; without balanced vectors an end of the list.
+template <class V, int A, int B>
+constexpr dense_batch balanced_batch() {
+    if constexpr (!has_balanced<V>)
         return {};
+    else if constexpr (A * B == 16)
+        return {16, {one_by_one<balanced<V>, A, B, -1>, one_by_one<balanced<V>, A, B, +1>}};
+    else
+        return turned_rows_columns<balanced<V>, A, B>::batches;
 }
 
 template <class V>
-constexpr dense_batch list_for_two[] = {
-    batch<V, 3>, batch<V, 4>,  batch<V, 5>,  batch<V, 6>,  batch<V, 7>,  batch<V, 8>,
-    batch<V, 9>, batch<V, 10>, batch<V, 11>, batch<V, 12>, batch<V, 13>, batch_of_16<V>(),
-    {}};
+constexpr dense_batch list_for_two[] = {batch<V, 3>,
+                                        batch<V, 4>,
+                                        batch<V, 5>,
+                                        batch<V, 6>,
+                                        batch<V, 7>,
+                                        batch<V, 8>,
+                                        batch<V, 9>,
+                                        batch<V, 10>,
+                                        batch<V, 11>,
+                                        batch<V, 12>,
+                                        batch<V, 13>,
+                                        balanced_batch<V, 4, 4>(),
+                                        balanced_batch<V, 8, 8>(),
+                                        balanced_batch<V, 12, 6>(),
+                                        balanced_batch<V, 10, 8>(),
+                                        balanced_batch<V, 12, 8>(),
+                                        {}};
 
 // Single lanes that move pairs of numbers.
 template <class V>

@@ -456,11 +456,10 @@ void walk_first_copied(const slab_stages &list, const slab &where, scalar *to, i
         }
 }
 
-// The outputs of a butterfly are m*out_row + gap numbers apart.
 void walk_first(const slab_stages &list, const slab &where, scalar *to, int64_t out_row,
-                int64_t gap = 0) {
+                int64_t out_p) {
     const auto [d, codelets] = stage_at(list, 0);
-    const int64_t m = d->m, h = where.width, out_p = m * out_row + gap;
+    const int64_t m = d->m, h = where.width;
     if (where.in_lane != 1)
         codelets->gathered_slab(d, where.in, where.in_row, where.in_lane, to, out_row, out_p, h);
     else if (h >= shortest_moved && list.count > 1 && where.in != to &&
@@ -530,6 +529,24 @@ void walk_branch(const slab_stages &list, const slab &where, int64_t k0, const s
     walk_last(list, where, rows, k0, step, from, factors);
 }
 
+// Whether a slab of two stages is better off without scratch memory: where the first-level cache
+// keeps little more than its output. Measured.
+bool stays_in_output(const slab_stages &list, const slab &where) {
+    constexpr int64_t most_bytes = 64 << 10;
+    const stage &first = list.stages[0];
+    return where.apart && !where.far && !where.split && list.count == 2 && where.in_lane == 1 &&
+           first.m * first.r * where.out_row <= most_bytes / complex_bytes;
+}
+
+// The outputs of a first butterfly lie together in the output, so that those of a last one take the
+// places of its inputs.
+void walk_in_output(const slab_stages &list, const slab &where) {
+    const auto [d, codelets] = stage_at(list, 1);
+    const int64_t rows = d->L, row = where.out_row, step = rows * row;
+    walk_first(list, where, where.out, step, row);
+    codelets->twiddle_slab(d, {rows, row, row, step, step, where.width}, where.out, where.out);
+}
+
 }  // namespace
 
 int64_t split_room(const slab_stages &list, int64_t width) {
@@ -553,10 +570,12 @@ void walk_slab(const slab_stages &list, const slab &where, scalar *scratch,
     const int64_t h = where.width;
     if (list.count == 1 && where.split) {
         const auto &[re, im, row, room] = *where.split;
-        walk_first(list, where, room, h);
+        walk_first(list, where, room, h, h);
         list.table->splits.part_rows(re, im, row, room, h, list.stages->r, h);
     } else if (list.count == 1) {
-        walk_first(list, where, where.out, where.out_row);
+        walk_first(list, where, where.out, where.out_row, where.out_row);
+    } else if (stays_in_output(list, where) && !factors) {
+        walk_in_output(list, where);
     } else {
         const auto &[codelet, m, L, is, os, twiddles, r, sign] = list.stages[0];
         const bool depth_first = walks_depth_first(list, h);
@@ -564,7 +583,7 @@ void walk_slab(const slab_stages &list, const slab &where, scalar *scratch,
             depth_first && where.in != scratch && (where.in_lane == 1 || list.table->near.ways);
         const int64_t gap = apart ? gap_between_branches(list.table, r, m, h) : 0;
         scalar *half_b = scratch + 2 * r * (m * h + gap);
-        walk_first(list, where, scratch, h, gap);
+        walk_first(list, where, scratch, h, m * h + gap);
         if (list.count == 2) {
             walk_last(list, where, r, 0, 1, scratch, factors);
         } else if (!depth_first) {

@@ -91,6 +91,7 @@ struct slab {
     int64_t width;
     const split_output *split = nullptr;
     bool far = false;  // the outputs may go past the caches: finish_far of the table makes it known
+    bool apart = false;  // no output falls on an input
 };
 int64_t split_room(const slab_stages &list, int64_t width);
 

@@ -88,6 +88,48 @@ LYR_INLINE void transform_on_stack(const scalar *in, scalar *out, const scalar *
     });
 }
 
+// The same for lanes along the columns, which become rows on their way to the stack; the last ones
+// stay in registers.
+template <class V, int A, int B, int S>
+LYR_INLINE void turned_on_stack(const scalar *in, scalar *out) {
+    constexpr int W = V::lanes, left = B - W;
+    static_assert(A % W == 0 && B % W == 0);
+    const scalar *twiddles = twiddles_of<W, B, A, S>.numbers;
+    alignas(64) scalar rows[2 * A * left];
+    V held[A];
+    unroll<B / W>(LYR_LAMBDA(auto c) {
+        V x[A];
+        unroll<A>(LYR_LAMBDA(auto q) { x[q] = V::load(in + 2 * (q * B + W * c)); });
+        butterfly<S>(x);
+        unroll<A / W>(LYR_LAMBDA(auto k) {
+            V block[W];
+            unroll<W>(LYR_LAMBDA(auto i) { block[i] = x[W * k + i]; });
+            transpose(block);
+            unroll<W>(LYR_LAMBDA(auto i) {
+                if constexpr (W * c < left)
+                    block[i].store(rows + 2 * ((W * c + i) * A + W * k));
+                else
+                    held[W * k + i] = block[i];
+            });
+        });
+        if constexpr (W * c < left) __asm__ volatile("" ::"r"(rows) : "memory");
+    });
+    unroll<A / W>(LYR_LAMBDA(auto r) {
+        V x[B];
+        unroll<B>(LYR_LAMBDA(auto j) {
+            if constexpr (j < left)
+                x[j] = V::load(rows + 2 * (j * A + W * r));
+            else
+                x[j] = held[W * r + j - left];
+            if constexpr (j > 0)
+                x[j] = cmul(x[j], V::tw_lanes(twiddles + (r * (B - 1) + j - 1) * 4 * W));
+        });
+        butterfly<S>(x);
+        unroll<B>(LYR_LAMBDA(auto p) { x[p].store(out + 2 * (p * A + W * r)); });
+        __asm__ volatile("" ::"r"(rows) : "memory");
+    });
+}
+
 // ---- Lists for the table ------------------------------------------------------------------------
 
 template <class V, int A, int B>
@@ -109,6 +151,15 @@ struct stack_rows_columns {
         transform_on_stack<V, A, B, S>(in, out,
                                        stack_twiddles_of<A, B, S, turned_tables<V>>.numbers);
     }
+};
+
+template <class V, int A, int B>
+struct turned_rows_columns {
+    template <int S>
+    static void batch(const scalar *in, scalar *out, int64_t h) {
+        for (; h > 0; --h, in += 2 * A * B, out += 2 * A * B) turned_on_stack<V, A, B, S>(in, out);
+    }
+    static constexpr dense_batch batches = {A * B, {batch<-1>, batch<+1>}};
 };
 
 }  // namespace

@@ -8,32 +8,37 @@ namespace lyr::LYR_ISA {
 namespace {
 
 template <class V>
-constexpr bool has_balanced = false;
+struct balanced_form {
+    static constexpr bool exists = false;
+    using type = V;
+};
+template <class V>
+using balanced = typename balanced_form<V>::type;
+template <class V>
+constexpr bool has_balanced = balanced_form<V>::exists;
 
 #if defined(__AVX2__) && !defined(LYRA_SINGLE)
 
-template <>
-inline constexpr bool has_balanced<vec2> = true;
-
-struct balanced : vec2 {
-    balanced() = default;
-    LYR_INLINE balanced(vec2 a) : vec2(a) {}
+struct balanced_vec2 : vec2 {
+    balanced_vec2() = default;
+    LYR_INLINE balanced_vec2(vec2 a) : vec2(a) {}
 };
-LYR_INLINE balanced operator-(balanced a, balanced b) {
+LYR_INLINE balanced_vec2 operator-(balanced_vec2 a, balanced_vec2 b) {
     __m256d one = _mm256_set1_pd(1.0);
     __asm__("" : "+x"(one));  // else the compiler subtracts
     return vec2{_mm256_fnmadd_pd(b.v, one, a.v)};
 }
-LYR_INLINE void transpose(balanced (&x)[2]) {
+LYR_INLINE void transpose(balanced_vec2 (&x)[2]) {
     vec2 block[2] = {x[0], x[1]};
     transpose(block);
     x[0] = block[0];
     x[1] = block[1];
 }
-
-#else
-
-using balanced = vec;
+template <>
+struct balanced_form<vec2> {
+    static constexpr bool exists = true;
+    using type = balanced_vec2;
+};
 
 #endif
 
