@@ -68,24 +68,14 @@ constexpr dense_batch list_for_four[] = {batch<Half, 3>,
                                          batch<Half, 12>,
                                          {}};
 
-// One transform after another, for one whose call would cost too much.
-template <class V, int A, int B, int S>
-[[maybe_unused]] void one_by_one(const scalar *in, scalar *out, int64_t h) {
-    for (; h > 0; --h) {
-        transform_in_registers<V, A, B, S>(whole_numbers{in, out});
-        in += 2 * A * B;
-        out += 2 * A * B;
-    }
-}
-// Those that adders are what they wait for; without balanced vectors an end of the list.
+// Others, as their unit transforms; those from 64 on as their stages. A list goes on behind 30 only
+// where there are balanced vectors.
 template <class V, int A, int B>
 constexpr dense_batch balanced_batch() {
-    if constexpr (!has_balanced<V>)
-        return {};
-    else if constexpr (A * B == 16)
-        return {16, {one_by_one<balanced<V>, A, B, -1>, one_by_one<balanced<V>, A, B, +1>}};
+    if constexpr (has_balanced<V>)
+        return batch_of<turned_rows_columns<balanced<V>, A, B>>;
     else
-        return turned_rows_columns<balanced<V>, A, B>::batches;
+        return {};
 }
 
 template <class V>
@@ -100,16 +90,34 @@ constexpr dense_batch list_for_two[] = {batch<V, 3>,
                                         batch<V, 11>,
                                         batch<V, 12>,
                                         batch<V, 13>,
-                                        balanced_batch<V, 4, 4>(),
+                                        batch_of<rows_columns<V, 2, 7>>,
+                                        batch_of<rows_columns<balanced<V>, 4, 4>>,
+                                        batch_of<rows_columns<V, 2, 9>>,
+                                        batch_of<rows_columns<balanced<V>, 2, 10>>,
+                                        batch_of<rows_columns<V, 7, 3>>,
+                                        batch_of<rows_columns<balanced<V>, 2, 12>>,
+                                        batch_of<rows_columns<V, 5, 5>>,
+                                        batch_of<rows_columns<V, 9, 3>>,
+                                        batch_of<rows_columns<V, 4, 7>>,
+                                        batch_of<rows_columns<V, 6, 5>>,
+                                        balanced_batch<V, 8, 4>(),
+                                        balanced_batch<V, 10, 4>(),
+                                        balanced_batch<V, 12, 4>(),
                                         balanced_batch<V, 8, 8>(),
                                         balanced_batch<V, 12, 6>(),
                                         balanced_batch<V, 10, 8>(),
                                         balanced_batch<V, 12, 8>(),
                                         {}};
 
+// Four lanes that are half a line.
+template <class V>
+constexpr dense_batch list_for_half_lines[] = {
+    batch<V, 3>, batch<V, 4>,  batch<V, 5>,  batch<V, 6>,  batch<V, 7>,  batch<V, 8>,
+    batch<V, 9>, batch<V, 10>, batch<V, 11>, batch<V, 12>, batch<V, 13>, {}};
+
 // Single lanes that move pairs of numbers.
 template <class V>
-constexpr dense_batch list_for_pairs[] = {stack_rows_columns<V, 8, 8>::batches, {}};
+constexpr dense_batch list_for_pairs[] = {batch_of<stack_rows_columns<V, 8, 8>>, {}};
 
 constexpr dense_batch no_list[] = {{}};
 
@@ -119,7 +127,9 @@ constexpr const dense_batch *choose() {
         return choose<typename V::half>();
     else if constexpr (V::lanes == line_complex)
         return list_for_four<V, typename V::half>;
-    else if constexpr (V::lanes > 1)
+    else if constexpr (V::lanes == 4)
+        return list_for_half_lines<V>;
+    else if constexpr (V::lanes == 2)
         return list_for_two<V>;
     else if constexpr (moves_pairs<V>)
         return list_for_pairs<V>;

@@ -3,7 +3,9 @@
 // of dense_3_64.cpp and registers_*.cpp, so that the results are the same, where all vectors of
 // outputs are full ones.
 #include "codelets/kernel/column_walk.h"
+#include "codelets/kernel/on_stack.h"
 #include "codelets/kernel/registers.h"
+#include "codelets/simd/balanced.h"
 
 namespace lyr::LYR_ISA {
 namespace {
@@ -54,22 +56,26 @@ void across(const scalar *in, scalar *out, int64_t h) {
 
 // One transform after another. Their inputs are called for in advance, which the processor would
 // not do for more than a few lines.
-template <class V, int A, int B, int S>
+template <class Length, int S>
 void one_by_one(const scalar *in, scalar *out, int64_t h) {
     constexpr int64_t ahead = 2048 / scalar_bytes, line = 2 * line_complex;
-    for (; h > 0; --h) {
-        for (int64_t k = 0; k < 2 * A * B; k += line) __builtin_prefetch(in + ahead + k);
-        transform_in_registers<V, A, B, S>(numbers_past{{in, out}});
-        in += 2 * A * B;
-        out += 2 * A * B;
+    constexpr int64_t numbers = 2 * Length::length;
+    for (; h > 0; --h, in += numbers, out += numbers) {
+        for (int64_t k = 0; k < numbers; k += line) __builtin_prefetch(in + ahead + k);
+        Length::template transform<S>(numbers_past{{in, out}});
     }
 }
+template <class Length>
+constexpr dense_batch batch_past = {Length::length,
+                                    {one_by_one<Length, -1>, one_by_one<Length, +1>}};
 
 template <class V, int R>
 [[maybe_unused]] constexpr dense_batch a = {R, {across<V, R, -1>, across<V, R, +1>}};
 template <class V, int A, int B>
-[[maybe_unused]] constexpr dense_batch ab = {A *B,
-                                             {one_by_one<V, A, B, -1>, one_by_one<V, A, B, +1>}};
+[[maybe_unused]] constexpr dense_batch ab = batch_past<rows_columns<V, A, B>>;
+template <class V, int A, int B>
+[[maybe_unused]] constexpr dense_batch balanced_ab =
+    batch_past<turned_rows_columns<balanced<V>, A, B>>;
 
 template <class V>
 constexpr dense_batch list_for_four[] = {a<V, 4>,       a<V, 8>,      a<V, 12>,      ab<V, 4, 4>,
@@ -92,6 +98,25 @@ constexpr dense_batch list_for_two[] = {
     a<V, 4>,     a<V, 6>,      a<V, 8>,      a<V, 10>,     a<V, 12>,    ab<V, 4, 4>,
     ab<V, 2, 9>, ab<V, 2, 10>, ab<V, 2, 12>, ab<V, 4, 7>,  ab<V, 6, 5>, ab<V, 4, 8>,
     ab<V, 6, 6>, ab<V, 4, 10>, ab<V, 6, 7>,  ab<V, 12, 4>, {}};
+
+template <class V>
+constexpr dense_batch list_for_balanced[] = {a<V, 4>,
+                                             a<V, 6>,
+                                             a<V, 8>,
+                                             a<V, 10>,
+                                             a<V, 12>,
+                                             ab<V, 4, 4>,
+                                             ab<V, 2, 9>,
+                                             ab<V, 2, 10>,
+                                             ab<V, 2, 12>,
+                                             ab<V, 4, 7>,
+                                             ab<V, 6, 5>,
+                                             balanced_ab<V, 8, 4>,
+                                             ab<V, 6, 6>,
+                                             balanced_ab<V, 10, 4>,
+                                             ab<V, 6, 7>,
+                                             balanced_ab<V, 12, 4>,
+                                             {}};
 
 // Half vectors where they are better in the caches, too.
 template <class V, class Half>
@@ -121,6 +146,8 @@ constexpr const dense_batch *choose() {
         return list_for_half_lines<V>;
     else if constexpr (V::lanes == 4)
         return list_for_four<V>;
+    else if constexpr (has_balanced<V>)
+        return list_for_balanced<V>;
     else
         return list_for_two<V>;
 }

@@ -1,6 +1,7 @@
 #include "codelets/kernel/on_stack.h"
 #include "codelets/kernel/registers.h"
 #include "codelets/kernel/streams.h"
+#include "codelets/simd/balanced.h"
 
 namespace lyr::LYR_ISA {
 namespace {
@@ -12,6 +13,8 @@ template <class V>
 struct choice {
     template <int A, int B>
     using ab = rows_columns<V, A, B>;
+    template <int A, int B>
+    using turned = turned_rows_columns<balanced<V>, A, B>;
 
     static constexpr const unit_transform *list() {
         if constexpr (V::lanes == 8) return list_of_eight();
@@ -28,6 +31,9 @@ struct choice {
                              ab<6, 9>, ab<8, 7>, ab<6, 10>, ab<16, 4>, ab<12, 6>, ab<8, 10>,
                              ab<12, 8>, ab<10, 10>, ab<9, 12>, ab<16, 7>, ab<12, 10>, ab<16, 8>,
                              ab<12, 12>>;
+        if constexpr (has_balanced<V>)
+            return unit_list<turned<8, 4>, ab<7, 5>, ab<6, 6>, turned<10, 4>, ab<6, 7>, ab<9, 5>,
+                             turned<12, 4>>;
         if constexpr (V::lanes == 2)
             return unit_list<ab<4, 8>, ab<7, 5>, ab<6, 6>, ab<4, 10>, ab<6, 7>, ab<9, 5>,
                              ab<12, 4>>;

@@ -90,8 +90,8 @@ LYR_INLINE void transform_on_stack(const scalar *in, scalar *out, const scalar *
 
 // The same for lanes along the columns, which become rows on their way to the stack; the last ones
 // stay in registers.
-template <class V, int A, int B, int S>
-LYR_INLINE void turned_on_stack(const scalar *in, scalar *out) {
+template <class V, int A, int B, int S, class Memory>
+LYR_INLINE void turned_on_stack(const Memory &memory) {
     constexpr int W = V::lanes, left = B - W;
     static_assert(A % W == 0 && B % W == 0);
     const scalar *twiddles = twiddles_of<W, B, A, S>.numbers;
@@ -99,7 +99,7 @@ LYR_INLINE void turned_on_stack(const scalar *in, scalar *out) {
     V held[A];
     unroll<B / W>(LYR_LAMBDA(auto c) {
         V x[A];
-        unroll<A>(LYR_LAMBDA(auto q) { x[q] = V::load(in + 2 * (q * B + W * c)); });
+        unroll<A>(LYR_LAMBDA(auto q) { x[q] = memory.template load<V, W>(q * B + W * c); });
         butterfly<S>(x);
         unroll<A / W>(LYR_LAMBDA(auto k) {
             V block[W];
@@ -125,7 +125,7 @@ LYR_INLINE void turned_on_stack(const scalar *in, scalar *out) {
                 x[j] = cmul(x[j], V::tw_lanes(twiddles + (r * (B - 1) + j - 1) * 4 * W));
         });
         butterfly<S>(x);
-        unroll<B>(LYR_LAMBDA(auto p) { x[p].store(out + 2 * (p * A + W * r)); });
+        unroll<B>(LYR_LAMBDA(auto p) { memory.template store<W>(x[p], p * A + W * r); });
         __asm__ volatile("" ::"r"(rows) : "memory");
     });
 }
@@ -137,29 +137,21 @@ struct stack_rows_columns {
     static constexpr int length = A * B;
 
     template <int S>
-    static void batch(const scalar *in, scalar *out, int64_t h) {
+    LYR_INLINE static void transform(const whole_numbers &memory) {
         const scalar *twiddles = stack_twiddles_of<A, B, S, turned_tables<V>>.numbers;
-        for (; h > 0; --h, in += 2 * A * B, out += 2 * A * B) {
-            __asm__("" : "+r"(twiddles));  // no hoisting to the stack
-            transform_on_stack<V, A, B, S>(in, out, twiddles);
-        }
-    }
-    static constexpr dense_batch batches = {length, {batch<-1>, batch<+1>}};
-
-    template <int S>
-    static void run(const plan *, scalar *in, scalar *out, scalar *) {
-        transform_on_stack<V, A, B, S>(in, out,
-                                       stack_twiddles_of<A, B, S, turned_tables<V>>.numbers);
+        __asm__("" : "+r"(twiddles));  // no hoisting to the stack
+        transform_on_stack<V, A, B, S>(memory.in, memory.out, twiddles);
     }
 };
 
 template <class V, int A, int B>
 struct turned_rows_columns {
-    template <int S>
-    static void batch(const scalar *in, scalar *out, int64_t h) {
-        for (; h > 0; --h, in += 2 * A * B, out += 2 * A * B) turned_on_stack<V, A, B, S>(in, out);
+    static constexpr int length = A * B;
+
+    template <int S, class Memory>
+    LYR_INLINE static void transform(const Memory &memory) {
+        turned_on_stack<V, A, B, S>(memory);
     }
-    static constexpr dense_batch batches = {A * B, {batch<-1>, batch<+1>}};
 };
 
 }  // namespace

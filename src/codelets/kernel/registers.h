@@ -43,11 +43,17 @@ struct whole_numbers {
 
     template <class V, int N>
     LYR_INLINE V load(int i) const {
-        return V::template load_first<N>(in + 2 * i);
+        if constexpr (N == V::lanes)
+            return V::load(in + 2 * i);
+        else
+            return V::template load_first<N>(in + 2 * i);
     }
     template <int N, class V>
     LYR_INLINE void store(V x, int i) const {
-        x.template store_first<N>(out + 2 * i);
+        if constexpr (N == V::lanes)
+            x.store(out + 2 * i);
+        else
+            x.template store_first<N>(out + 2 * i);
     }
 };
 
@@ -91,22 +97,35 @@ template <class V, int A, int B>
 struct rows_columns {
     static constexpr int length = A * B;
 
-    template <int S>
-    static void run(const plan *, scalar *in, scalar *out, scalar *) {
+    template <int S, class Memory>
+    LYR_INLINE static void transform(const Memory &memory) {
         if constexpr (A > 1) {
-            transform_in_registers<V, A, B, S>(whole_numbers{in, out});
+            transform_in_registers<V, A, B, S>(memory);
         } else {
             vec1 x[B];
-            unroll<B>(LYR_LAMBDA(auto q) { x[q] = vec1::load(in + 2 * q); });
+            unroll<B>(LYR_LAMBDA(auto q) { x[q] = memory.template load<vec1, 1>(q); });
             butterfly<S>(x);
-            unroll<B>(LYR_LAMBDA(auto p) { x[p].store(out + 2 * p); });
+            unroll<B>(LYR_LAMBDA(auto p) { memory.template store<1>(x[p], p); });
         }
     }
 };
 
+template <class Length, int S>
+void run_one(const plan *, scalar *in, scalar *out, scalar *) {
+    Length::template transform<S>(whole_numbers{in, out});
+}
+
+template <class Length, int S>
+void run_batch(const scalar *in, scalar *out, int64_t h) {
+    for (; h > 0; --h, in += 2 * Length::length, out += 2 * Length::length)
+        Length::template transform<S>(whole_numbers{in, out});
+}
+template <class Length>
+constexpr dense_batch batch_of = {Length::length, {run_batch<Length, -1>, run_batch<Length, +1>}};
+
 template <class... Lengths>
 constexpr unit_transform unit_list[] = {
-    {Lengths::length, {Lengths::template run<-1>, Lengths::template run<+1>}}..., {}};
+    {Lengths::length, {run_one<Lengths, -1>, run_one<Lengths, +1>}}..., {}};
 
 }  // namespace
 }  // namespace lyr::LYR_ISA
