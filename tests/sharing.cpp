@@ -148,9 +148,9 @@ constexpr const char *shared_problems[] = {"ocf1*5",
                                            "icf16:1:1*9:16:17",
                                            "ok60e10:2:2",
                                            "ok61e10:2:2"};
-constexpr const char *shared_on_threads[] = {"ocf64*100",  "ocf16384",    "icb60*50i",
-                                             "orf1000*17", "orb40x50",    "irf131072",
-                                             "oscf48x48",  "ocf1001*20i", "irb131072"};
+constexpr const char *shared_on_threads[] = {
+    "ocf64*100", "ocf16384",    "icb60*50i", "orf1000*17",    "orb40x50", "irf131072",
+    "oscf48x48", "ocf1001*20i", "irb131072", "orf177147:2:1", "irb177147"};
 
 void collect_executors(const lyr::plan *p, std::set<std::string> &names) {
     names.insert(p->execute_name);
@@ -201,6 +201,7 @@ TEST(sharing, every_executor) {
                              "execute_1d_c2r_discrete",
                              "execute_1d_c2r_multithread",
                              "execute_1d_c2r_odd",
+                             "execute_1d_c2r_odd_multithread",
                              "execute_1d_discrete",
                              "execute_1d_prime_bluestein",
                              "execute_1d_prime_bluestein_discrete",
@@ -210,6 +211,7 @@ TEST(sharing, every_executor) {
                              "execute_1d_r2c_discrete",
                              "execute_1d_r2c_multithread",
                              "execute_1d_r2c_odd",
+                             "execute_1d_r2c_odd_multithread",
                              "execute_1d_rader",
                              "execute_1d_rader_discrete",
                              "execute_1d_turned_multithread",

@@ -42,28 +42,56 @@ void execute_1d_c2r_discrete(const plan *p, scalar *in, scalar *out, scalar *scr
     for (int64_t j = 0; j < n; ++j) out[j * os] = work[j];
 }
 
-// The imaginary part of the first number counts for nothing; not even its rounding errors, or that
-// it may be infinite.
-void execute_1d_c2r_odd(const plan *p, scalar *in, scalar *out, scalar *scratch) {
-    const plan *child = p->children;
-    scalar *work = scratch;
+// Items are pairs of numbers, the first one k = 1.
+void mirror(const plan *p, const scalar *in, scalar *work, int64_t first, int64_t last) {
     const auto [n, is, os] = p->dims[0];
-    work[0] = in[0];
-    work[1] = 0;
-    for (int64_t k = 1; k <= n / 2; ++k) {
+    for (int64_t k = first + 1; k < last + 1; ++k) {
         const scalar re = in[2 * k * is], im = in[2 * k * is + 1];
         work[2 * k] = work[2 * (n - k)] = re;
         work[2 * k + 1] = im;
         work[2 * (n - k) + 1] = -im;
     }
-    child->execute_fn(child, work, work, scratch_below(p, scratch));
-    for (int64_t j = 0; j < n; ++j) out[j * os] = work[2 * j];
 }
 
-constexpr real_executors executors = {execute_1d_c2r,       execute_1d_c2r_discrete,
-                                      execute_1d_c2r_odd,   execute_1d_c2r_multithread,
-                                      "execute_1d_c2r",     "execute_1d_c2r_discrete",
-                                      "execute_1d_c2r_odd", "execute_1d_c2r_multithread"};
+void keep_real(const plan *p, const scalar *work, scalar *out, int64_t first, int64_t last) {
+    const int64_t os = p->dims[0].os;
+    for (int64_t j = first; j < last; ++j) out[j * os] = work[2 * j];
+}
+
+// The imaginary part of the first number counts for nothing; not even its rounding errors, or that
+// it may be infinite.
+void execute_1d_c2r_odd(const plan *p, scalar *in, scalar *out, scalar *scratch) {
+    const plan *child = p->children;
+    const int64_t n = p->dims[0].n;
+    scalar *work = scratch;
+    work[0] = in[0];
+    work[1] = 0;
+    mirror(p, in, work, 0, n / 2);
+    child->execute_fn(child, work, work, scratch_below(p, scratch));
+    keep_real(p, work, out, 0, n);
+}
+
+void execute_1d_c2r_odd_multithread(const plan *p, scalar *in, scalar *out, scalar *scratch) {
+    const plan *child = p->children;
+    const int64_t n = p->dims[0].n;
+    scalar *work = scratch;
+    work[0] = in[0];
+    work[1] = 0;
+    run_copy_threaded(p, mirror, in, work, n / 2);
+    child->execute_fn(child, work, work, scratch_below(p, scratch));
+    run_copy_threaded(p, keep_real, work, out, n);
+}
+
+constexpr real_executors executors = {execute_1d_c2r,
+                                      execute_1d_c2r_discrete,
+                                      execute_1d_c2r_odd,
+                                      execute_1d_c2r_multithread,
+                                      execute_1d_c2r_odd_multithread,
+                                      "execute_1d_c2r",
+                                      "execute_1d_c2r_discrete",
+                                      "execute_1d_c2r_odd",
+                                      "execute_1d_c2r_multithread",
+                                      "execute_1d_c2r_odd_multithread"};
 
 }  // namespace
 

@@ -50,6 +50,11 @@ bool allocate_tables(plan *p, int64_t h) {
     return true;
 }
 
+void share_elements(plan *p, int64_t count) {
+    p->nthreads = threads_for_plan(p->nthreads);
+    affinity_set_once(count / p->nthreads < spread_elements ? affinity_close : affinity_spread);
+}
+
 bool make_complex_child(plan *p, int64_t n, scalar *in, scalar *out) {
     p->nchildren = 1;
     p->children = plan_alloc_children(1);
@@ -105,6 +110,11 @@ int build_half_size(plan *p, const real_executors &executors) {
     if (n % 2 != 0) {
         p->execute_fn = executors.odd;
         p->execute_name = executors.odd_name;
+        if (p->nthreads >= 2 && n >= shortest_threaded) {
+            p->execute_fn = executors.odd_threaded;
+            p->execute_name = executors.odd_threaded_name;
+            share_elements(p, n);
+        }
         p->work_bytes = static_cast<uint64_t>(n) * complex_bytes;
         scalar *work = scratch_array(p);
         return make_complex_child(p, n, work, work) ? plan_solve(p->children) : -1;
@@ -121,8 +131,7 @@ int build_half_size(plan *p, const real_executors &executors) {
     if (threaded) {
         p->execute_fn = executors.threaded;
         p->execute_name = executors.threaded_name;
-        p->nthreads = threads_for_plan(p->nthreads);
-        affinity_set_once(h / p->nthreads < spread_elements ? affinity_close : affinity_spread);
+        share_elements(p, h);
     }
     scalar *to = unit_strides(p) ? p->out : scratch_array(p);
     scalar *from = unit_strides(p) && p->kind == kind_r2c ? p->in : to;
@@ -162,12 +171,32 @@ void run_chunk(const pool_task *task) {
     run_real_pass(pass->p, pass->in, 1, pass->out, 1, before + 1, last);
 }
 
+struct shared_copy {
+    const plan *p;
+    odd_copy copy;
+    const scalar *from;
+    scalar *to;
+    int64_t count;
+};
+
+void copy_chunk(const pool_task *task) {
+    const auto &[p, copy, from, to, count] = *static_cast<const shared_copy *>(task->arg);
+    const int64_t first = task->index * task->chunk, last = first + task->chunk;
+    copy(p, from, to, first, last < count ? last : count);
+}
+
 }  // namespace
 
 void run_real_pass_threaded(const plan *p, const scalar *in, scalar *out) {
     shared_pass pass = {p, in, out};
     const int64_t pairs = p->dims[0].n / 4;
     thread_pool_run(pairs, p->nthreads, chunk_align(pairs, p->nthreads), run_chunk, &pass);
+}
+
+void run_copy_threaded(const plan *p, odd_copy copy, const scalar *from, scalar *to,
+                       int64_t count) {
+    shared_copy shared = {p, copy, from, to, count};
+    thread_pool_run(count, p->nthreads, chunk_align(count, p->nthreads), copy_chunk, &shared);
 }
 
 }  // namespace lyr

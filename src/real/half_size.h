@@ -11,8 +11,8 @@ namespace lyr {
 
 // The executors of one direction.
 struct real_executors {
-    executor unit, discrete, odd, threaded;
-    const char *unit_name, *discrete_name, *odd_name, *threaded_name;
+    executor unit, discrete, odd, threaded, odd_threaded;
+    const char *unit_name, *discrete_name, *odd_name, *threaded_name, *odd_threaded_name;
 };
 
 // Fills aux, the child and the executor of a one-dimensional problem, and reserves scratch:
@@ -21,8 +21,9 @@ struct real_executors {
 //            transforms h complex numbers: out of place only from a real input of stride 1, or
 //            to a real output of stride 1 from scratch memory where that gains;
 //            scratch: h complex numbers then, and when a stride is not 1
-// Long transforms of stride 1 whose plan may use threads get the threaded executor, and the thread
-// count that it has to use. Returns 0, -1 without memory, or what the planner says of the child.
+// Long transforms whose plan may use threads get the threaded executors, those of even n where the
+// strides are 1, and the thread count that these have to use. Returns 0, -1 without memory, or what
+// the planner says of the child.
 int build_half_size(plan *p, const real_executors &executors);
 
 // Writes the table of a pass (codelets/real_pass.h), forward with sign -1: ceil(h/2) numbers.
@@ -39,5 +40,12 @@ void run_real_pass(const plan *p, const scalar *in, int64_t in_step, scalar *out
 // The same for all pairs, shared among the threads of a plan with the threaded executor. Steps
 // are 1.
 void run_real_pass_threaded(const plan *p, const scalar *in, scalar *out);
+
+// Copies items first..last-1 between an array of the user and the scratch of an odd plan.
+using odd_copy = void (*)(const plan *p, const scalar *from, scalar *to, int64_t first,
+                          int64_t last);
+
+// The same for `count` items, shared among the threads of the plan.
+void run_copy_threaded(const plan *p, odd_copy copy, const scalar *from, scalar *to, int64_t count);
 
 }  // namespace lyr

@@ -46,26 +46,52 @@ void execute_1d_r2c_discrete(const plan *p, scalar *in, scalar *out, scalar *scr
     finish(p, work, out, os);
 }
 
-void execute_1d_r2c_odd(const plan *p, scalar *in, scalar *out, scalar *scratch) {
-    const plan *child = p->children;
-    scalar *work = scratch;
-    const auto [n, is, os] = p->dims[0];
-    for (int64_t j = 0; j < n; ++j) {
+void widen(const plan *p, const scalar *in, scalar *work, int64_t first, int64_t last) {
+    const int64_t is = p->dims[0].is;
+    for (int64_t j = first; j < last; ++j) {
         work[2 * j] = in[j * is];
         work[2 * j + 1] = 0;
     }
-    child->execute_fn(child, work, work, scratch_below(p, scratch));
-    work[1] = 0;
-    for (int64_t k = 0; k <= n / 2; ++k) {
+}
+
+void keep_half(const plan *p, const scalar *work, scalar *out, int64_t first, int64_t last) {
+    const int64_t os = p->dims[0].os;
+    for (int64_t k = first; k < last; ++k) {
         out[2 * k * os] = work[2 * k];
         out[2 * k * os + 1] = work[2 * k + 1];
     }
 }
 
-constexpr real_executors executors = {execute_1d_r2c,       execute_1d_r2c_discrete,
-                                      execute_1d_r2c_odd,   execute_1d_r2c_multithread,
-                                      "execute_1d_r2c",     "execute_1d_r2c_discrete",
-                                      "execute_1d_r2c_odd", "execute_1d_r2c_multithread"};
+void execute_1d_r2c_odd(const plan *p, scalar *in, scalar *out, scalar *scratch) {
+    const plan *child = p->children;
+    const int64_t n = p->dims[0].n;
+    scalar *work = scratch;
+    widen(p, in, work, 0, n);
+    child->execute_fn(child, work, work, scratch_below(p, scratch));
+    work[1] = 0;
+    keep_half(p, work, out, 0, n / 2 + 1);
+}
+
+void execute_1d_r2c_odd_multithread(const plan *p, scalar *in, scalar *out, scalar *scratch) {
+    const plan *child = p->children;
+    const int64_t n = p->dims[0].n;
+    scalar *work = scratch;
+    run_copy_threaded(p, widen, in, work, n);
+    child->execute_fn(child, work, work, scratch_below(p, scratch));
+    work[1] = 0;
+    run_copy_threaded(p, keep_half, work, out, n / 2 + 1);
+}
+
+constexpr real_executors executors = {execute_1d_r2c,
+                                      execute_1d_r2c_discrete,
+                                      execute_1d_r2c_odd,
+                                      execute_1d_r2c_multithread,
+                                      execute_1d_r2c_odd_multithread,
+                                      "execute_1d_r2c",
+                                      "execute_1d_r2c_discrete",
+                                      "execute_1d_r2c_odd",
+                                      "execute_1d_r2c_multithread",
+                                      "execute_1d_r2c_odd_multithread"};
 
 }  // namespace
 
