@@ -66,8 +66,8 @@ void one_by_one(const scalar *in, scalar *out, int64_t h) {
     }
 }
 template <class Length>
-constexpr dense_batch batch_past = {Length::length,
-                                    {one_by_one<Length, -1>, one_by_one<Length, +1>}};
+[[maybe_unused]] constexpr dense_batch batch_past = {
+    Length::length, {one_by_one<Length, -1>, one_by_one<Length, +1>}};
 
 template <class V, int R>
 [[maybe_unused]] constexpr dense_batch a = {R, {across<V, R, -1>, across<V, R, +1>}};
