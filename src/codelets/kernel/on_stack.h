@@ -1,5 +1,5 @@
 // Transforms without gaps of n = A*B numbers, A and B even, in two steps with the stack between
-// them: what registers.h does, for single lanes and more numbers than there are registers. Numbers
+// them: what registers.h does, for more numbers than there are registers. With single lanes numbers
 // move in pairs, and the last two columns stay in registers.
 #pragma once
 
@@ -88,8 +88,9 @@ LYR_INLINE void transform_on_stack(const scalar *in, scalar *out, const scalar *
     });
 }
 
-// The same for lanes along the columns, which become rows on their way to the stack; the last ones
-// stay in registers.
+// The same for several lanes, which run along the columns. These become rows on their way to the
+// stack; the last ones stay in registers. One butterfly after the other, or compilers would keep
+// the numbers of several for lack of registers on the stack.
 template <class V, int A, int B, int S, class Memory>
 LYR_INLINE void turned_on_stack(const Memory &memory) {
     constexpr int W = V::lanes, left = B - W;
