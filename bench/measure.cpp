@@ -243,6 +243,28 @@ void time_plans(const std::vector<engine> &list, const measure_options &options,
     }
 }
 
+bool crosses_page(const lyr_tools::guarded_array &a) {
+    constexpr uintptr_t page = 4096;
+    const auto first = reinterpret_cast<uintptr_t>(a.data),
+               length = static_cast<uintptr_t>(a.count) * sizeof *a.data;
+    return length <= page && first % page + length > page;
+}
+
+// An access across two pages takes several times as long, and whether short arrays have one would
+// depend on what the heap was used for before: those that do are left where they are and allocated
+// once more.
+bool make_arrays(const problem &p, lyr_tools::buffers &arrays, std::string &error) {
+    constexpr int attempts = 64;
+    std::vector<lyr_tools::buffers> left;
+    for (int i = 1;; ++i) {
+        if (!lyr_tools::make_buffers(p, {.seed = seed}, arrays, error)) return false;
+        if (i == attempts || std::none_of(arrays.arrays.begin(), arrays.arrays.end(), crosses_page))
+            return true;
+        left.push_back(std::move(arrays));
+        arrays = {};
+    }
+}
+
 }  // namespace
 
 measurement measure(const bench_problem &what, const std::vector<engine> &list,
@@ -258,10 +280,7 @@ measurement measure(const bench_problem &what, const std::vector<engine> &list,
     s.p = &p;
     s.threads = what.threads;
     s.plans.resize(list.size());
-    // An access across two pages takes several times as long, and whether a short array has one
-    // would depend on what the heap was used for before.
-    const lyr_tools::buffer_options arrays = {.seed = seed, .within_page = true};
-    if (!lyr_tools::make_buffers(p, arrays, s.arrays, m.failure)) return m;
+    if (!make_arrays(p, s.arrays, m.failure)) return m;
     make_plans(list, options, s, m);
     m.failure = compare_results(list, s);
     if (m.failure.empty()) time_plans(list, options, s, m);

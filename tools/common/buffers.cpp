@@ -41,20 +41,13 @@ scalar uniform(uint64_t &state) {
 }
 
 bool allocate(int64_t count, const buffer_options &options, guarded_array &a) {
-    constexpr uintptr_t page = 4096;
-    const size_t bytes = static_cast<size_t>(count + 2 * options.guard) * sizeof(scalar) + 128 +
-                         (options.within_page ? page : 0);
+    const size_t bytes = static_cast<size_t>(count + 2 * options.guard) * sizeof(scalar) + 128;
     auto *block = static_cast<unsigned char *>(std::calloc(bytes, 1));
     if (block == nullptr) return false;
     a.block = {block, std::free};
     const auto start =
         reinterpret_cast<uintptr_t>(reinterpret_cast<scalar *>(block) + options.guard);
-    uintptr_t aligned = (start + 63) / 64 * 64 + (options.misaligned ? sizeof(scalar) : 0);
-    if (options.within_page) {
-        const uintptr_t rest = page - aligned % page;
-        const auto length = static_cast<uintptr_t>(count) * sizeof(scalar);
-        if (rest < length && length <= page) aligned += rest;
-    }
+    const uintptr_t aligned = (start + 63) / 64 * 64 + (options.misaligned ? sizeof(scalar) : 0);
     a.data = reinterpret_cast<scalar *>(aligned);
     a.count = count;
     a.guard = options.guard;

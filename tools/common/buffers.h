@@ -16,10 +16,9 @@ using lyr::scalar;
 
 struct buffer_options {
     uint64_t seed = 1;
-    int64_t guard = 64;        // numbers before and after each array
-    bool misaligned = false;   // one number off the 64-byte boundary
-    bool within_page = false;  // arrays of a page or less lie in one
-    bool tracked = true;       // fill the arrays and remember what they held, for checking
+    int64_t guard = 64;       // numbers before and after each array
+    bool misaligned = false;  // one number off the 64-byte boundary
+    bool tracked = true;      // fill the arrays and remember what they held, for checking
 };
 
 // One array of real numbers between two guard zones.
