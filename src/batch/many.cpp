@@ -4,7 +4,7 @@
 #include "batch/copy_transpose.h"
 #include "codelets/select.h"
 #include "codelets/stage_pairs.h"
-#include "dft/stages.h"
+#include "dft/slabs.h"
 #include "planner/cache_sizes.h"
 #include "planner/places.h"
 #include "planner/registry.h"

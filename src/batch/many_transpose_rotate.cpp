@@ -16,7 +16,7 @@
 #include "batch/copy_transpose.h"
 #include "batch/slab_batch.h"
 #include "dft/four_step.h"
-#include "dft/stages.h"
+#include "dft/slabs.h"
 #include "planner/registry.h"
 #include "threads/pool.h"
 

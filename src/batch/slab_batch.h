@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "dft/stages.h"
+#include "dft/slabs.h"
 #include "planner/plan.h"
 
 namespace lyr {

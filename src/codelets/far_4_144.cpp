@@ -73,9 +73,15 @@ template <class V, int R>
 [[maybe_unused]] constexpr dense_batch a = {R, {across<V, R, -1>, across<V, R, +1>}};
 template <class V, int A, int B>
 [[maybe_unused]] constexpr dense_batch ab = batch_past<rows_columns<V, A, B>>;
-template <class V, int A, int B>
-[[maybe_unused]] constexpr dense_batch balanced_ab =
-    batch_past<turned_rows_columns<balanced<V>, A, B>>;
+// C rows of D numbers turned with balanced vectors where there are such, else A of B.
+template <class V, int A, int B, int C, int D>
+constexpr dense_batch balanced_or() {
+    static_assert(A * B == C * D);
+    if constexpr (has_balanced<V>)
+        return batch_past<turned_rows_columns<balanced<V>, C, D>>;
+    else
+        return ab<V, A, B>;
+}
 
 template <class V>
 constexpr dense_batch list_for_four[] = {a<V, 4>,       a<V, 8>,      a<V, 12>,      ab<V, 4, 4>,
@@ -94,29 +100,23 @@ constexpr dense_batch list_for_half_lines[] = {
     ab<V, 12, 9>, ab<V, 12, 10>, ab<V, 16, 8>, ab<V, 12, 12>, {}};
 
 template <class V>
-constexpr dense_batch list_for_two[] = {
-    a<V, 4>,     a<V, 6>,      a<V, 8>,      a<V, 10>,     a<V, 12>,    ab<V, 4, 4>,
-    ab<V, 2, 9>, ab<V, 2, 10>, ab<V, 2, 12>, ab<V, 4, 7>,  ab<V, 6, 5>, ab<V, 4, 8>,
-    ab<V, 6, 6>, ab<V, 4, 10>, ab<V, 6, 7>,  ab<V, 12, 4>, {}};
-
-template <class V>
-constexpr dense_batch list_for_balanced[] = {a<V, 4>,
-                                             a<V, 6>,
-                                             a<V, 8>,
-                                             a<V, 10>,
-                                             a<V, 12>,
-                                             ab<V, 4, 4>,
-                                             ab<V, 2, 9>,
-                                             ab<V, 2, 10>,
-                                             ab<V, 2, 12>,
-                                             ab<V, 4, 7>,
-                                             ab<V, 6, 5>,
-                                             balanced_ab<V, 8, 4>,
-                                             ab<V, 6, 6>,
-                                             balanced_ab<V, 10, 4>,
-                                             ab<V, 6, 7>,
-                                             balanced_ab<V, 12, 4>,
-                                             {}};
+constexpr dense_batch list_for_two[] = {a<V, 4>,
+                                        a<V, 6>,
+                                        a<V, 8>,
+                                        a<V, 10>,
+                                        a<V, 12>,
+                                        ab<V, 4, 4>,
+                                        ab<V, 2, 9>,
+                                        ab<V, 2, 10>,
+                                        ab<V, 2, 12>,
+                                        ab<V, 4, 7>,
+                                        ab<V, 6, 5>,
+                                        balanced_or<V, 4, 8, 8, 4>(),
+                                        ab<V, 6, 6>,
+                                        balanced_or<V, 4, 10, 10, 4>(),
+                                        ab<V, 6, 7>,
+                                        balanced_or<V, 12, 4, 12, 4>(),
+                                        {}};
 
 // Half vectors where they are better in the caches, too.
 template <class V, class Half>
@@ -146,8 +146,6 @@ constexpr const dense_batch *choose() {
         return list_for_half_lines<V>;
     else if constexpr (V::lanes == 4)
         return list_for_four<V>;
-    else if constexpr (has_balanced<V>)
-        return list_for_balanced<V>;
     else
         return list_for_two<V>;
 }

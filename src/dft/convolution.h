@@ -9,7 +9,7 @@
 #pragma once
 
 #include "codelets/select.h"
-#include "dft/stages.h"
+#include "dft/slabs.h"
 #include "dft/wide.h"
 
 namespace lyr {

@@ -6,7 +6,7 @@
 #include "api/memory.h"
 #include "dft/c2c_1d_large.h"
 #include "dft/factorize.h"
-#include "dft/stages.h"
+#include "dft/slabs.h"
 #include "dft/twiddle.h"
 #include "planner/cache_sizes.h"
 
