@@ -200,7 +200,7 @@ LIMITS = """## What this does not show
 - Other machines: ratios depend on the processor, its caches and memory. Sections of different vector
   targets may come from different machines.
 - The first execution, or data that comes from elsewhere: arrays and tables that fit the caches are
-  in them, and arrays are aligned.
+  in them, arrays are aligned, and those of less than a page lie within one.
 - FFTW's patient mode, FFTW with saved wisdom, or with more time to plan than the limit named below.
 - Memory use, and strides and layouts beside those listed.
 - Small differences: two runs differ by some per cent at single problems, by more at those of
