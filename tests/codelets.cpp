@@ -9,7 +9,7 @@
 #include "codelets/select.h"
 #include "codelets/stage_costs.h"
 #include "codelets/stage_pairs.h"
-#include "dft/stages.h"
+#include "dft/slabs.h"
 #include "dft/twiddle.h"
 #include "support.h"
 

@@ -162,6 +162,7 @@ TEST(choice, registry_order) {
         "solve_problem_c2c_1d_large",
         "solve_problem_dft_direct",
         "solve_problem_c2c_1d",
+        "solve_problem_odd_real_large",
         "solve_problem_r2c_1d",
         "solve_problem_c2r_1d",
         "solve_problem_r2hc_1d",

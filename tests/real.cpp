@@ -98,7 +98,8 @@ TEST(real, every_length_in_every_layout_with_every_table) {
 TEST(real, long_lengths) {
     for (const lyr::codelet_table *table : all_tables()) {
         const with_table active(table);
-        for (const int64_t n : {1536, 2048, 3375, 4098, 5000, 10007, 16384, 30030, 65536, 100000}) {
+        for (const int64_t n :
+             {1536, 2048, 2835, 3375, 4098, 5000, 10007, 16384, 30030, 65536, 78125, 100000}) {
             if (n * test_scale > 100000) continue;
             for (const transform kind : directions) {
                 check_problem(line_problem(kind, n, layouts[0]), false, 1);
@@ -118,10 +119,14 @@ TEST(real, executors) {
         {"irf1000:2:1", ": execute_1d_r2c_discrete\n"},
         {"orf1001", ": execute_1d_r2c_odd\n"},
         {"orf1001:2:3", ": execute_1d_r2c_odd\n"},
+        {"irf78125", ": execute_odd_real_large\n"},
+        {"orf78125:1:2", ": execute_1d_r2c_odd\n"},
         {"orb66", ": execute_1d_c2r\n"},
         {"orb1000", ": execute_1d_c2r\n"},
         {"orb1000:3:1", ": execute_1d_c2r_discrete\n"},
         {"orb1001", ": execute_1d_c2r_odd\n"},
+        {"orb78125", ": execute_odd_real_large\n"},
+        {"orb20001", ": execute_1d_c2r_odd\n"},
         {"orb10x12", ": execute_c2r_multidimension\n"},
         {"orf10x12", ": execute_multidimension\n"},
         {"orf500*9i", ": execute_r2c_many\n"},
@@ -154,6 +159,8 @@ TEST(real, threads) {
         {"orf131070", ": execute_1d_r2c\n"},
         {"orb20000:2:1", ": execute_1d_c2r_discrete\n"},
         {"orf20001", ": execute_1d_r2c_odd\n"},
+        {"orf177147", ": execute_odd_real_large\n"},
+        {"irb177147", ": execute_odd_real_large\n"},
         {"orb60x63", ": execute_c2r_multidimension\n"},
         {"irb64x60", ": execute_c2r_multidimension_inplace\n"},
         {"orf40x30x20", ": execute_multidimension\n"},

@@ -149,8 +149,8 @@ constexpr const char *shared_problems[] = {"ocf1*5",
                                            "ok60e10:2:2",
                                            "ok61e10:2:2"};
 constexpr const char *shared_on_threads[] = {
-    "ocf64*100", "ocf16384",    "icb60*50i", "orf1000*17",    "orb40x50", "irf131072",
-    "oscf48x48", "ocf1001*20i", "irb131072", "orf177147:2:1", "irb177147"};
+    "ocf64*100", "ocf16384",    "icb60*50i", "orf1000*17",    "orb40x50",      "irf131072",
+    "oscf48x48", "ocf1001*20i", "irb131072", "orf177147:2:1", "orb177147:1:2", "irf177147"};
 
 void collect_executors(const lyr::plan *p, std::set<std::string> &names) {
     names.insert(p->execute_name);
@@ -253,6 +253,8 @@ TEST(sharing, every_executor) {
                              "execute_multidimension",
                              "execute_multithread",
                              "execute_nop",
+                             "execute_odd_real_large",
+                             "execute_odd_real_large",
                              "execute_r2c_many",
                              "execute_r2c_many_direct",
                              "execute_r2c_many_odd",

@@ -1073,7 +1073,7 @@ TEST(transforms, rotated_batches) {
     for (scalar &x : in) x = static_cast<scalar>(random.uniform());
     lyr::plan parent = {};
     parent.sign = -1;
-    ASSERT_TRUE(lyr::build_rotation(&parent, n1, n2));
+    ASSERT_TRUE(lyr::build_rotation(&parent, n1, n2, lyr::transposes_matrix(&parent)));
     for (const auto &[threads, out] : {std::pair(1, &one), std::pair(5, &many)}) {
         lyr::plan p = {};
         p.kind = kind_rotated_batch;

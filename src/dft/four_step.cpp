@@ -130,11 +130,10 @@ bool transposes_matrix(const plan *p) {
     return p->dims[0].n >= shortest && is_half_line(active_table()->lanes);
 }
 
-bool build_rotation(plan *p, int64_t n1, int64_t n2) {
+bool build_rotation(plan *p, int64_t n1, int64_t n2, bool transposed) {
     int64_t radices[max_factors];
     const int64_t n = n1 * n2, sign = p->sign == -1 ? -1 : +1;
     rotation_shape shape = {n1, n2, sign, n1, 1, 16, 0};  // transposed rows, one after another
-    const bool transposed = transposes_matrix(p);
     if (!transposed) {
         shape.lanes = active_table()->lanes;
         const int count = pass_radices(n1, shape.lanes, radices);
@@ -197,7 +196,7 @@ int build_four_step(plan *p, int64_t n1, int64_t n2) {
     const int64_t row = !transposed ? padded_row(n2) : in_place ? padded_row(n1) : n1;
     if (!transposed || in_place)
         p->work_bytes = static_cast<uint64_t>((transposed ? n2 : n1) * row) * complex_bytes;
-    if (!build_rotation(p, n1, n2)) return -1;
+    if (!build_rotation(p, n1, n2, transposed)) return -1;
 
     plan *columns = make_child(&p->children[0], p), *rows = make_child(&p->children[1], p);
     columns->kind = kind_rotated_batch;

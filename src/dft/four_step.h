@@ -35,9 +35,9 @@ struct rotation_table {
     const scalar *turns;    // n1 numbers for each slab, or null
 };
 
-// Fills aux of p with a rotation_table for the passes of an n1 x n2 matrix, for the active codelet
-// table. False without memory.
-bool build_rotation(plan *p, int64_t n1, int64_t n2);
+// Fills aux of p with a rotation_table for the passes of an n1 x n2 matrix, which may lie
+// transposed, for the active codelet table. False without memory.
+bool build_rotation(plan *p, int64_t n1, int64_t n2, bool transposed);
 
 // The factors of the slab that begins with this column.
 rotation rotation_of_slab(const rotation_table *table, int64_t n1, int64_t column);

@@ -14,7 +14,7 @@ struct registry_entry {
     const char *name;
 };
 
-inline constexpr int registry_size = 42;
+inline constexpr int registry_size = 43;
 extern const registry_entry registry[registry_size];
 
 // Mostly one function per file, which is named for it; see registry.cpp for what each accepts.
@@ -48,6 +48,7 @@ int solve_problem_c2c_1d_bluestein(plan *p);
 int solve_problem_c2c_1d_large(plan *p);
 int solve_problem_dft_direct(plan *p);
 int solve_problem_c2c_1d(plan *p);
+int solve_problem_odd_real_large(plan *p);
 int solve_problem_r2c_1d(plan *p);
 int solve_problem_c2r_1d(plan *p);
 int solve_problem_r2hc_1d(plan *p);
