@@ -152,6 +152,8 @@ TEST(allocation, every_allocation_of_a_plan_may_fail) {
                              "orb9",
                              "orf60*9i",
                              "orb15*9i",
+                             "orf2835",
+                             "irb3375",
                              "orf8x9x10",
                              "orb8x9x10",
                              "orb6x7",
