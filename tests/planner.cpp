@@ -809,9 +809,13 @@ TEST(choice, two_passes_of_long_lengths) {
                  {2, 2, 65535, 65536},
                  {2, 3, 65520, 100000}};
     for (const auto &[lanes, nthreads, before, length] : kinds) {
-        EXPECT_FALSE(lyr::use_large_method(before, nthreads, lanes)) << before;
-        EXPECT_TRUE(lyr::use_large_method(length, nthreads, lanes)) << length;
+        EXPECT_FALSE(lyr::use_large_method(before, nthreads, lanes, true)) << before;
+        EXPECT_TRUE(lyr::use_large_method(length, nthreads, lanes, true)) << length;
     }
+    // Out of place even lengths begin sooner where lines of double precision hold two vectors.
+    EXPECT_FALSE(lyr::use_large_method(448000, 1, line / 2, false));
+    EXPECT_EQ(lyr::use_large_method(450000, 1, line / 2, false), line == 4);
+    EXPECT_FALSE(lyr::use_large_method(531441, 1, line / 2, false));
     for (int k = 11; k < 62; ++k) {
         const int64_t n = int64_t{1} << k;
         EXPECT_EQ(lyr::split_large(n, 1, false), int64_t{1} << k / 2) << k;

@@ -6,6 +6,7 @@
 #include "codelets/select.h"
 #include "dft/four_step.h"
 #include "dft/stages.h"
+#include "planner/places.h"
 #include "planner/registry.h"
 
 namespace lyr {
@@ -18,11 +19,11 @@ bool is_power_of_two(int64_t n) {
 
 }  // namespace
 
-bool use_large_method(int64_t n, int64_t nthreads, int64_t lanes) {
+bool use_large_method(int64_t n, int64_t nthreads, int64_t lanes, bool in_place) {
     if (n < 1) return false;
     if (nthreads >= 2 && n >= shortest_shared) return true;
     constexpr bool single = sizeof(scalar) == sizeof(float);
-    struct {
+    struct lengths {
         int64_t powers_of_two, others;
     } from = {262144, 900000};
     // Vectors of whole lines lose by stages whose streams fall into few cache sets, and by others
@@ -30,7 +31,9 @@ bool use_large_method(int64_t n, int64_t nthreads, int64_t lanes) {
     if (lanes == line_complex)
         from = {16384, n % 2048 == 0 ? 6144 : single ? 180000 : 125000};
     else if (is_half_line(lanes))
-        from = {single ? 131072 : 65536, single ? 900000 : 700000};
+        from = single                   ? lengths{131072, 900000}
+               : in_place || n % 2 != 0 ? lengths{65536, 700000}
+                                        : lengths{65536, 450000};
     else if (lanes == 1)
         from.powers_of_two = 16384;
     return n >= (is_power_of_two(n) ? from.powers_of_two : from.others);
@@ -85,7 +88,7 @@ int solve_problem_c2c_1d_large(plan *p) {
     if (p->howmany_rank != 0 || p->rank != 1 || p->kind != kind_complex) return -1;
     if (!unit_strides(p)) return -1;
     const int64_t n = p->dims[0].n, lanes = active_table()->lanes;
-    if (!use_large_method(n, p->nthreads, lanes)) return -1;
+    if (!use_large_method(n, p->nthreads, lanes, is_in_place(p))) return -1;
     if (suits_turned_blocks(p)) return -1;
     const int64_t n1 = split_large(n, lanes, transposes_matrix(p));
     if (n1 <= max_radix) return -1;

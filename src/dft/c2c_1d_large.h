@@ -6,8 +6,9 @@
 namespace lyr {
 
 // Whether n, a product of small primes, runs as two passes over memory rather than in stages, each
-// of which is one. Threads share the work of two passes, which pays earlier. Measured.
-bool use_large_method(int64_t n, int64_t nthreads, int64_t lanes);
+// of which is one. Threads share the work of two passes, which pays earlier; in place stages
+// stay ahead for longer. Measured.
+bool use_large_method(int64_t n, int64_t nthreads, int64_t lanes, bool in_place);
 
 // Shorter transforms are done before threads have begun.
 inline constexpr int64_t shortest_shared = 65536;

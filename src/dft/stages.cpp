@@ -55,10 +55,8 @@ void fill_grouped_twiddles(scalar *table, const root_source *roots, int64_t r, i
     for (int64_t k = 0; k < grouped && !doubled; k += most_rows) {
         const int64_t groups = (grouped - k < most_rows ? grouped - k : most_rows) / lanes;
         for (int64_t q = 1; q < r; ++q)
-            for (int64_t lane = 0; lane < lanes; ++lane) {
-                scalar *at = table + 2 * (k * (r - 1) + lanes * (q - 1) + lane);
-                fill_roots(at, lanes * (r - 1), roots, (k + lane) * q, lanes * q, groups, sign);
-            }
+            fill_root_vectors(table + 2 * (k * (r - 1) + lanes * (q - 1)), lanes, lanes * (r - 1),
+                              roots, k * q, q, groups * lanes, sign);
     }
     scalar column[2 * most_rows];
     for (int64_t k = 0; k < doubled; k += most_rows) {
