@@ -164,6 +164,11 @@ TEST(choices, batches) {
     EXPECT_EQ(dealt_out("ocf30*100", 8), "8: 7 of 16");
     EXPECT_EQ(dealt_out("ocf30*10*20", 4), "4: 4 of 3");
     EXPECT_EQ(dealt_out("ocf40x40*2*20", 2), "2: 2 of 1");
+    // Long ones that lie apart are dealt out evenly.
+    EXPECT_EQ(dealt_out("ocf100x100*100", 2), "2: 2 of 50");
+    EXPECT_EQ(dealt_out("ocf3000*100", 8), "8: 8 of 13");
+    EXPECT_EQ(dealt_out("ocf3000*100i", 8), "8: 7 of 16");
+    EXPECT_EQ(dealt_out("ocf2048*1000", 2), "2: 2 of 504");
     EXPECT_EQ(dealt_out("ocf0*100:1:50*50:100:1", 3), "3: 3 of 40");
     EXPECT_EQ(dealt_out("ocf1000:1:1*1:5:5*7:1000:1000", 4), "4: 1 of 1");
     EXPECT_EQ(dealt_out("icf64:100:1*100:1:64", 4), "execute_inplace_buffered");  // results move

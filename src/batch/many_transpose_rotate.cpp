@@ -191,7 +191,8 @@ void run_chunk(const pool_task *task) {
     const int64_t columns = column_count(p);
     const int64_t chunk = task->chunk * b.factors->together, first = task->index * chunk;
     const int64_t end = first + chunk < columns ? first + chunk : columns;
-    scalar *share = scratch + task->index * 2 * line_complex * b.scratch_lines;
+    const uint64_t each = thread_scratch(uint64_t{64} * b.scratch_lines, p->nthreads);
+    scalar *share = scratch + static_cast<uint64_t>(task->index) * (each / scalar_bytes);
     if (is_transposed(p))
         rotate_into_rows(p, in, out, share, first, end);
     else if (b.list.count)
@@ -255,7 +256,8 @@ int solve_problem_dft_many_transpose_rotate(plan *p) {
     }
     b.scratch_lines = static_cast<uint32_t>((scratch + line_complex - 1) / line_complex);
     memcpy(p->solver_words, &b, sizeof b);
-    p->work_bytes = static_cast<uint64_t>(threads) * b.scratch_lines * 64;
+    p->work_bytes = static_cast<uint64_t>(threads) *
+                    thread_scratch(uint64_t{64} * b.scratch_lines, p->nthreads);
     p->execute_fn = execute_many_transpose_rotate;
     p->execute_name = "execute_many_transpose_rotate";
     return 0;

@@ -104,6 +104,14 @@ void plan_drop_batch_dimension(plan *p);
 // Releases all that a solver attached; the problem fields stay. Null is ignored.
 void plan_clear(plan *p);
 
+// Bytes from the scratch of one of several threads to that of the next, each of `bytes`: with a
+// page in between, since processors fetch lines ahead of those that a thread reads, and would take
+// them from a neighbour that writes them.
+inline uint64_t thread_scratch(uint64_t bytes, int64_t threads) {
+    constexpr uint64_t page = 4096;
+    return threads > 1 ? (bytes + 2 * page - 1) / page * page : bytes;
+}
+
 // The place in an execution's scratch where that of the children begins, or that of the children
 // that thread `share` executes.
 inline scalar *scratch_below(const plan *p, scalar *scratch, int64_t share = 0) {

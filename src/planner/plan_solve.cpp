@@ -9,8 +9,9 @@ void plan_sum_scratch(plan *p) {
     uint64_t below = 0;
     for (int32_t i = 0; i < p->nchildren; ++i)
         if (p->children[i].scratch_bytes > below) below = p->children[i].scratch_bytes;
-    const uint64_t shares = p->shares > 1 ? static_cast<uint64_t>(p->shares) : 1;
-    p->scratch_bytes = (p->work_bytes + 63) / 64 * 64 + shares * below;
+    const int64_t shares = p->shares > 1 ? p->shares : 1;
+    if (below) below = thread_scratch(below, shares);
+    p->scratch_bytes = (p->work_bytes + 63) / 64 * 64 + static_cast<uint64_t>(shares) * below;
 }
 
 int32_t plan_solve(plan *p) {

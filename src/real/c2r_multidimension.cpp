@@ -202,8 +202,10 @@ void get_row(scalar *row, const scalar *lone, const scalar *held, int64_t n, int
 }
 
 // Complex numbers between the row buffers of two threads.
-int64_t buffer_room(int64_t group, int64_t n) {
-    return (group * (n / 2 + 1) + 3) / 4 * 4;
+int64_t buffer_room(const bookkeeping &b, int64_t n) {
+    const int64_t room = (b.group * (n / 2 + 1) + 3) / 4 * 4;
+    const auto bytes = static_cast<uint64_t>(room * complex_bytes);
+    return static_cast<int64_t>(thread_scratch(bytes, b.threads)) / complex_bytes;
 }
 
 // Groups of rows first..end-1 with the buffer of one thread.
@@ -214,7 +216,7 @@ void transform_groups(const plan *p, scalar *out, scalar *scratch, int64_t threa
     const plan *child = &p->children[first_rows(p)];
     scalar *below = scratch_below(p, scratch, thread);
     const auto [n, is, os] = p->dims[p->rank - 1];
-    scalar *buffer = scratch + 2 * (b.rows + thread * buffer_room(b.group, n));
+    scalar *buffer = scratch + 2 * (b.rows + thread * buffer_room(b, n));
     const int64_t row = 2 * (n / 2 + 1), groups = o.dims[1].n / b.group;
     for (int64_t g = first; g < end; ++g) {
         const scalar *lone = scratch + 2 * g * b.group;
@@ -436,7 +438,7 @@ int build_out_of_place(plan *p) {
     if (!takes_complex_numbers(p)) b.width = h < most_columns ? h : most_columns;
     const int64_t lone_room = (all_rows + 3) / 4 * 4;
     b.rows = lone_room;
-    b.columns = lone_room + b.threads * buffer_room(b.group, row.n);
+    b.columns = lone_room + b.threads * buffer_room(b, row.n);
     p->work_bytes = static_cast<uint64_t>(b.columns + all_rows * b.width) * complex_bytes;
     scalar *lone_place = scratch_array(p, 0), *rows_place = scratch_array(p, 1),
            *columns_place = scratch_array(p, 2);

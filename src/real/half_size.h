@@ -1,7 +1,7 @@
 // What the transforms between real and complex numbers in one dimension share. n real numbers of
 // an even count are h = n/2 complex ones: a complex transform of length h, in a child plan, and a
 // pass over pairs of its elements (codelets/real_pass.h) do the work. An odd count is transformed
-// as complex numbers.
+// as complex numbers where no codelet and no way of its own takes it (real/odd_large.cpp).
 #pragma once
 
 #include "codelets/real_pass.h"

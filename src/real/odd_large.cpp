@@ -38,7 +38,7 @@ constexpr int64_t pairs = 2 * line_complex, group = 2 * pairs;
 struct bookkeeping {  // in solver_words
     int64_t n1, n2;
     int64_t row;    // complex numbers from a row of the transposed matrix to the next
-    int64_t share;  // scratch numbers of a thread
+    int64_t share;  // from the scratch of a thread to that of the next
     const rotation_table *factors;
     const codelet_table *target;
 
@@ -58,8 +58,19 @@ struct run {
     bookkeeping b;
     scalar *in, *out, *matrix;
 
-    scalar *share(int64_t index) const { return matrix + 2 * (b.n2 * b.row + index * b.share); }
+    int64_t groups() const { return (b.n2 + group - 1) / group; }
 };
+
+// A thread's own memory: the columns of a group as rows, the spectrum of a pair, and the scratch of
+// its transform.
+struct group_memory {
+    scalar *rows, *spectrum, *below;
+};
+group_memory memory_of(const run &r, int64_t thread) {
+    scalar *rows = r.matrix + 2 * (r.b.n2 * r.b.row + thread * r.b.share);
+    scalar *spectrum = rows + 2 * pairs * r.b.column();
+    return {rows, spectrum, spectrum + 2 * r.b.column()};
+}
 
 struct range {
     int64_t first, last;
@@ -67,6 +78,18 @@ struct range {
 range range_of(const pool_task *task, int64_t count) {
     const int64_t first = task->index * task->chunk, last = first + task->chunk;
     return {first, last < count ? last : count};
+}
+
+// The task of columns: calls Transform for each group, with its first column and their count.
+template <void (*Transform)(const run &, const group_memory &, int64_t begin, int64_t width)>
+void for_groups(const pool_task *task) {
+    const run &r = *static_cast<const run *>(task->arg);
+    const group_memory memory = memory_of(r, task->index);
+    const auto [first, last] = range_of(task, r.groups());
+    for (int64_t g = first; g < last; ++g) {
+        const int64_t begin = g * group, left = r.b.n2 - begin;
+        Transform(r, memory, begin, group < left ? group : left);
+    }
 }
 
 void rotate(const bookkeeping &b, int64_t j, scalar *row) {
@@ -134,26 +157,20 @@ void part_spectra(const scalar *z, int64_t n, scalar *a, scalar *b) {
     }
 }
 
-void transform_columns(const pool_task *task) {
-    const auto &[p, b, in, out, matrix] = *static_cast<const run *>(task->arg);
-    const int64_t groups = (b.n2 + group - 1) / group, column = b.column();
-    const plan *child = p->children + 1;
-    scalar *rows = static_cast<const run *>(task->arg)->share(task->index);
-    scalar *spectrum = rows + 2 * pairs * column, *below = spectrum + 2 * column;
-    const auto [first, last] = range_of(task, groups);
-    for (int64_t g = first; g < last; ++g) {
-        const int64_t begin = g * group, width = begin + group < b.n2 ? group : b.n2 - begin;
-        gather_pairs(b, in + begin, width, rows);
-        for (int64_t i = 0; i < width; i += 2) {
-            child->execute_fn(child, rows + i * column, spectrum, below);
-            const int64_t j = begin + i;
-            scalar *to = matrix + 2 * j * b.row;
-            // There is nothing of a last column's neighbour.
-            scalar *next = i + 1 < width ? to + 2 * b.row : rows;
-            part_spectra(spectrum, b.n1, to, next);
-            rotate(b, j, to);
-            if (i + 1 < width) rotate(b, j + 1, next);
-        }
+void transform_columns(const run &r, const group_memory &memory, int64_t begin, int64_t width) {
+    const auto &[rows, spectrum, below] = memory;
+    const bookkeeping &b = r.b;
+    const plan *child = r.p->children + 1;
+    gather_pairs(b, r.in + begin, width, rows);
+    for (int64_t i = 0; i < width; i += 2) {
+        child->execute_fn(child, rows + i * b.column(), spectrum, below);
+        const int64_t j = begin + i;
+        scalar *to = r.matrix + 2 * j * b.row;
+        // There is nothing of a last column's neighbour.
+        scalar *next = i + 1 < width ? to + 2 * b.row : rows;
+        part_spectra(spectrum, b.n1, to, next);
+        rotate(b, j, to);
+        if (i + 1 < width) rotate(b, j + 1, next);
     }
 }
 
@@ -213,50 +230,43 @@ void scatter_pairs(const bookkeeping &b, const scalar *rows, int64_t width, scal
     }
 }
 
-void transform_back(const pool_task *task) {
-    const auto &[p, b, in, out, matrix] = *static_cast<const run *>(task->arg);
-    const int64_t groups = (b.n2 + group - 1) / group, column = b.column();
-    const plan *child = p->children + 1;
-    scalar *rows = static_cast<const run *>(task->arg)->share(task->index);
-    scalar *spectrum = rows + 2 * pairs * column, *below = spectrum + 2 * column;
-    const auto [first, last] = range_of(task, groups);
-    for (int64_t g = first; g < last; ++g) {
-        const int64_t begin = g * group, width = begin + group < b.n2 ? group : b.n2 - begin;
-        for (int64_t i = 0; i < width; i += 2) {
-            const int64_t j = begin + i;
-            scalar *from = matrix + 2 * j * b.row, *next = from + 2 * b.row;
-            rotate(b, j, from);
-            if (i + 1 < width)
-                rotate(b, j + 1, next);
-            else
-                next = static_cast<scalar *>(
-                    memset(rows + i * column, 0, static_cast<size_t>(b.half() * complex_bytes)));
-            join_spectra(from, next, b.n1, spectrum);
-            child->execute_fn(child, spectrum, rows + i * column, below);
-        }
-        scatter_pairs(b, rows, width, out + begin);
+void transform_back(const run &r, const group_memory &memory, int64_t begin, int64_t width) {
+    const auto &[rows, spectrum, below] = memory;
+    const bookkeeping &b = r.b;
+    const plan *child = r.p->children + 1;
+    for (int64_t i = 0; i < width; i += 2) {
+        const int64_t j = begin + i;
+        scalar *from = r.matrix + 2 * j * b.row, *to = rows + i * b.column();
+        scalar *next = i + 1 < width ? from + 2 * b.row : to;
+        rotate(b, j, from);
+        if (i + 1 < width)
+            rotate(b, j + 1, next);
+        else
+            memset(next, 0, static_cast<size_t>(b.half() * complex_bytes));
+        join_spectra(from, next, b.n1, spectrum);
+        child->execute_fn(child, spectrum, to, below);
     }
+    scatter_pairs(b, rows, width, r.out + begin);
 }
 
 // ---- Both ---------------------------------------------------------------------------------------
 
 void execute_odd_real_large(const plan *p, scalar *in, scalar *out, scalar *scratch) {
     run r = {p, read_bookkeeping(p), in, out, scratch};
-    const int64_t n2 = r.b.n2, groups = (n2 + group - 1) / group;
     const auto share = [&](int64_t items, work_function fn) {
         thread_pool_run(items, p->nthreads, 1, fn, &r);
     };
     const plan *rows = p->children;
     const bool forward = p->kind == kind_r2c;
     if (forward)
-        share(groups, transform_columns);
+        share(r.groups(), for_groups<transform_columns>);
     else
-        share(n2, read_spectrum);
+        share(r.b.n2, read_spectrum);
     rows->execute_fn(rows, scratch, scratch, scratch_below(p, scratch));
     if (forward)
-        share(n2 / 2 + 1, write_spectrum);
+        share(r.b.n2 / 2 + 1, write_spectrum);
     else
-        share(groups, transform_back);
+        share(r.groups(), for_groups<transform_back>);
 }
 
 plan *make_child(plan *child, const plan *p, int64_t n) {
@@ -305,9 +315,9 @@ int solve_problem_odd_real_large(plan *p) {
     if (threaded) affinity_set_once(affinity_spread);
     if (const int status = plan_children(p, b)) return status;
     const plan *column = p->children + 1;
-    b.share = (pairs + 1) * b.column() +
-              static_cast<int64_t>((column->scratch_bytes + complex_bytes - 1) / complex_bytes);
-    b.share = (b.share + line_complex - 1) / line_complex * line_complex;
+    const auto columns = static_cast<uint64_t>((pairs + 1) * b.column() * complex_bytes);
+    const uint64_t each = thread_scratch(columns + column->scratch_bytes, p->nthreads);
+    b.share = static_cast<int64_t>((each + 63) / 64) * line_complex;
     memcpy(p->solver_words, &b, sizeof b);
     p->work_bytes = static_cast<uint64_t>(b.n2 * b.row + p->nthreads * b.share) * complex_bytes;
     p->execute_fn = execute_odd_real_large;
