@@ -89,8 +89,12 @@ struct turned_blocks {
     }
 };
 
-// Outputs of so many bytes are called for before turned stages store them. Measured.
-inline constexpr int64_t called_for_bytes = 256 << 10;
+// Whether outputs of so many bytes are called for before turned stages store them: those that the
+// second-level cache keeps, and those of which it keeps little. Measured.
+constexpr bool is_called_for(int64_t bytes) {
+    constexpr int64_t near_bytes = 256 << 10, far_bytes = 2 << 20;
+    return bytes <= near_bytes || bytes >= far_bytes;
+}
 
 // Columns that a block of a pair of stages holds.
 inline constexpr int64_t columns_at_once = 8;

@@ -441,7 +441,7 @@ struct stages_of_blocks {
     }
     // The others, a group of blocks after the other.
     static void later(const stage *d, scalar *matrix, scalar *out, int64_t begin, int64_t end) {
-        constexpr bool calls = R1 * R2 * R3 * R4 * R5 * complex_bytes <= called_for_bytes;
+        constexpr bool calls = is_called_for(R1 * R2 * R3 * R4 * R5 * complex_bytes);
         constexpr int64_t factors = factors_around(R4, inputs_before_last_but_one(R4)) +
                                     R4 * factors_around(R5, inputs_before(R5));
         const scalar *third = d[0].twiddles + 4 * R1 * (R2 - 1);
