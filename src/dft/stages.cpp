@@ -224,13 +224,11 @@ void fill_last_of_turned(scalar *table, const root_source *roots, const paired_r
     const int64_t r1 = radices[0], r2 = radices[1];
     const int64_t third = factors_around(r3, inputs_before_last_but_one(r3)),
                   last = factors_around(r4, inputs_before(r4));
-    const auto fill_row = [&](int64_t row, int64_t step, int64_t count) {
-        scalar *at = table + 2 * ((row - row % lanes) * count + row % lanes);
-        fill_roots(at, lanes, roots, step, step, count, sign);
-    };
     for (int64_t block = 0; block < r2 * middle; ++block) {
         const int64_t c = r1 * (block / middle + block % middle * r2);
-        for (int64_t i = 0; i < r1; ++i) fill_row(i, (c + i) * r4, third);
+        for (int64_t h = 0; h < third; ++h)
+            fill_root_vectors(table + 2 * lanes * h, lanes, third * lanes, roots, (h + 1) * c * r4,
+                              (h + 1) * r4, r1, sign);
         table += 2 * r1 * third;
         for (int64_t p = 0; p < r3; ++p, table += 2 * r1 * last)
             for (int64_t h = 0; h < last; ++h)
