@@ -91,13 +91,14 @@ bool singles_differ(const plan *p) {
 // where eights would leave a thread without work for long. Measured.
 int64_t align_of(const plan *p, int64_t threads) {
     constexpr int64_t least_points = 2048, least_share = 32;
-    const auto [h, is, os] = p->howmany_dims[0];
-    int64_t align = chunk_align(h, threads);
-    const auto idle = [&] { return chunks_of(h, threads, align).chunk * threads - h; };
-    if (points(p) / h < least_points || llabs(is) * input_element_bytes(p) < 64 ||
-        llabs(os) * output_element_bytes(p) < 64)
+    const auto &dim = p->howmany_dims[0];
+    int64_t align = chunk_align(dim.n, threads);
+    if (points(p) / dim.n < least_points || llabs(dim.is) * input_element_bytes(p) < 64 ||
+        llabs(dim.os) * output_element_bytes(p) < 64)
         return align;
-    while (align > 1 && idle() > h / least_share) align /= 2;
+    while (align > 1 &&
+           chunks_of(dim.n, threads, align).chunk * threads - dim.n > dim.n / least_share)
+        align /= 2;
     return align;
 }
 
