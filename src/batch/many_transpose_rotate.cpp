@@ -4,7 +4,9 @@
 //
 // Where the matrix is to lie transposed, transforms are gathered a few at a time, run one by one
 // into its rows, and rotated there while they are in the first-level cache. In place, which square
-// matrices may be, what these rows hold of later columns changes places with what is gathered.
+// matrices may be, what these rows hold of later columns changes places with what is gathered. Each
+// of several threads does so in a square of its own on the diagonal, after all together have turned
+// what lies outside of these squares.
 //
 // aux comes as the parent's rotation table, and is the stages that all slabs walk afterwards. Where
 // columns are long, a child runs on one column at a time instead.
@@ -119,27 +121,42 @@ void rotate_row(const bookkeeping &b, int64_t j, int64_t n, scalar *row, const s
     }
 }
 
-// Gathers columns j .. j + group - 1 of a square matrix of n rows into `rows`. Their elements of
-// earlier rows, by then transformed, are in rows j .. j + group - 1 already. The elements of later
-// columns, which these rows still hold, take the places of those gathered.
-void exchange_columns(scalar *matrix, int64_t n, int64_t j, scalar *rows, int64_t row) {
+// Of the rows k of a square matrix of n rows, first <= k < end, elements j .. j + group - 1 go to
+// column k of `to`, rows `row` apart, and column k of the rows from j on takes their places: `to`
+// may be these rows.
+void exchange_strip(scalar *matrix, int64_t n, int64_t j, int64_t first, int64_t end, scalar *to,
+                    int64_t row) {
     constexpr int64_t ahead = 2 * group;
-    scalar *const here = matrix + 2 * (j * n + j);
-    for (int64_t i = 0; i < group; ++i)
-        memcpy(rows + 2 * i * row, matrix + 2 * (j + i) * n,
-               static_cast<size_t>(j * complex_bytes));
-    copy_transpose_cpx(here, rows + 2 * j, group, group, n, row);
-    for (int64_t k = group; k < n - j; ++k) {
-        scalar *const column = here + 2 * k * n;
-        if (k + ahead < n - j) {
+    const scalar *const here = matrix + 2 * j * n;
+    for (int64_t k = first; k < end; ++k) {
+        scalar *const column = matrix + 2 * (k * n + j);
+        if (k + ahead < end) {
             __builtin_prefetch(column + 2 * ahead * n, 1);
             __builtin_prefetch(column + 2 * (ahead * n + line_complex), 1);
         }
         for (int64_t i = 0; i < group; ++i) {
-            memcpy(rows + 2 * (i * row + j + k), column + 2 * i, complex_bytes);
+            scalar x[2];
+            memcpy(x, column + 2 * i, complex_bytes);
             memcpy(column + 2 * i, here + 2 * (i * n + k), complex_bytes);
+            memcpy(to + 2 * (i * row + k), x, complex_bytes);
         }
     }
+}
+
+// Gathers columns j .. j + group - 1 of a square matrix of n rows into `rows`. Their elements of
+// earlier rows, by then transformed, and of those from `end` on are in rows j .. j + group - 1
+// already. The elements of later columns, which these rows still hold, take the places of those
+// gathered.
+void exchange_columns(scalar *matrix, int64_t n, int64_t j, int64_t end, scalar *rows,
+                      int64_t row) {
+    for (int64_t i = 0; i < group; ++i) {
+        const scalar *from = matrix + 2 * (j + i) * n;
+        scalar *to = rows + 2 * i * row;
+        memcpy(to, from, static_cast<size_t>(j * complex_bytes));
+        memcpy(to + 2 * end, from + 2 * end, static_cast<size_t>((n - end) * complex_bytes));
+    }
+    copy_transpose_cpx(matrix + 2 * (j * n + j), rows + 2 * j, group, group, n, row);
+    exchange_strip(matrix, n, j, j + group, end, rows, row);
 }
 
 void rotate_into_rows(const plan *p, const scalar *in, scalar *out, scalar *scratch, int64_t first,
@@ -153,7 +170,7 @@ void rotate_into_rows(const plan *p, const scalar *in, scalar *out, scalar *scra
     for (int64_t j = first; j < end; ++j) {
         const int64_t i = (j - first) % group;
         if (i == 0 && in_place)
-            exchange_columns(out, n, j, scratch, row);
+            exchange_columns(out, n, j, end, scratch, row);
         else if (i == 0)
             copy_transpose_cpx(in + 2 * j, scratch, n, j + group < end ? group : end - j, is, row);
         scalar *to = out + 2 * j * odist;
@@ -175,22 +192,33 @@ int64_t slab_count(const plan *p, int64_t together) {
     return (column_count(p) + together - 1) / together;
 }
 
-struct rotated_run {
-    const plan *p;
-    const scalar *in;
-    scalar *out, *scratch;
-};
-
 bool is_transposed(const plan *p) {
     return p->howmany_dims[0].os != 1;
 }
 
+struct rotated_run {
+    const plan *p;
+    const scalar *in;
+    scalar *out, *scratch;
+    chunking columns;
+};
+
+// Turns what lies outside of the threads' squares, a strip of columns after the other down to where
+// the matrix ends. Every thread takes each count-th strip: the later, the shorter.
+void turn_chunk(const pool_task *task) {
+    const auto &[p, in, out, scratch, columns] = *static_cast<const rotated_run *>(task->arg);
+    const int64_t n = p->dims[0].n;
+    for (int64_t j = task->index * group; j < n; j += columns.count * group) {
+        const int64_t square = j / columns.chunk * columns.chunk;
+        exchange_strip(out, n, j, square + columns.chunk, n, out + 2 * j * n, n);
+    }
+}
+
 void run_chunk(const pool_task *task) {
-    const auto [p, in, out, scratch] = *static_cast<const rotated_run *>(task->arg);
+    const auto &[p, in, out, scratch, columns] = *static_cast<const rotated_run *>(task->arg);
     const bookkeeping b = read_bookkeeping(p);
-    const int64_t columns = column_count(p);
-    const int64_t chunk = task->chunk * b.factors->together, first = task->index * chunk;
-    const int64_t end = first + chunk < columns ? first + chunk : columns;
+    const int64_t first = task->index * columns.chunk, all = column_count(p);
+    const int64_t end = first + columns.chunk < all ? first + columns.chunk : all;
     const uint64_t each = thread_scratch(uint64_t{64} * b.scratch_lines, p->nthreads);
     scalar *share = scratch + static_cast<uint64_t>(task->index) * (each / scalar_bytes);
     if (is_transposed(p))
@@ -202,8 +230,11 @@ void run_chunk(const pool_task *task) {
 }
 
 void execute_many_transpose_rotate(const plan *p, scalar *in, scalar *out, scalar *scratch) {
-    const int64_t slabs = slab_count(p, read_bookkeeping(p).factors->together);
-    rotated_run run = {p, in, out, scratch};
+    const int64_t together = read_bookkeeping(p).factors->together, slabs = slab_count(p, together);
+    const auto [chunk, count] = chunks_of(slabs, p->nthreads, 1);
+    rotated_run run = {p, in, out, scratch, {chunk * together, count}};
+    if (is_transposed(p) && p->in == p->out && count > 1)
+        thread_pool_run(count, count, 1, turn_chunk, &run);
     thread_pool_run(slabs, p->nthreads, 1, run_chunk, &run);
 }
 

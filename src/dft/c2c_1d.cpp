@@ -205,7 +205,8 @@ int64_t matrix_numbers(const paired_stages &pairs) {
 
 // Whether threads share the stages, which several of them can by groups of blocks.
 bool shares_blocks(const plan *p, const paired_stages &pairs) {
-    return p->nthreads > 1 && p->nthreads <= pairs.radices[1] && p->dims[0].n >= shortest_shared &&
+    const int64_t threads = threads_for_plan(p->nthreads);
+    return threads > 1 && threads <= pairs.radices[1] && p->dims[0].n >= shortest_shared &&
            pairs.form == pair_form::turned && pairs.radices[4] != 0;
 }
 
@@ -221,9 +222,11 @@ int solve_paired(plan *p, const paired_stages *pairs) {
     if (count == 3)
         return run_by(p, execute_1d_turned_three, "execute_1d_turned_three",
                       plan_form::turned_three);
-    if (shares_blocks(p, *pairs))
+    if (shares_blocks(p, *pairs)) {
+        p->nthreads = threads_for_plan(p->nthreads);
         return run_by(p, execute_1d_turned_multithread, "execute_1d_turned_multithread",
                       plan_form::turned_stages);
+    }
     return run_by(p, execute_1d_paired, "execute_1d_paired",
                   turned ? plan_form::turned_stages : plan_form::paired_stages);
 }

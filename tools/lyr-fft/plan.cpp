@@ -222,7 +222,7 @@ void add_needs(const lyr::plan *p, needs &sum) {
     const std::string_view solver = p->solver_name, executor = p->execute_name;
     sum.threads = std::max(sum.threads, p->shares);
     if (solver == "solve_problem_dft_many_transpose_rotate" ||
-        executor == "execute_1d_r2c_multithread" || executor == "execute_1d_c2r_multithread")
+        (executor.starts_with("execute_1d_") && executor.ends_with("_multithread")))
         sum.threads = std::max(sum.threads, p->nthreads);
     for (int32_t i = 0; i < p->nchildren; ++i) add_needs(p->children + i, sum);
 }
