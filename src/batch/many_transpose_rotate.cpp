@@ -188,12 +188,16 @@ int64_t column_count(const plan *p) {
     return p->howmany_rank ? p->howmany_dims[0].n : 1;
 }
 
-int64_t slab_count(const plan *p, int64_t together) {
-    return (column_count(p) + together - 1) / together;
-}
-
 bool is_transposed(const plan *p) {
     return p->howmany_dims[0].os != 1;
+}
+
+// How the columns are dealt out to threads: whole groups, or whole slabs.
+chunking chunks_of_columns(const plan *p) {
+    const int64_t width = is_transposed(p) ? group : read_bookkeeping(p).factors->together;
+    const int64_t items = (column_count(p) + width - 1) / width;
+    const auto [chunk, count] = chunks_of(items, p->nthreads, 1);
+    return {chunk * width, count};
 }
 
 struct rotated_run {
@@ -230,12 +234,11 @@ void run_chunk(const pool_task *task) {
 }
 
 void execute_many_transpose_rotate(const plan *p, scalar *in, scalar *out, scalar *scratch) {
-    const int64_t together = read_bookkeeping(p).factors->together, slabs = slab_count(p, together);
-    const auto [chunk, count] = chunks_of(slabs, p->nthreads, 1);
-    rotated_run run = {p, in, out, scratch, {chunk * together, count}};
+    rotated_run run = {p, in, out, scratch, chunks_of_columns(p)};
+    const int64_t count = run.columns.count;
     if (is_transposed(p) && p->in == p->out && count > 1)
         thread_pool_run(count, count, 1, turn_chunk, &run);
-    thread_pool_run(slabs, p->nthreads, 1, run_chunk, &run);
+    thread_pool_run(count, count, 1, run_chunk, &run);
 }
 
 // Vectors of half a line read short columns faster as rows, copied in their order: a butterfly's
@@ -271,7 +274,6 @@ int solve_problem_dft_many_transpose_rotate(plan *p) {
     b.list.table = active_table();
     const int64_t n = p->dims[0].n, together = b.factors->together, lanes = b.list.table->lanes;
     p->nthreads = p->nthreads > 1 ? threads_for_plan(p->nthreads) : 1;
-    const int64_t threads = chunks_of(slab_count(p, together), p->nthreads, 1).count;
     int64_t scratch;
     if (is_transposed(p)) {
         if (const int32_t status = solve_single_column(p)) return status;
@@ -287,7 +289,7 @@ int solve_problem_dft_many_transpose_rotate(plan *p) {
     }
     b.scratch_lines = static_cast<uint32_t>((scratch + line_complex - 1) / line_complex);
     memcpy(p->solver_words, &b, sizeof b);
-    p->work_bytes = static_cast<uint64_t>(threads) *
+    p->work_bytes = static_cast<uint64_t>(chunks_of_columns(p).count) *
                     thread_scratch(uint64_t{64} * b.scratch_lines, p->nthreads);
     p->execute_fn = execute_many_transpose_rotate;
     p->execute_name = "execute_many_transpose_rotate";
