@@ -32,11 +32,12 @@ def check_help(text):
 def check_plans(tool):
     """Plans fit into 80 columns, and are made without memory for the arrays."""
     problems = ("ocf1000003", "icf60x48*100", "orb100x64", "ok100e00x30o11", "oscf4096", "ocf0*5",
-                "ocf1048576*1000000i")
+                "ocf1048576*1000000i", "ocf160000")
     for option in ("--threads=4", "--solvers"):
         text = output(tool, "plan", option, *problems)
         yield from check_help(text)
-        for word in ("Bluestein", "threads: 4") if option != "--solvers" else ("bluestein: ",):
+        for word in (("Bluestein", "threads: 4", "160000, complex: a plane")
+                     if option != "--solvers" else ("bluestein: ",)):
             if word not in text:
                 yield f"plan {option} says nothing of {word}"
     for command in ("verify", "bench"):

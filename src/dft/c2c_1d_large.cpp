@@ -17,26 +17,30 @@ bool is_power_of_two(int64_t n) {
     return (n & (n - 1)) == 0;
 }
 
+struct lengths {
+    int64_t powers_of_two, others;
+};
+
+// The shortest ones that one thread takes in two passes. Vectors of whole lines lose by stages
+// whose streams fall into few cache sets, and others when arrays outgrow the second-level cache.
+// Measured.
+lengths shortest_large(int64_t n, int64_t lanes, bool in_place) {
+    constexpr bool single = sizeof(scalar) == sizeof(float);
+    if (lanes == line_complex) return {16384, n % 2048 == 0 ? 6144 : single ? 180000 : 125000};
+    if (is_half_line(lanes)) {
+        if (single) return {131072, 900000};
+        return {65536, in_place || n % 2 != 0 ? 700000 : 450000};
+    }
+    return {lanes == 1 ? 16384 : 262144, 900000};
+}
+
 }  // namespace
 
 bool use_large_method(int64_t n, int64_t nthreads, int64_t lanes, bool in_place) {
     if (n < 1) return false;
     if (nthreads >= 2 && n >= shortest_shared) return true;
-    constexpr bool single = sizeof(scalar) == sizeof(float);
-    struct lengths {
-        int64_t powers_of_two, others;
-    } from = {262144, 900000};
-    // Vectors of whole lines lose by stages whose streams fall into few cache sets, and by others
-    // when arrays outgrow the second-level cache.
-    if (lanes == line_complex)
-        from = {16384, n % 2048 == 0 ? 6144 : single ? 180000 : 125000};
-    else if (is_half_line(lanes))
-        from = single                   ? lengths{131072, 900000}
-               : in_place || n % 2 != 0 ? lengths{65536, 700000}
-                                        : lengths{65536, 450000};
-    else if (lanes == 1)
-        from.powers_of_two = 16384;
-    return n >= (is_power_of_two(n) ? from.powers_of_two : from.others);
+    const auto [powers_of_two, others] = shortest_large(n, lanes, in_place);
+    return n >= (is_power_of_two(n) ? powers_of_two : others);
 }
 
 namespace {

@@ -150,14 +150,18 @@ constexpr method methods[] = {
 };
 
 std::string words_of(const lyr::plan *p) {
+    // Plans that run as two passes may come from the solver of stages too.
+    const std::string_view solver = std::strcmp(p->execute_name, "execute_c2c_1d_large") == 0
+                                        ? "solve_problem_c2c_1d_large"
+                                        : p->solver_name;
     std::string words;
     for (const method &m : methods)
-        if (std::strcmp(m.solver, p->solver_name) == 0) words = m.words;
+        if (solver == m.solver) words = m.words;
     int64_t radices[lyr::most_stages];
     const int passes = lyr::plan_stages(p, radices);
     if (passes == 0) {
         if (!words.empty()) return words;
-        return std::strcmp(p->solver_name, "solve_problem_c2c_1d") == 0 ? "1 pass" : p->solver_name;
+        return solver == "solve_problem_c2c_1d" ? "1 pass" : std::string(solver);
     }
     if (passes == 1 && !words.empty()) return words;
     words += (words.empty() ? "" : ", ") + std::to_string(passes) +
