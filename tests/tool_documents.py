@@ -32,7 +32,7 @@ def check_help(text):
 def check_plans(tool):
     """Plans fit into 80 columns, and are made without memory for the arrays."""
     problems = ("ocf1000003", "icf60x48*100", "orb100x64", "ok100e00x30o11", "oscf4096", "ocf0*5",
-                "ocf1048576*1000000i", "ocf160000")
+                "ocf1048576*1000000i", "ocf160000", "ocf16", "orf5", "orf177147", "ocf64x64*8i")
     for option in ("--threads=4", "--solvers"):
         text = output(tool, "plan", option, *problems)
         yield from check_help(text)
@@ -40,6 +40,8 @@ def check_plans(tool):
                      if option != "--solvers" else ("bluestein: ",)):
             if word not in text:
                 yield f"plan {option} says nothing of {word}"
+        if option != "--solvers" and "solve_" in text:
+            yield "the short view has names of solvers"
     for command in ("verify", "bench"):
         answer = subprocess.run([tool, command, "ocf72057594037927936"], capture_output=True,
                                 text=True).stderr
