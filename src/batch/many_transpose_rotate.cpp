@@ -192,12 +192,10 @@ bool is_transposed(const plan *p) {
     return p->howmany_dims[0].os != 1;
 }
 
-// How the columns are dealt out to threads: whole groups, or whole slabs.
-chunking chunks_of_columns(const plan *p) {
-    const int64_t width = is_transposed(p) ? group : read_bookkeeping(p).factors->together;
-    const int64_t items = (column_count(p) + width - 1) / width;
-    const auto [chunk, count] = chunks_of(items, p->nthreads, 1);
-    return {chunk * width, count};
+// The columns are dealt out to threads by whole slabs.
+int64_t slab_count(const plan *p) {
+    const int64_t together = read_bookkeeping(p).factors->together;
+    return (column_count(p) + together - 1) / together;
 }
 
 struct rotated_run {
@@ -234,11 +232,12 @@ void run_chunk(const pool_task *task) {
 }
 
 void execute_many_transpose_rotate(const plan *p, scalar *in, scalar *out, scalar *scratch) {
-    rotated_run run = {p, in, out, scratch, chunks_of_columns(p)};
-    const int64_t count = run.columns.count;
+    const int64_t slabs = slab_count(p), together = read_bookkeeping(p).factors->together;
+    const auto [chunk, count] = chunks_of(slabs, p->nthreads, 1);
+    rotated_run run = {p, in, out, scratch, {chunk * together, count}};
     if (is_transposed(p) && p->in == p->out && count > 1)
         thread_pool_run(count, count, 1, turn_chunk, &run);
-    thread_pool_run(count, count, 1, run_chunk, &run);
+    thread_pool_run(slabs, p->nthreads, 1, run_chunk, &run);
 }
 
 // Vectors of half a line read short columns faster as rows, copied in their order: a butterfly's
@@ -289,7 +288,7 @@ int solve_problem_dft_many_transpose_rotate(plan *p) {
     }
     b.scratch_lines = static_cast<uint32_t>((scratch + line_complex - 1) / line_complex);
     memcpy(p->solver_words, &b, sizeof b);
-    p->work_bytes = static_cast<uint64_t>(chunks_of_columns(p).count) *
+    p->work_bytes = static_cast<uint64_t>(chunks_of(slab_count(p), p->nthreads, 1).count) *
                     thread_scratch(uint64_t{64} * b.scratch_lines, p->nthreads);
     p->execute_fn = execute_many_transpose_rotate;
     p->execute_name = "execute_many_transpose_rotate";

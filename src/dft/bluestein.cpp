@@ -63,7 +63,7 @@ void run_one_by_one(const plan *p, const convolution *c, const convolution_block
 }
 
 void fill_chirp(scalar *chirp, int64_t p, int64_t sign) {
-    root_source roots;
+    exact_root_source roots;
     root_source_init(&roots, 2 * p, p);
     int64_t square = 0;  // k^2 mod 2p
     for (int64_t k = 0; k < p; ++k) {

@@ -84,7 +84,7 @@ bool make_small_turns(small_turns *turns, int64_t end, int64_t n, int64_t sign) 
         static_cast<double *>(planning_malloc(static_cast<size_t>(size) * 4 * sizeof(double)));
     if (!tables) return false;
     *turns = {size, tables, tables + 2 * size};
-    root_source roots;
+    exact_root_source roots;
     root_source_init(&roots, n, 0);
     for (int64_t t = 0; t < size; ++t) {
         root_of(&roots, t, sign, turns->fine + 2 * t);

@@ -106,7 +106,7 @@ void fill_powers(uint32_t *powers, int64_t p) {
 }
 
 void fill_filter(const convolution *c, const filter_roots &exact, scalar *filter) {
-    root_source roots;
+    exact_root_source roots;
     root_source_init(&roots, c->p, c->M);
     for (int64_t k = 0; k < c->M; ++k) {
         double root[2];

@@ -224,15 +224,18 @@ void fill_last_of_turned(scalar *table, const root_source *roots, const paired_r
     const int64_t r1 = radices[0], r2 = radices[1];
     const int64_t third = factors_around(r3, inputs_before_last_but_one(r3)),
                   last = factors_around(r4, inputs_before(r4));
-    for (int64_t block = 0; block < r2 * middle; ++block) {
-        const int64_t c = r1 * (block / middle + block % middle * r2);
+    const int64_t block_numbers = 2 * r1 * (third + r3 * last);
+    // Blocks not in their order but in that of the roots, which are then read along memory.
+    for (int64_t i = 0; i < r2 * middle; ++i) {
+        const int64_t c = r1 * i;
+        scalar *to = table + (i % r2 * middle + i / r2) * block_numbers;
         for (int64_t h = 0; h < third; ++h)
-            fill_root_vectors(table + 2 * lanes * h, lanes, third * lanes, roots, (h + 1) * c * r4,
+            fill_root_vectors(to + 2 * lanes * h, lanes, third * lanes, roots, (h + 1) * c * r4,
                               (h + 1) * r4, r1, sign);
-        table += 2 * r1 * third;
-        for (int64_t p = 0; p < r3; ++p, table += 2 * r1 * last)
+        to += 2 * r1 * third;
+        for (int64_t p = 0; p < r3; ++p, to += 2 * r1 * last)
             for (int64_t h = 0; h < last; ++h)
-                fill_root_vectors(table + 2 * lanes * h, lanes, last * lanes, roots,
+                fill_root_vectors(to + 2 * lanes * h, lanes, last * lanes, roots,
                                   (h + 1) * (c + p * L), h + 1, r1, sign);
     }
 }

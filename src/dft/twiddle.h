@@ -12,20 +12,26 @@
 namespace lyr {
 
 // The roots of one N > 0, 4*N below 2^63, so that a large table computes about every eighth entry.
-// A root has the same bits whether it comes from there or alone.
-struct root_source {
+// A root has the same bits whether it comes from there or alone. Those of single precision are
+// right to a thousandth of the last place before they are rounded.
+template <class number>
+struct roots_of {
     int64_t N;
     double unit[2];     // 2 pi / (4 * N) as a sum; its first term times 0..N/2 is exact
-    double *half_turn;  // W(t, N), 0 <= t <= N/2; null: compute each root
-    alignas(16) double local[2 * 130];
+    number *half_turn;  // W(t, N), 0 <= t <= N/2; null: compute each root
+    alignas(16) number local[2 * 130];
 };
+using root_source = roots_of<scalar>;
+using exact_root_source = roots_of<double>;  // of roots that are calculated with
 
 // Prepares the roots for about `entries` reads. Without memory the roots are computed one by one.
-void root_source_init(root_source *source, int64_t N, int64_t entries);
-void root_source_release(root_source *source);
+template <class number>
+void root_source_init(roots_of<number> *source, int64_t N, int64_t entries);
+template <class number>
+void root_source_release(roots_of<number> *source);
 
-// Writes W(sign*t, source->N), in double precision always. t >= 0.
-void root_of(const root_source *source, int64_t t, int64_t sign, double *out);
+// Writes W(sign*t, source->N). t >= 0.
+void root_of(const exact_root_source *source, int64_t t, int64_t sign, double *out);
 
 // Writes W(sign*(start + k*step), source->N), k = 0..count-1, to every out_step-th complex number.
 // start, step >= 0.

@@ -39,7 +39,7 @@ int64_t turn_of(int32_t kind, int64_t n) {
 }
 
 // What output k gets of input j, 0.5 to 2 times a cosine or sine.
-double coefficient(const root_source &roots, int32_t kind, int64_t n, int64_t j, int64_t k) {
+double coefficient(const exact_root_source &roots, int32_t kind, int64_t n, int64_t j, int64_t k) {
     const auto root = [&](int64_t t, double factor, int part) {
         double w[2];
         root_of(&roots, t, +1, w);
@@ -105,7 +105,7 @@ int build_small(plan *p) {
     p->aux_owned = 1;
     scalar *matrix = static_cast<scalar *>(p->aux);
     const int32_t kind = p->r2r_kinds[0];
-    root_source roots;
+    exact_root_source roots;
     root_source_init(&roots, turn_of(kind, n), n * n);
     for (int64_t j = 0; j < n; ++j)
         for (int64_t k = 0; k < n; ++k)

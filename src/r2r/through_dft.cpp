@@ -83,7 +83,7 @@ int table_count(int32_t kind, int64_t n) {
 }
 
 // The next table: W(-(start + k*step), source->N) times scale, k = 0 .. count-1.
-scalar *fill_table(scalar *table, const root_source &source, int64_t start, int64_t step,
+scalar *fill_table(scalar *table, const exact_root_source &source, int64_t start, int64_t step,
                    int64_t count, double scale = 1) {
     for (int64_t k = 0; k < count; ++k) {
         double root[2];
@@ -96,7 +96,7 @@ scalar *fill_table(scalar *table, const root_source &source, int64_t start, int6
 
 void fill_tables(scalar *table, int32_t kind, int64_t n, int64_t count) {
     const int64_t h = n / 2;
-    root_source source;
+    exact_root_source source;
     if (is_type4(kind)) {
         root_source_init(&source, 16 * n, 2 * count);
         table = fill_table(table, source, 1, 8, count);
